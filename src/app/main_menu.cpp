@@ -1,0 +1,191 @@
+#include "app/main_menu.h"
+
+#include <curses.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "app/system_screen.h"
+#include "net/interface_status.h"
+#include "net/interface_table.h"
+#include "net/route_table.h"
+#include "system/host_name.h"
+#include "ui/dialogs.h"
+#include "ui/screen_loop.h"
+#include "ui/terminal.h"
+#include "util/command.h"
+
+namespace {
+
+constexpr double kRefreshSeconds = 5.0;
+constexpr int kInformation = -1;
+constexpr int kExit = 1;
+constexpr int kFirstInterface = 4096;
+constexpr int kLastInterface = kFirstInterface + static_cast<int>(kMostInterfaces) - 1;
+
+constexpr const char* kStartAll = "/etc/init.d/network start all";
+constexpr const char* kStopAll = "/etc/init.d/network stop all";
+
+// What the screen keeps while it is shown.
+struct MainMenuState {
+    std::string host_name;
+    int result = 0;
+};
+
+// ---- actions ----
+
+void StartAllInterfaces() {
+    Say("Starting all interfaces...\n");
+    RunCommand(kStartAll);
+}
+
+void StopAllInterfaces() {
+    Say("Stopping all interfaces...\n");
+    RunCommand(kStopAll);
+}
+
+void RestartAllInterfaces() {
+    StopAllInterfaces();
+    StartAllInterfaces();
+}
+
+void RestartDnsCache() {
+    Say("Restarting DNS cache...\n");
+    // -w: the old daemon must be gone before the new one takes its socket.
+    RunCommand("killall -w nscd");
+    Pause(1);
+    RunCommand("/etc/init.d/service-nscd start >/dev/null 2>&1");
+}
+
+template <void (*kWork)()>
+void Confirmed(MainMenuState&) {
+    if (AskYesNoOnBlankScreen()) ShellEscape(kWork);
+}
+
+void ChangeComputerName(MainMenuState& state) {
+    std::string name = state.host_name;
+    if (PromptText("New computer host name\n"
+                   "Use only letters, numbers, underscores, dashes, or periods",
+                   name)) {
+        SetHostName(HostNameFrom(name));
+    }
+}
+
+void OpenSystemScreen(MainMenuState&) {
+    RunSystemScreen();
+}
+
+// ---- rows ----
+
+// An action row. One without a label has an id, but no row. Rows 3, 20014 and 20016 open screens.
+struct ActionRow {
+    const char* label;
+    int id;
+    int hot_key;
+    void (*act)(MainMenuState&);
+};
+
+// Two rows share the key u: pressing it again moves to the other.
+constexpr ActionRow kActionRows[] = {
+    {"Bring up all interfaces", 4, 'u', Confirmed<StartAllInterfaces>},
+    {"Bring down all interfaces", 5, 'd', Confirmed<StopAllInterfaces>},
+    {"Update interfaces from config", 7, 'u', Confirmed<RestartAllInterfaces>},
+    {"Change computer name", 20013, 'n', ChangeComputerName},
+    {"Network Time Protocol settings", 20014, 't', nullptr},
+    {"Flush/reset DNS cache", 20015, 'f', Confirmed<RestartDnsCache>},
+    {"Services", 20016, 's', nullptr},
+    {"Diagnostics", 3, 'i', nullptr},
+    {nullptr, 2, 0, OpenSystemScreen},
+};
+
+// '1' to '9' for the first nine interfaces, '0' for the tenth.
+int InterfaceHotKey(int number) {
+    if (number > 10) return 0;
+    return number == 10 ? '0' : '0' + number;
+}
+
+std::string InterfaceRow(int number, const std::string& name, const std::string& address,
+                         const InterfaceStatus& status) {
+    char text[512];
+    std::snprintf(text, sizeof text, "%d. %-6s  %s  %s  %s", number, name.c_str(), address.c_str(),
+                  status.link.c_str(), status.up.c_str());
+    return text;
+}
+
+void AddInterface(Menu& menu, int number, const std::string& name, const InterfaceFacts& facts) {
+    const RouteEntry* route = FindGateway(name);
+    InterfaceStatus status;
+    UnderstandInterface(facts, route != nullptr ? route->gateway : 0, status);
+    const std::string address =
+        facts.hardware_address ? FormatHardwareAddress(*facts.hardware_address) : "";
+    StoreInterface(static_cast<std::size_t>(number - 1), name, address);
+    menu.SetHotKey(
+        menu.AddItem(InterfaceRow(number, name, address, status), kFirstInterface + number - 1),
+        InterfaceHotKey(number));
+    for (const std::string& row : FormatInterfaceStatus(status)) {
+        menu.AddInformation(row, kInformation);
+    }
+    menu.AddSeparator();
+}
+
+void AddInterfaces(Menu& menu) {
+    const std::vector<std::string> names =
+        ParseInterfaceList(CommandOutput("ip link").value_or(std::string()));
+    const int packet_socket = OpenPacketSocket();
+    int number = 0;
+    for (const std::string& name : names) {
+        AddInterface(menu, ++number, name, GatherInterface(name, packet_socket));
+    }
+    if (packet_socket >= 0) close(packet_socket);
+}
+
+void AddRows(Menu& menu, MainMenuState& state) {
+    state.host_name = HostName();
+    for (const ActionRow& row : kActionRows) {
+        if (row.label != nullptr) menu.SetHotKey(menu.AddItem(row.label, row.id), row.hot_key);
+    }
+    menu.AddSeparator();
+    UpdateRouteInfo();
+    CheckMultipleGateways();
+    AddInterfaces(menu);
+    if (multipleGateways != 0) {
+        menu.SetMarked(menu.AddInformation("WARNING: Multiple gateways active", kInformation),
+                       true);
+        menu.AddSeparator();
+    }
+    menu.SetHotKey(menu.AddItem("Exit this program", kExit), 'e');
+}
+
+void Paint(Menu& menu, const MainMenuState& state) {
+    menu.SetPosition(4, 5);
+    menu.SetSize(COLS - 5, LINES - 6);
+    PaintTitle(menu, 4, "Tavrin 4 Network configuration utility");
+    PaintTitle(menu, 3, "Network configuration main menu for '" + state.host_name + "'");
+    PaintTitle(menu, 2, "Select network interface and hit ENTER to configure it.");
+}
+
+void Act(Menu& menu, const MenuItem& item, MainMenuState& state) {
+    if (item.id == kExit) {
+        menu.running = false;
+        state.result = 1;
+        return;
+    }
+    for (const ActionRow& row : kActionRows) {
+        if (row.id != item.id || row.act == nullptr) continue;
+        row.act(state);
+        menu.rebuild = true;
+    }
+}
+
+}  // namespace
+
+int RunMainMenu() {
+    MainMenuState state;
+    RunScreen({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
+               .paint = [&](Menu& menu) { Paint(menu, state); },
+               .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
+               .refresh_seconds = kRefreshSeconds});
+    return state.result;
+}

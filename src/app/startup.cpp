@@ -1,0 +1,116 @@
+#include "app/startup.h"
+
+#include <curses.h>
+#include <fcntl.h>
+#include <strings.h>
+#include <term.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+#include <string>
+
+#include "ui/colours.h"
+#include "ui/terminal.h"
+#include "util/assertion.h"
+#include "util/command.h"
+#include "util/signal_gate.h"
+
+namespace {
+
+constexpr const char* kMouseTerminal = "xterm-1003";
+constexpr mmask_t kMouseEvents = ALL_MOUSE_EVENTS | REPORT_MOUSE_POSITION;
+constexpr unsigned kCleanUpSeconds = 5;
+
+void OpenMissingDescriptors() {
+    for (int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        // The lowest free number is the missing one.
+        if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);
+    }
+}
+
+bool IsIgnored(int signal_number) {
+    struct sigaction action = {};
+    sigaction(signal_number, nullptr, &action);
+    return action.sa_handler == SIG_IGN;
+}
+
+bool TerminalTypeExists(const char* name) {
+    int found = 0;
+    if (setupterm(name, STDOUT_FILENO, &found) != OK) return false;
+    del_curterm(cur_term);
+    return true;
+}
+
+}  // namespace
+
+bool AsksForHelp(const char* argument) {
+    if (*argument != '-') return false;
+    return std::strcmp(argument + std::strspn(argument, "-"), "help") == 0;
+}
+
+void PrintUsage() {
+    // The text is the sibling capture tool's; the product line has no other.
+    std::fputs("orb-cap-ui [options]\n", stderr);
+    std::fputs("Tavrin 4 Capture Collection UI\n", stderr);
+}
+
+void PrintRootRefusal() {
+    std::fputs("Ifmenu must be run as root or sudo.\n", stderr);
+    std::fputs("If you are authorized to, please run me as follows:\n", stderr);
+    std::fputs("\n", stderr);
+    std::fputs("# sudo ifmenu\n", stderr);
+    std::fputs("\n", stderr);
+}
+
+void PrepareProcess() {
+    OpenMissingDescriptors();
+    before_assertion_report = RestoreTerminal;
+    CloseSignalGate();
+    std::signal(SIGCHLD, SIG_IGN);
+    struct sigaction action = {};
+    action.sa_handler = OnTerminateSignal;
+    action.sa_mask = GatedSignals();
+    for (int number : {SIGINT, SIGQUIT, SIGTERM})
+        sigaction(number, &action, nullptr);
+    if (!IsIgnored(SIGHUP)) sigaction(SIGHUP, &action, nullptr);
+}
+
+void OnTerminateSignal(int signal_number) {
+    if (signal_number != SIGINT && signal_number != SIGQUIT && signal_number != SIGTERM &&
+        signal_number != SIGHUP) {
+        return;
+    }
+    alarm(kCleanUpSeconds);
+    if (stdscr != nullptr && !isendwin()) {
+        // Curses turns mouse reporting off only when it believes that it is on.
+        mousemask(kMouseEvents, nullptr);
+    }
+    EndProgram(128 + signal_number);
+}
+
+void PrepareSettingsFolder() {
+    RunCommand("mkdir -p /etc/network; touch /etc/network/default.wireless");
+}
+
+void ChooseTerminalType() {
+    const char* type = std::getenv("TERM");
+    if (type == nullptr || strncasecmp(type, "xterm", 5) != 0) return;
+    if (TerminalTypeExists(kMouseTerminal)) setenv("TERM", kMouseTerminal, 1);
+}
+
+void StartTerminal() {
+    std::setlocale(LC_CTYPE, "");
+    initscr();
+    StartColours();
+    StartKeyboard();
+    attrset(A_NORMAL);
+    scrollok(stdscr, FALSE);
+    MouseAvailable = mousemask(kMouseEvents, nullptr) != 0;
+    refresh();
+    curs_set(0);
+}

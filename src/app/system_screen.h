@@ -1,0 +1,4 @@
+// The "System" screen: one row, back to the main menu.
+#pragma once
+
+void RunSystemScreen();

@@ -1,0 +1,39 @@
+// The modal dialogs. Each takes the keyboard until it returns, leaves the cursor hidden, and does
+// not restore what it has drawn over: the calling screen sets its menu's `rebuild` or `redraw`.
+#pragma once
+
+#include <form.h>
+
+#include <string>
+#include <string_view>
+
+constexpr std::string_view kDefaultQuestion = "Are you sure? [y/n]";
+
+// Asks the question at the cursor and waits for y or Y (true) or n, N, q, ESC or backspace (false).
+// Every other key, ENTER too, is ignored. With a mouse it shows two buttons: a click anywhere on
+// their lines answers.
+bool AskYesNo(std::string_view question = kDefaultQuestion);
+
+// Asks on a blank screen, the question at its top left corner.
+bool AskYesNoOnBlankScreen(std::string_view question = kDefaultQuestion);
+
+// A box with the prompt (lines separated by "\n") and one line of text to edit, `value` at first
+// (what fits of it: COLS - 4 characters, at most 254 bytes). ENTER stores the text without blanks
+// around it in `value` and gives true; ESC gives false and leaves `value` alone. So does any key
+// when the terminal is too small for the box.
+bool PromptText(std::string_view prompt, std::string& value);
+
+// Feeds one key to the form. ESC clears `running` and sets `cancelled`; ENTER clears `running` and
+// commits the typed text to the field's buffer.
+void FormHandleKey(FORM* form, bool& running, bool& cancelled);
+
+// The same box for a password: printable ASCII only, at most COLS - 4 or 255 characters, shown as
+// asterisks. ESC empties `value` and gives false. The caller wipes `value` when the password has
+// been used; the dialog keeps no copy.
+bool PromptPassword(std::string_view prompt, std::string& value);
+
+// On the plain terminal: says "Hit enter to continue" and waits for ENTER.
+void WaitForEnter();
+
+// The same inside curses.
+void WaitForEnterCurses();

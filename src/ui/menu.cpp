@@ -1,0 +1,258 @@
+// Rows, moves, hot keys, scrolling and clicks; the cells and colours are in menu_paint.cpp.
+#include "ui/menu.h"
+
+#include <curses.h>
+
+#include <algorithm>
+
+#include "ui/terminal.h"
+#include "ui/text.h"
+
+namespace {
+
+// A menu of nothing but unselectable rows must not hang.
+constexpr int kMostSteps = 101;
+
+// How long a click on the selected row may wait for the key pass that makes it an activation.
+constexpr double kClickSeconds = 0.4;
+
+}  // namespace
+
+void MenuItem::Set(Flag flag, bool on) {
+    flags = static_cast<std::uint8_t>(on ? flags | flag : flags & ~flag);
+}
+
+void Menu::Init() {
+    inactive = false;
+    selection = 0;
+    redraw = true;
+    top = 0;
+    running = true;
+    SetSize(COLS - 8, LINES - 8);
+    SetPosition(4, 4);
+    clickPending = -1;
+    clickTime = 0;
+}
+
+const MenuItem* Menu::ItemAt(int index) const {
+    return index >= 0 && index < Count() ? &items[static_cast<std::size_t>(index)] : nullptr;
+}
+
+int Menu::AddBlank() {
+    items.emplace_back();
+    return Count() - 1;
+}
+
+int Menu::AddItem(std::string_view label, int id) {
+    const int index = AddBlank();
+    items.back().label = label;
+    items.back().id = id;
+    return index;
+}
+
+int Menu::AddSeparator() {
+    return AddInformation("", 0);
+}
+
+int Menu::AddInformation(std::string_view label, int id) {
+    const int index = AddItem(label, id);
+    items.back().Set(MenuItem::kDim, true);
+    items.back().Set(MenuItem::kUnselectable, true);
+    return index;
+}
+
+void Menu::Clear() {
+    items.clear();
+}
+
+void Menu::SetHotKey(int index, int key) {
+    if (ItemAt(index) != nullptr) items[static_cast<std::size_t>(index)].hotKey = key;
+}
+
+void Menu::SetMarked(int index, bool on) {
+    if (ItemAt(index) != nullptr) {
+        items[static_cast<std::size_t>(index)].Set(MenuItem::kMarked, on);
+    }
+}
+
+void Menu::SetPosition(int column, int line) {
+    x = column;
+    y = line;
+}
+
+void Menu::SetSize(int columns, int lines) {
+    width = columns;
+    height = lines;
+}
+
+Menu::Result Menu::HandleKey(int key) {
+    const int old_selection = selection;
+    const int old_top = top;
+    const Result result = TakeKey(key);
+    KeepVisible();
+    if (top != old_top) {
+        Draw();
+        refresh();
+    } else if (selection != old_selection) {
+        DrawItem(old_selection);
+        DrawItem(selection);
+        refresh();
+    }
+    if (clickPending >= 1 && result == kNotTaken) {
+        clickPending = -1;
+        return now_seconds() < clickTime + kClickSeconds ? kActivate : kNotTaken;
+    }
+    return result;
+}
+
+Menu::Result Menu::TakeKey(int key) {
+    switch (key) {
+        case KEY_DOWN:
+            MoveDown(1);
+            return kConsumed;
+        case KEY_UP:
+            MoveUp(1);
+            return kConsumed;
+        case KEY_HOME:
+            selection = 0;
+            return kConsumed;
+        case KEY_END:
+            selection = Count() - 1;
+            return kConsumed;
+        case KEY_NPAGE:
+            PageDown();
+            return kConsumed;
+        case KEY_PPAGE:
+            PageUp();
+            return kConsumed;
+        case KEY_BACKSPACE:
+        case kEscape:
+            running = false;
+            return kConsumed;
+        case KEY_RESIZE:
+            redraw = true;
+            return kConsumed;
+        case '\n':
+        case '\r':
+        case KEY_ENTER:
+            return kActivate;
+        default:
+            return SelectByHotKey(key) >= 0 ? kConsumed : kNotTaken;
+    }
+}
+
+void Menu::MoveUp(int steps) {
+    for (; steps > 0; --steps)
+        Step(-1);
+}
+
+void Menu::MoveDown(int steps) {
+    for (; steps > 0; --steps)
+        Step(+1);
+}
+
+void Menu::Step(int direction) {
+    if (items.empty()) return;
+    for (int steps = 0; steps < kMostSteps; ++steps) {
+        selection += direction;
+        // Rows may have gone since the selection was made: going up from behind the last row
+        // comes to the last row.
+        if (selection >= Count()) selection = direction > 0 ? 0 : Count() - 1;
+        if (selection < 0) selection = Count() - 1;
+        if (!ItemAt(selection)->Has(MenuItem::kUnselectable)) return;
+    }
+}
+
+void Menu::PageDown() {
+    const int bottom = top + height - 1;
+    const int last = Count() - 1;
+    if (selection != bottom) {
+        selection = bottom;
+    } else if (selection != last) {
+        selection += height - 1;
+    }
+    selection = std::min(selection, last);
+}
+
+void Menu::PageUp() {
+    if (selection != top) {
+        selection = top;
+    } else if (selection >= 1) {
+        selection = std::max(selection - height + 1, 0);
+    }
+}
+
+void Menu::KeepVisible() {
+    selection = std::max(selection, 0);
+    if (selection < top) {
+        top = selection;
+    } else if (selection >= top + height) {
+        top = selection - (height - 1);
+    }
+    top = std::max(std::min(top, Count() - 1), 0);
+}
+
+int Menu::SelectByHotKey(int key) {
+    if (key <= 0) return -1;
+    for (int step = 1; step <= Count(); ++step) {
+        const int index = (selection + step) % Count();
+        const MenuItem& item = *ItemAt(index);
+        if (!item.Has(MenuItem::kUnselectable) && item.hotKey == key) return selection = index;
+    }
+    return -1;
+}
+
+void Menu::HandleMouse() {
+    MEVENT event = {};
+    if (getmouse(&event) != OK) return;
+    SetHover(event.y, event.x);
+    if ((event.bstate & BUTTON1_PRESSED) != 0) SelectAt(event.y, event.x);
+    if ((event.bstate & (BUTTON1_CLICKED | BUTTON1_DOUBLE_CLICKED)) != 0) {
+        ArmClick(event.y, event.x);
+        SelectAt(event.y, event.x);
+    }
+    refresh();
+}
+
+void Menu::SetHover(int line, int column) {
+    for (int index = top; index < top + height && index < Count(); ++index) {
+        const bool hovered = line == y + index - top && column >= x && column < x + width;
+        MenuItem& item = items[static_cast<std::size_t>(index)];
+        if (item.Has(MenuItem::kHover) != hovered) {
+            item.Set(MenuItem::kHover, hovered);
+            DrawItem(index);
+        }
+    }
+}
+
+bool Menu::IsHit(int index, int line, int column) const {
+    const MenuItem* item = ItemAt(index);
+    const int row = index - top;
+    if (row < 0 || (row >= height && width < 1) || item == nullptr) return false;
+    return line == y + row && column >= x && column < x + width && !item->Has(MenuItem::kDim);
+}
+
+int Menu::RowAt(int line, int column) const {
+    for (int index = top; index < top + height; ++index) {
+        if (IsHit(index, line, column)) return index;
+    }
+    return -1;
+}
+
+void Menu::SelectAt(int line, int column) {
+    const int old_selection = selection;
+    // A click beside the list jumps back to the first row.
+    selection = std::max(RowAt(line, column), 0);
+    if (selection != old_selection) {
+        DrawItem(old_selection);
+        DrawItem(selection);
+    }
+}
+
+void Menu::ArmClick(int line, int column) {
+    const int index = RowAt(line, column);
+    if (index >= 0 && index == selection && clickPending <= 0) {
+        clickPending = 1;
+        clickTime = now_seconds();
+    }
+}

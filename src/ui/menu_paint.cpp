@@ -1,0 +1,64 @@
+// How the rows of a Menu look.
+#include <curses.h>
+
+#include <algorithm>
+
+#include "ui/colours.h"
+#include "ui/menu.h"
+#include "ui/text.h"
+
+namespace {
+
+// The letter that stands for a row's hot key, and the column within the row where it is drawn.
+struct HotKeyMark {
+    int letter;
+    int column;
+};
+
+// The hot key's own letter in the label; one blank behind the label when it has no such letter.
+HotKeyMark MarkOf(const MenuItem& item, int width) {
+    const char* found = find_char_nocase(item.label.c_str(), item.hotKey);
+    if (found == nullptr) {
+        const int shown = width < 1 ? 0 : std::min(ColumnsOf(item.label), width);
+        return {item.hotKey, shown + 1};
+    }
+    const auto offset = static_cast<std::size_t>(found - item.label.c_str());
+    return {static_cast<unsigned char>(*found), ColumnsOf(item.label.substr(0, offset))};
+}
+
+}  // namespace
+
+void Menu::Draw() const {
+    for (int row = 0; row < height; ++row)
+        DrawItem(top + row);
+}
+
+unsigned Menu::RowAttribute(int index) const {
+    const MenuItem* item = ItemAt(index);
+    if (item == nullptr) return PairAttribute(Colour::Text);
+    const bool selected = index == selection;
+    const bool hover = item->Has(MenuItem::kHover);
+    const bool dim = item->Has(MenuItem::kDim);
+    const unsigned weight = !dim && !inactive ? A_BOLD : A_DIM;
+    if (item->Has(MenuItem::kMarked)) {
+        return PairAttribute(Colour::Warning) | weight | (selected ? A_REVERSE : 0U);
+    }
+    if (selected) {
+        return PairAttribute(inactive || hover ? Colour::SelectedHover : Colour::Selected) | weight;
+    }
+    if (inactive) return PairAttribute(Colour::Inactive) | weight;
+    return PairAttribute(hover && !dim ? Colour::Hover : Colour::Text) | weight;
+}
+
+void Menu::DrawItem(int index) const {
+    const int row = index - top;
+    if (row < 0 || (row >= height && width < 1)) return;
+    const MenuItem* item = ItemAt(index);
+    attrset(RowAttribute(index));
+    move(y + row, x);
+    addwstr(FitColumns(item != nullptr ? item->label : "", width).c_str());
+    if (item == nullptr || item->hotKey == 0) return;
+    const HotKeyMark mark = MarkOf(*item, width);
+    attrset(index == selection ? A_REVERSE : PairAttribute(Colour::Hover) | A_BOLD);
+    if (move(y + row, x + mark.column) != ERR) addch(static_cast<chtype>(mark.letter));
+}

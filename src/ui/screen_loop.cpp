@@ -1,0 +1,58 @@
+#include "ui/screen_loop.h"
+
+#include <curses.h>
+
+#include "ui/colours.h"
+#include "ui/terminal.h"
+#include "ui/text.h"
+
+namespace {
+
+constexpr int kTitleIndent = 4;
+
+void RebuildRows(const Screen& screen, Menu& menu) {
+    menu.Clear();
+    menu.rebuild = false;
+    menu.redraw = true;
+    screen.add_rows(menu);
+}
+
+void Repaint(const Screen& screen, Menu& menu) {
+    menu.ClearRedraw();
+    attrset(PairAttribute(Colour::Text));
+    clear();
+    screen.paint(menu);
+    menu.Draw();
+    refresh();
+}
+
+}  // namespace
+
+void RunScreen(const Screen& screen) {
+    Menu menu;
+    menu.Init();
+    menu.rebuild = true;
+    double next_refresh = 0;
+    do {
+        const double now = now_seconds();
+        if (screen.refresh_seconds > 0 && now >= next_refresh) {
+            next_refresh = now + screen.refresh_seconds;
+            menu.rebuild = true;
+        }
+        if (menu.rebuild) RebuildRows(screen, menu);
+        if (menu.NeedsRedraw()) Repaint(screen, menu);
+        menu.Idle();
+        const int key = ReadKey();
+        if (key == KEY_MOUSE) menu.HandleMouse();
+        if (menu.HandleKey(key) == Menu::kActivate) {
+            if (const MenuItem* item = menu.ItemAt(menu.selection)) {
+                const MenuItem activated = *item;
+                screen.act(menu, activated);
+            }
+        }
+    } while (menu.IsRunning());
+}
+
+void PaintTitle(const Menu& menu, int above, std::string_view title) {
+    PrintAt(menu.y - above, menu.x - kTitleIndent, title);
+}

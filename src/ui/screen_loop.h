@@ -1,0 +1,31 @@
+// The loop that every screen runs around its Menu, written once: rebuild the rows when asked, paint
+// when asked, read one key, let the menu take it, act on the row that was activated.
+//
+//     RunScreen({.add_rows = [](Menu& menu) { menu.AddItem("Back to main menu", 1); },
+//                .paint = [](Menu& menu) { menu.SetSize(...); ... PaintTitle(menu, 2, "System"); },
+//                .act = [](Menu& menu, const MenuItem& item) { menu.running = false; }});
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+#include "ui/menu.h"
+
+struct Screen {
+    // Adds the rows to the cleared menu. Called at the first pass and whenever `rebuild` is set.
+    std::function<void(Menu&)> add_rows;
+    // On the cleared screen: sets the menu's position and size for the present LINES and COLS,
+    // then prints the title and what else stands above the rows.
+    std::function<void(Menu&)> paint;
+    // Does what the activated row stands for. Afterwards sets `rebuild` or `redraw` when the
+    // screen showed something else meanwhile, or clears `running`. The item is the caller's copy.
+    std::function<void(Menu&, const MenuItem&)> act;
+    // Seconds after which the rows are made anew by themselves; 0: never.
+    double refresh_seconds = 0;
+};
+
+// Runs the screen until its menu stops: ESC, backspace, a row that ends it, or no rows left.
+void RunScreen(const Screen& screen);
+
+// Prints a screen's title `above` rows above the menu's first row and four columns to its left.
+void PaintTitle(const Menu& menu, int above, std::string_view title);

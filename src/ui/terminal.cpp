@@ -1,0 +1,175 @@
+#include "ui/terminal.h"
+
+#include <curses.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "ui/text.h"
+#include "util/signal_gate.h"
+
+bool MouseAvailable = false;
+
+namespace {
+
+constexpr int kKeyWaitMs = 16;
+constexpr int kEscapeWaitMs = 25;
+// Within a sequence that has begun, the next byte may come over a slow line.
+constexpr int kSequenceWaitMs = 50;
+constexpr int kNoMoreInput = 1;
+
+// The wait for a key; ending signals are let in meanwhile.
+short WaitForInput(int milliseconds) {
+    pollfd input = {STDIN_FILENO, POLLIN, 0};
+    const OpenSignalGate open;
+    return poll(&input, 1, milliseconds) > 0 ? input.revents : static_cast<short>(0);
+}
+
+// At its end or hung up, standard input is ready to be read for ever, but holds no byte.
+bool InputHasEnded() {
+    if (WaitForInput(0) == 0) return false;
+    int waiting = 0;
+    return ioctl(STDIN_FILENO, FIONREAD, &waiting) != 0 || waiting <= 0;
+}
+
+bool IsBetween(int key, int first, int last) {
+    return key >= first && key <= last;
+}
+
+// The next byte of a sequence; ERR when none follows. A byte that can't belong to one is put back.
+int NextInSequence() {
+    const int key = wgetch(stdscr);
+    if (key == ERR || IsBetween(key, 0x20, 0x7e)) return key;
+    ungetch(key);
+    return ERR;
+}
+
+// Behind ESC [: parameters, then one letter or sign that ends the sequence. The Linux console's
+// function keys come as ESC [ [ and one letter.
+void SwallowControlSequence() {
+    int key = NextInSequence();
+    if (key == '[') {
+        NextInSequence();
+        return;
+    }
+    while (IsBetween(key, 0x20, 0x3f))
+        key = NextInSequence();
+}
+
+// Behind ESC O: one letter, on some terminals after a modifier's number.
+void SwallowSingleShift() {
+    int key = NextInSequence();
+    while (IsBetween(key, '0', '9') || key == ';')
+        key = NextInSequence();
+}
+
+// Curses has returned an ESC. It waited for what may follow, so that is here already.
+int ResolveEscape() {
+    const int follower = wgetch(stdscr);
+    if (follower == ERR) return kEscape;
+    if (follower != '[' && follower != 'O') {
+        ungetch(follower);
+        return kEscape;
+    }
+    timeout(kSequenceWaitMs);
+    if (follower == '[') {
+        SwallowControlSequence();
+    } else {
+        SwallowSingleShift();
+    }
+    timeout(0);
+    return kUnknownKey;
+}
+
+}  // namespace
+
+void StartKeyboard() {
+    keypad(stdscr, TRUE);
+    nonl();
+    // The wait is done in ReadKey, where signals can be let in; curses itself never waits.
+    timeout(0);
+    set_escdelay(kEscapeWaitMs);
+    cbreak();
+    noecho();
+}
+
+int ReadKey() {
+    int key = wgetch(stdscr);
+    if (key == ERR) {
+        WaitForInput(kKeyWaitMs);
+        key = wgetch(stdscr);
+        if (key == ERR && InputHasEnded()) EndProgram(kNoMoreInput);
+    }
+    return key == kEscape ? ResolveEscape() : key;
+}
+
+void Print(std::string_view text) {
+    for (;;) {
+        const std::size_t line_feed = text.find('\n');
+        addwstr(DisplayText(text.substr(0, line_feed)).c_str());
+        if (line_feed == std::string_view::npos) return;
+        addch('\n');
+        text.remove_prefix(line_feed + 1);
+    }
+}
+
+void PrintAt(int line, int column, std::string_view text) {
+    if (move(line, column) != ERR) Print(text);
+}
+
+void ShellEscape(const std::function<void()>& work) {
+    attrset(A_NORMAL);
+    clear();
+    refresh();
+    endwin();
+    work();
+    initscr();
+}
+
+void LeaveCursesAtHome() {
+    endwin();
+    std::printf("\x1b[H");
+    std::printf("\x1b[J");
+    std::fflush(stdout);
+}
+
+void Say(std::string_view message) {
+    std::fwrite(message.data(), 1, message.size(), stderr);
+}
+
+void ReadLineRaw() {
+    for (;;) {
+        // Waiting apart from reading lets ending signals in.
+        if (WaitForInput(-1) == 0) continue;
+        char byte = 0;
+        const ssize_t count = read(STDIN_FILENO, &byte, 1);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0 || byte == '\n' || byte == '\r') return;
+        // Ctrl-D reads as an end once; on a terminal that is still there, more can follow.
+        if (count == 0 && (isatty(STDIN_FILENO) == 0 || (WaitForInput(0) & POLLHUP) != 0)) {
+            EndProgram(kNoMoreInput);
+        }
+    }
+}
+
+void WaitForKeyEnter() {
+    for (;;) {
+        const int key = ReadKey();
+        const int low_byte = key & 0xff;
+        if (key != ERR && (low_byte == '\r' || low_byte == '\n')) return;
+    }
+}
+
+void RestoreTerminal() {
+    if (stdscr != nullptr && !isendwin()) endwin();
+}
+
+void EndProgram(int status) {
+    RestoreTerminal();
+    std::exit(status);
+}

@@ -1,0 +1,130 @@
+#include "util/command.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <cerrno>
+#include <csignal>
+#include <ctime>
+#include <initializer_list>
+
+#include "util/signal_gate.h"
+
+namespace {
+
+// Where a command's output goes when not to the terminal: the write end of a pipe.
+constexpr int kTerminal = -1;
+
+// Starts /bin/sh on the command; -1 when that fails.
+pid_t StartShell(const std::string& command, int output) {
+    posix_spawnattr_t attributes;
+    posix_spawn_file_actions_t actions;
+    if (posix_spawnattr_init(&attributes) != 0) return -1;
+    if (posix_spawn_file_actions_init(&actions) != 0) {
+        posix_spawnattr_destroy(&attributes);
+        return -1;
+    }
+    sigset_t defaults;
+    sigset_t mask;
+    sigemptyset(&defaults);
+    for (int number : {SIGCHLD, SIGINT, SIGQUIT})
+        sigaddset(&defaults, number);
+    sigemptyset(&mask);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setsigmask(&attributes, &mask);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    if (output != kTerminal) {
+        posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    }
+    std::string shell = "sh";
+    std::string flag = "-c";
+    std::string text = command;
+    char* arguments[] = {shell.data(), flag.data(), text.data(), nullptr};
+    pid_t pid = -1;
+    const int failure = posix_spawn(&pid, "/bin/sh", &actions, &attributes, arguments, environ);
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    return failure == 0 ? pid : -1;
+}
+
+// The kernel reaps the child itself (SIGCHLD is ignored), so the wait ends with ECHILD.
+void WaitFor(pid_t pid) {
+    const OpenSignalGate open;
+    while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+    }
+}
+
+std::string ReadToEnd(int descriptor) {
+    std::string text;
+    char buffer[4096];
+    const OpenSignalGate open;
+    for (;;) {
+        const ssize_t count = read(descriptor, buffer, sizeof buffer);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) return text;
+        text.append(buffer, static_cast<size_t>(count));
+    }
+}
+
+bool IsWordByte(unsigned char byte) {
+    return byte < 0x80 &&
+           (std::isalnum(byte) != 0 ||
+            std::string_view("%+,-./:=@_").find(static_cast<char>(byte)) != std::string_view::npos);
+}
+
+}  // namespace
+
+void RunCommand(const std::string& command) {
+    struct sigaction ignore = {};
+    ignore.sa_handler = SIG_IGN;
+    struct sigaction interrupt = {};
+    struct sigaction quit = {};
+    sigaction(SIGINT, &ignore, &interrupt);
+    sigaction(SIGQUIT, &ignore, &quit);
+    const pid_t pid = StartShell(command, kTerminal);
+    if (pid > 0) WaitFor(pid);
+    sigaction(SIGINT, &interrupt, nullptr);
+    sigaction(SIGQUIT, &quit, nullptr);
+}
+
+std::optional<std::string> CommandOutput(const std::string& command) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
+    const pid_t pid = StartShell(command, ends[1]);
+    close(ends[1]);
+    std::optional<std::string> output;
+    if (pid > 0) {
+        output = ReadToEnd(ends[0]);
+        WaitFor(pid);
+    }
+    close(ends[0]);
+    return output;
+}
+
+std::string ShellWord(std::string_view name) {
+    bool plain = !name.empty();
+    for (char c : name)
+        plain = plain && IsWordByte(static_cast<unsigned char>(c));
+    if (plain) return std::string(name);
+    std::string word = "'";
+    for (char c : name) {
+        if (c == '\'') {
+            word += "'\\''";
+        } else {
+            word += c;
+        }
+    }
+    return word + "'";
+}
+
+void Pause(unsigned seconds) {
+    timespec left = {};
+    left.tv_sec = static_cast<time_t>(seconds);
+    const OpenSignalGate open;
+    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+    }
+}

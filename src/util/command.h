@@ -1,0 +1,29 @@
+// The one door to other programs: shell commands, run by /bin/sh -c exactly as written.
+//
+// A command starts with SIGCHLD, SIGINT and SIGQUIT at their defaults and no signal held back,
+// whatever this program does with them: start-up scripts whose shell hands an ignored SIGCHLD on
+// misread their own children, and Ctrl-C must end a command that hangs. Exit statuses are never
+// looked at; the operator sees what the command itself prints.
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+// Runs the command on the program's own terminal and waits for it, as system() does: while it
+// runs, SIGINT and SIGQUIT go to the command alone. Nothing happens when it can't be started.
+void RunCommand(const std::string& command);
+
+// Runs the command and returns what it wrote to standard output; nothing when it can't be
+// started. Its standard error is dropped: the screen is up, and a complaint would land in the
+// middle of it.
+std::optional<std::string> CommandOutput(const std::string& command);
+
+// A name as one word of a shell command: unchanged when it consists of letters, digits and
+// "%+,-./:=@_" only, which no shell takes for more than a word; otherwise in single quotes.
+std::string ShellWord(std::string_view name);
+
+// Waits at least that many seconds; ending signals are let in meanwhile.
+void Pause(unsigned seconds);

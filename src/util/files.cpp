@@ -1,0 +1,21 @@
+#include "util/files.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+std::optional<std::string> ReadWholeFile(const char* path) {
+    const int descriptor = open(path, O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) return std::nullopt;
+    std::string text;
+    char buffer[16384];
+    ssize_t count = 0;
+    do {
+        count = read(descriptor, buffer, sizeof buffer);
+        if (count > 0) text.append(buffer, static_cast<size_t>(count));
+    } while (count > 0 || (count < 0 && errno == EINTR));
+    close(descriptor);
+    if (count < 0) return std::nullopt;
+    return text;
+}

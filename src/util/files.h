@@ -1,0 +1,9 @@
+// Whole files in and out.
+#pragma once
+
+#include <optional>
+#include <string>
+
+// The file's bytes; nothing when it can't be opened or read (a directory, say). Reads to the end,
+// as files under /proc tell no size.
+std::optional<std::string> ReadWholeFile(const char* path);

@@ -1,0 +1,25 @@
+// The signals that end or stop the program (SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGTSTP) restore the
+// terminal, which is only safe while nothing is half drawn. They are therefore held back
+// all the time but where the program merely waits: for a key, for a command, for a pause to pass.
+//
+//     CloseSignalGate();                 // once, at start-up
+//     { OpenSignalGate open; poll(...); }  // what has come meanwhile is delivered here
+#pragma once
+
+#include <csignal>
+
+// The signals that pass the gate.
+sigset_t GatedSignals();
+
+// Holds the gated signals back from now on.
+void CloseSignalGate();
+
+// Lets the gated signals in for as long as it lives; afterwards the mask is as it was.
+struct OpenSignalGate {
+    OpenSignalGate();
+    ~OpenSignalGate();
+    OpenSignalGate(const OpenSignalGate&) = delete;
+    OpenSignalGate& operator=(const OpenSignalGate&) = delete;
+
+    sigset_t before;
+};
