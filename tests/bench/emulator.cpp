@@ -1,0 +1,273 @@
+#include "emulator.h"
+
+#include <vterm.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace bench {
+namespace {
+
+constexpr char kEscape = '\x1b';
+
+const char* ColourName(int colour) {
+    static const char* const kNames[] = {"black", "red",     "green", "yellow",
+                                         "blue",  "magenta", "cyan",  "white"};
+    return colour >= kBlack && colour <= kWhite ? kNames[colour] : "default";
+}
+
+std::string Utf8(uint32_t code) {
+    std::string text;
+    const auto add = [&](uint32_t byte) { text += static_cast<char>(byte); };
+    if (code < 0x80) {
+        add(code);
+    } else if (code < 0x800) {
+        add(0xC0 | code >> 6);
+        add(0x80 | (code & 0x3F));
+    } else if (code < 0x10000) {
+        add(0xE0 | code >> 12);
+        add(0x80 | (code >> 6 & 0x3F));
+        add(0x80 | (code & 0x3F));
+    } else {
+        add(0xF0 | code >> 18);
+        add(0x80 | (code >> 12 & 0x3F));
+        add(0x80 | (code >> 6 & 0x3F));
+        add(0x80 | (code & 0x3F));
+    }
+    return text;
+}
+
+int ColourIndex(const VTermColor& colour, bool is_default) {
+    if (is_default || !VTERM_COLOR_IS_INDEXED(&colour)) return kDefault;
+    return colour.indexed.idx;
+}
+
+// The length of the control sequence (ESC [ ... final byte) at `at`; 0 when its end is missing.
+size_t SequenceLength(const std::string& bytes, size_t at) {
+    for (size_t i = at + 2; i < bytes.size(); i++) {
+        if (bytes[i] >= '@' && bytes[i] <= '~') return i + 1 - at;
+    }
+    return 0;
+}
+
+// The numbers between the leader and the final byte; a missing number is -1.
+std::vector<int> Numbers(const std::string& sequence, size_t from) {
+    std::vector<int> numbers = {-1};
+    for (size_t i = from; i + 1 < sequence.size(); i++) {
+        if (sequence[i] == ';') {
+            numbers.push_back(-1);
+        } else if (sequence[i] >= '0' && sequence[i] <= '9') {
+            numbers.back() = std::max(numbers.back(), 0) * 10 + (sequence[i] - '0');
+        }
+    }
+    return numbers;
+}
+
+// An attribute sequence with "dim" put as "blink": 22 ends both boldness and dimness.
+std::string WithDimAsBlink(const std::string& sequence) {
+    std::string result = "\x1b[";
+    size_t colour_arguments = 0;
+    const std::vector<int> numbers = Numbers(sequence, 2);
+    for (size_t i = 0; i < numbers.size(); i++) {
+        if (i > 0) result += ';';
+        const int number = numbers[i];
+        if (colour_arguments > 0) {  // 38;5;N or 38;2;R;G;B: arguments, not attributes
+            colour_arguments--;
+        } else if (number == 38 || number == 48) {
+            const bool indexed = i + 1 < numbers.size() && numbers[i + 1] == 5;
+            colour_arguments = indexed ? 2 : 4;
+        } else if (number == 2) {
+            result += '5';
+            continue;
+        } else if (number == 22) {
+            result += "22;25";
+            continue;
+        } else if (number == 5 || number == 6 || number == 25) {
+            result += "10";  // the default font: changes nothing
+            continue;
+        }
+        if (number >= 0) result += std::to_string(number);
+    }
+    return result + 'm';
+}
+
+std::string Latin1ToUtf8(const std::string& bytes) {
+    std::string text;
+    for (const char byte : bytes)
+        text += Utf8(static_cast<unsigned char>(byte));
+    return text;
+}
+
+// The last whole character of a text that ends in one; empty otherwise.
+std::string LastCharacter(const std::string& text) {
+    size_t at = text.size();
+    while (at > 0 && (text[at - 1] & 0xC0) == 0x80)
+        at--;
+    if (at == 0 || static_cast<unsigned char>(text[at - 1]) < ' ') return "";
+    return text.substr(at - 1);
+}
+
+int OnProperty(VTermProp, VTermValue*, void*) {
+    return 1;
+}
+
+int OnBell(void* bells) {
+    ++*static_cast<int*>(bells);
+    return 1;
+}
+
+constexpr VTermScreenCallbacks kCallbacks = {
+    .damage = nullptr,
+    .moverect = nullptr,
+    .movecursor = nullptr,
+    .settermprop = OnProperty,
+    .bell = OnBell,
+    .resize = nullptr,
+    .sb_pushline = nullptr,
+    .sb_popline = nullptr,
+};
+
+void OnReply(const char* bytes, size_t length, void* reply) {
+    (*static_cast<std::function<void(const std::string&)>*>(reply))(std::string(bytes, length));
+}
+
+}  // namespace
+
+bool Cell::SameStyle(const Cell& other) const {
+    return fg == other.fg && bg == other.bg && bold == other.bold && dim == other.dim &&
+           reverse == other.reverse && underline == other.underline;
+}
+
+bool Cell::Plain() const {
+    return SameStyle(Cell());
+}
+
+std::string Cell::Style() const {
+    std::string style;
+    const auto add = [&](const std::string& word) { style += (style.empty() ? "" : " ") + word; };
+    if (fg != kDefault || bg != kDefault) add(std::string(ColourName(fg)) + "/" + ColourName(bg));
+    if (bold) add("bold");
+    if (dim) add("dim");
+    if (reverse) add("reverse");
+    if (underline) add("underline");
+    return style;
+}
+
+Emulator::Emulator(int rows, int cols, bool latin1, std::function<void(const std::string&)> reply)
+    : rows_(rows), cols_(cols), latin1_(latin1), reply_(std::move(reply)) {
+    vterm_ = vterm_new(rows, cols);
+    vterm_set_utf8(vterm_, 1);
+    vterm_output_set_callback(vterm_, OnReply, &reply_);
+    screen_ = vterm_obtain_screen(vterm_);
+    vterm_screen_enable_altscreen(screen_, 1);
+    vterm_screen_set_callbacks(screen_, &kCallbacks, &bells_);
+    vterm_screen_reset(screen_, 1);
+}
+
+Emulator::~Emulator() {
+    vterm_free(vterm_);
+}
+
+void Emulator::TrackModes(const std::string& sequence) {
+    const char final = sequence.back();
+    if (sequence.size() < 4 || sequence[2] != '?' || (final != 'h' && final != 'l')) return;
+    for (const int mode : Numbers(sequence, 3)) {
+        if (final == 'h') {
+            modes_.insert(mode);
+        } else {
+            modes_.erase(mode);
+        }
+    }
+}
+
+void Emulator::FeedSequence(const std::string& sequence) {
+    TrackModes(sequence);
+    const char final = sequence.back();
+    const bool is_public = sequence[2] != '?' && sequence[2] != '>';
+    if (final == 'm' && is_public) {
+        const std::string translated = WithDimAsBlink(sequence);
+        vterm_input_write(vterm_, translated.data(), translated.size());
+    } else if (final == 'b' && is_public) {
+        std::string repeated;
+        const int times = std::clamp(Numbers(sequence, 2)[0], 1, rows_ * cols_);
+        for (int i = 0; i < times; i++)
+            repeated += repeatable_;
+        vterm_input_write(vterm_, repeated.data(), repeated.size());
+    } else {
+        vterm_input_write(vterm_, sequence.data(), sequence.size());
+    }
+}
+
+void Emulator::FeedText(const std::string& bytes) {
+    if (bytes.empty()) return;
+    const std::string text = latin1_ ? Latin1ToUtf8(bytes) : bytes;
+    vterm_input_write(vterm_, text.data(), text.size());
+    repeatable_ = LastCharacter(text);
+}
+
+void Emulator::Feed(const std::string& bytes) {
+    const std::string all = held_ + bytes;
+    held_.clear();
+    size_t at = 0;
+    while (at < all.size()) {
+        const size_t escape = all.find(kEscape, at);
+        if (escape == std::string::npos) break;
+        FeedText(all.substr(at, escape - at));
+        at = escape;
+        if (at + 1 >= all.size()) {
+            held_ = all.substr(at);
+            return;
+        }
+        if (all[at + 1] != '[') {
+            vterm_input_write(vterm_, all.data() + at, 2);
+            at += 2;
+            continue;
+        }
+        const size_t length = SequenceLength(all, at);
+        if (length == 0) {
+            held_ = all.substr(at);
+            return;
+        }
+        FeedSequence(all.substr(at, length));
+        at += length;
+    }
+    FeedText(all.substr(at));
+}
+
+void Emulator::Resize(int rows, int cols) {
+    rows_ = rows;
+    cols_ = cols;
+    vterm_set_size(vterm_, rows, cols);
+}
+
+Cell Emulator::At(int row, int col) const {
+    Cell cell;
+    VTermScreenCell raw{};
+    if (vterm_screen_get_cell(screen_, VTermPos{row, col}, &raw) == 0) return cell;
+    constexpr uint32_t kRightHalf = 0xFFFFFFFF;
+    for (int i = 0; i < VTERM_MAX_CHARS_PER_CELL && raw.chars[i] != 0; i++) {
+        if (raw.chars[i] != kRightHalf) cell.text += Utf8(raw.chars[i]);
+    }
+    if (raw.chars[0] == 0) cell.text = " ";
+    cell.fg = ColourIndex(raw.fg, VTERM_COLOR_IS_DEFAULT_FG(&raw.fg));
+    cell.bg = ColourIndex(raw.bg, VTERM_COLOR_IS_DEFAULT_BG(&raw.bg));
+    cell.bold = raw.attrs.bold != 0;
+    cell.dim = raw.attrs.blink != 0;
+    cell.reverse = raw.attrs.reverse != 0;
+    cell.underline = raw.attrs.underline != 0;
+    return cell;
+}
+
+int Emulator::cursor_row() const {
+    VTermPos position{};
+    vterm_state_get_cursorpos(vterm_obtain_state(vterm_), &position);
+    return position.row;
+}
+
+int Emulator::cursor_col() const {
+    VTermPos position{};
+    vterm_state_get_cursorpos(vterm_obtain_state(vterm_), &position);
+    return position.col;
+}
+
+}  // namespace bench

@@ -1,0 +1,22 @@
+// Ending a test from within the bench, with the test's own line in the report.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <source_location>
+#include <string>
+
+namespace bench {
+
+// Where in the test a helper was called: taken as a default argument.
+using Place = std::source_location;
+
+// Reports a failure at the place and ends the test, as a fatal assertion would.
+[[noreturn]] inline void Fail(const std::string& message, const Place& place) {
+    const testing::TestPartResult result(testing::TestPartResult::kFatalFailure, place.file_name(),
+                                         static_cast<int>(place.line()), message.c_str());
+    ADD_FAILURE_AT(place.file_name(), static_cast<int>(place.line())) << message;
+    throw testing::AssertionException(result);
+}
+
+}  // namespace bench

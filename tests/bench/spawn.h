@@ -1,0 +1,79 @@
+// Starting programs in a private machine, and the few file descriptor habits the bench shares.
+//
+//     Spawning what;
+//     what.words = {"/bin/sh", "-c", "ip link"};
+//     Started child = Spawn(machine, what);      // a child of this process, inside the machine
+//     int status = 0;
+//     waitpid(child.pid, &status, 0);
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace bench {
+
+// A file descriptor that is closed with its owner; -1 is none.
+class Descriptor {
+  public:
+    Descriptor() = default;
+    explicit Descriptor(int fd) : fd_(fd) {}
+    Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(fd_, other.fd_);
+        return *this;
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { Close(); }
+
+    int get() const { return fd_; }
+    explicit operator bool() const { return fd_ >= 0; }
+    void Close();
+
+  private:
+    int fd_ = -1;
+};
+
+// How to get into a machine: descriptors of its first process and of its root folder.
+struct Doorway {
+    Descriptor process;      // a pidfd
+    Descriptor root;         // its root folder as that process sees it
+    bool own_users = false;  // the machine has a user namespace of its own
+};
+
+struct Spawning {
+    std::vector<std::string> words;           // the program's path, then its arguments
+    std::vector<std::string> environment;     // "NAME=value" each; nothing is inherited
+    int input = -1, output = -1, error = -1;  // descriptors 0, 1, 2; -1 is /dev/null
+    int terminal = -1;  // becomes the controlling terminal, the program in its foreground
+    uid_t user = 0;     // other than 0: that user, without any further group
+    std::vector<int> ignored_signals;  // all others start at their defaults, none blocked
+};
+
+struct Started {
+    pid_t pid = -1;      // as this process numbers it; a child of this process
+    Descriptor process;  // its pidfd
+    std::string error;   // why it could not be started; empty when it runs
+};
+
+// Starts a program in its own session inside the machine. When this returns without an error, the
+// program has been executed.
+Started Spawn(const Doorway& machine, const Spawning& what);
+
+// The pidfd of a process of ours; readable once that has ended.
+Descriptor OpenProcess(pid_t pid);
+
+// All bytes of an open file from its start, or of a file by its path ("" when unreadable).
+std::string ReadWhole(int fd);
+std::string ReadWhole(const std::string& path);
+
+// A file in memory, without a name.
+Descriptor MemoryFile();
+
+// Seconds of the monotonic clock, the same that recorded calls carry.
+double Now();
+
+}  // namespace bench
