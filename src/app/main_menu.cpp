@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "app/system_screen.h"
+#include "net/interface_screen.h"
 #include "net/interface_status.h"
 #include "net/interface_table.h"
 #include "net/route_table.h"
@@ -166,10 +167,25 @@ void Paint(Menu& menu, const MainMenuState& state) {
     PaintTitle(menu, 2, "Select network interface and hit ENTER to configure it.");
 }
 
+// Unless something was done to the interface, its rows are still true for the rest of their five
+// seconds.
+void OpenInterface(Menu& menu, std::size_t index) {
+    const InterfaceEntry interface = InterfaceTable[index];
+    if (InterfaceScreen(interface) != 0) {
+        menu.rebuild = true;
+    } else {
+        menu.redraw = true;
+    }
+}
+
 void Act(Menu& menu, const MenuItem& item, MainMenuState& state) {
     if (item.id == kExit) {
         menu.running = false;
         state.result = 1;
+        return;
+    }
+    if (item.id >= kFirstInterface && item.id <= kLastInterface) {
+        OpenInterface(menu, static_cast<std::size_t>(item.id - kFirstInterface));
         return;
     }
     for (const ActionRow& row : kActionRows) {

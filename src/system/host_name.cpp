@@ -3,7 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
+
+#include "util/save_file.h"
 
 namespace {
 
@@ -27,8 +28,5 @@ std::string HostNameFrom(const std::string& typed) {
 void SetHostName(const std::string& name) {
     // A name that the kernel refuses is still written for the next start.
     [[maybe_unused]] const int refused = sethostname(name.c_str(), name.size());
-    std::FILE* file = std::fopen("/etc/hostname", "we");
-    if (file == nullptr) return;
-    std::fprintf(file, "%s\n", name.c_str());
-    std::fclose(file);
+    SaveFile("/etc/hostname", name + "\n");
 }

@@ -44,12 +44,14 @@ void RunScreen(const Screen& screen) {
         menu.Idle();
         const int key = ReadKey();
         if (key == KEY_MOUSE) menu.HandleMouse();
+        if (screen.before_key) screen.before_key(menu, key);
         if (menu.HandleKey(key) == Menu::kActivate) {
             if (const MenuItem* item = menu.ItemAt(menu.selection)) {
                 const MenuItem activated = *item;
                 screen.act(menu, activated);
             }
         }
+        if (screen.after_key) screen.after_key(menu);
     } while (menu.IsRunning());
 }
 

@@ -20,6 +20,10 @@ struct Screen {
     // Does what the activated row stands for. Afterwards sets `rebuild` or `redraw` when the
     // screen showed something else meanwhile, or clears `running`. The item is the caller's copy.
     std::function<void(Menu&, const MenuItem&)> act;
+    // Sees each key (ERR too) before the menu does. Optional.
+    std::function<void(Menu&, int key)> before_key = nullptr;
+    // Comes last in each pass. Optional.
+    std::function<void(Menu&)> after_key = nullptr;
     // Seconds after which the rows are made anew by themselves; 0: never.
     double refresh_seconds = 0;
 };

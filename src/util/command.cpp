@@ -51,11 +51,13 @@ pid_t StartShell(const std::string& command, int output) {
     return failure == 0 ? pid : -1;
 }
 
-// The kernel reaps the child itself (SIGCHLD is ignored), so the wait ends with ECHILD.
-void WaitFor(pid_t pid) {
+// Where SIGCHLD is ignored the kernel reaps the child itself: the wait then ends with ECHILD.
+int WaitFor(pid_t pid) {
     const OpenSignalGate open;
-    while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+    int status = -1;
+    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
+    return status;
 }
 
 std::string ReadToEnd(int descriptor) {
@@ -78,7 +80,7 @@ bool IsWordByte(unsigned char byte) {
 
 }  // namespace
 
-void RunCommand(const std::string& command) {
+int RunCommand(const std::string& command) {
     struct sigaction ignore = {};
     ignore.sa_handler = SIG_IGN;
     struct sigaction interrupt = {};
@@ -86,9 +88,10 @@ void RunCommand(const std::string& command) {
     sigaction(SIGINT, &ignore, &interrupt);
     sigaction(SIGQUIT, &ignore, &quit);
     const pid_t pid = StartShell(command, kTerminal);
-    if (pid > 0) WaitFor(pid);
+    const int status = pid > 0 ? WaitFor(pid) : -1;
     sigaction(SIGINT, &interrupt, nullptr);
     sigaction(SIGQUIT, &quit, nullptr);
+    return status;
 }
 
 std::optional<std::string> CommandOutput(const std::string& command) {

@@ -13,8 +13,10 @@
 #include <string_view>
 
 // Runs the command on the program's own terminal and waits for it, as system() does: while it
-// runs, SIGINT and SIGQUIT go to the command alone. Nothing happens when it can't be started.
-void RunCommand(const std::string& command);
+// runs, SIGINT and SIGQUIT go to the command alone. Returns the raw wait status; -1 when the
+// command can't be started or when the kernel has reaped it itself, as it does for a program that
+// ignores SIGCHLD.
+int RunCommand(const std::string& command);
 
 // Runs the command and returns what it wrote to standard output; nothing when it can't be
 // started. Its standard error is dropped: the screen is up, and a complaint would land in the
