@@ -1,0 +1,291 @@
+// Surroundings for the tests of the utility routines: folders, pipes and processes, undone by their
+// destructors, and changed systems (another root, another network, another kernel), which end with
+// the child process they were made in.
+#pragma once
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <linux/sockios.h>
+#include <net/if.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <ucontext.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <utility>
+#include <vector>
+
+inline std::string ContentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// A folder that is removed with all its content.
+struct TemporaryFolder {
+    TemporaryFolder() : path((std::filesystem::temp_directory_path() / "utility.XXXXXX").string()) {
+        if (mkdtemp(path.data()) == nullptr) std::abort();
+    }
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    [[nodiscard]] std::string Path(const std::string& name) const { return path + "/" + name; }
+
+    // Writes a file and the folders on its way; returns its full path.
+    std::string File(const std::string& name, const std::string& content) const {
+        std::string file = Path(name);
+        std::filesystem::create_directories(std::filesystem::path(file).parent_path());
+        std::ofstream(file, std::ios::binary) << content;
+        return file;
+    }
+
+    std::string path;
+};
+
+// A pipe whose ends are closed in new programs and with the object.
+struct Pipe {
+    explicit Pipe(int flags = 0) {
+        if (pipe2(ends.data(), O_CLOEXEC | flags) != 0) std::abort();
+    }
+    ~Pipe() {
+        CloseReader();
+        CloseWriter();
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    [[nodiscard]] int Reader() const { return ends[0]; }
+    [[nodiscard]] int Writer() const { return ends[1]; }
+    // The name under which this process and its children can open the end to read from.
+    [[nodiscard]] std::string ReaderPath() const {
+        return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(Reader());
+    }
+    void CloseReader() { Close(ends[0]); }
+    void CloseWriter() { Close(ends[1]); }
+
+    void Write(const std::string& text) const {
+        if (write(Writer(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+            std::abort();
+        }
+    }
+    [[nodiscard]] std::string ReadToEnd() const {
+        std::string text;
+        char byte = 0;
+        while (read(Reader(), &byte, 1) == 1)
+            text += byte;
+        return text;
+    }
+
+    static void Close(int& end) {
+        if (end >= 0) close(end);
+        end = -1;
+    }
+
+    std::array<int, 2> ends = {-1, -1};
+};
+
+// A process that shows the given arguments in /proc. It is up when the constructor returns, and
+// gone after the destructor. The program is cat, which answers when it is up and ends when told:
+// so arguments after the first must be "-" and then names of files.
+struct RunningProcess {
+    explicit RunningProcess(std::vector<std::string> arguments) {
+        std::vector<char*> vector;
+        vector.reserve(arguments.size() + 1);
+        for (std::string& argument : arguments)
+            vector.push_back(argument.data());
+        vector.push_back(nullptr);
+        pid = fork();
+        if (pid < 0) std::abort();
+        if (pid == 0) {
+            dup2(input.Reader(), STDIN_FILENO);
+            dup2(output.Writer(), STDOUT_FILENO);
+            execv("/bin/cat", vector.data());
+            _exit(1);
+        }
+        char echo = 0;
+        input.Write(".");
+        output.CloseWriter();
+        if (read(output.Reader(), &echo, 1) != 1) std::abort();
+    }
+    ~RunningProcess() {
+        input.CloseWriter();
+        waitpid(pid, nullptr, 0);
+    }
+    RunningProcess(const RunningProcess&) = delete;
+    RunningProcess& operator=(const RunningProcess&) = delete;
+
+    // Ends the process, but leaves it in /proc until the destructor.
+    void EndUnreaped() {
+        input.CloseWriter();
+        siginfo_t ended = {};
+        waitid(P_PID, static_cast<id_t>(pid), &ended, WEXITED | WNOWAIT);
+    }
+
+    Pipe input;
+    Pipe output;
+    pid_t pid;
+};
+
+// How a signal is met while the object lives. A handler interrupts system calls for good.
+struct SignalAction {
+    SignalAction(int signal_number, void (*handler)(int)) : number(signal_number), before{} {
+        struct sigaction action = {};
+        action.sa_handler = handler;
+        sigaction(number, &action, &before);
+    }
+    ~SignalAction() { sigaction(number, &before, nullptr); }
+    SignalAction(const SignalAction&) = delete;
+    SignalAction& operator=(const SignalAction&) = delete;
+
+    int number;
+    struct sigaction before;
+};
+
+enum class Prepared { kYes, kRefused };  // kRefused: this kernel, or this user, can't have it
+
+struct Answer {
+    Prepared prepared;
+    long value;          // LONG_MIN when the child died over it
+    std::string output;  // what was written to standard output
+};
+
+// Changes the system in a child process, for good, and returns what `question` says there.
+inline Answer AnswerInChild(const std::function<Prepared()>& prepare,
+                            const std::function<long()>& question) {
+    constexpr int kRefusedStatus = 77;
+    Pipe value_pipe;
+    Pipe output_pipe;
+    fflush(stdout);
+    const pid_t child = fork();
+    if (child < 0) std::abort();
+    if (child == 0) {
+        if (prepare() == Prepared::kRefused) _exit(kRefusedStatus);
+        dup2(output_pipe.Writer(), STDOUT_FILENO);
+        const long value = question();
+        fflush(stdout);
+        value_pipe.Write(std::to_string(value));
+        _exit(0);
+    }
+    value_pipe.CloseWriter();
+    output_pipe.CloseWriter();
+    Answer answer = {Prepared::kYes, LONG_MIN, output_pipe.ReadToEnd()};
+    const std::string value = value_pipe.ReadToEnd();
+    int status = 0;
+    waitpid(child, &status, 0);
+    if (WIFEXITED(status) && WEXITSTATUS(status) == kRefusedStatus) {
+        answer.prepared = Prepared::kRefused;
+    } else if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
+        answer.value = std::stol(value);
+    }
+    return answer;
+}
+
+// Makes the folder the root of the file system.
+inline Prepared EnterRoot(const std::string& folder) {
+    if (chroot(folder.c_str()) != 0) return Prepared::kRefused;
+    if (chdir("/") != 0) std::abort();
+    return Prepared::kYes;
+}
+
+struct Interface {
+    const char* name;
+    const char* address;  // null: never had one
+    sa_family_t family = AF_INET;
+};
+
+inline ifreq RequestFor(const Interface& interface) {
+    sockaddr_in address = {};
+    address.sin_family = interface.family;
+    if (interface.address != nullptr) inet_aton(interface.address, &address.sin_addr);
+    ifreq request = {};
+    snprintf(request.ifr_name, sizeof request.ifr_name, "%s", interface.name);
+    memcpy(&request.ifr_addr, &address, sizeof address);
+    return request;
+}
+
+// Enters a network which has these interfaces (bridges, as they need no hardware) besides "lo".
+inline Prepared EnterNetwork(const std::vector<Interface>& interfaces) {
+    if (unshare(CLONE_NEWNET) != 0) return Prepared::kRefused;
+    const int network = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (network < 0) return Prepared::kRefused;
+    for (const Interface& interface : interfaces) {
+        if (ioctl(network, SIOCBRADDBR, interface.name) != 0) return Prepared::kRefused;
+        ifreq request = RequestFor(interface);
+        if (interface.address != nullptr && ioctl(network, SIOCSIFADDR, &request) != 0) {
+            std::abort();
+        }
+    }
+    close(network);
+    return Prepared::kYes;
+}
+
+inline std::vector<Interface> pretended_interfaces;
+
+#if defined(__x86_64__)
+
+inline void AnswerAddressRequest(int /*number*/, siginfo_t* /*information*/, void* context) {
+    auto& registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
+    ifreq* request = nullptr;
+    memcpy(&request, &registers[REG_RDX], sizeof registers[REG_RDX]);
+    registers[REG_RAX] = -ENODEV;
+    for (const Interface& interface : pretended_interfaces) {
+        if (strcmp(interface.name, request->ifr_name) != 0) continue;
+        *request = RequestFor(interface);
+        registers[REG_RAX] = 0;
+    }
+}
+
+// Makes the kernel answer requests for an interface's address from the list. There are answers
+// which a system could give to the request but which this one can't be brought to give.
+inline Prepared PretendInterfaces(std::vector<Interface> interfaces) {
+    pretended_interfaces = std::move(interfaces);
+    struct sigaction action = {};
+    action.sa_sigaction = AnswerAddressRequest;
+    action.sa_flags = SA_SIGINFO;
+    sigaction(SIGSYS, &action, nullptr);
+    constexpr auto kNumber = static_cast<unsigned>(offsetof(seccomp_data, nr));
+    constexpr auto kRequest = static_cast<unsigned>(offsetof(seccomp_data, args[1]));
+    sock_filter filter[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kNumber),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_ioctl, 0, 3),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kRequest),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SIOCGIFADDR, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRAP),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog program = {std::size(filter), filter};
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return Prepared::kRefused;
+    if (prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) return Prepared::kRefused;
+    return Prepared::kYes;
+}
+
+#else
+
+// The answers go into processor registers, known here for one processor only.
+inline Prepared PretendInterfaces(const std::vector<Interface>& /*interfaces*/) {
+    return Prepared::kRefused;
+}
+
+#endif
