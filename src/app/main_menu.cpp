@@ -17,6 +17,7 @@
 #include "ui/screen_loop.h"
 #include "ui/terminal.h"
 #include "util/command.h"
+#include "util/message.h"
 
 namespace {
 

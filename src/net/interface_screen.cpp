@@ -12,6 +12,8 @@
 #include "ui/screen_loop.h"
 #include "ui/terminal.h"
 #include "util/command.h"
+#include "util/message.h"
+#include "wifi/wireless_menu.h"
 
 namespace {
 
@@ -62,6 +64,10 @@ void EditConfiguration(Menu&, InterfaceState& state) {
     InterfaceSettingsEditor(state.interface.name, state.interface.address);
 }
 
+void OpenWireless(Menu&, InterfaceState& state) {
+    WirelessMenu({state.interface.name, state.interface.address});
+}
+
 void Leave(Menu& menu, InterfaceState& state) {
     menu.running = false;
     state.result = 1;
@@ -100,7 +106,7 @@ constexpr ActionRow kActionRows[] = {
     {CanSoftUnblock, "Disable soft RF-kill", 9, 'r', SetSoftRfkill<0>},
     {CanSoftBlock, "Enable soft RF-kill", 10, 'r', SetSoftRfkill<1>},
     {nullptr, "Edit configuration", 6, 'c', EditConfiguration},
-    {IsWireless, "Wireless access points", 8, 'w', nullptr},
+    {IsWireless, "Wireless access points", 8, 'w', OpenWireless},
     {nullptr, kSeparator, 0, 0, nullptr},
     {nullptr, "Main menu", kMainMenu, 'm', Leave},
 };

@@ -3,15 +3,14 @@
 #include <curses.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <string_view>
+#include <iterator>
+#include <string>
 #include <variant>
 
 #include "net/interface_config.h"
 #include "ui/dialogs.h"
+#include "ui/help_area.h"
 #include "ui/screen_loop.h"
-#include "ui/terminal.h"
-#include "ui/text.h"
 
 namespace {
 
@@ -20,9 +19,6 @@ constexpr int kSave = 19000;
 constexpr int kDhcp = 20001;
 constexpr int kStaticIp = 20005;
 constexpr std::size_t kMostRowCharacters = 254;
-constexpr int kSmallestWithHelp = 19;
-constexpr int kHelpRows = 3;
-constexpr int kHelpColumn = 4;
 
 // One setting: its row, and what a key makes of it.
 enum class Change { Flip, Text, List, Role };
@@ -91,8 +87,7 @@ struct EditorState {
     std::string interface_name;
     std::string config_name;
     InterfaceConfig config;
-    int help_id = -1;   // whose help is on the screen
-    int help_row = -1;  // off the screen until the terminal has room for it
+    HelpArea help;
 };
 
 const Setting* SettingOf(int id) {
@@ -180,40 +175,16 @@ void AddRows(Menu& menu, const EditorState& state) {
 }
 
 void Paint(Menu& menu, EditorState& state) {
-    menu.SetPosition(4, 4);
-    if (LINES < kSmallestWithHelp) {
-        menu.SetSize(COLS - 5, LINES - 5);
-    } else {
-        menu.SetSize(COLS - 5, LINES - 9);
-        state.help_row = LINES - 5;
-    }
+    LayOutWithHelp(menu, state.help);
     PaintTitle(menu, 3,
                "Configuration for " + state.interface_name + " (" + state.config_name + ")");
     PaintTitle(menu, 2, "Use left/right arrow keys, ENTER/SPACE or double-click to change setting");
-    state.help_id = -1;
 }
 
-// Takes the first line off a help text.
-std::string_view NextHelpLine(std::string_view& help) {
-    const std::size_t length = std::min(help.find('\n'), help.size());
-    const std::string_view line = help.substr(0, length);
-    help.remove_prefix(std::min(length + 1, help.size()));
-    return line;
-}
-
-void PaintHelp(const Menu& menu, EditorState& state) {
+void AfterKey(const Menu& menu, EditorState& state) {
     const MenuItem* item = menu.ItemAt(menu.selection);
-    if (item == nullptr || item->id == state.help_id) return;
-    const Setting* setting = SettingOf(item->id);
-    std::string_view help = setting != nullptr ? setting->help : "";
-    attrset(A_NORMAL);
-    for (int row = 0; row < kHelpRows; ++row) {
-        const std::wstring line = FitColumns(NextHelpLine(help), COLS - 8);
-        // On a small terminal the first row may lie above the screen.
-        if (move(state.help_row + row, kHelpColumn) != ERR) addwstr(line.c_str());
-    }
-    refresh();
-    state.help_id = item->id;
+    const Setting* setting = item != nullptr ? SettingOf(item->id) : nullptr;
+    PaintHelp(menu, state.help, setting != nullptr ? setting->help : "");
 }
 
 }  // namespace
@@ -227,5 +198,5 @@ void InterfaceSettingsEditor(const std::string& interface_name, const std::strin
                .paint = [&](Menu& menu) { Paint(menu, state); },
                .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
                .before_key = [&](Menu& menu, int key) { BeforeKey(menu, key, state); },
-               .after_key = [&](Menu& menu) { PaintHelp(menu, state); }});
+               .after_key = [&](Menu& menu) { AfterKey(menu, state); }});
 }

@@ -5,13 +5,13 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <cwchar>
 #include <vector>
 
 #include "ui/colours.h"
 #include "ui/terminal.h"
 #include "ui/text.h"
+#include "util/wipe.h"
 
 namespace {
 
@@ -224,11 +224,6 @@ void AppendCharacter(const EntryBox& entry, int width, int key, std::string& val
     PrintInEntryBar(entry, kTextColumn + length,
                     static_cast<int>(A_BOLD | A_UNDERLINE | PairAttribute(Colour::Selected)), "*");
     value += static_cast<char>(key);
-}
-
-void Wipe(std::string& value) {
-    explicit_bzero(value.data(), value.size());
-    value.clear();
 }
 
 // Takes keys until ENTER (true) or ESC (false).

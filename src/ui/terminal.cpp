@@ -138,10 +138,6 @@ void LeaveCursesAtHome() {
     std::fflush(stdout);
 }
 
-void Say(std::string_view message) {
-    std::fwrite(message.data(), 1, message.size(), stderr);
-}
-
 void ReadLineRaw() {
     for (;;) {
         // Waiting apart from reading lets ending signals in.

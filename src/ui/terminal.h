@@ -45,9 +45,6 @@ void ShellEscape(const std::function<void()>& work);
 // the next refresh().
 void LeaveCursesAtHome();
 
-// Writes a message to standard error, as it stands.
-void Say(std::string_view message);
-
 // Waits on the plain terminal until a line feed or carriage return is read from standard input,
 // byte by byte. Only a read error ends the wait early. End of input does not: Ctrl-D on a terminal
 // is waited out, and where there is no more input at all, the program ends with status 1.

@@ -6,11 +6,8 @@
 #include <cctype>
 #include <cstring>
 #include <cwchar>
-#include <cwctype>
 
 namespace {
-
-constexpr wchar_t kUnshowable = L'?';
 
 bool IsSpace(char c) {
     return c == '\t' || c == '\n' || c == '\r' || c == ' ';
@@ -62,25 +59,6 @@ const char* find_char_nocase(const char* text, int wanted) {
 bool any_nonzero(const void* bytes, std::size_t count) {
     const auto* first = static_cast<const unsigned char*>(bytes);
     return std::any_of(first, first + count, [](unsigned char byte) { return byte != 0; });
-}
-
-std::wstring DisplayText(std::string_view text) {
-    std::wstring shown;
-    shown.reserve(text.size());
-    std::mbstate_t state = {};
-    while (!text.empty()) {
-        wchar_t character = 0;
-        std::size_t length = std::mbrtowc(&character, text.data(), text.size(), &state);
-        const bool valid = length != 0 && length <= text.size() &&
-                           std::iswprint(static_cast<wint_t>(character)) != 0;
-        if (length == 0 || length > text.size()) {
-            length = 1;
-            state = {};
-        }
-        shown += valid ? character : kUnshowable;
-        text.remove_prefix(length);
-    }
-    return shown;
 }
 
 std::wstring FitColumns(std::string_view text, int width) {

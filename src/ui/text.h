@@ -1,14 +1,12 @@
 // Small text and time routines of the menu engine and the dialogs, and what a text looks like on
 // the screen. No curses here.
-//
-// Texts are bytes in the operator's locale (LC_CTYPE). On a UTF-8 terminal a host name or a
-// network's name beyond ASCII shows as itself; a byte that is no character there, and every control
-// character, shows as "?": nothing from a text ever drives the terminal.
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <string_view>
+
+#include "util/message.h"
 
 // Wall-clock time: seconds since the epoch, with microseconds behind the point (gettimeofday).
 double now_seconds();
@@ -28,9 +26,6 @@ const char* find_char_nocase(const char* text, int wanted);
 
 // Whether any of the first `count` bytes is other than zero.
 bool any_nonzero(const void* bytes, std::size_t count);
-
-// The text's characters as they may be drawn.
-std::wstring DisplayText(std::string_view text);
 
 // The text in exactly `width` columns: cut there, or padded with blanks. A character of two
 // columns that would be cut in half gives way to a blank. Empty when width is not above 0.

@@ -40,10 +40,10 @@ pid_t StartShell(const std::string& command, int output) {
         posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
         posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     }
-    std::string shell = "sh";
-    std::string flag = "-c";
-    std::string text = command;
-    char* arguments[] = {shell.data(), flag.data(), text.data(), nullptr};
+    char shell[] = "sh";
+    char flag[] = "-c";
+    // No copy: the command may hold a password, and its owner wipes it.
+    char* arguments[] = {shell, flag, const_cast<char*>(command.c_str()), nullptr};
     pid_t pid = -1;
     const int failure = posix_spawn(&pid, "/bin/sh", &actions, &attributes, arguments, environ);
     posix_spawn_file_actions_destroy(&actions);
@@ -112,9 +112,12 @@ std::string ShellWord(std::string_view name) {
     bool plain = !name.empty();
     for (char c : name)
         plain = plain && IsWordByte(static_cast<unsigned char>(c));
-    if (plain) return std::string(name);
+    return plain ? std::string(name) : QuotedWord(name);
+}
+
+std::string QuotedWord(std::string_view text) {
     std::string word = "'";
-    for (char c : name) {
+    for (char c : text) {
         if (c == '\'') {
             word += "'\\''";
         } else {

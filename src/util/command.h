@@ -27,5 +27,8 @@ std::optional<std::string> CommandOutput(const std::string& command);
 // "%+,-./:=@_" only, which no shell takes for more than a word; otherwise in single quotes.
 std::string ShellWord(std::string_view name);
 
+// Any text as one word in single quotes.
+std::string QuotedWord(std::string_view text);
+
 // Waits at least that many seconds; ending signals are let in meanwhile.
 void Pause(unsigned seconds);

@@ -1,0 +1,19 @@
+// What the program says on the plain terminal, and what a text from outside looks like there and on
+// the screen.
+//
+// Texts are bytes in the operator's locale (LC_CTYPE). On a UTF-8 terminal a host name or a
+// network's name beyond ASCII shows as itself; a byte that is no character there, and every control
+// character, shows as "?": nothing from a text ever drives the terminal.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+// The text's characters as they may be drawn.
+std::wstring DisplayText(std::string_view text);
+
+// The same as bytes. A text of printable characters is itself.
+std::string PrintableText(std::string_view text);
+
+// Writes a message to standard error, as it stands.
+void Say(std::string_view message);

@@ -1,0 +1,8 @@
+// One network that the supplicant has configured: the operator connects to it or forgets it. Opened
+// by the wireless list.
+#pragma once
+
+#include "wifi/access_point_layout.h"
+#include "wifi/supplicant.h"
+
+void KnownAccessPointScreen(const AccessPoint& access_point, const WirelessCard& card);

@@ -1,0 +1,8 @@
+// One network that only the scan knows: the operator gives its password and joins it. Opened by the
+// wireless list.
+#pragma once
+
+#include "wifi/access_point_layout.h"
+#include "wifi/supplicant.h"
+
+void NewAccessPointScreen(const AccessPoint& access_point, const WirelessCard& card);

@@ -1,0 +1,8 @@
+// The wireless networks of one card, configured and seen by the scan, in one list: the operator
+// scans, connects to any configured network, disconnects, or opens one network. Opened by the
+// interface screen.
+#pragma once
+
+#include "wifi/access_point_layout.h"
+
+void WirelessMenu(const WirelessCard& card);
