@@ -1,0 +1,124 @@
+#!/bin/sh
+# What enter promises, for root and for an ordinary user.
+#
+# Exit status 0: kept, 1: broken (each broken promise is printed), 77: no machine can be made here.
+# shellcheck disable=SC2016  # what stands in single quotes is for the shells in the machine
+set -u
+appliance=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd -P)
+PATH=$PATH:/usr/sbin:/sbin
+"$appliance/enter" --bare true || exit 77
+
+scratch=$(mktemp -d)
+chmod 755 "$scratch"
+trap 'rm -rf "$scratch"' EXIT
+broken=0
+
+# Promise WORDS EXPECTED ACTUAL
+Promise() {
+    [ "$2" = "$3" ] && return
+    printf '%s (%s)\n    expected: %s\n    seen:     %s\n' "$1" "$who" "$2" "$3"
+    broken=1
+}
+
+# Enter ARG...: enter as the user at hand.
+Enter() {
+    $as "$enter" "$@"
+}
+
+CheckCommand() {
+    Enter --bare sh -c 'exit 7'
+    Promise "The command's exit status comes out" 7 $?
+    Enter --bare sh -c 'kill -TERM $$'
+    Promise "A signal's end comes out as 128 and its number" 143 $?
+    Promise "Arguments arrive as they are" "<a  b><><*>" "$(Enter --bare printf '<%s>' 'a  b' '' '*')"
+    Promise "Standard input is the caller's" hello "$(echo hello | Enter --bare cat)"
+    Promise "The folder is the caller's" "$scratch" "$(cd "$scratch" && Enter --bare pwd)"
+    Promise "Signals are at their defaults" 0000000000000000 \
+        "$(Enter --bare awk '$1 == "SigIgn:" { print $2 }' /proc/self/status)"
+}
+
+CheckMachine() {
+    Promise "The command is root" 0 "$(Enter --bare id -u)"
+    Promise "The host name is the appliance's" "appliance appliance" \
+        "$(Enter --bare sh -c 'echo $(uname -n) $(cat /etc/hostname)')"
+    Promise "A bare machine has lo only" "lo" "$(Enter --bare ls /sys/class/net)"
+    Promise "A demo machine has its cards, and they list without a suffix" "lo: eth0: eth1: br0:" \
+        "$(Enter --quiet sh -c 'echo $(ip -oneline link | cut -d " " -f 2)')"
+    Promise "The cards of the demo machine are up, disabled, without a cable" "up down up 1 0" \
+        "$(Enter --quiet sh -c 'for name in eth0 eth1 br0; do
+            ip link show "$name" up | grep -q . && printf "up " || printf "down "
+        done; echo $(cat /sys/class/net/eth0/carrier /sys/class/net/br0/carrier)')"
+    Promise "eth0 has its addresses and its gateway" \
+        "192.168.10.20/24 2001:db8:10::20/64 192.168.10.1" \
+        "$(Enter --quiet sh -c 'echo $(ip -brief addr show dev eth0 scope global | cut -c 33-) \
+            $(ip route show default | cut -d " " -f 3)')"
+    Promise "A stand-in is found before the real command" "stand-in" "$(Enter --bare sh -c '
+        printf "#!/bin/sh\necho stand-in\n" >/mnt/bin/ip
+        chmod +x /mnt/bin/ip
+        ip link')"
+    Promise "The host's processes are out of sight" "1" "$(Enter --bare sh -c 'ls -d /proc/[0-9]* | head -n 1' | tr -dc 0-9)"
+    Promise "The kernel's settings cannot be written" "" \
+        "$(Enter --bare sh -c 'echo 1 >/proc/sys/kernel/sysrq && echo written' 2>/dev/null)"
+    Promise "The files that the program writes can be written" "" "$(Enter --bare sh -c '
+        mkdir -p /etc/network && touch /etc/network/default.wireless && echo renamed >/etc/hostname &&
+        cp /etc/network/example /etc/network/02:00:00:00:00:01 && mv /etc/resolv.conf /etc/resolv.conf.disabled &&
+        touch /var/made /var/run/made /root/made /tmp/made' 2>&1)"
+}
+
+# Every process of the machine has the pipe's other end: it has ended when they have.
+CheckEnd() {
+    for signal in TERM KILL; do
+        rm -f "$scratch/pipe"
+        mkfifo -m 666 "$scratch/pipe"
+        $as "$enter" --bare sh -c 'setsid sleep 600 & echo up; sleep 600' >"$scratch/pipe" 2>/dev/null &
+        maker=$!
+        exec 8<"$scratch/pipe"
+        read -r _ <&8
+        kill -s $signal $maker
+        timeout 30 cat <&8 >/dev/null
+        Promise "The machine ends when its maker gets $signal" 0 $?
+        exec 8<&-
+        wait $maker 2>/dev/null
+    done
+    Enter --bare sh -c 'setsid sleep 600 & exit 0' | timeout 30 cat
+    Promise "The machine ends with its command" 0 $?
+}
+
+CheckFolders() {
+    odd="$scratch/a b,c:d"
+    mkdir -p "$odd"
+    cp -R "$appliance" "$odd"
+    enter="$odd/${appliance##*/}/enter"
+    Promise "A checkout in a folder with an odd name is in reach" "$enter" "$(Enter --bare ls "$enter")"
+    rm -rf "$odd"
+    enter=$appliance/enter
+}
+
+# CheckFileSystems: root can see to it that the checkout lies on a file system of its own, where the machine has a
+# layer, a scratch folder or an empty folder.
+CheckFileSystems() {
+    for folder in /home /mnt /run; do
+        [ -d $folder ] || continue
+        seen=$(unshare --mount sh -c 'mount -t tmpfs test "$1" && mkdir "$1/checkout" && cp -R "$2" "$1/checkout" &&
+            "$1/checkout/${2##*/}/enter" --bare ls "$1/checkout"' sh $folder "$appliance")
+        Promise "A checkout on a file system of its own below $folder is in reach" "${appliance##*/}" "$seen"
+    done
+}
+
+CheckAll() {
+    who=$1 as=$2 enter=$appliance/enter
+    CheckCommand
+    CheckMachine
+    CheckEnd
+    CheckFolders
+}
+
+CheckAll "this user" ""
+if [ "$(id -u)" = 0 ]; then
+    CheckFileSystems
+    ordinary="setpriv --reuid 65534 --regid 65534 --clear-groups"
+    if $ordinary test -r "$appliance/machine" && $ordinary "$appliance/enter" --bare true 2>/dev/null; then
+        CheckAll "an ordinary user" "$ordinary"
+    fi
+fi
+exit $broken

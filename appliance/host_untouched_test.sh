@@ -1,0 +1,97 @@
+#!/bin/sh
+# The host before and after everything that the program can do was done on the demo appliance: no difference.
+#
+#     host_untouched_test.sh PROGRAM
+#
+# Exit status 0: untouched, 1: touched (the difference is printed), 77: no machine can be made here.
+set -u
+program=$1
+appliance=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd -P)
+PATH=$PATH:/usr/sbin:/sbin
+"$appliance/enter" --bare true || exit 77
+
+scratch=$(mktemp -d)
+trap 'kill "$decoy" 2>/dev/null; rm -rf "$scratch"' EXIT
+
+# Picture: what of the host the program's actions could change.
+Picture() {
+    echo "host name $(uname -n)"
+    echo "-- interfaces, addresses, routes"
+    # The times that an address or a route has left run by themselves.
+    ip -details link | sed 's/ state .*//'
+    ip -oneline addr | sed 's/valid_lft.*//'
+    ip route show table all | sed 's/expires.*//'
+    ip -6 route show table all | sed 's/expires.*//'
+    sysctl -a --pattern '^net\.ipv[46]\.(ip_forward|conf\.)' 2>/dev/null
+    echo "-- mounts"
+    cat /proc/self/mounts
+    echo "-- files"
+    find /etc -printf '%p %M %U:%G %l\n' 2>/dev/null | LC_ALL=C sort
+    find /etc -type f -readable -print0 2>/dev/null | LC_ALL=C sort -z | xargs -0 sha256sum
+    for folder in /etc /var /run /root /tmp /home /srv /opt /usr /usr/local /mnt; do
+        ls -d "$folder"/made* 2>/dev/null
+    done
+}
+
+# A process of the host whose name one of the actions kills.
+cp "$(command -v sleep)" "$scratch/nscd"
+"$scratch/nscd" 600 &
+decoy=$!
+
+# Everything the program does to a machine, and, so that the pictures mean something, that it was done.
+cat >"$scratch/actions" <<'END'
+set -eu
+program=$1
+Expect() {
+    "$@" || { echo "In the machine this does not hold: $*" >&2; exit 1; }
+}
+Expect [ "$(uname -n)" = appliance ]
+before=$(pidof -x nscd)
+
+rm -f /etc/network/default.wireless
+TERM=xterm "$program" </dev/null >/dev/null 2>&1 || :
+Expect [ -f /etc/network/default.wireless ]
+
+/etc/init.d/network stop all
+Expect [ -z "$(ip route)" ]
+/etc/init.d/network start all
+Expect [ -n "$(ip route show default)" ]
+/etc/init.d/network stop eth0
+/etc/init.d/network start eth0
+
+hostname renamed
+echo renamed >/etc/hostname
+Expect [ "$(uname -n)" = renamed ]
+
+killall -w nscd
+/etc/init.d/service-nscd start >/dev/null 2>&1
+until pidof -x nscd >/dev/null; do :; done
+Expect [ "$(pidof -x nscd)" != "$before" ]
+
+cp /etc/network/example /etc/network/02:00:00:00:00:01
+rm /etc/network/example /etc/resolv.conf
+echo 1 >/proc/sys/net/ipv4/ip_forward
+ip link add added type bridge
+ip link delete eth1
+for folder in /etc /var /run /root /tmp /home /srv /opt /usr /usr/local /mnt; do
+    mkdir "$folder/made"
+    echo made >"$folder/made.file"
+done
+mount -t tmpfs machine /srv
+END
+
+Picture >"$scratch/before"
+"$appliance/enter" --quiet sh "$scratch/actions" "$program" >"$scratch/messages" 2>&1
+status=$?
+Picture >"$scratch/after"
+
+if [ $status != 0 ]; then
+    cat "$scratch/messages"
+    echo "The actions ended with status $status."
+    exit 1
+fi
+if ! kill -0 "$decoy"; then
+    echo "A process of the host was killed."
+    exit 1
+fi
+diff -U 0 "$scratch/before" "$scratch/after" || exit 1

@@ -1,0 +1,49 @@
+# shellcheck shell=sh
+# The Debian packages behind ./run and ./test, which read this file.
+
+# To build the program and to run it on the demo appliance.
+# shellcheck disable=SC2034
+run_packages="cmake g++ make libncurses-dev ncurses-term iproute2 psmisc util-linux hostname"
+
+# And to build and run its tests.
+# shellcheck disable=SC2034
+test_packages="libgtest-dev libgmock-dev libvterm-dev clang-format-14 shellcheck strace procps"
+
+# MissingPackages PACKAGE...: those that are not installed.
+MissingPackages() {
+    installed=$(dpkg-query --show --showformat='${Package}=${db:Status-Status}\n' "$@" 2>/dev/null)
+    for package; do
+        case "
+$installed
+" in
+        *"
+$package=installed
+"*) ;;
+        *) printf ' %s' "$package" ;;
+        esac
+    done
+}
+
+# NeedPackages LOG PACKAGE...: installs those that are missing, with apt's messages in LOG; says so, and what to do
+# where it may not. A system without dpkg is left to show by itself what it lacks.
+NeedPackages() {
+    log=$1
+    shift
+    command -v dpkg-query >/dev/null || return 0
+    missing=$(MissingPackages "$@")
+    [ -n "$missing" ] || return 0
+    if [ "$(id -u)" != 0 ]; then
+        echo "Packages are missing. Have them installed by this line:" >&2
+        echo "    sudo apt-get update && sudo apt-get install --no-install-recommends$missing" >&2
+        return 1
+    fi
+    echo "Installing missing packages:$missing"
+    # shellcheck disable=SC2086  # a list of words
+    if ! { apt-get --quiet update && DEBIAN_FRONTEND=noninteractive \
+        apt-get --quiet --yes install --no-install-recommends $missing; } </dev/null >"$log" 2>&1; then
+        cat "$log" >&2
+        echo "This line did not succeed; $log has its messages:" >&2
+        echo "    apt-get update && apt-get install --no-install-recommends$missing" >&2
+        return 1
+    fi
+}
