@@ -31,6 +31,7 @@ constexpr const char* kRecorder = "/mnt/.bench/record";
 constexpr const char* kCards = "/mnt/.bench/cards";
 constexpr const char* kReports = "/mnt/.bench/reports";
 constexpr const char* kStandIns = "/mnt/bin";
+constexpr const char* kRealTools = "/usr/sbin:/usr/bin:/sbin:/bin";
 constexpr double kStartSeconds = 20;
 constexpr double kShellSeconds = 60;
 
@@ -200,8 +201,9 @@ void Machine::Start(Kind kind, const Place& place) {
     enter_output_ = MemoryFile();
 
     // The number stays clear of those a shell script uses for its own redirections.
-    constexpr int kSocketInside = 50;
-    const std::string number = std::to_string(kSocketInside);
+    constexpr int kAboveShells = 50;
+    Descriptor inside(fcntl(theirs.get(), F_DUPFD_CLOEXEC, kAboveShells));
+    const std::string number = std::to_string(inside.get());
     std::vector<const char*> words = {BENCH_ENTER};
     if (kind == Kind::kBare) words.push_back("--bare");
     words.insert(words.end(), {BENCH_INIT, number.c_str(), nullptr});
@@ -211,12 +213,13 @@ void Machine::Start(Kind kind, const Place& place) {
         dup2(null, 0);
         dup2(enter_output_.get(), 1);
         dup2(enter_output_.get(), 2);
-        dup2(theirs.get(), kSocketInside);
+        fcntl(inside.get(), F_SETFD, 0);
         setsid();
         execv(words[0], const_cast<char* const*>(words.data()));
         _exit(127);
     }
     theirs.Close();
+    inside.Close();
     init_ = ReceiveSender(life_.get());
     if (init_ < 0) {
         kill(enter_, SIGKILL);
@@ -252,7 +255,9 @@ std::string Machine::Sh(const std::string& command, Place place) {
     const Descriptor error = MemoryFile();
     Spawning what;
     what.words = {"/bin/sh", "-c", command};
-    for (const auto& [name, value] : Environment())
+    std::map<std::string, std::string> environment = Environment();
+    environment["PATH"] = kRealTools;
+    for (const auto& [name, value] : environment)
         what.environment.push_back(name + "=" + value);
     what.output = output.get();
     what.error = error.get();
@@ -454,7 +459,7 @@ void Machine::RfkillFiles(const std::string& name, const FileText& state, const 
 
 std::map<std::string, std::string> Machine::Environment() const {
     return {
-        {"PATH", std::string(kStandIns) + ":/usr/sbin:/usr/bin:/sbin:/bin"},
+        {"PATH", std::string(kStandIns) + ":" + kRealTools},
         {"HOME", "/root"},
         {"SHELL", "/bin/sh"},
         {"LANG", "C.UTF-8"},
@@ -462,6 +467,13 @@ std::map<std::string, std::string> Machine::Environment() const {
         {"ASAN_OPTIONS", std::string("verify_asan_link_order=0:log_path=") + kReports + "/asan"},
         {"UBSAN_OPTIONS", std::string("print_stacktrace=1:log_path=") + kReports + "/ubsan"},
     };
+}
+
+std::map<std::string, std::string> Machine::Latin1Locale(Place place) {
+    const std::string folder = std::string(kOwnFolder) + "/locale";
+    MakeDirectory(folder);
+    Sh("localedef -i en_US -f ISO-8859-1 " + folder + "/en_US.ISO-8859-1", place);
+    return {{"LANG", "en_US.ISO-8859-1"}, {"LOCPATH", folder}};
 }
 
 void Machine::Attach(Terminal* terminal) {

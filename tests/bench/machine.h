@@ -68,7 +68,8 @@ class Machine {
     Machine& operator=(const Machine&) = delete;
 
     // Runs a command line with sh inside, as root, without a terminal, and returns what it printed
-    // on standard output. A status other than 0 ends the test with both outputs.
+    // on standard output. A status other than 0 ends the test with both outputs. It sees the real
+    // tools: stand-ins in PATH are for the programs on terminals alone.
     std::string Sh(const std::string& command, Place place = Place::current());
 
     // Files as seen inside. Write makes or replaces the file (the folder must exist) and sets its
@@ -138,6 +139,9 @@ class Machine {
     // (false). The condition is looked at after every output of a program, every recorded call, and
     // at least every 20 ms; never while output waits to be read.
     bool Await(const std::function<bool()>& condition, double seconds);
+    // A Latin-1 locale, made in the machine: the variables to set for a program that shall use it.
+    std::map<std::string, std::string> Latin1Locale(Place place = Place::current());
+
     // The environment that programs start with: PATH, locale, sanitizer options, cards.
     std::map<std::string, std::string> Environment() const;
 

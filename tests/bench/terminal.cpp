@@ -61,12 +61,12 @@ Terminal::Terminal(Machine& machine, TerminalOptions options, Place place)
 
 void Terminal::Start(const Place& place) {
     // Opened by the machine's own path, so that it is a terminal of the machine's /dev/pts.
-    const std::string ptmx = machine_.OutsidePath("/dev/ptmx");
-    master_ = Descriptor(open(ptmx.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
+    constexpr int kHow = O_RDWR | O_NOCTTY | O_CLOEXEC;
+    master_ = Descriptor(open(machine_.OutsidePath("/dev/ptmx").c_str(), kHow | O_NONBLOCK));
+    if (!master_) master_ = Descriptor(open("/dev/ptmx", kHow | O_NONBLOCK));
     if (!master_ || unlockpt(master_.get()) != 0) {
         Fail(std::string("pseudo-terminal: ") + strerror(errno), place);
     }
-    constexpr int kHow = O_RDWR | O_NOCTTY | O_CLOEXEC;
     slave_ = Descriptor(ioctl(master_.get(), TIOCGPTPEER, kHow));
     const winsize size = {static_cast<unsigned short>(options_.rows),
                           static_cast<unsigned short>(options_.cols), 0, 0};
@@ -87,7 +87,8 @@ void Terminal::Start(const Place& place) {
         what.environment.push_back(name + "=" + value);
     Descriptor input;
     if (!options_.input.empty()) {
-        input = Descriptor(open(machine_.OutsidePath(options_.input).c_str(), O_RDWR | O_CLOEXEC));
+        input =
+            Descriptor(open(machine_.OutsidePath(options_.input).c_str(), O_RDONLY | O_CLOEXEC));
         if (!input) Fail("cannot open " + options_.input, place);
     }
     what.input = input ? input.get() : slave_.get();
