@@ -12,7 +12,10 @@
 #include "net/interface_status.h"
 #include "net/interface_table.h"
 #include "net/route_table.h"
+#include "services/services_screen.h"
+#include "system/diagnostics_screen.h"
 #include "system/host_name.h"
+#include "system/ntp_screen.h"
 #include "ui/dialogs.h"
 #include "ui/screen_loop.h"
 #include "ui/terminal.h"
@@ -75,13 +78,14 @@ void ChangeComputerName(MainMenuState& state) {
     }
 }
 
-void OpenSystemScreen(MainMenuState&) {
-    RunSystemScreen();
+template <auto kRunScreen>
+void Open(MainMenuState&) {
+    kRunScreen();
 }
 
 // ---- rows ----
 
-// An action row. One without a label has an id, but no row. Rows 3, 20014 and 20016 open screens.
+// An action row. One without a label has an id, but no row.
 struct ActionRow {
     const char* label;
     int id;
@@ -95,11 +99,11 @@ constexpr ActionRow kActionRows[] = {
     {"Bring down all interfaces", 5, 'd', Confirmed<StopAllInterfaces>},
     {"Update interfaces from config", 7, 'u', Confirmed<RestartAllInterfaces>},
     {"Change computer name", 20013, 'n', ChangeComputerName},
-    {"Network Time Protocol settings", 20014, 't', nullptr},
+    {"Network Time Protocol settings", 20014, 't', Open<RunNtpScreen>},
     {"Flush/reset DNS cache", 20015, 'f', Confirmed<RestartDnsCache>},
-    {"Services", 20016, 's', nullptr},
-    {"Diagnostics", 3, 'i', nullptr},
-    {nullptr, 2, 0, OpenSystemScreen},
+    {"Services", 20016, 's', Open<RunServicesScreen>},
+    {"Diagnostics", 3, 'i', Open<RunDiagnosticsScreen>},
+    {nullptr, 2, 0, Open<RunSystemScreen>},
 };
 
 // '1' to '9' for the first nine interfaces, '0' for the tenth.

@@ -8,6 +8,7 @@
 #include <variant>
 
 #include "net/interface_config.h"
+#include "system/public_hosts.h"
 #include "ui/dialogs.h"
 #include "ui/help_area.h"
 #include "ui/screen_loop.h"
@@ -70,7 +71,7 @@ constexpr Setting kSettings[] = {
      "Static IP address gateway", "Static IP gateway network address"},
     {"Static IP DNS server(s):       ", &InterfaceConfig::dns, 20008, 'd', Change::List, true,
      "Static IP address DNS servers\n"
-     "If you have a working internet connection but no DNS server you can try 9.9.9.9",
+     "If you have a working internet connection but no DNS server you can try ",
      "Static IP DNS server list, separated by spaces."},
     {"Static IPv6 address:           ", &InterfaceConfig::static_ip6, 20011, 'i', Change::Text,
      true, "Static IPv6 address",
@@ -122,7 +123,9 @@ bool ChangeInPlace(InterfaceConfig& config, const Setting& setting) {
 
 void ChangeByTyping(InterfaceConfig& config, const Setting& setting) {
     std::string value = TextField(config, setting);
-    if (!PromptText(setting.prompt, value)) return;
+    std::string prompt = setting.prompt;
+    if (setting.change == Change::List) prompt += kPublicResolver;
+    if (!PromptText(prompt, value)) return;
     if (setting.change == Change::List) std::replace(value.begin(), value.end(), ',', ' ');
     TextField(config, setting) = value;
 }

@@ -26,6 +26,15 @@ void Repaint(const Screen& screen, Menu& menu) {
     refresh();
 }
 
+// HOME, END and the page keys can land on a row that is there to be read only, or that can't be
+// chosen now: such a row does nothing.
+void Activate(const Screen& screen, Menu& menu) {
+    const MenuItem* item = menu.ItemAt(menu.selection);
+    if (item == nullptr || item->Has(MenuItem::kUnselectable)) return;
+    const MenuItem activated = *item;
+    screen.act(menu, activated);
+}
+
 }  // namespace
 
 void RunScreen(const Screen& screen) {
@@ -45,12 +54,7 @@ void RunScreen(const Screen& screen) {
         const int key = ReadKey();
         if (key == KEY_MOUSE) menu.HandleMouse();
         if (screen.before_key) screen.before_key(menu, key);
-        if (menu.HandleKey(key) == Menu::kActivate) {
-            if (const MenuItem* item = menu.ItemAt(menu.selection)) {
-                const MenuItem activated = *item;
-                screen.act(menu, activated);
-            }
-        }
+        if (menu.HandleKey(key) == Menu::kActivate) Activate(screen, menu);
         if (screen.after_key) screen.after_key(menu);
     } while (menu.IsRunning());
 }

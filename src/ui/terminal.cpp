@@ -37,6 +37,25 @@ bool InputHasEnded() {
     return ioctl(STDIN_FILENO, FIONREAD, &waiting) != 0 || waiting <= 0;
 }
 
+struct ByteRead {
+    ssize_t count;  // as read() tells: 1, 0 at the end, -1 after an error
+    char byte;
+};
+
+// Waiting apart from reading lets ending signals in.
+ByteRead ReadByte() {
+    for (;;) {
+        if (WaitForInput(-1) == 0) continue;
+        ByteRead result = {0, 0};
+        result.count = read(STDIN_FILENO, &result.byte, 1);
+        if (result.count >= 0 || errno != EINTR) return result;
+    }
+}
+
+bool IsLineEnd(const ByteRead& read) {
+    return read.count == 1 && (read.byte == '\n' || read.byte == '\r');
+}
+
 bool IsBetween(int key, int first, int last) {
     return key >= first && key <= last;
 }
@@ -140,16 +159,19 @@ void LeaveCursesAtHome() {
 
 void ReadLineRaw() {
     for (;;) {
-        // Waiting apart from reading lets ending signals in.
-        if (WaitForInput(-1) == 0) continue;
-        char byte = 0;
-        const ssize_t count = read(STDIN_FILENO, &byte, 1);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0 || byte == '\n' || byte == '\r') return;
+        const ByteRead read = ReadByte();
+        if (read.count < 0 || IsLineEnd(read)) return;
         // Ctrl-D reads as an end once; on a terminal that is still there, more can follow.
-        if (count == 0 && (isatty(STDIN_FILENO) == 0 || (WaitForInput(0) & POLLHUP) != 0)) {
+        if (read.count == 0 && (isatty(STDIN_FILENO) == 0 || (WaitForInput(0) & POLLHUP) != 0)) {
             EndProgram(kNoMoreInput);
         }
+    }
+}
+
+void ReadLineOrEnd() {
+    for (;;) {
+        const ByteRead read = ReadByte();
+        if (read.count <= 0 || IsLineEnd(read)) return;
     }
 }
 

@@ -50,6 +50,9 @@ void LeaveCursesAtHome();
 // is waited out, and where there is no more input at all, the program ends with status 1.
 void ReadLineRaw();
 
+// The same wait for a screen that has more to do: end of input and read errors end it, too.
+void ReadLineOrEnd();
+
 // Waits inside curses until the low byte of a key's code is CR or LF. A function key whose code
 // has such a low byte therefore counts as ENTER too.
 void WaitForKeyEnter();

@@ -11,15 +11,19 @@
 #include <ctime>
 #include <initializer_list>
 
+#include "util/io.h"
 #include "util/signal_gate.h"
 
 namespace {
 
-// Where a command's output goes when not to the terminal: the write end of a pipe.
-constexpr int kTerminal = -1;
+// What a command has instead of the terminal: an end of a pipe, or none.
+struct Redirection {
+    int input = -1;
+    int output = -1;  // with standard error dropped
+};
 
 // Starts /bin/sh on the command; -1 when that fails.
-pid_t StartShell(const std::string& command, int output) {
+pid_t StartShell(const std::string& command, const Redirection& redirection) {
     posix_spawnattr_t attributes;
     posix_spawn_file_actions_t actions;
     if (posix_spawnattr_init(&attributes) != 0) return -1;
@@ -36,8 +40,11 @@ pid_t StartShell(const std::string& command, int output) {
     posix_spawnattr_setsigdefault(&attributes, &defaults);
     posix_spawnattr_setsigmask(&attributes, &mask);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-    if (output != kTerminal) {
-        posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    if (redirection.input >= 0) {
+        posix_spawn_file_actions_adddup2(&actions, redirection.input, STDIN_FILENO);
+    }
+    if (redirection.output >= 0) {
+        posix_spawn_file_actions_adddup2(&actions, redirection.output, STDOUT_FILENO);
         posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     }
     char shell[] = "sh";
@@ -72,6 +79,21 @@ std::string ReadToEnd(int descriptor) {
     }
 }
 
+// A command that has ended without reading must not end this program by SIGPIPE.
+void WriteWithoutSignal(int descriptor, std::initializer_list<std::string_view> texts) {
+    sigset_t broken_pipe;
+    sigset_t before;
+    sigemptyset(&broken_pipe);
+    sigaddset(&broken_pipe, SIGPIPE);
+    sigprocmask(SIG_BLOCK, &broken_pipe, &before);
+    for (std::string_view text : texts) {
+        if (!WriteAll(descriptor, text)) break;
+    }
+    const timespec now = {};
+    sigtimedwait(&broken_pipe, nullptr, &now);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+}
+
 bool IsWordByte(unsigned char byte) {
     return byte < 0x80 &&
            (std::isalnum(byte) != 0 ||
@@ -87,7 +109,7 @@ int RunCommand(const std::string& command) {
     struct sigaction quit = {};
     sigaction(SIGINT, &ignore, &interrupt);
     sigaction(SIGQUIT, &ignore, &quit);
-    const pid_t pid = StartShell(command, kTerminal);
+    const pid_t pid = StartShell(command, {});
     const int status = pid > 0 ? WaitFor(pid) : -1;
     sigaction(SIGINT, &interrupt, nullptr);
     sigaction(SIGQUIT, &quit, nullptr);
@@ -97,7 +119,7 @@ int RunCommand(const std::string& command) {
 std::optional<std::string> CommandOutput(const std::string& command) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
-    const pid_t pid = StartShell(command, ends[1]);
+    const pid_t pid = StartShell(command, {.output = ends[1]});
     close(ends[1]);
     std::optional<std::string> output;
     if (pid > 0) {
@@ -106,6 +128,16 @@ std::optional<std::string> CommandOutput(const std::string& command) {
     }
     close(ends[0]);
     return output;
+}
+
+void FeedCommand(const std::string& command, std::initializer_list<std::string_view> input) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return;
+    const pid_t pid = StartShell(command, {.input = ends[0]});
+    close(ends[0]);
+    if (pid > 0) WriteWithoutSignal(ends[1], input);
+    close(ends[1]);
+    if (pid > 0) WaitFor(pid);
 }
 
 std::string ShellWord(std::string_view name) {

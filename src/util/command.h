@@ -8,6 +8,7 @@
 
 #include <sys/types.h>
 
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,6 +23,11 @@ int RunCommand(const std::string& command);
 // started. Its standard error is dropped: the screen is up, and a complaint would land in the
 // middle of it.
 std::optional<std::string> CommandOutput(const std::string& command);
+
+// Runs the command on the program's own terminal with those texts, one after another, as its
+// standard input, and waits for it. No copy of them is made: they may be secrets. A command that
+// does not read them all is not told. Nothing happens when it can't be started.
+void FeedCommand(const std::string& command, std::initializer_list<std::string_view> input);
 
 // A name as one word of a shell command: unchanged when it consists of letters, digits and
 // "%+,-./:=@_" only, which no shell takes for more than a word; otherwise in single quotes.

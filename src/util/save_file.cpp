@@ -8,6 +8,8 @@
 #include <climits>
 #include <cstdlib>
 
+#include "util/io.h"
+
 namespace {
 
 constexpr int kMostLinks = 40;
@@ -37,16 +39,6 @@ mode_t Umask() {
     return mask;
 }
 
-bool WriteAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = write(descriptor, text.data(), text.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
-        text.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return true;
-}
-
 bool CloseFile(int descriptor, bool good) {
     return close(descriptor) == 0 && good;
 }
@@ -68,6 +60,13 @@ void SyncFolder(const std::string& path) {
     close(descriptor);
 }
 
+// Writes and closes the new file; whether all of it is on the disk.
+bool FillFile(int descriptor, std::string_view text, const struct stat* old) {
+    const bool good =
+        TakeOver(descriptor, old) && WriteAll(descriptor, text) && fsync(descriptor) == 0;
+    return CloseFile(descriptor, good);
+}
+
 enum class Outcome { Saved, Failed, NotReplaceable };
 
 Outcome ReplaceFile(const std::string& path, std::string_view text, const struct stat* old) {
@@ -78,9 +77,7 @@ Outcome ReplaceFile(const std::string& path, std::string_view text, const struct
         const bool folder_is_closed = errno == EROFS || errno == EACCES || errno == EPERM;
         return folder_is_closed ? Outcome::NotReplaceable : Outcome::Failed;
     }
-    const bool written =
-        TakeOver(descriptor, old) && WriteAll(descriptor, text) && fsync(descriptor) == 0;
-    if (!CloseFile(descriptor, written)) {
+    if (!FillFile(descriptor, text, old)) {
         unlink(name.c_str());
         return Outcome::Failed;
     }
@@ -127,4 +124,19 @@ bool SaveFile(const std::string& path, std::string_view text) {
     const Outcome outcome = ReplaceFile(target, text, &old);
     if (outcome == Outcome::NotReplaceable) return OverwriteFile(target, text, old);
     return outcome == Outcome::Saved;
+}
+
+bool SaveFileThrough(const std::string& temporary, const std::string& path, std::string_view text) {
+    struct stat old = {};
+    const bool exists = stat(path.c_str(), &old) == 0;
+    const int descriptor =
+        open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode);
+    if (descriptor < 0) return false;
+    if (!FillFile(descriptor, text, exists ? &old : nullptr)) {
+        unlink(temporary.c_str());
+        return false;
+    }
+    if (rename(temporary.c_str(), path.c_str()) != 0) return false;
+    SyncFolder(path);
+    return true;
 }

@@ -1,0 +1,92 @@
+#include "services/ftp_tls.h"
+
+#include <strings.h>
+
+#include <optional>
+
+#include "util/files.h"
+#include "util/lines.h"
+#include "util/save_file.h"
+#include "util/utility.h"
+
+namespace {
+
+constexpr std::size_t kLineSize = 1024;
+constexpr std::string_view kKey = "ssl_enable";
+constexpr std::string_view kBlanks = " \t";
+constexpr const char* kPaths[] = {"/etc/vsftpd.conf", "/etc/vsftpd.conf.disabled"};
+
+struct ConfigFile {
+    const char* path;
+    std::string text;
+};
+
+std::optional<ConfigFile> OpenConfig() {
+    for (const char* path : kPaths) {
+        if (auto text = ReadWholeFile(path)) return ConfigFile{path, std::move(*text)};
+    }
+    return std::nullopt;
+}
+
+std::string_view WithoutLeadingBlanks(std::string_view text) {
+    return text.substr(std::min(text.find_first_not_of(kBlanks), text.size()));
+}
+
+std::string_view WithoutTrailingBlanks(std::string_view text) {
+    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+}
+
+// The setting in one line; nothing when the line holds another.
+std::optional<bool> TlsInLine(std::string_view line) {
+    line = WithoutLeadingBlanks(line);
+    const std::size_t equals = line.find('=');
+    if (line.starts_with('#') || equals == std::string_view::npos) return std::nullopt;
+    if (WithoutTrailingBlanks(line.substr(0, equals)) != kKey) return std::nullopt;
+    const std::string value(WithoutLeadingBlanks(line.substr(equals + 1)));
+    return strcasecmp(value.c_str(), "YES") == 0 || value == "1";
+}
+
+// Narrower than the reader: at most one blank before "=".
+bool IsRewritten(std::string_view line) {
+    line = WithoutLeadingBlanks(line);
+    return line.starts_with("ssl_enable=") || line.starts_with("ssl_enable =");
+}
+
+}  // namespace
+
+bool FtpTlsIn(std::string_view text) {
+    bool enabled = false;
+    std::string line;
+    while (NextLine(text, kLineSize, line)) {
+        chomp(line.data());
+        enabled = TlsInLine(line.c_str()).value_or(enabled);
+    }
+    return enabled;
+}
+
+std::string WithFtpTls(std::string_view text, bool enable) {
+    std::string rewritten;
+    std::string line;
+    while (NextLine(text, kLineSize, line)) {
+        chomp(line.data());
+        if (IsRewritten(line.c_str())) {
+            rewritten += enable ? "ssl_enable=YES\n" : "ssl_enable=NO\n";
+        } else {
+            rewritten += line.c_str();
+            rewritten += '\n';
+        }
+    }
+    return rewritten;
+}
+
+bool ReadFtpTls() {
+    const auto config = OpenConfig();
+    return config && FtpTlsIn(config->text);
+}
+
+void WriteFtpTls(bool enable) {
+    const auto config = OpenConfig();
+    if (!config) return;
+    const std::string path = config->path;
+    SaveFileThrough(path + ".tmp", path, WithFtpTls(config->text, enable));
+}

@@ -1,0 +1,61 @@
+#include "services/unmount.h"
+
+#include <curses.h>
+#include <sys/mount.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "ui/dialogs.h"
+#include "ui/terminal.h"
+#include "util/files.h"
+#include "util/lines.h"
+
+namespace {
+
+constexpr std::size_t kLineSize = 1024;
+constexpr std::string_view kBlanks = " \t";
+
+// Takes the text up to the next blank off the line, and the blanks and tabs that follow. Nothing
+// when no blank follows.
+std::optional<std::string> TakeField(std::string_view& line) {
+    const std::size_t end = line.find(' ');
+    if (end == std::string_view::npos) return std::nullopt;
+    std::string field(line.substr(0, end));
+    line.remove_prefix(std::min(line.find_first_not_of(kBlanks, end), line.size()));
+    return field;
+}
+
+void Unmount(const MountedDevice& mounted) {
+    std::printf("Unmounting: %s -> %s [%s] ", mounted.device.c_str(), mounted.mount_point.c_str(),
+                mounted.type.c_str());
+    std::fflush(stdout);
+    const bool done = umount(mounted.mount_point.c_str()) == 0;
+    std::printf("%s\n", done ? "OK" : std::strerror(errno));
+}
+
+}  // namespace
+
+std::optional<MountedDevice> ParseMountLine(std::string line) {
+    std::string_view rest = line;
+    rest.remove_prefix(std::min(rest.find_first_not_of(kBlanks), rest.size()));
+    const auto device = TakeField(rest);
+    const auto mount_point = device ? TakeField(rest) : std::nullopt;
+    const auto type = mount_point ? TakeField(rest) : std::nullopt;
+    if (!type || !device->starts_with("/dev/") || *mount_point == "/") return std::nullopt;
+    return MountedDevice{*device, *mount_point, *type};
+}
+
+void UnmountDeviceMounts() {
+    LeaveCursesAtHome();
+    if (const auto mounts = ReadWholeFile("/proc/mounts")) {
+        std::string_view text = *mounts;
+        std::string line;
+        while (NextLine(text, kLineSize, line)) {
+            if (const auto mounted = ParseMountLine(line)) Unmount(*mounted);
+        }
+    }
+    WaitForEnter();
+    refresh();
+}

@@ -1,0 +1,20 @@
+// Taking the machine's disks off, from the plain terminal. No screen does it.
+#pragma once
+
+#include <optional>
+#include <string>
+
+// One line of /proc/mounts, as far as it matters.
+struct MountedDevice {
+    std::string device;
+    std::string mount_point;
+    std::string type;
+};
+
+// The device that a line tells of; nothing when the line has fewer than four fields, the device is
+// not below /dev/, or it is the root file system.
+std::optional<MountedDevice> ParseMountLine(std::string line);
+
+// Leaves curses, unmounts every such device with a line for each ("Unmounting: %s -> %s [%s] " and
+// "OK" or the reason it failed), and waits for ENTER.
+void UnmountDeviceMounts();

@@ -1,0 +1,54 @@
+#include "system/ntp_config.h"
+
+#include "util/files.h"
+#include "util/lines.h"
+#include "util/save_file.h"
+#include "util/utility.h"
+
+namespace {
+
+constexpr std::size_t kLineSize = 1023;
+constexpr const char* kPath = "/etc/ntp.conf";
+
+bool IsServerLine(std::string_view line) {
+    return line.starts_with("server ") || line.starts_with("server\t");
+}
+
+void TakeLine(std::string_view line, NtpConfig& config) {
+    if (!IsServerLine(line)) {
+        config.otherLines.emplace_back(line);
+        return;
+    }
+    const std::size_t start = line.find_first_not_of(" \t", std::string_view("server ").size());
+    if (start != std::string_view::npos) config.servers.emplace_back(line.substr(start));
+}
+
+}  // namespace
+
+NtpConfig ParseNtpConfig(std::string_view text) {
+    NtpConfig config;
+    std::string line;
+    while (NextLine(text, kLineSize, line)) {
+        chomp(line.data());
+        TakeLine(line.c_str(), config);
+    }
+    return config;
+}
+
+std::string FormatNtpConfig(const NtpConfig& config) {
+    std::string text;
+    for (const std::string& line : config.otherLines)
+        text += line + "\n";
+    for (const std::string& server : config.servers)
+        text += "server " + server + "\n";
+    return text;
+}
+
+NtpConfig ReadNtpConfig() {
+    const auto text = ReadWholeFile(kPath);
+    return text ? ParseNtpConfig(*text) : NtpConfig();
+}
+
+void WriteNtpConfig(const NtpConfig& config) {
+    SaveFile(kPath, FormatNtpConfig(config));
+}
