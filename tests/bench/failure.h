@@ -19,4 +19,13 @@ using Place = std::source_location;
     throw testing::AssertionException(result);
 }
 
+// Skips the rest of the test: what it needs is not to be had here, and that is nobody's fault.
+[[noreturn]] inline void Skip(const std::string& message, const Place& place) {
+    const int line = static_cast<int>(place.line());
+    const testing::TestPartResult result(testing::TestPartResult::kSkip, place.file_name(), line,
+                                         message.c_str());
+    GTEST_MESSAGE_AT_(place.file_name(), line, message.c_str(), testing::TestPartResult::kSkip);
+    throw testing::AssertionException(result);
+}
+
 }  // namespace bench

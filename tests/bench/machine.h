@@ -9,10 +9,11 @@
 //     box.WaitForCalls("/etc/init.d/network", 1);
 //     EXPECT_EQ(box.Calls("/etc/init.d/network")[0].Line(), "/etc/init.d/network start all");
 //
-// The machine is made by appliance/enter. What the test starts or opens in it goes through the
-// kernel's doors (setns, /proc/PID/root), so nothing of it ever shows on the host. Whatever cannot
-// be done (a command that fails, a file that is missing, a wait in vain) ends the test with a
-// report at the test's own line.
+// The machine is made by appliance/enter; for an ordinary user in a user namespace, where a test
+// that needs a tap or another user than root is skipped. What the test starts or opens in it goes
+// through the kernel's doors (setns, /proc/PID/root), so nothing of it ever shows on the host.
+// Whatever cannot be done (a command that fails, a file that is missing, a wait in vain) ends the
+// test with a report at the test's own line.
 //
 // Programs built with the sanitizers leave their reports in the machine; the machine's end turns
 // them into failures of the test.

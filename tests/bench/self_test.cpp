@@ -197,6 +197,20 @@ TEST(StandIn, RecordsIgnoredSignals) {
     EXPECT_TRUE(calls[0].sigint_ignored);
     EXPECT_FALSE(calls[0].sigquit_ignored);
     EXPECT_TRUE(calls[1].sigquit_ignored);
+    EXPECT_FALSE(calls[1].sigchld_ignored);
+}
+
+TEST(StandIn, RecordsAnIgnoredSigchld) {
+    Machine box;
+    box.StandIn("look");
+    TerminalOptions options;
+    options.program = "/mnt/bin/look";
+    options.ignored_signals = {SIGCHLD};
+    Terminal t(box, options);
+    t.WaitExit();
+    ASSERT_EQ(box.Calls("look").size(), 1u);
+    EXPECT_TRUE(box.Calls("look")[0].sigchld_ignored);
+    EXPECT_FALSE(box.Calls("look")[0].sigint_ignored);
 }
 
 TEST(StandIn, ChangesItsReplyWhileTheProgramRuns) {
@@ -451,6 +465,12 @@ TEST(FullScreen, ThePlainScreenComesBackAroundACommand) {
     ASSERT_EQ(calls.size(), 1u);
     EXPECT_THAT(calls[0].args, ElementsAre("before", "and after"));
     EXPECT_EQ(calls[0].mode, Mode::kLine);
+    t.Resize(20, 60);
+    t.WaitFor("size 20 by 60");
+    t.Press("q");
+    t.WaitExit();
+    EXPECT_EQ(t.Row(0), "before");
+    EXPECT_TRUE(t.Shows("on the plain screen"));
 }
 
 TEST(FullScreen, SettleWaitsUntilEveryKeyIsTaken) {
@@ -500,6 +520,19 @@ TEST(FullScreen, ResizingIsSeenByProgramAndEmulator) {
     t.Press("q");
     EXPECT_EQ(t.WaitExit(), Exited(3));
     EXPECT_TRUE(t.Running() == false);
+}
+
+TEST(FullScreen, TheSmallestTerminalsWork) {
+    Machine box;
+    TerminalOptions options = Sample();
+    options.rows = 1;
+    options.cols = 1;
+    Terminal t(box, options);
+    t.WaitFor("p");
+    t.Resize(5, 10);
+    t.WaitFor("underline");
+    t.Press("q");
+    EXPECT_EQ(t.WaitExit(), Exited(3));
 }
 
 TEST(FullScreen, MouseEventsArriveWhereTheyHappen) {

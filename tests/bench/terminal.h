@@ -172,6 +172,8 @@ class Terminal {
     bool Asleep() const;
     bool AwaitsKey() const;
     bool Await(const std::function<bool()>& condition, double seconds);
+    std::string StyleBut(int row, const bench::Cell& usual) const;
+    bench::Cell UsualStyle() const;
     [[noreturn]] void FailWith(const std::string& what, const Place& place);
     void CollectEnding(bool wait);
 
