@@ -10,7 +10,6 @@
 #include "util/files.h"
 #include "util/lines.h"
 #include "util/save_file.h"
-#include "util/utility.h"
 
 namespace {
 
@@ -101,10 +100,8 @@ void SetConfigDefaults(InterfaceConfig& config) {
 
 void ParseInterfaceConfig(std::string_view text, InterfaceConfig& config) {
     std::string line;
-    while (NextLine(text, kLineSize, line)) {
-        chomp(line.data());
-        TakeLine(line.c_str(), config);
-    }
+    while (NextChompedLine(text, kLineSize, line))
+        TakeLine(line, config);
 }
 
 std::string FormatInterfaceConfig(const InterfaceConfig& config) {

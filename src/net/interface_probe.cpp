@@ -28,7 +28,7 @@ Request RequestFor(const std::string& name) {
     Request request;
     std::memset(&request, 0, sizeof request);
     char* field = reinterpret_cast<char*>(&request);
-    std::memcpy(field, name.data(), std::min<std::size_t>(name.size(), IFNAMSIZ - 1));
+    name.copy(field, IFNAMSIZ - 1);
     return request;
 }
 

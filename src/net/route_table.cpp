@@ -10,7 +10,6 @@
 #include "util/assertion.h"
 #include "util/files.h"
 #include "util/lines.h"
-#include "util/utility.h"
 
 std::vector<RouteEntry> RouteTable;
 int multipleGateways = 0;
@@ -107,14 +106,12 @@ size_t tabsplit(char** cols, size_t colnum, char* line) {
 std::vector<RouteEntry> ParseRouteTable(std::string_view text) {
     std::vector<RouteEntry> routes;
     std::string line;
-    if (!NextLine(text, kLineSize, line)) return routes;
-    chomp(line.data());
+    if (!NextChompedLine(text, kLineSize, line)) return routes;
     ColumnPointers names;
     ColumnIndices indices;
     tabsplit(names, kColumns, line.data());
     if (!FindColumns(names, indices)) return routes;
-    while (NextLine(text, kLineSize, line)) {
-        chomp(line.data());
+    while (NextChompedLine(text, kLineSize, line)) {
         RouteEntry entry = EntryOf(line.data(), indices);
         if (!entry.iface.empty()) routes.push_back(std::move(entry));
     }

@@ -7,7 +7,6 @@
 #include "util/files.h"
 #include "util/lines.h"
 #include "util/save_file.h"
-#include "util/utility.h"
 
 namespace {
 
@@ -57,23 +56,19 @@ bool IsRewritten(std::string_view line) {
 bool FtpTlsIn(std::string_view text) {
     bool enabled = false;
     std::string line;
-    while (NextLine(text, kLineSize, line)) {
-        chomp(line.data());
-        enabled = TlsInLine(line.c_str()).value_or(enabled);
-    }
+    while (NextChompedLine(text, kLineSize, line))
+        enabled = TlsInLine(line).value_or(enabled);
     return enabled;
 }
 
 std::string WithFtpTls(std::string_view text, bool enable) {
     std::string rewritten;
     std::string line;
-    while (NextLine(text, kLineSize, line)) {
-        chomp(line.data());
-        if (IsRewritten(line.c_str())) {
+    while (NextChompedLine(text, kLineSize, line)) {
+        if (IsRewritten(line)) {
             rewritten += enable ? "ssl_enable=YES\n" : "ssl_enable=NO\n";
         } else {
-            rewritten += line.c_str();
-            rewritten += '\n';
+            rewritten += line + '\n';
         }
     }
     return rewritten;

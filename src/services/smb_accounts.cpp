@@ -4,7 +4,6 @@
 
 #include "util/command.h"
 #include "util/lines.h"
-#include "util/utility.h"
 
 namespace {
 
@@ -33,11 +32,10 @@ void TakeLine(std::string_view line, SmbAccount& account) {
 bool ReadRecord(std::string_view& listing, SmbAccount& account) {
     std::string line;
     bool any = false;
-    while (NextLine(listing, kLineSize, line)) {
+    while (NextChompedLine(listing, kLineSize, line)) {
         any = true;
-        chomp(line.data());
-        if (line.front() == '\0' || line.front() == '-') break;
-        TakeLine(line.c_str(), account);
+        if (line.empty() || line.front() == '-') break;
+        TakeLine(line, account);
     }
     return any;
 }

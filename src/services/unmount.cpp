@@ -3,6 +3,7 @@
 #include <curses.h>
 #include <sys/mount.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -37,12 +38,11 @@ void Unmount(const MountedDevice& mounted) {
 
 }  // namespace
 
-std::optional<MountedDevice> ParseMountLine(std::string line) {
-    std::string_view rest = line;
-    rest.remove_prefix(std::min(rest.find_first_not_of(kBlanks), rest.size()));
-    const auto device = TakeField(rest);
-    const auto mount_point = device ? TakeField(rest) : std::nullopt;
-    const auto type = mount_point ? TakeField(rest) : std::nullopt;
+std::optional<MountedDevice> ParseMountLine(std::string_view line) {
+    line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
+    const auto device = TakeField(line);
+    const auto mount_point = device ? TakeField(line) : std::nullopt;
+    const auto type = mount_point ? TakeField(line) : std::nullopt;
     if (!type || !device->starts_with("/dev/") || *mount_point == "/") return std::nullopt;
     return MountedDevice{*device, *mount_point, *type};
 }

@@ -3,7 +3,6 @@
 #include "util/files.h"
 #include "util/lines.h"
 #include "util/save_file.h"
-#include "util/utility.h"
 
 namespace {
 
@@ -28,10 +27,8 @@ void TakeLine(std::string_view line, NtpConfig& config) {
 NtpConfig ParseNtpConfig(std::string_view text) {
     NtpConfig config;
     std::string line;
-    while (NextLine(text, kLineSize, line)) {
-        chomp(line.data());
-        TakeLine(line.c_str(), config);
-    }
+    while (NextChompedLine(text, kLineSize, line))
+        TakeLine(line, config);
     return config;
 }
 

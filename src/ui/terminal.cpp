@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -105,6 +106,22 @@ int ResolveEscape() {
     return kUnknownKey;
 }
 
+// Curses answers Ctrl-Z by saving and restoring its screen. While it is left, Ctrl-Z stops the
+// program together with the command, and nothing else.
+struct PlainStop {
+    PlainStop() : before{} {
+        struct sigaction stop = {};
+        stop.sa_handler = SIG_DFL;
+        sigaction(SIGTSTP, &stop, &before);
+        if (before.sa_handler == SIG_IGN) sigaction(SIGTSTP, &before, nullptr);
+    }
+    ~PlainStop() { sigaction(SIGTSTP, &before, nullptr); }
+    PlainStop(const PlainStop&) = delete;
+    PlainStop& operator=(const PlainStop&) = delete;
+
+    struct sigaction before;
+};
+
 }  // namespace
 
 void StartKeyboard() {
@@ -146,7 +163,10 @@ void ShellEscape(const std::function<void()>& work) {
     clear();
     refresh();
     endwin();
-    work();
+    {
+        const PlainStop plain_stop;
+        work();
+    }
     initscr();
 }
 

@@ -1,5 +1,9 @@
 #include "util/lines.h"
 
+#include <cstring>
+
+#include "util/utility.h"
+
 bool NextLine(std::string_view& text, std::size_t size, std::string& line) {
     line.clear();
     if (text.empty() || size < 2) return false;
@@ -9,5 +13,12 @@ bool NextLine(std::string_view& text, std::size_t size, std::string& line) {
     const std::string_view piece = text.substr(0, length);
     line = piece.substr(0, piece.find('\0'));
     text.remove_prefix(length);
+    return true;
+}
+
+bool NextChompedLine(std::string_view& text, std::size_t size, std::string& line) {
+    if (!NextLine(text, size, line)) return false;
+    chomp(line.data());
+    line.resize(std::strlen(line.c_str()));
     return true;
 }

@@ -10,3 +10,6 @@
 // size - 1 bytes (the buffer's last byte is the terminator's). The piece ends at a NUL byte, as a
 // C text does; what stood behind the NUL in the same piece is lost. False at the end of the text.
 bool NextLine(std::string_view& text, std::size_t size, std::string& line);
+
+// The same without the line's end: trailing carriage returns and line feeds are cut (chomp).
+bool NextChompedLine(std::string_view& text, std::size_t size, std::string& line);

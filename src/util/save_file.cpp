@@ -28,7 +28,8 @@ std::string FollowLinks(std::string path) {
         const ssize_t length = readlink(path.c_str(), target, sizeof target);
         if (length <= 0) break;
         const std::string next(target, static_cast<std::size_t>(length));
-        path = next.front() == '/' ? next : FolderOf(path) + next;
+        if (next.front() == '/') path.clear();
+        path = FolderOf(path).append(next);
     }
     return path;
 }
