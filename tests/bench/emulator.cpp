@@ -98,15 +98,6 @@ std::string Latin1ToUtf8(const std::string& bytes) {
     return text;
 }
 
-// The last whole character of a text that ends in one; empty otherwise.
-std::string LastCharacter(const std::string& text) {
-    size_t at = text.size();
-    while (at > 0 && (text[at - 1] & 0xC0) == 0x80)
-        at--;
-    if (at == 0 || static_cast<unsigned char>(text[at - 1]) < ' ') return "";
-    return text.substr(at - 1);
-}
-
 int OnProperty(VTermProp, VTermValue*, void*) {
     return 1;
 }
@@ -187,12 +178,6 @@ void Emulator::FeedSequence(const std::string& sequence) {
     if (final == 'm' && is_public) {
         const std::string translated = WithDimAsBlink(sequence);
         vterm_input_write(vterm_, translated.data(), translated.size());
-    } else if (final == 'b' && is_public) {
-        std::string repeated;
-        const int times = std::clamp(Numbers(sequence, 2)[0], 1, rows_ * cols_);
-        for (int i = 0; i < times; i++)
-            repeated += repeatable_;
-        vterm_input_write(vterm_, repeated.data(), repeated.size());
     } else {
         vterm_input_write(vterm_, sequence.data(), sequence.size());
     }
@@ -202,7 +187,6 @@ void Emulator::FeedText(const std::string& bytes) {
     if (bytes.empty()) return;
     const std::string text = latin1_ ? Latin1ToUtf8(bytes) : bytes;
     vterm_input_write(vterm_, text.data(), text.size());
-    repeatable_ = LastCharacter(text);
 }
 
 void Emulator::Feed(const std::string& bytes) {

@@ -63,7 +63,6 @@ class Emulator {
     VTermScreen* screen_ = nullptr;
     std::function<void(const std::string&)> reply_;
     std::string held_;            // the start of a sequence whose rest is not here yet
-    std::string repeatable_;      // the character that "repeat" repeats
     std::set<int> modes_ = {25};  // a terminal starts with its cursor shown
 };
 

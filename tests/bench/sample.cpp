@@ -34,7 +34,6 @@ void DrawStyles() {
     }
     attrset(A_NORMAL);
     mvaddstr(7, 0, "caf\xC3\xA9 \xE6\x97\xA5 end");
-    mvaddstr(8, 0, "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaab");
     mvprintw(9, 0, "size %d by %d", LINES, COLS);
 }
 
