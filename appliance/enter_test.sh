@@ -30,7 +30,8 @@ CheckCommand() {
     Promise "The command's exit status comes out" 7 $?
     Enter --bare sh -c 'kill -TERM $$'
     Promise "A signal's end comes out as 128 and its number" 143 $?
-    Promise "Arguments arrive as they are" "<a  b><><*>" "$(Enter --bare printf '<%s>' 'a  b' '' '*')"
+    Promise "Arguments arrive as they are" "<a  b><><*>" \
+        "$(Enter --bare printf '<%s>' 'a  b' '' '*')"
     Promise "Standard input is the caller's" hello "$(echo hello | Enter --bare cat)"
     Promise "The folder is the caller's" "$scratch" "$(cd "$scratch" && Enter --bare pwd)"
     Promise "Signals are at their defaults" 0000000000000000 \
@@ -56,12 +57,14 @@ CheckMachine() {
         printf "#!/bin/sh\necho stand-in\n" >/mnt/bin/ip
         chmod +x /mnt/bin/ip
         ip link')"
-    Promise "The host's processes are out of sight" "1" "$(Enter --bare sh -c 'ls -d /proc/[0-9]* | head -n 1' | tr -dc 0-9)"
+    Promise "The first process is the machine's own, and the command its child" "1" \
+        "$(Enter --bare sh -c 'echo $PPID')"
     Promise "The kernel's settings cannot be written" "" \
         "$(Enter --bare sh -c 'echo 1 >/proc/sys/kernel/sysrq && echo written' 2>/dev/null)"
     Promise "The files that the program writes can be written" "" "$(Enter --bare sh -c '
-        mkdir -p /etc/network && touch /etc/network/default.wireless && echo renamed >/etc/hostname &&
-        cp /etc/network/example /etc/network/02:00:00:00:00:01 && mv /etc/resolv.conf /etc/resolv.conf.disabled &&
+        mkdir -p /etc/network && touch /etc/network/default.wireless &&
+        echo renamed >/etc/hostname && cp /etc/network/example /etc/network/02:00:00:00:00:01 &&
+        mv /etc/resolv.conf /etc/resolv.conf.disabled &&
         touch /var/made /var/run/made /root/made /tmp/made' 2>&1)"
 }
 
@@ -70,7 +73,8 @@ CheckEnd() {
     for signal in TERM KILL; do
         rm -f "$scratch/pipe"
         mkfifo -m 666 "$scratch/pipe"
-        $as "$enter" --bare sh -c 'setsid sleep 600 & echo up; sleep 600' >"$scratch/pipe" 2>/dev/null &
+        $as "$enter" --bare sh -c 'setsid sleep 600 & echo up; sleep 600' \
+            >"$scratch/pipe" 2>/dev/null &
         maker=$!
         exec 8<"$scratch/pipe"
         read -r _ <&8
@@ -89,19 +93,25 @@ CheckFolders() {
     mkdir -p "$odd"
     cp -R "$appliance" "$odd"
     enter="$odd/${appliance##*/}/enter"
-    Promise "A checkout in a folder with an odd name is in reach" "$enter" "$(Enter --bare ls "$enter")"
+    Promise "A checkout in a folder with an odd name is in reach" "$enter" \
+        "$(Enter --bare ls "$enter")"
     rm -rf "$odd"
     enter=$appliance/enter
 }
 
-# CheckFileSystems: root can see to it that the checkout lies on a file system of its own, where the machine has a
-# layer, a scratch folder or an empty folder.
+# CheckFileSystems: root can see to it that the checkout lies on a file system of its own, where the
+# machine has a layer, a scratch folder or an empty folder, and that /etc does.
 CheckFileSystems() {
+    seen=$(unshare --mount sh -c 'mount --bind /etc /etc && "$1" --bare cat /etc/hostname' \
+        sh "$enter")
+    Promise "The appliance's files lie over a separate /etc, too" appliance "$seen"
     for folder in /home /mnt /run; do
         [ -d $folder ] || continue
-        seen=$(unshare --mount sh -c 'mount -t tmpfs test "$1" && mkdir "$1/checkout" && cp -R "$2" "$1/checkout" &&
-            "$1/checkout/${2##*/}/enter" --bare ls "$1/checkout"' sh $folder "$appliance")
-        Promise "A checkout on a file system of its own below $folder is in reach" "${appliance##*/}" "$seen"
+        seen=$(unshare --mount sh -c 'mount -t tmpfs test "$1" && mkdir "$1/checkout" &&
+            cp -R "$2" "$1/checkout" && "$1/checkout/${2##*/}/enter" --bare ls "$1/checkout"' \
+            sh $folder "$appliance")
+        Promise "A checkout on a file system of its own in $folder is in reach" \
+            "${appliance##*/}" "$seen"
     done
 }
 
@@ -117,7 +127,7 @@ CheckAll "this user" ""
 if [ "$(id -u)" = 0 ]; then
     CheckFileSystems
     ordinary="setpriv --reuid 65534 --regid 65534 --clear-groups"
-    if $ordinary test -r "$appliance/machine" && $ordinary "$appliance/enter" --bare true 2>/dev/null; then
+    if $ordinary "$appliance/enter" --bare true 2>/dev/null; then
         CheckAll "an ordinary user" "$ordinary"
     fi
 fi

@@ -7,7 +7,8 @@ run_packages="cmake g++ make libncurses-dev ncurses-term iproute2 psmisc util-li
 
 # And to build and run its tests.
 # shellcheck disable=SC2034
-test_packages="libgtest-dev libgmock-dev libvterm-dev clang-format-14 shellcheck strace procps"
+test_packages="libgtest-dev libgmock-dev libvterm-dev clang-format-14 shellcheck locales strace \
+procps"
 
 # MissingPackages PACKAGE...: those that are not installed.
 MissingPackages() {
@@ -24,8 +25,13 @@ $package=installed
     done
 }
 
-# NeedPackages LOG PACKAGE...: installs those that are missing, with apt's messages in LOG; says so, and what to do
-# where it may not. A system without dpkg is left to show by itself what it lacks.
+InstallPackages() {
+    apt-get --quiet update &&
+        DEBIAN_FRONTEND=noninteractive apt-get --quiet --yes install --no-install-recommends "$@"
+}
+
+# NeedPackages LOG PACKAGE...: installs those that are missing, with apt's messages in LOG; says so,
+# and what to do where it may not. A system without dpkg is left to show by itself what it lacks.
 NeedPackages() {
     log=$1
     shift
@@ -39,8 +45,7 @@ NeedPackages() {
     fi
     echo "Installing missing packages:$missing"
     # shellcheck disable=SC2086  # a list of words
-    if ! { apt-get --quiet update && DEBIAN_FRONTEND=noninteractive \
-        apt-get --quiet --yes install --no-install-recommends $missing; } </dev/null >"$log" 2>&1; then
+    if ! InstallPackages $missing </dev/null >"$log" 2>&1; then
         cat "$log" >&2
         echo "This line did not succeed; $log has its messages:" >&2
         echo "    apt-get update && apt-get install --no-install-recommends$missing" >&2
