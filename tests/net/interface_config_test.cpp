@@ -1,0 +1,595 @@
+#include "net/interface_config.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <ostream>
+#include <random>
+#include <string>
+#include <tuple>
+#include <vector>
+
+// All fields, so that a comparison never misses one.
+static auto Fields(const InterfaceConfig& config) {
+    return std::tie(config.manage, config.dhcp, config.dhcp6, config.dhcp_gw, config.enable_ip6,
+                    config.disabled, config.static_ip, config.ipv6_router_adv,
+                    config.static_ip_netmask, config.static_ip6, config.gateway, config.dns,
+                    config.nat_enable, config.nat_role);
+}
+
+static bool operator==(const InterfaceConfig& one, const InterfaceConfig& other) {
+    return Fields(one) == Fields(other);
+}
+
+static std::ostream& operator<<(std::ostream& out, const InterfaceConfig& config) {
+    std::apply([&](const auto&... field) { ((out << "[" << field << "] "), ...); }, Fields(config));
+    return out;
+}
+
+namespace {
+
+InterfaceConfig Defaults() {
+    InterfaceConfig config;
+    config.manage = true;
+    config.dhcp = true;
+    config.dhcp6 = false;
+    config.dhcp_gw = true;
+    config.enable_ip6 = true;
+    config.disabled = false;
+    config.static_ip = "";
+    config.ipv6_router_adv = true;
+    config.static_ip_netmask = "255.255.255.0";
+    config.static_ip6 = "";
+    config.gateway = "";
+    config.dns = "";
+    config.nat_enable = false;
+    config.nat_role = "";
+    return config;
+}
+
+InterfaceConfig Parsed(const std::string& text) {
+    InterfaceConfig config;
+    SetConfigDefaults(config);
+    ParseInterfaceConfig(text, config);
+    return config;
+}
+
+// A folder of one test.
+struct Folder {
+    Folder() : path((std::filesystem::temp_directory_path() / "settings.XXXXXX").string()) {
+        if (mkdtemp(path.data()) == nullptr) std::abort();
+    }
+    ~Folder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+
+    [[nodiscard]] std::string Write(const std::string& name, const std::string& text) const {
+        std::ofstream(path + "/" + name, std::ios::binary) << text;
+        return path + "/" + name;
+    }
+    [[nodiscard]] std::string Read(const std::string& name) const {
+        std::ifstream file(path + "/" + name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    std::string path;
+};
+
+// A command found first in PATH while the object lives: it writes down its words, one a line, then
+// where its complaints go, and ends with the status.
+class RecordingCommand {
+  public:
+    RecordingCommand(const std::string& name, int status) : path_(std::getenv("PATH")) {
+        const std::string file = folder_.Write(name,
+                                               "#!/bin/sh\n"
+                                               "log=" +
+                                                   folder_.path +
+                                                   "/log\n"
+                                                   "printf '%s\\n' \"${0##*/}\" \"$@\" >\"$log\"\n"
+                                                   "readlink /proc/$$/fd/2 >>\"$log\"\n"
+                                                   "exit " +
+                                                   std::to_string(status) + "\n");
+        chmod(file.c_str(), 0755);
+        setenv("PATH", (folder_.path + ":" + path_).c_str(), 1);
+    }
+    ~RecordingCommand() { setenv("PATH", path_.c_str(), 1); }
+    RecordingCommand(const RecordingCommand&) = delete;
+    RecordingCommand& operator=(const RecordingCommand&) = delete;
+
+    [[nodiscard]] std::string Log() const { return folder_.Read("log"); }
+
+  private:
+    Folder folder_;
+    std::string path_;
+};
+
+// ---- the boolean rule ----
+
+TEST(ParseConfigBool, PositiveNumbersAndOnAreTrue) {
+    for (const char* text : {"1", "2", "5", "+3", "007", " 1", "1x", "on", "On", "oN", "ON"}) {
+        EXPECT_TRUE(ParseConfigBool(text)) << text;
+    }
+}
+
+TEST(ParseConfigBool, EverythingElseIsFalse) {
+    for (const char* text : {"0", "-1", "", "yes", "Yes", "true", "TRUE", "y", "off", "onn", "o",
+                             "on ", " on", "x1", "0x1", "enabled"}) {
+        EXPECT_FALSE(ParseConfigBool(text)) << text;
+    }
+}
+
+// ---- defaults ----
+
+TEST(SetConfigDefaults, AreTheReadersDefaults) {
+    InterfaceConfig config;
+    SetConfigDefaults(config);
+    EXPECT_EQ(config, Defaults());
+}
+
+TEST(SetConfigDefaults, UndoEveryChoiceButLeaveTheOtherTexts) {
+    InterfaceConfig config;
+    config.disabled = config.dhcp6 = config.nat_enable = true;
+    config.static_ip = "192.0.2.1";
+    config.static_ip_netmask = "255.0.0.0";
+    config.static_ip6 = "2001:db8::1/64";
+    config.gateway = "192.0.2.254";
+    config.dns = "192.0.2.53";
+    config.nat_role = "lan";
+    SetConfigDefaults(config);
+    InterfaceConfig expected = Defaults();
+    expected.static_ip = "192.0.2.1";
+    expected.static_ip6 = "2001:db8::1/64";
+    expected.gateway = "192.0.2.254";
+    expected.dns = "192.0.2.53";
+    expected.nat_role = "lan";
+    EXPECT_EQ(config, expected);
+}
+
+TEST(InterfaceConfig, ANewRecordIsEmptyAndOff) {
+    const InterfaceConfig config;
+    EXPECT_EQ(Fields(config), std::make_tuple(false, false, false, false, false, false, "", false,
+                                              "", "", "", "", false, ""));
+}
+
+// ---- reading ----
+
+TEST(ParseInterfaceConfig, AnEmptyTextLeavesTheDefaults) {
+    EXPECT_EQ(Parsed(""), Defaults());
+    EXPECT_EQ(Parsed("\n"), Defaults());
+}
+
+// One line changes its own setting and no other.
+TEST(ParseInterfaceConfig, EveryKeyHasItsField) {
+    struct Case {
+        const char* line;
+        void (*expect)(InterfaceConfig&);
+    };
+    const Case cases[] = {
+        {"manage = 0", [](InterfaceConfig& c) { c.manage = false; }},
+        {"dhcp = 0", [](InterfaceConfig& c) { c.dhcp = false; }},
+        {"dhcp6 = 1", [](InterfaceConfig& c) { c.dhcp6 = true; }},
+        {"dhcp_gw = 0", [](InterfaceConfig& c) { c.dhcp_gw = false; }},
+        {"enable_ip6 = 0", [](InterfaceConfig& c) { c.enable_ip6 = false; }},
+        {"disabled = 1", [](InterfaceConfig& c) { c.disabled = true; }},
+        {"static ip = 192.0.2.1", [](InterfaceConfig& c) { c.static_ip = "192.0.2.1"; }},
+        {"ipv6_router_adv = 0", [](InterfaceConfig& c) { c.ipv6_router_adv = false; }},
+        {"static ip netmask = 255.255.0.0",
+         [](InterfaceConfig& c) { c.static_ip_netmask = "255.255.0.0"; }},
+        {"static ip6 = 2001:db8::1/64",
+         [](InterfaceConfig& c) { c.static_ip6 = "2001:db8::1/64"; }},
+        {"gateway = 192.0.2.254", [](InterfaceConfig& c) { c.gateway = "192.0.2.254"; }},
+        {"dns = 192.0.2.1 192.0.2.2", [](InterfaceConfig& c) { c.dns = "192.0.2.1 192.0.2.2"; }},
+        {"nat enable = 1", [](InterfaceConfig& c) { c.nat_enable = true; }},
+        {"nat role = public", [](InterfaceConfig& c) { c.nat_role = "public"; }},
+    };
+    for (const Case& one : cases) {
+        InterfaceConfig expected = Defaults();
+        one.expect(expected);
+        EXPECT_NE(expected, Defaults()) << one.line;
+        EXPECT_EQ(Parsed(std::string(one.line) + "\n"), expected) << one.line;
+    }
+}
+
+TEST(ParseInterfaceConfig, LinesThatSetDhcpOff) {
+    for (const char* line :
+         {"dhcp = 0", "dhcp =0", "dhcp   =   0", "   dhcp = 0", "dhcp = yes", "dhcp = true",
+          "dhcp = ", "dhcp =", "dhcp = -1", "dhcp = off", "dhcp = 0 # by hand", "dhcp = = 1",
+          "dhcp = on ", "dhcp = 0\r", "dhcp = 0\r\r\n\r",
+          // Whatever stands before "=" is taken for the blank that belongs there.
+          "dhcp\t= 0", "dhcp \t= 0", "dhcp6= 0", "dhcp:=0", "dhcp?= 0"}) {
+        InterfaceConfig expected = Defaults();
+        expected.dhcp = false;
+        EXPECT_EQ(Parsed(line), expected) << line;
+        EXPECT_EQ(Parsed("# first\n" + std::string(line) + "\nunknown = 1\n"), expected) << line;
+    }
+}
+
+TEST(ParseInterfaceConfig, LinesThatSetDhcp6On) {
+    for (const char* line : {"dhcp6 = 1", "dhcp6 = on", "dhcp6 = ON", "dhcp6 = 5", "dhcp6 =1",
+                             "dhcp6   =   1", "dhcp6 =\t1", "dhcp6 = 1 "}) {
+        InterfaceConfig expected = Defaults();
+        expected.dhcp6 = true;
+        EXPECT_EQ(Parsed(line), expected) << line;
+    }
+}
+
+TEST(ParseInterfaceConfig, LinesThatSayNothing) {
+    for (const char* line : {"manage=0",
+                             "manage= 0",
+                             "dhcp=0",
+                             "dhcp= 0",
+                             "=",
+                             " = 0",
+                             "=0",
+                             "==",
+                             "a=",
+                             "m = 0",
+                             "manage",
+                             "manage 0",
+                             "manage : 0",
+                             "Manage = 0",
+                             "MANAGE = 0",
+                             "manag = 0",
+                             "managed = 0",
+                             "xmanage = 0",
+                             "man age = 0",
+                             "static  ip = 192.0.2.1",
+                             "static_ip = 192.0.2.1",
+                             "Static IP = 192.0.2.1",
+                             "static ip4 = 192.0.2.1",
+                             "static = 1",
+                             "nat = 1",
+                             "nat_enable = 1",
+                             "netmask = 1",
+                             "dhcp gw = 0",
+                             "ipv6 router adv = 0",
+                             "#manage = 0",
+                             "# manage = 0",
+                             "  # manage = 0",
+                             "\t# manage = 0",
+                             "\tmanage = 0",
+                             "manage\t = 0",
+                             "x = manage = 0",
+                             "[manage = 0]",
+                             "\r",
+                             "   "}) {
+        EXPECT_EQ(Parsed(line), Defaults()) << line;
+        EXPECT_EQ(Parsed(std::string(line) + "\n"), Defaults()) << line;
+    }
+}
+
+TEST(ParseInterfaceConfig, ATextKeepsAllButItsLeadingSpaces) {
+    struct Case {
+        const char* line;
+        const char* value;
+    };
+    const Case cases[] = {
+        {"dns = 192.0.2.1 192.0.2.2", "192.0.2.1 192.0.2.2"},
+        {"dns =192.0.2.1", "192.0.2.1"},
+        {"dns =    192.0.2.1", "192.0.2.1"},
+        {"dns = 192.0.2.1  ", "192.0.2.1  "},
+        {"dns = 192.0.2.1\t", "192.0.2.1\t"},
+        {"dns = \t192.0.2.1", "\t192.0.2.1"},
+        {"dns = 192.0.2.1\r", "192.0.2.1"},
+        {"dns = 192.0.2.1 # at home", "192.0.2.1 # at home"},
+        {"dns = a = b", "a = b"},
+        {"dns == b", "= b"},
+        {"dns = $(id) `id` \\ \" '", "$(id) `id` \\ \" '"},
+        {"dns = \xc3\xa9\xff", "\xc3\xa9\xff"},
+        {"dns = one\rtwo", "one\rtwo"},
+    };
+    for (const Case& one : cases) {
+        EXPECT_EQ(Parsed(one.line).dns, one.value) << one.line;
+        EXPECT_EQ(Parsed(std::string(one.line) + "\nmanage = 1\n").dns, one.value) << one.line;
+    }
+}
+
+TEST(ParseInterfaceConfig, AnEmptyValueEmptiesAText) {
+    EXPECT_EQ(Parsed("static ip netmask = \n").static_ip_netmask, "");
+    EXPECT_EQ(Parsed("static ip netmask =\n").static_ip_netmask, "");
+    EXPECT_EQ(Parsed("dns = 192.0.2.1\ndns =    \n").dns, "");
+}
+
+TEST(ParseInterfaceConfig, TheNetmaskLineNeverTouchesTheAddress) {
+    const InterfaceConfig config = Parsed("static ip netmask = 255.255.0.0\n");
+    EXPECT_EQ(config.static_ip_netmask, "255.255.0.0");
+    EXPECT_EQ(config.static_ip, "");
+    EXPECT_EQ(config.static_ip6, "");
+}
+
+TEST(ParseInterfaceConfig, TheLastOfSeveralLinesCounts) {
+    EXPECT_TRUE(Parsed("dhcp = 0\ndns = 192.0.2.1\ndhcp = 1\n").dhcp);
+    EXPECT_FALSE(Parsed("dhcp = 1\ndhcp = 0").dhcp);
+    EXPECT_EQ(Parsed("dns = 192.0.2.1\ndns = 192.0.2.2").dns, "192.0.2.2");
+}
+
+TEST(ParseInterfaceConfig, KeepsWhatTheTextDoesNotSay) {
+    InterfaceConfig config = Defaults();
+    config.static_ip = "192.0.2.1";
+    config.dhcp = false;
+    ParseInterfaceConfig("gateway = 192.0.2.254\n", config);
+    EXPECT_EQ(config.static_ip, "192.0.2.1");
+    EXPECT_FALSE(config.dhcp);
+    EXPECT_EQ(config.gateway, "192.0.2.254");
+}
+
+// Lines are taken in pieces of 1022 characters.
+TEST(ParseInterfaceConfig, ALongLineComesInPieces) {
+    const std::string key = "dns = ";
+    const std::string longest(1022 - key.size(), 'x');
+    EXPECT_EQ(Parsed(key + longest).dns, longest);
+    EXPECT_EQ(Parsed(key + longest + "\nmanage = 0\n").dns, longest);
+    EXPECT_FALSE(Parsed(key + longest + "\nmanage = 0\n").manage);
+    EXPECT_EQ(Parsed(key + longest + "y\n").dns, longest);
+    EXPECT_EQ(Parsed(key + longest + longest + longest + "\n").dns, longest);
+    // The second piece is a line like any other, even behind a comment.
+    const InterfaceConfig behind = Parsed("#" + std::string(1021, ' ') + "manage = 0\n");
+    EXPECT_FALSE(behind.manage);
+    EXPECT_TRUE(Parsed("#" + std::string(1020, ' ') + "manage = 0\n").manage);
+}
+
+TEST(ParseInterfaceConfig, AZeroByteEndsItsLine) {
+    using std::string_literals::operator""s;
+    const InterfaceConfig config = Parsed("dns = one\0two\nman\0age = 0\ndhcp = 0\n"s);
+    EXPECT_EQ(config.dns, "one");
+    EXPECT_TRUE(config.manage);
+    EXPECT_FALSE(config.dhcp);
+}
+
+// ---- writing ----
+
+TEST(FormatInterfaceConfig, WritesFourteenLinesInTheFilesOrder) {
+    InterfaceConfig config;
+    config.manage = true;
+    config.dhcp6 = true;
+    config.enable_ip6 = true;
+    config.static_ip = "192.168.1.42";
+    config.ipv6_router_adv = true;
+    config.static_ip_netmask = "255.255.255.0";
+    config.static_ip6 = "fc00::1/64";
+    config.gateway = "192.168.1.1";
+    config.dns = "192.168.1.1 192.168.1.2";
+    config.nat_role = "lan";
+    EXPECT_EQ(FormatInterfaceConfig(config),
+              "manage = 1\n"
+              "dhcp = 0\n"
+              "dhcp6 = 1\n"
+              "dhcp_gw = 0\n"
+              "enable_ip6 = 1\n"
+              "disabled = 0\n"
+              "static ip = 192.168.1.42\n"
+              "ipv6_router_adv = 1\n"
+              "static ip netmask = 255.255.255.0\n"
+              "static ip6 = fc00::1/64\n"
+              "gateway = 192.168.1.1\n"
+              "dns = 192.168.1.1 192.168.1.2\n"
+              "nat enable = 0\n"
+              "nat role = lan\n");
+}
+
+TEST(FormatInterfaceConfig, WritesEmptyTextsBehindTheirBlank) {
+    InterfaceConfig config;
+    config.dhcp = config.dhcp_gw = config.disabled = config.nat_enable = true;
+    EXPECT_EQ(FormatInterfaceConfig(config),
+              "manage = 0\n"
+              "dhcp = 1\n"
+              "dhcp6 = 0\n"
+              "dhcp_gw = 1\n"
+              "enable_ip6 = 0\n"
+              "disabled = 1\n"
+              "static ip = \n"
+              "ipv6_router_adv = 0\n"
+              "static ip netmask = \n"
+              "static ip6 = \n"
+              "gateway = \n"
+              "dns = \n"
+              "nat enable = 1\n"
+              "nat role = \n");
+}
+
+TEST(FormatInterfaceConfig, WritesTextsAsTheyStand) {
+    InterfaceConfig config;
+    config.dns = "  100% \"sure\" \\n  ";
+    config.nat_role = std::string(5000, 'r');
+    const std::string text = FormatInterfaceConfig(config);
+    EXPECT_NE(text.find("\ndns =   100% \"sure\" \\n  \nnat enable = "), std::string::npos);
+    EXPECT_NE(text.find("\nnat role = " + config.nat_role + "\n"), std::string::npos);
+}
+
+TEST(FormatInterfaceConfig, AWordThatTheReaderDoesNotKnowIsWrittenBackAsOff) {
+    const std::string text = FormatInterfaceConfig(Parsed("dhcp = yes\nmanage = ON\ndhcp6 = 7\n"));
+    EXPECT_EQ(text.substr(0, text.find("dhcp_gw")), "manage = 1\ndhcp = 0\ndhcp6 = 1\n");
+}
+
+// ---- both ways ----
+
+class Dice {
+  public:
+    explicit Dice(unsigned seed) : generator_(seed) {}
+
+    unsigned Below(unsigned limit) {
+        return std::uniform_int_distribution<unsigned>(0, limit - 1)(generator_);
+    }
+    bool Coin() { return Below(2) == 1; }
+    std::string Text(const std::string& characters, unsigned most) {
+        std::string text(Below(most + 1), ' ');
+        for (char& c : text)
+            c = characters[Below(static_cast<unsigned>(characters.size()))];
+        return text;
+    }
+
+  private:
+    std::mt19937 generator_;
+};
+
+// What an operator may type or paste, without blanks around it.
+std::string RandomValue(Dice& dice) {
+    std::string characters = "  ==##\t\r\\%$'\"`;,.:/0123456789abcdefABCDEF\xc3\xa9\xff\x01\x7f";
+    std::string text = dice.Text(characters, 60);
+    const auto first = text.find_first_not_of(' ');
+    if (first == std::string::npos) return "";
+    text = text.substr(first);
+    return text.substr(0, text.find_last_not_of(" \r") + 1);
+}
+
+InterfaceConfig RandomConfig(Dice& dice) {
+    InterfaceConfig config;
+    for (bool* flag :
+         {&config.ipv6_router_adv, &config.enable_ip6, &config.disabled, &config.manage,
+          &config.dhcp6, &config.dhcp, &config.dhcp_gw, &config.nat_enable}) {
+        *flag = dice.Coin();
+    }
+    for (std::string* text : {&config.static_ip, &config.static_ip_netmask, &config.static_ip6,
+                              &config.gateway, &config.dns, &config.nat_role}) {
+        *text = RandomValue(dice);
+    }
+    return config;
+}
+
+TEST(InterfaceConfigRoundTrip, WhatWasWrittenIsRead) {
+    for (unsigned seed = 0; seed < 2000; seed++) {
+        Dice dice(seed);
+        const InterfaceConfig config = RandomConfig(dice);
+        const std::string text = FormatInterfaceConfig(config);
+        InterfaceConfig read = RandomConfig(dice);  // every line must count
+        ParseInterfaceConfig(text, read);
+        ASSERT_EQ(read, config) << "seed " << seed << "\n" << text;
+    }
+}
+
+// Nonsense may leave any settings, but settings that one save and one reading keep.
+TEST(InterfaceConfigRoundTrip, WhatNonsenseLeavesIsKept) {
+    const std::vector<std::string> pieces = {"manage",
+                                             "dhcp",
+                                             "dhcp6",
+                                             "dhcp_gw",
+                                             "enable_ip6",
+                                             "static ip",
+                                             "netmask",
+                                             "nat role",
+                                             "dns",
+                                             "gateway",
+                                             " = ",
+                                             "=",
+                                             " ",
+                                             "\n",
+                                             "\n",
+                                             "\r\n",
+                                             "\t",
+                                             "#",
+                                             "on",
+                                             "1",
+                                             "0",
+                                             "192.0.2.1",
+                                             std::string(1, '\0'),
+                                             "\xff",
+                                             std::string(300, 'x'),
+                                             std::string(100, ' ')};
+    for (unsigned seed = 0; seed < 2000; seed++) {
+        Dice dice(seed);
+        std::string text;
+        for (unsigned left = dice.Below(60); left > 0; left--) {
+            text += pieces[dice.Below(static_cast<unsigned>(pieces.size()))];
+        }
+        const InterfaceConfig first = Parsed(text);
+        for (const std::string* value : {&first.static_ip, &first.dns, &first.nat_role}) {
+            ASSERT_EQ(value->find('\n'), std::string::npos) << "seed " << seed;
+            ASSERT_LE(value->size(), 1022U) << "seed " << seed;
+        }
+        const std::string saved = FormatInterfaceConfig(first);
+        bool fits = true;  // a line that grows by its blanks may become too long to be read back
+        for (const std::string* value :
+             {&first.static_ip, &first.dns, &first.nat_role, &first.gateway,
+              &first.static_ip_netmask, &first.static_ip6}) {
+            fits = fits && value->size() <= 1000;
+        }
+        if (!fits) continue;
+        ASSERT_EQ(Parsed(saved), first) << "seed " << seed << "\n" << saved;
+    }
+}
+
+// ---- files ----
+
+TEST(InterfaceConfigPath, NamesTheFileByTheHardwareAddress) {
+    EXPECT_EQ(InterfaceConfigPath("02:00:5E:00:53:01"), "/etc/network/02:00:5E:00:53:01");
+}
+
+TEST(ReadInterfaceConfig, ReadsAFileOverTheDefaults) {
+    const Folder folder;
+    InterfaceConfig config;
+    config.disabled = true;
+    config.gateway = "192.0.2.254";
+    ReadInterfaceConfig(config, folder.Write("settings",
+                                             "# by hand\nstatic ip = 192.0.2.7\n"
+                                             "dhcp = 0"));
+    InterfaceConfig expected = Defaults();
+    expected.static_ip = "192.0.2.7";
+    expected.gateway = "192.0.2.254";
+    expected.dhcp = false;
+    EXPECT_EQ(config, expected);
+}
+
+TEST(ReadInterfaceConfig, AFileThatIsNoFileLeavesTheDefaults) {
+    const Folder folder;
+    const std::string empty = folder.Write("empty", "");
+    for (const std::string& path : {folder.path + "/missing", folder.path, empty}) {
+        InterfaceConfig config;
+        config.disabled = true;
+        config.static_ip_netmask = "255.0.0.0";
+        config.static_ip = "192.0.2.7";
+        ReadInterfaceConfig(config, path);
+        InterfaceConfig expected = Defaults();
+        expected.static_ip = "192.0.2.7";
+        EXPECT_EQ(config, expected) << path;
+    }
+}
+
+TEST(WriteInterfaceConfig, RewritesTheWholeFile) {
+    const Folder folder;
+    const std::string path = folder.Write("settings", std::string(5000, '#') + "\nmine = 1\n");
+    WriteInterfaceConfig(Defaults(), path);
+    EXPECT_EQ(folder.Read("settings"),
+              "manage = 1\ndhcp = 1\ndhcp6 = 0\ndhcp_gw = 1\nenable_ip6 = 1\ndisabled = 0\n"
+              "static ip = \nipv6_router_adv = 1\nstatic ip netmask = 255.255.255.0\n"
+              "static ip6 = \ngateway = \ndns = \nnat enable = 0\nnat role = \n");
+}
+
+TEST(WriteInterfaceConfig, SaysNothingWhereItCannotWrite) {
+    const Folder folder;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    WriteInterfaceConfig(Defaults(), folder.path + "/missing/settings");
+    WriteInterfaceConfig(Defaults(), folder.path);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path));
+}
+
+// ---- commands ----
+
+TEST(EnsureInterfaceConfigFile, CopiesTheTemplateWhereThereIsNoFile) {
+    const std::string name = "02:00:5E:00:53:" + std::to_string(getpid());
+    const RecordingCommand cp("cp", 1);
+    EnsureInterfaceConfigFile("eth0", name);
+    EXPECT_EQ(cp.Log(), "cp\n/etc/network/example\n/etc/network/" + name + "\n/dev/null\n");
+}
+
+TEST(EditInterfaceConfigFile, OpensTheFileInViAndReturnsItsStatus) {
+    const RecordingCommand vi("vi", 3);
+    const int status = EditInterfaceConfigFile("02:00:5E:00:53:01");
+    const std::string log = vi.Log();
+    EXPECT_EQ(log.substr(0, log.rfind("53:01\n") + 6), "vi\n/etc/network/02:00:5E:00:53:01\n");
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 3);
+}
+
+}  // namespace

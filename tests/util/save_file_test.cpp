@@ -1,0 +1,584 @@
+#include "util/save_file.h"
+
+#include <gtest/gtest.h>
+
+#include "save_file_fixtures.h"
+
+namespace {
+
+using namespace faults;
+
+const std::string kOld = "manage = 1\ndhcp = 0\nstatic ip = 192.0.2.1\n";
+const std::string kNew = "manage = 0\ndhcp = 1\nstatic ip = \nnat role = lan\n";
+
+using Names = std::set<std::string>;
+
+// ---- a save that nothing disturbs ----
+
+TEST(SaveFile, ReplacesTheWholeContent) {
+    const Folder folder;
+    const std::string path = folder.Path("settings");
+    for (const std::string& text :
+         {kNew, kOld, std::string(), std::string("\0\n\xff", 3), std::string(3000000, 'x'), kNew}) {
+        EXPECT_TRUE(SaveFile(path, text));
+        EXPECT_EQ(ContentOf(path), text);
+        EXPECT_EQ(NamesIn(folder.path), Names{"settings"});
+    }
+}
+
+TEST(SaveFile, ANewFileGetsItsModeFromTheUmask) {
+    const Folder folder;
+    const mode_t before = umask(0027);
+    const std::string narrow = folder.Path("narrow");
+    EXPECT_TRUE(SaveFile(narrow, kNew));
+    umask(0);
+    const std::string wide = folder.Path("wide");
+    EXPECT_TRUE(SaveFile(wide, kNew));
+    EXPECT_EQ(umask(before), 0U) << "the umask is everybody's";
+    EXPECT_EQ(ModeOf(narrow), 0640U);
+    EXPECT_EQ(ModeOf(wide), 0666U);
+    EXPECT_EQ(ContentOf(narrow), kNew);
+}
+
+TEST(SaveFile, AnOldFileKeepsItsMode) {
+    const Folder folder;
+    const std::string path = folder.Write("settings", kOld);
+    for (mode_t mode : {0600U, 0644U, 0666U, 0400U, 0755U, 04711U, 02770U}) {
+        ASSERT_EQ(chmod(path.c_str(), mode), 0);
+        EXPECT_TRUE(SaveFile(path, kNew));
+        EXPECT_EQ(ModeOf(path), mode);
+    }
+}
+
+TEST(SaveFile, AnOldFileKeepsItsOwners) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root may give a file away";
+    const Folder folder;
+    const std::string path = folder.Write("settings", kOld);
+    ASSERT_EQ(chown(path.c_str(), 1234, 4321), 0);
+    ASSERT_EQ(chmod(path.c_str(), 06750), 0);
+    EXPECT_TRUE(SaveFile(path, kNew));
+    EXPECT_EQ(OwnersOf(path), "1234:4321");
+    EXPECT_EQ(ModeOf(path), 06750U);
+    EXPECT_EQ(ContentOf(path), kNew);
+}
+
+TEST(SaveFile, APathWithoutAFolderIsInTheWorkingFolder) {
+    const Folder folder;
+    const std::string before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.path);
+    EXPECT_TRUE(SaveFile("settings", kNew));
+    std::filesystem::current_path(before);
+    EXPECT_EQ(ContentOf(folder.Path("settings")), kNew);
+    EXPECT_EQ(NamesIn(folder.path), Names{"settings"});
+}
+
+// ---- links ----
+
+struct LinkCase {
+    const char* target;  // of the link "folder/link"; "/" at its start stands for the test's folder
+    const char* file;    // the file that the link leads to
+};
+
+// The link is in a folder of its own, so that a relative target differs from the working folder's.
+void ExpectSavedThroughLink(const LinkCase& one, bool exists) {
+    const Folder folder;
+    std::filesystem::create_directories(folder.Path("folder/below"));
+    const std::string target = *one.target == '/' ? folder.path + one.target : one.target;
+    const std::string link = folder.Path("folder/link");
+    std::filesystem::create_symlink(target, link);
+    const std::string file = folder.Path(one.file);
+    if (exists) {
+        MakeFile(file, kOld);
+        ASSERT_EQ(chmod(file.c_str(), 0604), 0);
+    }
+    EXPECT_TRUE(SaveFile(link, kNew)) << target;
+    ASSERT_TRUE(std::filesystem::is_symlink(link)) << target;
+    EXPECT_EQ(std::filesystem::read_symlink(link), target);
+    ASSERT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(file))) << target;
+    EXPECT_EQ(ContentOf(file), kNew) << target;
+    if (exists) {
+        EXPECT_EQ(ModeOf(file), 0604U) << target;
+    }
+}
+
+constexpr LinkCase kLinkCases[] = {
+    {"settings", "folder/settings"},     {"./below/settings", "folder/below/settings"},
+    {"../settings", "settings"},         {"below/../../settings", "settings"},
+    {"/settings", "settings"},           {"/folder/below/settings", "folder/below/settings"},
+    {"/folder/../settings", "settings"},
+};
+
+TEST(SaveFile, ALinkStaysALinkToTheSavedFile) {
+    for (const LinkCase& one : kLinkCases)
+        ExpectSavedThroughLink(one, true);
+}
+
+TEST(SaveFile, ADanglingLinkGetsItsFile) {
+    for (const LinkCase& one : kLinkCases)
+        ExpectSavedThroughLink(one, false);
+}
+
+TEST(SaveFile, AChainOfLinksIsFollowedToItsEnd) {
+    const Folder folder;
+    std::filesystem::create_directories(folder.Path("one"));
+    std::filesystem::create_directories(folder.Path("two/three"));
+    const std::string first = folder.Path("one/first");
+    std::filesystem::create_symlink(folder.Path("two/second"), first);
+    std::filesystem::create_symlink("three/third", folder.Path("two/second"));
+    std::filesystem::create_symlink("../settings", folder.Path("two/three/third"));
+    const std::string file = folder.Write("two/settings", kOld);
+    EXPECT_TRUE(SaveFile(first, kNew));
+    for (const char* link : {"one/first", "two/second", "two/three/third"}) {
+        EXPECT_TRUE(std::filesystem::is_symlink(folder.Path(link))) << link;
+    }
+    EXPECT_EQ(ContentOf(file), kNew);
+    EXPECT_FALSE(std::filesystem::is_symlink(file));
+}
+
+TEST(SaveFile, AFolderBehindALinkIsReached) {
+    const Folder folder;
+    std::filesystem::create_directories(folder.Path("real/deep"));
+    std::filesystem::create_directory_symlink("real/deep", folder.Path("etc"));
+    std::filesystem::create_symlink("../settings", folder.Path("etc/link"));
+    MakeFile(folder.Path("real/settings"), kOld);
+    EXPECT_TRUE(SaveFile(folder.Path("etc/link"), kNew));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("etc")));
+    EXPECT_EQ(ContentOf(folder.Path("real/settings")), kNew);
+    EXPECT_EQ(NamesIn(folder.path), (Names{"etc", "real"}));
+}
+
+TEST(SaveFile, LinksInACircleStay) {
+    const Folder folder;
+    const std::string itself = folder.Path("itself");
+    const std::string other = folder.Path("other");
+    std::filesystem::create_symlink("itself", itself);
+    std::filesystem::create_symlink("another", other);
+    std::filesystem::create_symlink("other", folder.Path("another"));
+    EXPECT_FALSE(SaveFile(itself, kNew));
+    EXPECT_FALSE(SaveFile(other, kNew));
+    EXPECT_TRUE(std::filesystem::is_symlink(itself));
+    EXPECT_TRUE(std::filesystem::is_symlink(other));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("another")));
+    EXPECT_EQ(NamesIn(folder.path), (Names{"another", "itself", "other"}));
+}
+
+TEST(SaveFile, ALinkIntoAMissingFolderStays) {
+    const Folder folder;
+    const std::string link = folder.Path("link");
+    std::filesystem::create_symlink("missing/settings", link);
+    EXPECT_FALSE(SaveFile(link, kNew));
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(NamesIn(folder.path), Names{"link"});
+}
+
+// ---- what is no plain file ----
+
+TEST(SaveFile, AFolderInThePlaceStays) {
+    const Folder folder;
+    const std::string path = folder.Path("settings");
+    std::filesystem::create_directory(path);
+    MakeFile(path + "/inside", kOld);
+    EXPECT_FALSE(SaveFile(path, kNew));
+    EXPECT_EQ(ContentOf(path + "/inside"), kOld);
+    EXPECT_EQ(NamesIn(folder.path), Names{"settings"});
+    EXPECT_EQ(NamesIn(path), Names{"inside"});
+}
+
+TEST(SaveFile, AMissingFolderIsNotMade) {
+    const Folder folder;
+    EXPECT_FALSE(SaveFile(folder.Path("missing/settings"), kNew));
+    EXPECT_EQ(NamesIn(folder.path), Names{});
+}
+
+TEST(SaveFile, ADeviceIsWrittenTo) {
+    const Folder folder;
+    const std::string path = folder.Path("pipe");
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    EXPECT_TRUE(SaveFile(path, kNew));
+    std::string got(kNew.size() + 10, ' ');
+    const ssize_t count = read(reader, got.data(), got.size());
+    close(reader);
+    EXPECT_EQ(got.substr(0, static_cast<size_t>(std::max<ssize_t>(count, 0))), kNew);
+    EXPECT_TRUE(std::filesystem::is_fifo(path));
+    EXPECT_EQ(NamesIn(folder.path), Names{"pipe"});
+}
+
+TEST(SaveFile, ADeviceBehindALinkStaysADevice) {
+    const Folder folder;
+    const std::string null = folder.Path("null");
+    const std::string full = folder.Path("full");
+    std::filesystem::create_symlink("/dev/null", null);
+    std::filesystem::create_symlink("/dev/full", full);
+    EXPECT_TRUE(SaveFile(null, kNew));
+    EXPECT_FALSE(SaveFile(full, kNew));
+    EXPECT_TRUE(std::filesystem::is_character_file(null));
+    EXPECT_TRUE(std::filesystem::is_character_file(full));
+    EXPECT_EQ(NamesIn(folder.path), (Names{"full", "null"}));
+}
+
+TEST(SaveFile, APipeThatNobodyReadsDoesNotHang) {
+    const Folder folder;
+    const std::string path = folder.Path("pipe");
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    EXPECT_FALSE(SaveFile(path, kNew));
+    EXPECT_TRUE(std::filesystem::is_fifo(path));
+}
+
+// ---- a kill at any moment ----
+
+// Kills saves, each one call later than the last, until one gets through, and has each result
+// looked at. Returns how many were killed.
+size_t KillAtEveryCall(const std::function<void()>& prepare, const std::function<bool()>& save,
+                       const std::function<void(const Trial&)>& look) {
+    for (size_t at = 0;; at++) {
+        prepare();
+        const Trial trial = RunWith(Fault{.at = at, .error = 0}, save);
+        if (!trial.hit) {
+            EXPECT_EQ(trial.ending, Ending::kSaved);
+            return at;
+        }
+        EXPECT_EQ(trial.ending, Ending::kKilled) << "call " << at;
+        look(trial);
+    }
+}
+
+class SaveFileFaults : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (!FaultsWork()) GTEST_SKIP() << "this kernel does not show calls to another process";
+    }
+
+    // Besides the file, a killed save may leave its own half-made one, which no script looks at.
+    void ExpectOldOrNew(const std::string& context) {
+        const std::string content = ContentOf(path_);
+        EXPECT_TRUE(content == kOld || content == kNew) << context << ":\n" << content;
+        EXPECT_EQ(ModeOf(path_), 0640U) << context;
+        for (const std::string& name : NamesIn(folder_.path)) {
+            EXPECT_TRUE(name == "settings" || name.front() == '.') << context << ": " << name;
+        }
+    }
+    void StartAgain() {
+        for (const std::string& name : NamesIn(folder_.path))
+            std::filesystem::remove_all(folder_.Path(name));
+        MakeFile(path_, kOld);
+        chmod(path_.c_str(), 0640);
+    }
+
+    Folder folder_;
+    std::string path_ = folder_.Path("settings");
+};
+
+TEST_F(SaveFileFaults, AKillLeavesTheOldFileOrTheNewOne) {
+    size_t old = 0;
+    const auto look = [&](const Trial& trial) {
+        ExpectOldOrNew("killed at call " + std::to_string(trial.calls.size() - 1));
+        if (ContentOf(path_) == kOld) old++;
+    };
+    const size_t kills =
+        KillAtEveryCall([&] { StartAgain(); }, [&] { return SaveFile(path_, kNew); }, look);
+    EXPECT_EQ(ContentOf(path_), kNew);
+    EXPECT_GT(old, 0U);
+    EXPECT_LT(old, kills) << "kills behind the exchange leave the new file";
+}
+
+TEST_F(SaveFileFaults, AKillLeavesNoPartOfAFileThatWasNotThere) {
+    const auto prepare = [&] {
+        StartAgain();
+        std::filesystem::remove(path_);
+    };
+    const auto look = [&](const Trial& trial) {
+        const bool there = std::filesystem::exists(path_);
+        EXPECT_TRUE(!there || ContentOf(path_) == kNew) << "call " << trial.calls.size() - 1;
+    };
+    EXPECT_GT(KillAtEveryCall(
+                  prepare, [&] { return SaveFile(path_, kNew); }, look),
+              0U);
+}
+
+TEST_F(SaveFileFaults, AKilledSaveDoesNotStandInTheWayOfTheNext) {
+    StartAgain();
+    for (size_t at = 0;; at++) {
+        if (!RunWith(Fault{.at = at, .error = 0}, [&] { return SaveFile(path_, kNew); }).hit) break;
+    }
+    EXPECT_TRUE(SaveFile(path_, kOld));
+    EXPECT_EQ(ContentOf(path_), kOld);
+    EXPECT_EQ(ModeOf(path_), 0640U);
+}
+
+TEST_F(SaveFileFaults, AKillLeavesALinkToTheOldFileOrTheNewOne) {
+    const std::string link = folder_.Path(".link");
+    const auto prepare = [&] {
+        StartAgain();
+        std::filesystem::create_symlink("settings", link);
+    };
+    const auto look = [&](const Trial& trial) {
+        ExpectOldOrNew("killed at call " + std::to_string(trial.calls.size() - 1));
+        EXPECT_TRUE(std::filesystem::is_symlink(link));
+    };
+    EXPECT_GT(KillAtEveryCall(
+                  prepare, [&] { return SaveFile(link, kNew); }, look),
+              0U);
+}
+
+// A power cut keeps of a file what has been brought to the disk: the new file must be there whole
+// before it takes the old one's place, and the exchange itself before the save is done.
+TEST_F(SaveFileFaults, TheNewFileIsOnTheDiskBeforeItTakesThePlace) {
+    for (bool exists : {true, false}) {
+        StartAgain();
+        if (!exists) std::filesystem::remove(path_);
+        const Trial trial = RunWith({}, [&] { return SaveFile(path_, kNew); });
+        ASSERT_EQ(trial.ending, Ending::kSaved);
+        const auto exchange = std::find_if(trial.calls.begin(), trial.calls.end(), IsRename);
+        ASSERT_NE(exchange, trial.calls.end());
+        const auto last_write =
+            std::find_if(std::make_reverse_iterator(exchange), trial.calls.rend(), IsWrite).base();
+        EXPECT_NE(std::find_if(last_write, exchange, IsSync), exchange);
+        EXPECT_NE(std::find_if(exchange, trial.calls.end(), IsSync), trial.calls.end());
+        EXPECT_EQ(std::find_if(exchange, trial.calls.end(), IsWrite), trial.calls.end());
+    }
+}
+
+// ---- a call that fails ----
+
+TEST_F(SaveFileFaults, AFailingCallLeavesTheOldFileOrTheNewOne) {
+    size_t hits = 0;
+    for (int error : {EIO, ENOSPC, EACCES, EROFS, EBUSY, EINTR}) {
+        for (size_t at = 0;; at++) {
+            StartAgain();
+            const Trial trial =
+                RunWith(Fault{.at = at, .error = error}, [&] { return SaveFile(path_, kNew); });
+            if (!trial.hit) break;
+            hits++;
+            const int call = trial.calls[at];
+            const std::string context = "call " + std::to_string(at) + " (number " +
+                                        std::to_string(call) + ") fails with " +
+                                        std::to_string(error);
+            ASSERT_TRUE(trial.ending == Ending::kSaved || trial.ending == Ending::kRefused)
+                << context;
+            const bool saved = trial.ending == Ending::kSaved;
+            EXPECT_EQ(ContentOf(path_), saved ? kNew : kOld) << context;
+            EXPECT_EQ(ModeOf(path_), 0640U) << context;
+            if (!IsUnlink(call)) {
+                EXPECT_EQ(NamesIn(folder_.path), Names{"settings"}) << context;
+            }
+        }
+    }
+    EXPECT_GT(hits, 9U);
+}
+
+TEST_F(SaveFileFaults, AFailingCallLeavesNothingWhereNothingWas) {
+    for (int error : {EIO, ENOSPC, EACCES, EROFS}) {
+        for (size_t at = 0;; at++) {
+            StartAgain();
+            std::filesystem::remove(path_);
+            const Trial trial =
+                RunWith(Fault{.at = at, .error = error}, [&] { return SaveFile(path_, kNew); });
+            if (!trial.hit) break;
+            const bool saved = trial.ending == Ending::kSaved;
+            const std::string context =
+                "call " + std::to_string(at) + " fails with " + std::to_string(error);
+            EXPECT_EQ(NamesIn(folder_.path), saved ? Names{"settings"} : Names{}) << context;
+            if (saved) {
+                EXPECT_EQ(ContentOf(path_), kNew) << context;
+            }
+        }
+    }
+}
+
+TEST_F(SaveFileFaults, AnInterruptedWriteGoesOn) {
+    StartAgain();
+    const Trial whole = RunWith({}, [&] { return SaveFile(path_, kNew); });
+    const auto at = std::find_if(whole.calls.begin(), whole.calls.end(), IsWrite);
+    ASSERT_NE(at, whole.calls.end());
+    StartAgain();
+    const auto number = static_cast<size_t>(at - whole.calls.begin());
+    const Trial trial =
+        RunWith(Fault{.at = number, .error = EINTR}, [&] { return SaveFile(path_, kNew); });
+    ASSERT_TRUE(trial.hit);
+    EXPECT_EQ(trial.ending, Ending::kSaved);
+    EXPECT_EQ(ContentOf(path_), kNew);
+}
+
+// ---- disks ----
+
+class SaveFileDisks : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (!PrivateMountsWork()) GTEST_SKIP() << "this system gives no private mounts";
+    }
+
+    // The answer of a child with private mounts.
+    static std::string Inside(const std::function<std::string()>& question) {
+        return AnswerOfChild([&] { return EnterPrivateMounts() ? question() : "no mounts"; })
+            .value_or("died");
+    }
+
+    // "saved" or "refused", the mode and the content of the file after a save.
+    static std::string SavedText(const std::string& path, const std::string& text) {
+        const std::string word = SaveFile(path, text) ? "saved" : "refused";
+        char mode[16];
+        std::snprintf(mode, sizeof mode, " %o ", ModeOf(path));
+        return word + mode + ContentOf(path);
+    }
+
+    Folder folder_;
+    std::string path_ = folder_.Path("settings");
+};
+
+TEST_F(SaveFileDisks, AFullDiskKeepsTheOldFile) {
+    const std::string answer = Inside([&] {
+        MountTmpfs(folder_.path, "size=64k");
+        MakeFile(path_, kOld);
+        chmod(path_.c_str(), 0640);
+        FillUp(folder_.path);
+        const std::string saved = SavedText(path_, kNew);
+        return NamesIn(folder_.path) == Names{"filler", "settings"} ? saved : "left something";
+    });
+    EXPECT_EQ(answer, "refused 640 " + kOld);
+}
+
+TEST_F(SaveFileDisks, AFullDiskMakesNoEmptyFile) {
+    const std::string answer = Inside([&] {
+        MountTmpfs(folder_.path, "size=64k");
+        FillUp(folder_.path);
+        const bool saved = SaveFile(path_, kNew);
+        return std::string(saved ? "saved" : "refused") + " " +
+               std::to_string(NamesIn(folder_.path).size());
+    });
+    EXPECT_EQ(answer, "refused 1");
+}
+
+// From a disk with room for nothing to one with room for everything, block by block.
+TEST_F(SaveFileDisks, ADiskThatFillsUpOnTheWayKeepsTheOldFile) {
+    const std::string text(5 * 4096, 'n');
+    size_t saved = 0;
+    size_t refused = 0;
+    for (int blocks = 1; blocks <= 8; blocks++) {
+        const std::string answer = Inside([&] {
+            MountTmpfs(folder_.path, "size=" + std::to_string(4 * blocks) + "k");
+            MakeFile(path_, kOld);
+            return SavedText(path_, text).substr(0, 5000) +
+                   std::to_string(NamesIn(folder_.path).size());
+        });
+        if (answer == "refused 644 " + kOld + "1") refused++;
+        if (answer == "saved 644 " + text.substr(0, 5000 - 10) + "1") saved++;
+    }
+    EXPECT_EQ(saved + refused, 8U);
+    EXPECT_EQ(refused, 5U) << "one block is the old file's";
+}
+
+TEST_F(SaveFileDisks, ADiskWithoutRoomForAnotherFileKeepsTheOldOne) {
+    const std::string answer = Inside([&] {
+        MountTmpfs(folder_.path, "size=64k,nr_inodes=2");  // the folder and one file
+        MakeFile(path_, kOld);
+        return SavedText(path_, kNew);
+    });
+    EXPECT_EQ(answer, "refused 644 " + kOld);
+}
+
+TEST_F(SaveFileDisks, AReadOnlyDiskKeepsTheOldFile) {
+    const std::string answer = Inside([&] {
+        MountTmpfs(folder_.path, "size=64k");
+        MakeFile(path_, kOld);
+        MountOver(folder_.path, folder_.path);
+        MakeReadOnly(folder_.path);
+        return SavedText(path_, kNew);
+    });
+    EXPECT_EQ(answer, "refused 644 " + kOld);
+}
+
+TEST_F(SaveFileDisks, AFileThatIsAMountOfItsOwnIsWritten) {
+    MakeFile(path_, kOld);
+    chmod(path_.c_str(), 0640);
+    for (const std::string& text : {kNew, std::string("short\n"), std::string(20000, 'n'), kOld}) {
+        const ino_t inode = InodeOf(path_);
+        const std::string answer = Inside([&] {
+            MountOver(path_, path_);
+            return SavedText(path_, text);
+        });
+        EXPECT_EQ(answer, "saved 640 " + text);
+        EXPECT_EQ(ContentOf(path_), text);
+        EXPECT_EQ(InodeOf(path_), inode);
+        EXPECT_EQ(NamesIn(folder_.path), Names{"settings"});
+    }
+}
+
+TEST_F(SaveFileDisks, AWritableFileInAReadOnlyFolderIsWritten) {
+    const std::string elsewhere = folder_.Write("elsewhere", kOld);
+    std::filesystem::create_directory(folder_.Path("etc"));
+    const std::string path = folder_.Write("etc/settings", "");
+    for (const std::string& text : {kNew, std::string("short\n"), kOld}) {
+        const std::string answer = Inside([&] {
+            MountOver(folder_.Path("etc"), folder_.Path("etc"));
+            MakeReadOnly(folder_.Path("etc"));
+            MountOver(elsewhere, path);
+            return SavedText(path, text);
+        });
+        EXPECT_EQ(answer, "saved 644 " + text);
+        EXPECT_EQ(ContentOf(elsewhere), text);
+    }
+}
+
+TEST_F(SaveFileDisks, AMountOfItsOwnOnAFullDiskKeepsTheOldContentOrGetsTheNew) {
+    const std::string big(9000, 'n');
+    for (const std::string& text : {kNew, big}) {
+        const std::string answer = Inside([&] {
+            MountTmpfs(folder_.path, "size=64k");
+            MakeFile(path_, kOld);
+            MountOver(path_, path_);
+            FillUp(folder_.path);
+            return SavedText(path_, text);
+        });
+        EXPECT_TRUE(answer == "refused 644 " + kOld || answer == "saved 644 " + text) << answer;
+    }
+}
+
+// Root may write everywhere. For anybody else a folder may be closed while the file is open.
+TEST_F(SaveFileDisks, AFileInAClosedFolderIsWritten) {
+    if (geteuid() != 0) GTEST_SKIP() << "made for root, who can become somebody else";
+    MakeFile(path_, kOld);
+    ASSERT_EQ(chown(path_.c_str(), 65534, 65534), 0);
+    ASSERT_EQ(chmod(folder_.path.c_str(), 0755), 0);
+    for (const std::string& text : {kNew, std::string("short\n")}) {
+        const auto answer = AnswerOfChild([&] {
+            if (setgid(65534) != 0 || setuid(65534) != 0) return std::string("still root");
+            return SavedText(path_, text);
+        });
+        EXPECT_EQ(answer, "saved 644 " + text);
+    }
+    EXPECT_EQ(OwnersOf(path_), "65534:65534");
+}
+
+// Overwritten in place, the file has the old or the new settings at any moment; behind the new ones
+// there may be empty lines, which no reader of settings minds.
+TEST_F(SaveFileDisks, AKillLeavesAMountOfItsOwnWithOldOrNewSettings) {
+    if (!FaultsWork()) GTEST_SKIP() << "this kernel does not show calls to another process";
+    const std::string shorter = "manage = 0\n";
+    for (const std::string& text : {kNew, shorter}) {
+        const auto answer = AnswerOfChild([&] {
+            if (!EnterPrivateMounts()) return std::string("no mounts");
+            MakeFile(path_, kOld);
+            MountOver(path_, path_);
+            std::string found;
+            for (size_t at = 0;; at++) {
+                MakeFile(path_, kOld);
+                const Trial trial =
+                    RunWith(Fault{.at = at, .error = 0}, [&] { return SaveFile(path_, text); });
+                if (!trial.hit)
+                    return found + (trial.ending == Ending::kSaved ? "saved" : "refused");
+                const std::string content = ContentOf(path_);
+                const bool is_new = content.substr(0, text.size()) == text &&
+                                    content.find_first_not_of('\n', text.size()) == content.npos;
+                if (content != kOld && !is_new)
+                    return "after call " + std::to_string(at) + ":\n" + content;
+                if (is_new) found = "new, ";
+            }
+        });
+        EXPECT_EQ(answer, "new, saved");
+        EXPECT_EQ(ContentOf(path_), text);
+    }
+}
+
+}  // namespace
