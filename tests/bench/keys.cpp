@@ -30,8 +30,7 @@ constexpr Key kKeys[] = {
 
 std::string Capability(const char* name) {
     const char* text = tigetstr(const_cast<char*>(name));
-    const bool absent = text == nullptr || text == reinterpret_cast<char*>(-1);
-    return absent ? "" : text;
+    return text == nullptr ? "" : text;
 }
 
 using Keyboard = std::map<std::string, std::string>;
@@ -84,13 +83,14 @@ std::vector<KeyPress> KeyPresses(const std::string& terminal_type, const std::st
             at++;
             continue;
         }
-        const std::string name = keys.substr(at + 1, end - at - 1);
-        const std::string bytes = NamedKey(terminal_type, name);
+        const std::string written = keys.substr(at, end + 1 - at);
+        const std::string bytes = NamedKey(terminal_type, written.substr(1, written.size() - 2));
         if (bytes.empty()) {
-            error = "A terminal of type " + terminal_type + " has no key <" + name + ">";
+            error = "A terminal of type ";
+            error.append(terminal_type).append(" has no key ").append(written);
             return {};
         }
-        presses.push_back({"<" + name + ">", bytes});
+        presses.push_back({written, bytes});
         at = end + 1;
     }
     return presses;

@@ -112,6 +112,7 @@ bool TakeRecord(std::string& text, std::vector<std::string>& fields) {
 
 std::vector<std::string> Lines(const std::vector<Call>& calls) {
     std::vector<std::string> lines;
+    lines.reserve(calls.size());
     for (const Call& call : calls)
         lines.push_back(call.Line());
     return lines;
@@ -258,7 +259,7 @@ std::string Machine::Sh(const std::string& command, Place place) {
     std::map<std::string, std::string> environment = Environment();
     environment["PATH"] = kRealTools;
     for (const auto& [name, value] : environment)
-        what.environment.push_back(name + "=" + value);
+        what.Set(name, value);
     what.output = output.get();
     what.error = error.get();
     const Started shell = Spawn(door_, what);

@@ -33,17 +33,21 @@ TerminalOptions Sample(const std::string& term = "xterm-1003") {
     return options;
 }
 
-// The message of the failure that the action ends with.
-std::string FailureOf(const std::function<void()>& action) {
+// The failure that the action ends with.
+testing::TestPartResult ResultOf(const std::function<void()>& action) {
     testing::TestPartResultArray results;
     testing::ScopedFakeTestPartResultReporter collector(
         testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &results);
     try {
         action();
     } catch (const testing::AssertionException&) {
-        return results.GetTestPartResult(0).message();
+        return results.GetTestPartResult(0);
     }
-    return "(no failure)";
+    return {testing::TestPartResult::kSuccess, "", 0, "(no failure)"};
+}
+
+std::string FailureOf(const std::function<void()>& action) {
+    return ResultOf(action).message();
 }
 
 bool OutsideProcessRuns(const std::string& argument) {
@@ -80,6 +84,15 @@ TEST(Machine, AFailingCommandEndsTheTestWithItsOutput) {
     Machine box;
     const std::string failure = FailureOf([&] { box.Sh("echo out; echo err >&2; exit 4"); });
     EXPECT_THAT(failure, HasSubstr("$ echo out; echo err >&2; exit 4\nout\nerr\nexit status 4"));
+}
+
+TEST(Machine, AFailureStandsAtTheTestsOwnLine) {
+    Machine box;
+    const int line = __LINE__ + 1;
+    const testing::TestPartResult result = ResultOf([&] { box.Read("/nowhere"); });
+    EXPECT_EQ(result.line_number(), line);
+    EXPECT_STREQ(result.file_name(), __FILE__);
+    EXPECT_TRUE(result.fatally_failed());
 }
 
 TEST(Machine, ItsProcessesEndWithIt) {

@@ -51,6 +51,10 @@ struct Spawning {
     int terminal = -1;  // becomes the controlling terminal, the program in its foreground
     uid_t user = 0;     // other than 0: that user, without any further group
     std::vector<int> ignored_signals;  // all others start at their defaults, none blocked
+
+    void Set(const std::string& name, const std::string& value) {
+        environment.push_back(std::string(name).append("=").append(value));
+    }
 };
 
 struct Started {

@@ -50,9 +50,9 @@ std::ostream& operator<<(std::ostream& out, const Ending& ending) {
     return out << "exit status " << ending.status;
 }
 
-Terminal::Terminal(Machine& machine, TerminalOptions options, Place place)
+Terminal::Terminal(Machine& machine, const TerminalOptions& options, Place place)
     : machine_(machine),
-      options_(std::move(options)),
+      options_(options),
       emulator_(options_.rows > 0 ? options_.rows : 24, options_.cols > 0 ? options_.cols : 80,
                 options_.latin1, [this](const std::string& reply) { Send(reply); }) {
     Start(place);
@@ -87,7 +87,7 @@ void Terminal::Start(const Place& place) {
     for (const auto& [name, value] : options_.environment)
         environment[name] = value;
     for (const auto& [name, value] : environment)
-        what.environment.push_back(name + "=" + value);
+        what.Set(name, value);
     Descriptor input;
     if (!options_.input.empty()) {
         input =
@@ -340,6 +340,7 @@ std::string Terminal::Row(int row) const {
 
 std::vector<std::string> Terminal::Screen() const {
     std::vector<std::string> screen;
+    screen.reserve(static_cast<size_t>(rows()));
     for (int row = 0; row < rows(); row++)
         screen.push_back(Row(row));
     return screen;

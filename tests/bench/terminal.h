@@ -49,10 +49,10 @@ struct TerminalOptions {
     // Set on top of the fixed environment (PATH, HOME, SHELL, LANG=C.UTF-8, TERM).
     std::map<std::string, std::string> environment = {};
     std::vector<std::string> arguments = {};
-    std::string program = "";  // its path; empty: the program under test
+    std::string program = {};  // its path; empty: the program under test
     uid_t user = 0;
     std::vector<int> ignored_signals = {};  // e.g. {SIGHUP}; all others at their defaults
-    std::string input = "";  // a path inside, read as standard input instead of the terminal
+    std::string input = {};  // a path inside, read as standard input instead of the terminal
 };
 
 // How a program ended: by itself with a status, or killed by a signal.
@@ -71,8 +71,8 @@ std::ostream& operator<<(std::ostream& out, const Ending& ending);
 
 class Terminal {
   public:
-    explicit Terminal(Machine& machine, TerminalOptions options = {},
-                      Place place = Place::current());
+    explicit Terminal(Machine& machine, const TerminalOptions& options = {},
+                      Place place = Place::Here());
     ~Terminal();  // kills the program when it still runs
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
@@ -80,7 +80,7 @@ class Terminal {
     // ---- hands ----
 
     // Keys by name, as the terminal's type sends them: "<Down><Enter>u<C-c>" (names: keys.h).
-    void Press(const std::string& keys, Place place = Place::current());
+    void Press(const std::string& keys, Place place = Place::Here());
     void Type(const std::string& text);  // every character as it stands, '<' too
     void SendBytes(const std::string& bytes);
     void SendSlowly(const std::string& bytes, int milliseconds_between);
@@ -99,22 +99,21 @@ class Terminal {
 
     static constexpr double kPatience = 10;  // seconds
 
-    void WaitFor(const std::string& text, double seconds = kPatience,
-                 Place place = Place::current());
+    void WaitFor(const std::string& text, double seconds = kPatience, Place place = Place::Here());
     void WaitForGone(const std::string& text, double seconds = kPatience,
-                     Place place = Place::current());
+                     Place place = Place::Here());
     void WaitSelected(const std::string& text, double seconds = kPatience,
-                      Place place = Place::current());
+                      Place place = Place::Here());
     void WaitUntil(const std::function<bool()>& condition, const std::string& what,
-                   double seconds = kPatience, Place place = Place::current());
+                   double seconds = kPatience, Place place = Place::Here());
     // Until the program has taken every byte sent, waits for the next one, and has drawn all that
     // followed: the moment to assert that a key changed nothing. (A program that left the terminal
     // to a command is waited for, too.)
-    void Settle(double seconds = kPatience, Place place = Place::current());
+    void Settle(double seconds = kPatience, Place place = Place::Here());
     // Lets the program run for a stretch of time and keeps reading what it draws. Only for what
     // time itself is about: refreshes, processor time, a pause that must not be shorter.
     void RunFor(double seconds);
-    Ending WaitExit(double seconds = kPatience, Place place = Place::current());
+    Ending WaitExit(double seconds = kPatience, Place place = Place::Here());
 
     // ---- eyes ----
 
