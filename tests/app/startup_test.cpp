@@ -1,0 +1,216 @@
+// What the start-up does without a terminal.
+#include "app/startup.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "util/assertion.h"
+#include "util/signal_fixtures.h"
+#include "util/utility_fixtures.h"
+
+namespace {
+
+// ---- arguments ----
+
+TEST(AsksForHelp, OneOrMoreDashesAndHelp) {
+    for (const char* argument : {"-help", "--help", "---help", "----------help"})
+        EXPECT_TRUE(AsksForHelp(argument)) << argument;
+}
+
+TEST(AsksForHelp, NothingElse) {
+    for (const char* argument :
+         {"help", "", "-", "--", "-h", "--hel", "--helpx", "--help ", "--HELP", "--help=x",
+          " --help", "-help-", "-- help", "x--help", "-?"}) {
+        EXPECT_FALSE(AsksForHelp(argument)) << argument;
+    }
+}
+
+void ExpectComplaint(void (*print)(), const char* regex) {
+    EXPECT_EXIT(
+        {
+            print();
+            _exit(0);
+        },
+        testing::ExitedWithCode(0), regex);
+}
+
+TEST(PrintUsage, NamesTheCaptureTool) {
+    ExpectComplaint(PrintUsage, "^orb-cap-ui \\[options\\]\nTavrin 4 Capture Collection UI\n$");
+}
+
+TEST(PrintRootRefusal, SaysHowToRunTheProgram) {
+    ExpectComplaint(PrintRootRefusal,
+                    "^Ifmenu must be run as root or sudo\\.\n"
+                    "If you are authorized to, please run me as follows:\n"
+                    "\n"
+                    "# sudo ifmenu\n"
+                    "\n$");
+}
+
+// ---- signals ----
+
+// Leaves a trace of the alarm that is set when the program ends.
+void SayAlarmAtExit() {
+    std::atexit([] { fprintf(stderr, "alarm in %u", alarm(0)); });
+}
+
+TEST(OnTerminateSignal, EndsTheProgramWithTheSignalsStatus) {
+    for (int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP})
+        EXPECT_EXIT(OnTerminateSignal(number), testing::ExitedWithCode(128 + number), "");
+}
+
+TEST(OnTerminateSignal, GivesTheCleanUpFiveSeconds) {
+    EXPECT_EXIT(
+        {
+            SayAlarmAtExit();
+            OnTerminateSignal(SIGINT);
+        },
+        testing::ExitedWithCode(130), "^alarm in 5$");
+}
+
+TEST(OnTerminateSignal, IgnoresEveryOtherSignal) {
+    for (int number : {SIGUSR1, SIGALRM, SIGCHLD, SIGTSTP, 0, -1}) {
+        OnTerminateSignal(number);
+        EXPECT_EQ(alarm(0), 0U) << number;
+    }
+}
+
+// What a question says in a process that has been prepared.
+long AfterPreparation(const std::function<void()>& before, const std::function<long()>& question) {
+    return AnswerInChild(
+               [&] {
+                   before();
+                   PrepareProcess();
+                   return Prepared::kYes;
+               },
+               question)
+        .value;
+}
+
+bool IsHandled(int number) {
+    struct sigaction action = {};
+    sigaction(number, nullptr, &action);
+    return action.sa_handler == OnTerminateSignal;
+}
+
+bool IsIgnored(int number) {
+    struct sigaction action = {};
+    sigaction(number, nullptr, &action);
+    return action.sa_handler == SIG_IGN;
+}
+
+TEST(PrepareProcess, SetsTheSignals) {
+    EXPECT_EQ(AfterPreparation([] {},
+                               [] {
+                                   return IsIgnored(SIGCHLD) && IsHandled(SIGINT) &&
+                                                  IsHandled(SIGQUIT) && IsHandled(SIGTERM) &&
+                                                  IsHandled(SIGHUP)
+                                              ? 1L
+                                              : 0L;
+                               }),
+              1);
+}
+
+TEST(PrepareProcess, HoldsEndingSignalsBack) {
+    EXPECT_EQ(AfterPreparation([] {},
+                               [] {
+                                   return IsBlocked(SIGINT) && IsBlocked(SIGQUIT) &&
+                                                  IsBlocked(SIGTERM) && IsBlocked(SIGHUP) &&
+                                                  !IsBlocked(SIGALRM) && !IsBlocked(SIGCHLD)
+                                              ? 1L
+                                              : 0L;
+                               }),
+              1);
+}
+
+TEST(PrepareProcess, AHangUpThatWasIgnoredStaysIgnored) {
+    EXPECT_EQ(AfterPreparation([] { std::signal(SIGHUP, SIG_IGN); },
+                               [] { return IsIgnored(SIGHUP) ? 1L : 0L; }),
+              1);
+}
+
+TEST(PrepareProcess, AnInterruptThatWasIgnoredIsHandled) {
+    EXPECT_EQ(AfterPreparation([] { std::signal(SIGINT, SIG_IGN); },
+                               [] { return IsHandled(SIGINT) ? 1L : 0L; }),
+              1);
+}
+
+TEST(PrepareProcess, NoFileTakesThePlaceOfAMissingDescriptor) {
+    EXPECT_EQ(AfterPreparation(
+                  [] {
+                      close(STDIN_FILENO);
+                      close(STDERR_FILENO);
+                  },
+                  [] {
+                      const int next = open("/dev/null", O_RDONLY);
+                      return next > STDERR_FILENO ? 1L : 0L;
+                  }),
+              1);
+}
+
+// ---- terminal type ----
+
+// Roots with and without an entry for "xterm-1003", nothing else in them.
+std::string EmptyRoot(const TemporaryFolder& root) {
+    return root.path;
+}
+
+std::string RootWithMouseTerminal(const TemporaryFolder& root) {
+    const std::string source =
+        root.File("source", "xterm-1003|for the test, am, cols#80, lines#24, clear=\\E[H\\E[2J,\n");
+    const std::string folder = root.Path("usr/share/terminfo");
+    std::filesystem::create_directories(folder);
+    const std::string command = "tic -o " + folder + " " + source + " >/dev/null 2>&1";
+    return std::system(command.c_str()) == 0 ? root.path : "";
+}
+
+// TERM after the choice, for a TERM before it; null: not set.
+Answer TerminalChosen(const std::string& root, const char* type) {
+    return AnswerInChild([&] { return EnterRoot(root); },
+                         [&] {
+                             for (const char* name : {"TERMINFO", "TERMINFO_DIRS", "HOME", "TERM"})
+                                 unsetenv(name);
+                             if (type != nullptr) setenv("TERM", type, 1);
+                             ChooseTerminalType();
+                             const char* chosen = std::getenv("TERM");
+                             printf("%s", chosen == nullptr ? "(none)" : chosen);
+                             return 0L;
+                         });
+}
+
+TEST(ChooseTerminalType, TakesMouseMotionForEveryXterm) {
+    const TemporaryFolder folder;
+    const std::string root = RootWithMouseTerminal(folder);
+    if (root.empty()) GTEST_SKIP() << "no tic here";
+    for (const char* type :
+         {"xterm", "xterm-256color", "XTERM-256color", "xTermite", "xterm-1003"}) {
+        const Answer answer = TerminalChosen(root, type);
+        if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its root";
+        EXPECT_EQ(answer.output, "xterm-1003") << type;
+    }
+}
+
+TEST(ChooseTerminalType, LeavesOtherTerminalsAlone) {
+    const TemporaryFolder folder;
+    const std::string root = RootWithMouseTerminal(folder);
+    if (root.empty()) GTEST_SKIP() << "no tic here";
+    for (const char* type :
+         {"screen", "linux", "vt220", "", "xter", "rxvt", "tmux-xterm", " xterm"}) {
+        const Answer answer = TerminalChosen(root, type);
+        if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its root";
+        EXPECT_EQ(answer.output, type);
+    }
+    EXPECT_EQ(TerminalChosen(root, nullptr).output, "(none)");
+}
+
+TEST(ChooseTerminalType, KeepsTheOperatorsWhereTheEntryIsMissing) {
+    const TemporaryFolder folder;
+    for (const char* type : {"xterm", "XTERM-256color", "screen"}) {
+        const Answer answer = TerminalChosen(EmptyRoot(folder), type);
+        if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its root";
+        EXPECT_EQ(answer.output, type);
+    }
+}
+
+}  // namespace

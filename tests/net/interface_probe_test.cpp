@@ -1,0 +1,122 @@
+// The probe on a real network of the test's own. Bridges are its interfaces, as every kernel has
+// them: one that is up has link, one that is down has none.
+#include <gtest/gtest.h>
+
+#include "net/interface_status.h"
+#include "net/route_table.h"
+#include "util/command.h"
+#include "util/utility_fixtures.h"
+
+namespace {
+
+#define SKIP_WHERE_REFUSED(answer) \
+    if ((answer).prepared == Prepared::kRefused) GTEST_SKIP() << "not possible on this system"
+
+void PrintStatus(const InterfaceStatus& status) {
+    printf("%s|%s\n", status.link.c_str(), status.up.c_str());
+    for (const std::string& row : FormatInterfaceStatus(status))
+        printf("%s\n", row.c_str());
+}
+
+// What the probe says of eth0 after each group of `ip` commands.
+Answer Probed(const std::vector<std::string>& commands) {
+    return AnswerInChild(
+        [] {
+            return EnterNetwork({{"eth0", nullptr}});
+        },
+        [&] {
+            InterfaceStatus status;
+            for (const std::string& command : commands) {
+                RunCommand(command);
+                UpdateRouteInfo();
+                ProbeInterfaceStatus("eth0", status);
+                PrintStatus(status);
+            }
+            return 0L;
+        });
+}
+
+TEST(ProbeInterfaceStatus, AnInterfaceThatIsDownIsDisconnected) {
+    const Answer answer = Probed({":"});
+    SKIP_WHERE_REFUSED(answer);
+    EXPECT_EQ(answer.output, "Disconnected|\n");
+}
+
+TEST(ProbeInterfaceStatus, FollowsWhatHappensToTheInterface) {
+    const Answer answer = Probed({
+        "ip link set eth0 up",
+        "ip addr add 192.0.2.2/26 dev eth0; ip route add default via 192.0.2.1",
+        "ip -6 addr add 2001:db8::1/64 dev eth0 nodad 2>/dev/null; "
+        "ip -6 addr add 2001:db8::5/64 dev eth0 nodad 2>/dev/null; "
+        "ip route del default",
+        "ip addr flush dev eth0 scope global; ip link set eth0 down",
+    });
+    SKIP_WHERE_REFUSED(answer);
+    const std::string up = "Link active|Interface up\n";
+    const std::string address = "   IPv4: 192.0.2.2   netmask: 255.255.255.192";
+    const std::size_t ipv6 = answer.output.find("   IPv6: ");
+    if (ipv6 == std::string::npos && !std::filesystem::exists("/proc/net/if_inet6")) {
+        GTEST_SKIP() << "no IPv6 on this system";
+    }
+    // The kernel lists the address that came last first.
+    EXPECT_EQ(answer.output, up + up + address + "  gateway: 192.0.2.1\n" + up + address + "\n" +
+                                 "   IPv6: 2001:db8::1/64\n" + "Disconnected|\n");
+}
+
+TEST(ProbeInterfaceStatus, OfAnInterfaceThatHasGoneOnlyTheLinkTextStays) {
+    const Answer answer = Probed({
+        "ip link set eth0 up; ip addr add 192.0.2.2/26 dev eth0",
+        "ip link del eth0",
+    });
+    SKIP_WHERE_REFUSED(answer);
+    EXPECT_EQ(answer.output,
+              "Link active|Interface up\n"
+              "   IPv4: 192.0.2.2   netmask: 255.255.255.192\n"
+              "Link active|\n");
+}
+
+TEST(GatherInterface, LearnsTheHardwareAddress) {
+    const Answer answer = AnswerInChild(
+        [] {
+            return EnterNetwork({{"eth0", nullptr}});
+        },
+        [] {
+            RunCommand("ip link set eth0 address 02:00:00:ab:cd:ef");
+            const int socket = OpenPacketSocket();
+            const InterfaceFacts facts = GatherInterface("eth0", socket);
+            printf(
+                "%s",
+                FormatHardwareAddress(facts.hardware_address.value_or(HardwareAddress{})).c_str());
+            return GatherInterface("eth1", socket).hardware_address.has_value() ? 1L : 0L;
+        });
+    SKIP_WHERE_REFUSED(answer);
+    EXPECT_EQ(answer.output, "02:00:00:AB:CD:EF");
+    EXPECT_EQ(answer.value, 0);
+}
+
+TEST(GatherInterface, WithoutAPacketSocketLinkAndFlagsAreNotAsked) {
+    const InterfaceFacts facts = GatherInterface("lo", -1);
+    EXPECT_FALSE(facts.packet_socket);
+    EXPECT_FALSE(facts.hardware_address.has_value());
+    EXPECT_FALSE(facts.link.has_value());
+    EXPECT_FALSE(facts.up.has_value());
+    EXPECT_TRUE(facts.inet_socket);
+}
+
+TEST(GatherInterface, TakesNamesThatNoInterfaceHas) {
+    for (const std::string& name : {std::string(), std::string("a b"), std::string("$(echo lo)"),
+                                    std::string("veth0@if5"), std::string(127, 'x')}) {
+        const InterfaceFacts facts = GatherInterface(name, -1);
+        EXPECT_EQ(facts.address_family, 0) << name;
+        EXPECT_FALSE(facts.is_wireless) << name;
+        EXPECT_EQ(LastGlobalIPv6(facts.global_addresses.value_or("")), "") << name;
+    }
+}
+
+TEST(IsWirelessInterface, AWireIsNone) {
+    EXPECT_FALSE(IsWirelessInterface("lo"));
+    EXPECT_FALSE(IsWirelessInterface("none0"));
+    EXPECT_FALSE(HasRfkill("lo"));
+}
+
+}  // namespace

@@ -1,0 +1,516 @@
+// Understanding and wording of an interface's state.
+#include "net/interface_status.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+
+#include "util/utility_fixtures.h"
+
+namespace {
+
+using Rows = std::vector<std::string>;
+
+in_addr Address(const char* dotted) {
+    in_addr address = {};
+    inet_aton(dotted, &address);
+    return address;
+}
+
+constexpr HardwareAddress kAccessPoint = {0x00, 0x11, 0x22, 0x33, 0x44, 0x55};
+
+// ---- rows ----
+
+TEST(FormatInterfaceStatus, NothingKnownGivesNoRows) {
+    EXPECT_EQ(FormatInterfaceStatus({}), Rows{});
+}
+
+TEST(FormatInterfaceStatus, LinkAndUpHaveNoRowHere) {
+    InterfaceStatus status;
+    status.link = "Link active";
+    status.up = "Interface up";
+    EXPECT_EQ(FormatInterfaceStatus(status), Rows{});
+}
+
+TEST(FormatInterfaceStatus, IPv4RowHasAddressAndNetmask) {
+    InterfaceStatus status;
+    status.hasIPv4 = true;
+    status.ipv4 = Address("192.168.0.17");
+    status.netmask = Address("255.255.255.0");
+    EXPECT_EQ(FormatInterfaceStatus(status),
+              Rows{"   IPv4: 192.168.0.17   netmask: 255.255.255.0"});
+    status.gateway = Address("192.168.0.1");
+    EXPECT_EQ(FormatInterfaceStatus(status),
+              Rows{"   IPv4: 192.168.0.17   netmask: 255.255.255.0  gateway: 192.168.0.1"});
+}
+
+TEST(FormatInterfaceStatus, IPv4RowOfZerosIsStillARow) {
+    InterfaceStatus status;
+    status.hasIPv4 = true;
+    EXPECT_EQ(FormatInterfaceStatus(status), Rows{"   IPv4: 0.0.0.0   netmask: 0.0.0.0"});
+}
+
+TEST(FormatInterfaceStatus, AGatewayAloneGivesNoRow) {
+    InterfaceStatus status;
+    status.ipv4 = Address("192.168.0.17");
+    status.gateway = Address("192.168.0.1");
+    EXPECT_EQ(FormatInterfaceStatus(status), Rows{});
+}
+
+TEST(FormatInterfaceStatus, IPv6RowHasTheAddressAsItStands) {
+    InterfaceStatus status;
+    status.ipv6 = "2001:db8::5/64";
+    EXPECT_EQ(FormatInterfaceStatus(status), Rows{"   IPv6: 2001:db8::5/64"});
+}
+
+InterfaceStatus StudioCard() {
+    InterfaceStatus status;
+    status.isWireless = true;
+    status.essid = "studio";
+    status.freqMantissa = 2437;
+    status.freqExponent = 6;
+    status.apAddress = kAccessPoint;
+    status.hasRfkill = true;
+    status.rfkillState = 1;
+    status.rfkillHard = 0;
+    status.rfkillSoft = 0;
+    return status;
+}
+
+TEST(FormatInterfaceStatus, WirelessRowHasAllPieces) {
+    EXPECT_EQ(FormatInterfaceStatus(StudioCard()),
+              Rows{"   Wireless: 'studio' @2.437GHz A/P 00:11:22:33:44:55 "
+                   "Enabled: Yes, RF-Kill: off  "});
+}
+
+TEST(FormatInterfaceStatus, RowsComeInOrder) {
+    InterfaceStatus status = StudioCard();
+    status.hasIPv4 = true;
+    status.ipv6 = "2001:db8::5/64";
+    const Rows rows = FormatInterfaceStatus(status);
+    ASSERT_EQ(rows.size(), 3U);
+    EXPECT_EQ(rows[0].substr(0, 8), "   IPv4:");
+    EXPECT_EQ(rows[1].substr(0, 8), "   IPv6:");
+    EXPECT_EQ(rows[2].substr(0, 12), "   Wireless:");
+}
+
+TEST(FormatInterfaceStatus, OnlyAWirelessInterfaceHasTheRow) {
+    InterfaceStatus status = StudioCard();
+    status.isWireless = false;
+    EXPECT_EQ(FormatInterfaceStatus(status), Rows{});
+}
+
+std::string Wireless(const InterfaceStatus& status) {
+    const Rows rows = FormatInterfaceStatus(status);
+    return rows.size() == 1 ? rows[0] : std::to_string(rows.size()) + " rows";
+}
+
+InterfaceStatus SilentCard() {
+    InterfaceStatus status;
+    status.isWireless = true;
+    return status;
+}
+
+TEST(FormatInterfaceStatus, EachWirelessPieceStandsForItself) {
+    InterfaceStatus status = SilentCard();
+    EXPECT_EQ(Wireless(status), "   Wireless: ");
+    status.essid = "a b";
+    EXPECT_EQ(Wireless(status), "   Wireless: 'a b' ");
+    status.essid = "";
+    EXPECT_EQ(Wireless(status), "   Wireless: '' ");
+    status = SilentCard();
+    status.apAddress = HardwareAddress{0xab, 0xcd, 0xef, 0, 0x0f, 0xf0};
+    EXPECT_EQ(Wireless(status), "   Wireless: A/P AB:CD:EF:00:0F:F0 ");
+    status.apAddress = HardwareAddress{};
+    EXPECT_EQ(Wireless(status), "   Wireless: A/P 00:00:00:00:00:00 ");
+}
+
+TEST(FormatInterfaceStatus, AFrequencyIsShownInGigahertz) {
+    struct {
+        std::int32_t mantissa;
+        std::int16_t exponent;
+        const char* piece;
+    } const kCases[] = {
+        {2437, 6, "@2.437GHz "},
+        {243700000, 1, "@2.437GHz "},
+        {1000, 0, "@0.000GHz "},  // hertz, above the channel numbers
+        {2147483647, 0, "@2.147GHz "},
+        {5, 9, "@5.000GHz "},  // a small number with an exponent is no channel
+        {6, 1, "@0.000GHz "},
+        {0, 6, "@0.000GHz "},
+        {5180, 6, "@5.180GHz "},
+        {59400, 6, "@59.400GHz "},
+        {24375, 5, "@2.438GHz "},
+        {24370, -1, "@0.000GHz "},
+        {-2437, 6, "@-2.437GHz "},
+    };
+    for (const auto& row : kCases) {
+        InterfaceStatus status = SilentCard();
+        status.freqMantissa = row.mantissa;
+        status.freqExponent = row.exponent;
+        EXPECT_EQ(Wireless(status), std::string("   Wireless: ") + row.piece)
+            << row.mantissa << " e " << row.exponent;
+    }
+}
+
+TEST(FormatInterfaceStatus, ASmallNumberWithoutExponentIsAChannel) {
+    struct {
+        std::int32_t mantissa;
+        const char* piece;
+    } const kCases[] = {
+        {0, "Channel 0"},
+        {6, "Channel 6"},
+        {999, "Channel 999"},
+        {-1, "Channel 4294967295"},
+    };
+    for (const auto& row : kCases) {
+        InterfaceStatus status = SilentCard();
+        status.freqMantissa = row.mantissa;
+        status.freqExponent = std::int16_t{0};
+        EXPECT_EQ(Wireless(status), std::string("   Wireless: ") + row.piece);
+    }
+}
+
+TEST(FormatInterfaceStatus, NothingStandsBetweenAChannelAndWhatFollows) {
+    InterfaceStatus status = SilentCard();
+    status.essid = "studio";
+    status.freqMantissa = 6;
+    status.freqExponent = std::int16_t{0};
+    status.apAddress = kAccessPoint;
+    EXPECT_EQ(Wireless(status), "   Wireless: 'studio' Channel 6A/P 00:11:22:33:44:55 ");
+}
+
+TEST(FormatInterfaceStatus, AnImpossibleFrequencyFits) {
+    for (std::int16_t exponent :
+         {std::int16_t{SHRT_MAX}, std::int16_t{298}, std::int16_t{SHRT_MIN}}) {
+        InterfaceStatus status = SilentCard();
+        status.freqMantissa = INT_MIN;
+        status.freqExponent = exponent;
+        const std::string row = Wireless(status);
+        EXPECT_EQ(row.substr(0, 15), "   Wireless: @-") << exponent;
+        EXPECT_EQ(row.substr(row.size() - 4), "GHz ") << exponent;
+    }
+}
+
+TEST(FormatInterfaceStatus, RadioKillSaysWhatBlocks) {
+    struct {
+        int state, hard, soft;
+        const char* piece;
+    } const kCases[] = {
+        {1, 0, 0, "Enabled: Yes, RF-Kill: off  "},
+        {0, 0, 0, "Enabled: No, RF-Kill: off  "},
+        {0, 1, 0, "Enabled: No, RF-Kill: H/W  "},
+        {0, 0, 1, "Enabled: No, RF-Kill: S/W  "},
+        {0, 1, 1, "Enabled: No, RF-Kill: H/W S/W  "},
+        {2, 1, 0, "Enabled: Yes, RF-Kill: H/W  "},
+        {1, 7, 9, "Enabled: Yes, RF-Kill: H/W S/W  "},
+        // Files that can't be read.
+        {1, -1, -1, "Enabled: Yes, RF-Kill: off  "},
+        {1, -1, 1, "Enabled: Yes, RF-Kill: S/W  "},
+        {1, 1, -1, "Enabled: Yes, RF-Kill: H/W  "},
+        {-1, 1, 1, ""},
+        {-1, 0, 0, ""},
+        {-5, 0, 0, ""},
+    };
+    for (const auto& row : kCases) {
+        InterfaceStatus status = SilentCard();
+        status.hasRfkill = true;
+        status.rfkillState = row.state;
+        status.rfkillHard = row.hard;
+        status.rfkillSoft = row.soft;
+        EXPECT_EQ(Wireless(status), std::string("   Wireless: ") + row.piece)
+            << row.state << row.hard << row.soft;
+    }
+}
+
+TEST(FormatInterfaceStatus, WithoutARadioKillFolderThePieceIsLeftOut) {
+    InterfaceStatus status = SilentCard();
+    status.rfkillState = status.rfkillHard = status.rfkillSoft = 1;
+    EXPECT_EQ(Wireless(status), "   Wireless: ");
+}
+
+TEST(FormatHardwareAddress, HasSixGroupsInUpperCase) {
+    EXPECT_EQ(FormatHardwareAddress({0x00, 0x1a, 0x2b, 0x3c, 0x4d, 0x5e}), "00:1A:2B:3C:4D:5E");
+    EXPECT_EQ(FormatHardwareAddress({0xff, 0xff, 0xff, 0xff, 0xff, 0xff}), "FF:FF:FF:FF:FF:FF");
+    EXPECT_EQ(FormatHardwareAddress({}), "00:00:00:00:00:00");
+}
+
+// ---- the output of `ip addr` ----
+
+TEST(LastGlobalIPv6, IsTheOneListedLast) {
+    EXPECT_EQ(
+        LastGlobalIPv6("2: eth0: <BROADCAST,MULTICAST,UP,LOWER_UP> mtu 1500 qdisc pfifo_fast\n"
+                       "    link/ether 02:00:00:00:10:20 brd ff:ff:ff:ff:ff:ff\n"
+                       "    inet 192.0.2.2/24 brd 192.0.2.255 scope global eth0\n"
+                       "       valid_lft forever preferred_lft forever\n"
+                       "    inet6 2001:db8::1/64 scope global dynamic mngtmpaddr \n"
+                       "       valid_lft 86385sec preferred_lft 14385sec\n"
+                       "    inet6 2001:db8::5/64 scope global \n"
+                       "       valid_lft forever preferred_lft forever\n"),
+        "2001:db8::5/64");
+}
+
+TEST(LastGlobalIPv6, UnderstandsItsLines) {
+    struct {
+        const char* text;
+        const char* address;
+    } const kCases[] = {
+        {"", ""},
+        {"\n", ""},
+        {"    inet 192.0.2.2/24 scope global eth0\n", ""},
+        {"inet6 2001:db8::5/64 scope global\n", "2001:db8::5/64"},
+        {"      INET6 2001:db8::5/64 scope global\n", "2001:db8::5/64"},
+        {"    inet6     2001:db8::5/64 scope global\n", "2001:db8::5/64"},
+        {"    inet6 2001:db8::5/64\n", "2001:db8::5/64"},
+        {"    inet6 2001:db8::5/64", "2001:db8::5/64"},
+        {"    inet6 2001:db8::1 peer 2001:db8::2/64 scope global\n", "2001:db8::1"},
+        {"    inet6\t2001:db8::5/64 scope global\n", ""},  // the word ends with a blank
+        {"    inet66 2001:db8::5/64 scope global\n", ""},
+        {"\tinet6 2001:db8::5/64 scope global\n", ""},  // only blanks are skipped
+        {"    x inet6 2001:db8::5/64 scope global\n", ""},
+        {"inet6 a scope\ninet6 b scope\ninet 192.0.2.2/24\n", "b"},
+    };
+    for (const auto& row : kCases)
+        EXPECT_EQ(LastGlobalIPv6(row.text), row.address) << row.text;
+}
+
+TEST(LastGlobalIPv6, ReadsLinesInPiecesOf255Bytes) {
+    const std::string long_line = "    inet6 " + std::string(300, 'a');
+    EXPECT_EQ(LastGlobalIPv6(long_line + " scope global\n"), std::string(245, 'a'));
+    const std::string padding = "    link/ether " + std::string(255 - 15, 'x');
+    EXPECT_EQ(LastGlobalIPv6(padding + "inet6 2001:db8::5/64 scope global\n"), "2001:db8::5/64");
+    EXPECT_EQ(LastGlobalIPv6(padding + "x" + "inet6 2001:db8::5/64 scope global\n"), "");
+}
+
+// ---- from facts to the record ----
+
+InterfaceFacts SocketFacts() {
+    InterfaceFacts facts;
+    facts.packet_socket = true;
+    facts.inet_socket = true;
+    return facts;
+}
+
+TEST(UnderstandInterface, LinkTextFollowsTheLink) {
+    InterfaceStatus status;
+    InterfaceFacts facts = SocketFacts();
+    facts.link = true;
+    UnderstandInterface(facts, 0, status);
+    EXPECT_EQ(status.link, "Link active");
+    facts.link = false;
+    UnderstandInterface(facts, 0, status);
+    EXPECT_EQ(status.link, "Disconnected");
+}
+
+TEST(UnderstandInterface, LinkTextIsEmptyUntilLearnedAndThenKept) {
+    InterfaceStatus status;
+    InterfaceFacts facts = SocketFacts();
+    UnderstandInterface(facts, 0, status);
+    EXPECT_EQ(status.link, "");
+    facts.link = true;
+    UnderstandInterface(facts, 0, status);
+    facts.link.reset();
+    UnderstandInterface(facts, 0, status);
+    EXPECT_EQ(status.link, "Link active");
+}
+
+TEST(UnderstandInterface, UpTextIsEmptyWhenDownOrUnknown) {
+    InterfaceStatus status;
+    InterfaceFacts facts = SocketFacts();
+    facts.up = true;
+    UnderstandInterface(facts, 0, status);
+    EXPECT_EQ(status.up, "Interface up");
+    facts.up = false;
+    UnderstandInterface(facts, 0, status);
+    EXPECT_EQ(status.up, "");
+    status.up = "Interface up";
+    facts.up.reset();
+    UnderstandInterface(facts, 0, status);
+    EXPECT_EQ(status.up, "");
+}
+
+TEST(UnderstandInterface, WithoutAPacketSocketLinkAndUpStay) {
+    InterfaceStatus status;
+    status.link = "Link active";
+    status.up = "Interface up";
+    InterfaceFacts facts = SocketFacts();
+    facts.packet_socket = false;
+    UnderstandInterface(facts, 0, status);
+    EXPECT_EQ(status.link, "Link active");
+    EXPECT_EQ(status.up, "Interface up");
+}
+
+TEST(UnderstandInterface, TakesAddressNetmaskAndGateway) {
+    InterfaceStatus status;
+    InterfaceFacts facts = SocketFacts();
+    facts.address_family = AF_INET;
+    facts.ipv4 = Address("192.0.2.2");
+    facts.netmask = Address("255.255.255.0");
+    UnderstandInterface(facts, Address("192.0.2.1").s_addr, status);
+    EXPECT_EQ(FormatInterfaceStatus(status),
+              Rows{"   IPv4: 192.0.2.2   netmask: 255.255.255.0  gateway: 192.0.2.1"});
+}
+
+TEST(UnderstandInterface, AnyAddressFamilyButZeroIsAnAddress) {
+    InterfaceStatus status;
+    InterfaceFacts facts = SocketFacts();
+    facts.address_family = 7;
+    UnderstandInterface(facts, 0, status);
+    EXPECT_TRUE(status.hasIPv4);
+    facts.address_family = 0;
+    facts.ipv4 = Address("192.0.2.2");
+    UnderstandInterface(facts, 0, status);
+    EXPECT_FALSE(status.hasIPv4);
+}
+
+TEST(UnderstandInterface, WithoutAnAddressThereIsNoIPv4RowEvenWithAGateway) {
+    InterfaceStatus status;
+    status.hasIPv4 = true;
+    status.ipv4 = Address("192.0.2.2");
+    UnderstandInterface(SocketFacts(), Address("192.0.2.1").s_addr, status);
+    EXPECT_EQ(FormatInterfaceStatus(status), Rows{});
+    EXPECT_EQ(status.gateway.s_addr, Address("192.0.2.1").s_addr);
+}
+
+TEST(UnderstandInterface, AnAddressThatHasGoneLeavesNothingBehind) {
+    InterfaceStatus status;
+    status.ipv4 = Address("192.0.2.2");
+    status.netmask = Address("255.255.255.0");
+    status.gateway = Address("192.0.2.1");
+    UnderstandInterface(SocketFacts(), 0, status);
+    EXPECT_EQ(status.ipv4.s_addr, 0U);
+    EXPECT_EQ(status.netmask.s_addr, 0U);
+    EXPECT_EQ(status.gateway.s_addr, 0U);
+}
+
+TEST(UnderstandInterface, IPv6IsTheLastAddressListed) {
+    InterfaceStatus status;
+    InterfaceFacts facts = SocketFacts();
+    facts.global_addresses =
+        "    inet6 2001:db8::1/64 scope global\n"
+        "    inet6 2001:db8::5/64 scope global\n";
+    UnderstandInterface(facts, 0, status);
+    EXPECT_EQ(status.ipv6, "2001:db8::5/64");
+}
+
+TEST(UnderstandInterface, IPv6GoesWhenNoneIsListedAndStaysWithoutTheCommand) {
+    InterfaceStatus status;
+    status.ipv6 = "2001:db8::5/64";
+    InterfaceFacts facts = SocketFacts();
+    UnderstandInterface(facts, 0, status);
+    EXPECT_EQ(status.ipv6, "2001:db8::5/64");
+    facts.global_addresses = "";
+    UnderstandInterface(facts, 0, status);
+    EXPECT_EQ(status.ipv6, "");
+}
+
+InterfaceFacts StudioFacts() {
+    InterfaceFacts facts = SocketFacts();
+    facts.is_wireless = true;
+    facts.essid = "studio";
+    facts.frequency_mantissa = 2437;
+    facts.frequency_exponent = std::int16_t{6};
+    facts.access_point = kAccessPoint;
+    facts.has_rfkill = true;
+    facts.rfkill_state = 2;
+    facts.rfkill_hard = 1;
+    facts.rfkill_soft = 0;
+    return facts;
+}
+
+TEST(UnderstandInterface, TakesAllOfAWirelessCard) {
+    InterfaceStatus status;
+    UnderstandInterface(StudioFacts(), 0, status);
+    EXPECT_EQ(Wireless(status),
+              "   Wireless: 'studio' @2.437GHz A/P 00:11:22:33:44:55 "
+              "Enabled: Yes, RF-Kill: H/W  ");
+}
+
+TEST(UnderstandInterface, EachWirelessQueryThatFailsLeavesItsPieceOut) {
+    InterfaceStatus status;
+    UnderstandInterface(StudioFacts(), 0, status);
+    InterfaceFacts facts = SocketFacts();
+    facts.is_wireless = true;
+    UnderstandInterface(facts, 0, status);
+    EXPECT_EQ(Wireless(status), "   Wireless: ");
+    facts.is_wireless = false;
+    UnderstandInterface(facts, 0, status);
+    EXPECT_EQ(FormatInterfaceStatus(status), Rows{});
+}
+
+// ---- radio-kill files ----
+
+TEST(RfkillFolder, IsTheFirstSwitchOfTheCard) {
+    EXPECT_EQ(RfkillFolder("wlan0"), "/sys/class/net/wlan0/phy80211/rfkill0");
+}
+
+TEST(ReadIntFile, ReadsANumber) {
+    struct {
+        std::string content;
+        int value;
+    } const kCases[] = {
+        {"0\n", 0},
+        {"1\n", 1},
+        {"2", 2},
+        {"-1\n", -1},
+        {"  12 34\n", 12},
+        {"7x\n", 7},
+        {"", 0},                                  // empty
+        {"\n5\n", 0},                             // the first line counts
+        {"soft\n", 0},                            // as atoi reads it
+        {std::string(60, ' ') + "12345\n", 123},  // of at most 63 characters
+        {std::string(62, ' ') + "12345\n", 1},
+        {std::string(63, ' ') + "12345\n", 0},
+    };
+    const TemporaryFolder folder;
+    for (const auto& row : kCases)
+        EXPECT_EQ(ReadIntFile(folder.File("state", row.content)), row.value) << row.content;
+}
+
+TEST(ReadIntFile, IsMinusOneForAMissingFile) {
+    const TemporaryFolder folder;
+    EXPECT_EQ(ReadIntFile(folder.Path("state")), -1);
+    EXPECT_EQ(ReadIntFile(folder.Path("no/such/folder/state")), -1);
+}
+
+TEST(ReadIntFile, AFolderOpensButHasNoLine) {
+    const TemporaryFolder folder;
+    EXPECT_EQ(ReadIntFile(folder.path), 0);
+}
+
+TEST(WriteIntFile, WritesANumberAndALineFeed) {
+    const TemporaryFolder folder;
+    const std::string file = folder.Path("soft");
+    for (const auto& [value, content] : {std::pair{0, "0\n"},
+                                         {1, "1\n"},
+                                         {-1, "-1\n"},
+                                         {INT_MAX, "2147483647\n"},
+                                         {INT_MIN, "-2147483648\n"}}) {
+        WriteIntFile(file, value);
+        EXPECT_EQ(ContentOf(file), content);
+    }
+}
+
+TEST(WriteIntFile, ReplacesALongerText) {
+    const TemporaryFolder folder;
+    const std::string file = folder.File("soft", "what was there\nbefore\n");
+    WriteIntFile(file, 1);
+    EXPECT_EQ(ContentOf(file), "1\n");
+}
+
+TEST(WriteIntFile, WithoutItsFolderDoesNothing) {
+    const TemporaryFolder folder;
+    WriteIntFile(folder.Path("missing/soft"), 1);
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("missing")));
+}
+
+TEST(ReadIntFile, ReadsWhatWriteIntFileWrote) {
+    const TemporaryFolder folder;
+    for (int value : {0, 1, 2, -1, 1000000}) {
+        WriteIntFile(folder.Path("n"), value);
+        EXPECT_EQ(ReadIntFile(folder.Path("n")), value);
+    }
+}
+
+}  // namespace

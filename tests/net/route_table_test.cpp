@@ -1,0 +1,485 @@
+#include "net/route_table.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <sstream>
+
+#include "util/command.h"
+#include "util/utility_fixtures.h"
+
+namespace {
+
+// ---- tabsplit ----
+
+using Columns = std::vector<std::string>;
+
+constexpr std::size_t kMostColumns = 64;
+
+// The columns, after checks of what surrounds them: the null pointer behind the last, and that
+// nothing is stored beyond it.
+Columns Split(std::string line, std::size_t colnum) {
+    char untouched = 0;
+    std::array<char*, kMostColumns + 1> pointers;
+    pointers.fill(&untouched);
+    const std::size_t count = tabsplit(pointers.data(), colnum, line.data());
+    EXPECT_LT(count, colnum);
+    EXPECT_EQ(pointers[count], nullptr);
+    for (std::size_t i = count + 1; i < pointers.size(); ++i)
+        EXPECT_EQ(pointers[i], &untouched) << i;
+    return {pointers.begin(), pointers.begin() + static_cast<std::ptrdiff_t>(count)};
+}
+
+TEST(TabSplit, SplitsAtBlanksAndTabs) {
+    struct {
+        const char* line;
+        Columns columns;
+    } const kCases[] = {
+        {"", {}},
+        {"a", {"a"}},
+        {"a\tb c", {"a", "b", "c"}},
+        {"a \t  \tb\t\tc", {"a", "b", "c"}},
+        // Blanks at the end make no column.
+        {"a b ", {"a", "b"}},
+        {"a b\t \t", {"a", "b"}},
+        // The first column begins with the first character whatever it is.
+        {" a b", {"", "a", "b"}},
+        {"\t \ta", {"", "a"}},
+        {" ", {""}},
+        {"\t\t  ", {""}},
+        // Only blanks and tabs separate.
+        {"a\rb\nc\vd", {"a\rb\nc\vd"}},
+        {"eth0\t00000000\t0100A8C0\t0003\t0\t0\t0\t00000000",
+         {"eth0", "00000000", "0100A8C0", "0003", "0", "0", "0", "00000000"}},
+    };
+    for (const auto& row : kCases)
+        EXPECT_EQ(Split(row.line, kMostColumns), row.columns) << row.line;
+}
+
+TEST(TabSplit, FindsOneColumnLessThanItsCapacity) {
+    EXPECT_EQ(Split("a b c", 4), (Columns{"a", "b", "c"}));
+    EXPECT_EQ(Split("a b c", 2), (Columns{"a"}));
+    EXPECT_EQ(Split("a b c", 1), Columns{});
+    EXPECT_EQ(Split("", 1), Columns{});
+}
+
+TEST(TabSplit, TheLastColumnEndsAtItsBlankAndTheRestIsDropped) {
+    EXPECT_EQ(Split("a b c d e", 3), (Columns{"a", "b"}));
+    EXPECT_EQ(Split("a b\tc  d", 3), (Columns{"a", "b"}));
+}
+
+TEST(TabSplit, SplitsInPlace) {
+    char line[] = "a  b";
+    char* columns[4];
+    EXPECT_EQ(tabsplit(columns, 4, line), 2U);
+    EXPECT_EQ(columns[0], line);
+    EXPECT_EQ(columns[1], line + 3);
+    EXPECT_EQ(line[1], '\0');
+}
+
+TEST(TabSplit, WithoutRoomForTheNullPointerTheProgramStops) {
+    char line[] = "a b";
+    EXPECT_EXIT(tabsplit(nullptr, 0, line), testing::KilledBySignal(SIGABRT),
+                "ifmenu:1782: size_t tabsplit\\(char\\*\\*, size_t, char\\*\\): "
+                "Assertion `col < colnum' failed\\.\n$");
+}
+
+// ---- one table's text ----
+
+// As the kernel writes it, with the blank behind "Gateway" and lines filled up with blanks.
+constexpr const char* kHeader =
+    "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT"
+    "                                                       \n";
+
+using Routes = std::vector<RouteEntry>;
+
+// All fields of all routes.
+std::string AsText(const Routes& routes) {
+    std::ostringstream text;
+    for (const RouteEntry& route : routes) {
+        text << route.iface << std::hex << " destination " << route.destination << " gateway "
+             << route.gateway << " flags " << route.flags << " mask " << route.mask << '\n';
+    }
+    return text.str();
+}
+
+void ExpectRoutes(const Routes& routes, const Routes& expected) {
+    EXPECT_EQ(AsText(routes), AsText(expected));
+}
+
+TEST(ParseRouteTable, ReadsTheKernelsTable) {
+    const std::string text =
+        std::string(kHeader) +
+        "eth0\t00000000\t0100A8C0\t0003\t0\t0\t100\t00000000\t0\t0\t0        \n"
+        "eth0\t0000A8C0\t00000000\t0001\t0\t0\t100\t00FFFFFF\t0\t0\t0        \n"
+        "br0\t070010AC\t00000000\t0005\t0\t0\t0\tFFFFFFFF\t0\t0\t0           \n";
+    ExpectRoutes(ParseRouteTable(text), {{"eth0", 0, 0x0100A8C0, 3, 0},
+                                         {"eth0", 0x0000A8C0, 0, 1, 0x00FFFFFF},
+                                         {"br0", 0x070010AC, 0, 5, 0xFFFFFFFF}});
+}
+
+TEST(ParseRouteTable, AStoredWordIsTheDottedAddressWithoutSwapping) {
+    const in_addr address = {inet_addr("192.168.0.1")};
+    char word[9];
+    snprintf(word, sizeof word, "%08X", address.s_addr);
+    const Routes routes = ParseRouteTable(std::string(kHeader) + "eth0 0 " + word + " 3 0 0 0 0\n");
+    ASSERT_EQ(routes.size(), 1U);
+    char text[INET_ADDRSTRLEN] = "";
+    inet_ntop(AF_INET, &routes[0].gateway, text, sizeof text);
+    EXPECT_STREQ(text, "192.168.0.1");
+}
+
+TEST(ParseRouteTable, MatchesHeaderNamesIgnoringCase) {
+    for (const char* header :
+         {"iface destination gateway flags mask\n", "IFACE DESTINATION GATEWAY FLAGS MASK\n",
+          "iFaCe\tDestinatioN\tgatewaY\tfLAGS\tmaSK\n"}) {
+        ExpectRoutes(ParseRouteTable(std::string(header) + "e 1 2 3 4\n"), {{"e", 1, 2, 3, 4}});
+    }
+}
+
+TEST(ParseRouteTable, FindsColumnsWhereverTheyStand) {
+    ExpectRoutes(ParseRouteTable("mask x flags iface y gateway z destination\n"
+                                 "4 - 3 e - 2 - 1\n"),
+                 {{"e", 1, 2, 3, 4}});
+}
+
+TEST(ParseRouteTable, AHeaderThatLacksAColumnLeavesNoRoutes) {
+    const char* kNames[] = {"iface", "destination", "gateway", "flags", "mask"};
+    for (const char* missing : kNames) {
+        std::string header;
+        for (const char* name : kNames)
+            header += std::string(name) + (name == missing ? "x " : " ");
+        ExpectRoutes(ParseRouteTable(header + "\ne 1 2 3 4\n"), {});
+    }
+}
+
+TEST(ParseRouteTable, OfANameThatOccursTwiceTheLaterColumnWins) {
+    ExpectRoutes(
+        ParseRouteTable("iface destination gateway flags mask Gateway IFACE\ne 1 2 3 4 5 f\n"),
+        {{"f", 1, 5, 3, 4}});
+}
+
+TEST(ParseRouteTable, WithoutAHeaderThereAreNoRoutes) {
+    ExpectRoutes(ParseRouteTable(""), {});
+    ExpectRoutes(ParseRouteTable("\n"), {});
+    ExpectRoutes(ParseRouteTable("eth0 00000000 0100A8C0 0003 0 0 0 00000000\n"), {});
+}
+
+TEST(ParseRouteTable, AHeaderAloneHasNoRoutes) {
+    ExpectRoutes(ParseRouteTable(kHeader), {});
+    ExpectRoutes(ParseRouteTable("Iface Destination Gateway Flags Mask"), {});
+}
+
+TEST(ParseRouteTable, ABlankBeforeTheHeaderMovesItsColumns) {
+    // The empty first column has an index, so the rows' columns are counted likewise.
+    ExpectRoutes(ParseRouteTable(" iface destination gateway flags mask\n e 1 2 3 4\n"),
+                 {{"e", 1, 2, 3, 4}});
+}
+
+constexpr const char* kShortHeader = "iface destination gateway flags mask\n";
+
+Routes RoutesOf(const std::string& lines) {
+    return ParseRouteTable(kShortHeader + lines);
+}
+
+TEST(ParseRouteTable, AShortLineHasZerosForWhatIsMissing) {
+    ExpectRoutes(RoutesOf("e\n"), {{"e", 0, 0, 0, 0}});
+    ExpectRoutes(RoutesOf("e 1\n"), {{"e", 1, 0, 0, 0}});
+    ExpectRoutes(RoutesOf("e 1 2\n"), {{"e", 1, 2, 0, 0}});
+    ExpectRoutes(RoutesOf("e 1 2 3\n"), {{"e", 1, 2, 3, 0}});
+}
+
+TEST(ParseRouteTable, AMissingColumnIsNotTheLineBeforesColumn) {
+    ExpectRoutes(RoutesOf("e 1 2 3 4\nf\n"), {{"e", 1, 2, 3, 4}, {"f", 0, 0, 0, 0}});
+}
+
+TEST(ParseRouteTable, ALineWithoutAnInterfaceIsSkipped) {
+    ExpectRoutes(RoutesOf("\n \n\t\n e 1 2 3 4\nf 5 6 7 8\n\r\n"), {{"f", 5, 6, 7, 8}});
+}
+
+TEST(ParseRouteTable, AShortLineWithoutItsInterfaceColumnIsSkipped) {
+    ExpectRoutes(ParseRouteTable("destination gateway flags mask iface\n1 2 3 4\n1 2 3 4 e\n"),
+                 {{"e", 1, 2, 3, 4}});
+}
+
+TEST(ParseRouteTable, LineEndsAreNoPartOfTheLastColumn) {
+    ExpectRoutes(ParseRouteTable("destination gateway flags mask iface\r\n1 2 3 4 e\r\n"),
+                 {{"e", 1, 2, 3, 4}});
+}
+
+TEST(ParseRouteTable, TheLastLineNeedsNoLineFeed) {
+    ExpectRoutes(RoutesOf("e 1 2 3 4"), {{"e", 1, 2, 3, 4}});
+}
+
+TEST(ParseRouteTable, NumbersAreHexadecimal) {
+    ExpectRoutes(RoutesOf("e 10 fF 0x1F 7fffffff\n"), {{"e", 0x10, 0xff, 0x1f, 0x7fffffff}});
+}
+
+TEST(ParseRouteTable, WhatIsNoNumberIsZero) {
+    ExpectRoutes(RoutesOf("e x * ? -\n"), {{"e", 0, 0, 0, 0}});
+    ExpectRoutes(RoutesOf("e 12z 3* 4? 5-\n"), {{"e", 0x12, 3, 4, 5}});
+}
+
+TEST(ParseRouteTable, FlagsAreCutToSixteenBits) {
+    ExpectRoutes(RoutesOf("e 0 0 10003 0\nf 0 0 ABCD0000 0\ng 0 0 FFFF 0\n"),
+                 {{"e", 0, 0, 3, 0}, {"f", 0, 0, 0, 0}, {"g", 0, 0, 0xFFFF, 0}});
+}
+
+std::string Repeated(const std::string& text, int times) {
+    std::string all;
+    for (int i = 0; i < times; ++i)
+        all += text;
+    return all;
+}
+
+TEST(ParseRouteTable, LooksAt63ColumnsOfAHeader) {
+    const std::string lead = "iface destination gateway flags ";
+    ExpectRoutes(ParseRouteTable(lead + Repeated("x ", 58) + "mask\n" + "e 1 2 3 " +
+                                 Repeated("9 ", 58) + "4\n"),
+                 {{"e", 1, 2, 3, 4}});
+    ExpectRoutes(ParseRouteTable(lead + Repeated("x ", 58) + "mask more\n" + "e 1 2 3 " +
+                                 Repeated("9 ", 58) + "4 5 6\n"),
+                 {{"e", 1, 2, 3, 4}});
+    ExpectRoutes(ParseRouteTable(lead + Repeated("x ", 59) + "mask\n" + "e 1 2 3 " +
+                                 Repeated("9 ", 59) + "4\n"),
+                 {});
+}
+
+TEST(ParseRouteTable, ALineOfManyColumnsIsTakenAsFarAsItIsNeeded) {
+    for (int more : {57, 58, 59, 60, 500})
+        ExpectRoutes(RoutesOf("e 1 2 3 4" + Repeated(" 9", more) + "\n"), {{"e", 1, 2, 3, 4}});
+}
+
+TEST(ParseRouteTable, ALineIsReadInPiecesOf4095Bytes) {
+    std::string line = "e 1 2 3 4 ";
+    line += std::string(4095 - line.size(), 'x');
+    ExpectRoutes(RoutesOf(line + "f 5 6 7 8\ng 9 9 9 9\n"),
+                 {{"e", 1, 2, 3, 4}, {"f", 5, 6, 7, 8}, {"g", 9, 9, 9, 9}});
+    ExpectRoutes(RoutesOf(line + "\ng 9 9 9 9\n"), {{"e", 1, 2, 3, 4}, {"g", 9, 9, 9, 9}});
+}
+
+TEST(ParseRouteTable, KeepsTheOrderOfTheFile) {
+    ExpectRoutes(RoutesOf("c 3 0 0 0\na 1 0 0 0\nb 2 0 0 0\na 1 0 0 0\n"),
+                 {{"c", 3, 0, 0, 0}, {"a", 1, 0, 0, 0}, {"b", 2, 0, 0, 0}, {"a", 1, 0, 0, 0}});
+}
+
+// ---- the two questions ----
+
+struct SavedRoutes {
+    SavedRoutes() : routes(RouteTable), flag(multipleGateways) {}
+    ~SavedRoutes() {
+        RouteTable = routes;
+        multipleGateways = flag;
+    }
+    SavedRoutes(const SavedRoutes&) = delete;
+    SavedRoutes& operator=(const SavedRoutes&) = delete;
+
+    Routes routes;
+    int flag;
+};
+
+constexpr std::uint32_t kGateway = 0x0100A8C0;
+constexpr std::uint32_t kNetwork = 0x0000A8C0;
+
+TEST(CheckMultipleGateways, IsSetByMoreThanOneDefaultRouteWithGateway) {
+    const SavedRoutes saved;
+    struct {
+        const char* what;
+        Routes routes;
+        int expected;
+    } const kCases[] = {
+        {"none", {}, 0},
+        {"one", {{"eth0", 0, kGateway, 3, 0}}, 0},
+        {"two", {{"eth0", 0, kGateway, 3, 0}, {"eth1", 0, kGateway, 3, 0}}, 1},
+        {"three", {{"a", 0, 1, 3, 0}, {"b", 0, 1, 3, 0}, {"c", 0, 1, 3, 0}}, 1},
+        {"two on the same interface",
+         {{"eth0", 0, kGateway, 3, 0}, {"eth0", 0, 0x0200A8C0, 3, 0}},
+         1},
+        {"two that are not up", {{"eth0", 0, kGateway, 2, 0}, {"eth1", 0, kGateway, 2, 0}}, 1},
+        {"one and gatewayed networks and hosts",
+         {{"eth0", 0, kGateway, 3, 0},
+          {"eth0", kNetwork, kGateway, 3, 0xFFFFFF},
+          {"eth1", 0x070010AC, kGateway, 7, 0xFFFFFFFF}},
+         0},
+        {"one and a default route without gateway",
+         {{"eth0", 0, kGateway, 3, 0}, {"ppp0", 0, 0, 1, 0}},
+         0},
+        {"a gateway word without the flag does not count",
+         {{"eth0", 0, kGateway, 1, 0}, {"eth1", 0, kGateway, 1, 0}},
+         0},
+        {"the flag without a gateway word counts", {{"eth0", 0, 0, 2, 0}, {"eth1", 0, 0, 2, 0}}, 1},
+        {"whatever the mask", {{"eth0", 0, kGateway, 3, 1}, {"eth1", 0, kGateway, 3, 0xFF}}, 1},
+    };
+    for (const auto& row : kCases) {
+        for (int before : {0, 1}) {
+            RouteTable = row.routes;
+            multipleGateways = before;
+            CheckMultipleGateways();
+            EXPECT_EQ(multipleGateways, row.expected) << row.what << ", before " << before;
+        }
+    }
+}
+
+TEST(FindGateway, FirstGatewayedRouteWins) {
+    const SavedRoutes saved;
+    RouteTable = {{"eth0", 0, 0, 1, 0},
+                  {"eth1", 0, 5, 3, 0},
+                  {"eth0", kNetwork, 7, 3, 0xFFFFFF},
+                  {"eth0", 0, 9, 3, 0}};
+    EXPECT_EQ(FindGateway("eth0"), &RouteTable[2]);
+    EXPECT_EQ(FindGateway("eth1"), &RouteTable[1]);
+}
+
+TEST(FindGateway, TheNameMustBeTheSame) {
+    const SavedRoutes saved;
+    RouteTable = {{"eth10", 0, 5, 3, 0}, {"ETH0", 0, 5, 3, 0}, {"eth", 0, 5, 3, 0}};
+    for (const char* name : {"eth0", "eth1", "Eth0", "", "eth10 "})
+        EXPECT_EQ(FindGateway(name), nullptr) << name;
+    EXPECT_EQ(FindGateway("eth10"), &RouteTable[0]);
+}
+
+TEST(FindGateway, OnlyTheGatewayFlagCounts) {
+    const SavedRoutes saved;
+    RouteTable = {{"a", 0, 5, 1, 0}, {"b", 0, 5, 0xFFFD, 0}, {"c", 0, 0, 2, 0}};
+    EXPECT_EQ(FindGateway("a"), nullptr);
+    EXPECT_EQ(FindGateway("b"), nullptr);
+    EXPECT_EQ(FindGateway("c"), &RouteTable[2]);
+}
+
+TEST(FindGateway, AnEmptyTableHasNone) {
+    const SavedRoutes saved;
+    RouteTable.clear();
+    EXPECT_EQ(FindGateway("eth0"), nullptr);
+}
+
+// ---- the kernel's file ----
+
+#define SKIP_WHERE_REFUSED(answer) \
+    if ((answer).prepared == Prepared::kRefused) GTEST_SKIP() << "not possible on this system"
+
+// What UpdateRouteInfo makes of a root whose /proc/net/route is that file, after a table that had
+// an entry: the number of routes.
+Answer UpdatedWithin(const std::string& root) {
+    return AnswerInChild([&] { return EnterRoot(root); },
+                         [] {
+                             RouteTable = {{"stale", 0, kGateway, 3, 0}};
+                             UpdateRouteInfo();
+                             for (const RouteEntry& route : RouteTable)
+                                 printf("%s ", route.iface.c_str());
+                             return static_cast<long>(RouteTable.size());
+                         });
+}
+
+TEST(UpdateRouteInfo, ReplacesTheTableByTheKernels) {
+    const TemporaryFolder root;
+    root.File("proc/net/route", std::string(kHeader) +
+                                    "eth0\t0\t0\t1\t0\t0\t0\t0\n"
+                                    "eth1\t0\t0\t1\t0\t0\t0\t0\n");
+    const Answer answer = UpdatedWithin(root.path);
+    SKIP_WHERE_REFUSED(answer);
+    EXPECT_EQ(answer.value, 2);
+    EXPECT_EQ(answer.output, "eth0 eth1 ");
+}
+
+TEST(UpdateRouteInfo, WithoutTheFileTheTableIsEmpty) {
+    const TemporaryFolder root;
+    const Answer answer = UpdatedWithin(root.path);
+    SKIP_WHERE_REFUSED(answer);
+    EXPECT_EQ(answer.value, 0);
+}
+
+TEST(UpdateRouteInfo, WithAnEmptyFileTheTableIsEmpty) {
+    const TemporaryFolder root;
+    root.File("proc/net/route", "");
+    const Answer answer = UpdatedWithin(root.path);
+    SKIP_WHERE_REFUSED(answer);
+    EXPECT_EQ(answer.value, 0);
+}
+
+std::string AsRouteText(const std::string& device, std::uint32_t destination, std::uint32_t mask,
+                        std::uint32_t gateway) {
+    const auto dotted = [](std::uint32_t word) {
+        char text[INET_ADDRSTRLEN] = "";
+        inet_ntop(AF_INET, &word, text, sizeof text);
+        return std::string(text);
+    };
+    int bits = 0;
+    for (std::uint32_t host = ntohl(mask); host != 0; host <<= 1U)
+        ++bits;
+    return device + " " + dotted(destination) + "/" + std::to_string(bits) + " " + dotted(gateway);
+}
+
+std::vector<std::string> RoutesOfTable() {
+    UpdateRouteInfo();
+    std::vector<std::string> routes;
+    for (const RouteEntry& route : RouteTable)
+        routes.push_back(AsRouteText(route.iface, route.destination, route.mask, route.gateway));
+    return routes;
+}
+
+// "default via 192.0.2.1 dev eth0", "198.51.100.0/24 dev eth0 proto kernel ...", and so on.
+std::vector<std::string> RoutesOfIp() {
+    std::istringstream lines(CommandOutput("ip -4 route show table main").value_or(""));
+    std::vector<std::string> routes;
+    std::string line;
+    while (std::getline(lines, line)) {
+        std::istringstream words(line);
+        std::string destination;
+        words >> destination;
+        if (destination == "default") destination = "0.0.0.0/0";
+        if (destination.find('/') == std::string::npos) destination += "/32";
+        std::string gateway = "0.0.0.0";
+        std::string device;
+        std::string word;
+        while (words >> word) {
+            if (word == "via") words >> gateway;
+            if (word == "dev") words >> device;
+        }
+        routes.push_back(device);
+        routes.back() += " " + destination;
+        routes.back() += " " + gateway;
+    }
+    return routes;
+}
+
+void PrintSorted(std::vector<std::string> routes) {
+    std::sort(routes.begin(), routes.end());
+    for (const std::string& route : routes)
+        printf("%s\n", route.c_str());
+}
+
+TEST(UpdateRouteInfo, KnowsTheSameRoutesAsTheIpCommand) {
+    const Answer answer = AnswerInChild(
+        [] {
+            return EnterNetwork({{"eth0", "192.0.2.2"}, {"eth1", "198.51.100.2"}});
+        },
+        [] {
+            for (const char* arguments :
+                 {"link set eth0 up", "link set eth1 up", "route add default via 192.0.2.1",
+                  "route add default via 198.51.100.1 metric 7",
+                  "route add 203.0.113.64/26 via 192.0.2.9",
+                  "route add 203.0.113.7 via 198.51.100.9"}) {
+                RunCommand(std::string("ip ") + arguments);
+            }
+            PrintSorted(RoutesOfTable());
+            printf("--\n");
+            PrintSorted(RoutesOfIp());
+            printf("--\n");
+            CheckMultipleGateways();
+            return static_cast<long>(multipleGateways);
+        });
+    SKIP_WHERE_REFUSED(answer);
+    const std::string routes =
+        "eth0 0.0.0.0/0 192.0.2.1\n"
+        "eth0 192.0.2.0/24 0.0.0.0\n"
+        "eth0 203.0.113.64/26 192.0.2.9\n"
+        "eth1 0.0.0.0/0 198.51.100.1\n"
+        "eth1 198.51.100.0/24 0.0.0.0\n"
+        "eth1 203.0.113.7/32 198.51.100.9\n";
+    EXPECT_EQ(answer.output, routes + "--\n" + routes + "--\n");
+    EXPECT_EQ(answer.value, 1);
+}
+
+}  // namespace

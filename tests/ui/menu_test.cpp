@@ -1,0 +1,784 @@
+// The menu's arithmetic, without a screen: what is drawn goes nowhere.
+#include "ui/menu.h"
+
+#include <curses.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+
+#include "ui/terminal.h"
+#include "ui/text.h"
+
+namespace {
+
+constexpr int kTall = 100;
+
+// One row for each character: '-' is a separator, '.' a row without hot key, every other character
+// a row with that hot key. Row ids count from 100.
+Menu MenuOf(std::string_view rows, int height = kTall) {
+    Menu menu;
+    menu.Init();
+    menu.SetSize(20, height);
+    for (char row : rows) {
+        if (row == '-') {
+            menu.AddSeparator();
+            continue;
+        }
+        const int index = menu.AddItem(std::string("row ") + row, 100 + menu.Count());
+        if (row != '.') menu.SetHotKey(index, row);
+    }
+    return menu;
+}
+
+// ---- rows ----
+
+TEST(MenuRows, ABlankRowHasDefaults) {
+    Menu menu;
+    EXPECT_EQ(menu.AddBlank(), 0);
+    const MenuItem* item = menu.ItemAt(0);
+    ASSERT_NE(item, nullptr);
+    EXPECT_EQ(item->label, "");
+    EXPECT_EQ(item->id, 0);
+    EXPECT_EQ(item->hotKey, 0);
+    EXPECT_EQ(item->flags, 0);
+}
+
+TEST(MenuRows, EachAdditionReturnsItsIndex) {
+    Menu menu;
+    EXPECT_EQ(menu.AddBlank(), 0);
+    EXPECT_EQ(menu.AddItem("a", 1), 1);
+    EXPECT_EQ(menu.AddSeparator(), 2);
+    EXPECT_EQ(menu.AddInformation("b", -1), 3);
+    EXPECT_EQ(menu.Count(), 4);
+}
+
+TEST(MenuRows, AnItemHasItsLabelAndId) {
+    Menu menu;
+    const MenuItem* item = menu.ItemAt(menu.AddItem("Services", 20016));
+    EXPECT_EQ(item->label, "Services");
+    EXPECT_EQ(item->id, 20016);
+    EXPECT_EQ(item->hotKey, 0);
+    EXPECT_EQ(item->flags, 0);
+}
+
+TEST(MenuRows, ASeparatorIsEmptyDimAndUnselectable) {
+    Menu menu;
+    const MenuItem* item = menu.ItemAt(menu.AddSeparator());
+    EXPECT_EQ(item->label, "");
+    EXPECT_EQ(item->id, 0);
+    EXPECT_EQ(item->flags, 3);
+}
+
+TEST(MenuRows, AnInformationRowHasTheFlagsOfASeparator) {
+    Menu menu;
+    const MenuItem* item = menu.ItemAt(menu.AddInformation("   IPv6: ::1/128", -1));
+    EXPECT_EQ(item->label, "   IPv6: ::1/128");
+    EXPECT_EQ(item->id, -1);
+    EXPECT_EQ(item->flags, 3);
+}
+
+TEST(MenuRows, FlagsHaveTheirValues) {
+    EXPECT_EQ(MenuItem::kDim, 1);
+    EXPECT_EQ(MenuItem::kUnselectable, 2);
+    EXPECT_EQ(MenuItem::kHover, 4);
+    EXPECT_EQ(MenuItem::kMarked, 8);
+}
+
+TEST(MenuRows, MarkingChangesNoOtherFlag) {
+    Menu menu = MenuOf("-.");
+    menu.SetMarked(0, true);
+    EXPECT_EQ(menu.ItemAt(0)->flags, 3 | 8);
+    EXPECT_EQ(menu.ItemAt(1)->flags, 0);
+    menu.SetMarked(0, false);
+    EXPECT_EQ(menu.ItemAt(0)->flags, 3);
+}
+
+TEST(MenuRows, ABadIndexIsIgnored) {
+    Menu menu = MenuOf("ab");
+    for (int index : {-1, 2, 1000, -1000}) {
+        EXPECT_EQ(menu.ItemAt(index), nullptr);
+        menu.SetHotKey(index, 'x');
+        menu.SetMarked(index, true);
+        menu.DrawItem(index);
+    }
+    EXPECT_EQ(menu.Count(), 2);
+    EXPECT_EQ(menu.ItemAt(0)->hotKey, 'a');
+    EXPECT_EQ(menu.ItemAt(1)->hotKey, 'b');
+    EXPECT_EQ(menu.ItemAt(0)->flags | menu.ItemAt(1)->flags, 0);
+}
+
+TEST(MenuRows, ClearRemovesAllRows) {
+    Menu menu = MenuOf("ab-c");
+    menu.Clear();
+    EXPECT_EQ(menu.Count(), 0);
+    EXPECT_EQ(menu.ItemAt(0), nullptr);
+}
+
+// ---- the menu itself ----
+
+struct TerminalSize {
+    TerminalSize(int lines, int columns) : lines_before(LINES), columns_before(COLS) {
+        LINES = lines;
+        COLS = columns;
+    }
+    ~TerminalSize() {
+        LINES = lines_before;
+        COLS = columns_before;
+    }
+    TerminalSize(const TerminalSize&) = delete;
+    TerminalSize& operator=(const TerminalSize&) = delete;
+
+    int lines_before;
+    int columns_before;
+};
+
+TEST(MenuInit, SetsTheDefaults) {
+    const TerminalSize size(24, 80);
+    Menu menu;
+    menu.inactive = true;
+    menu.selection = menu.top = menu.x = menu.y = 7;
+    menu.redraw = menu.running = false;
+    menu.clickPending = 1;
+    menu.clickTime = 8;
+    menu.Init();
+    EXPECT_FALSE(menu.inactive);
+    EXPECT_EQ(menu.selection, 0);
+    EXPECT_EQ(menu.top, 0);
+    EXPECT_TRUE(menu.redraw);
+    EXPECT_TRUE(menu.running);
+    EXPECT_EQ(menu.width, 72);
+    EXPECT_EQ(menu.height, 16);
+    EXPECT_EQ(menu.x, 4);
+    EXPECT_EQ(menu.y, 4);
+    EXPECT_EQ(menu.clickPending, -1);
+    EXPECT_EQ(menu.clickTime, 0);
+}
+
+TEST(MenuInit, LeavesRowsAndRebuildAlone) {
+    Menu menu = MenuOf("ab");
+    menu.rebuild = true;
+    menu.Init();
+    EXPECT_TRUE(menu.rebuild);
+    EXPECT_EQ(menu.Count(), 2);
+    menu.rebuild = false;
+    menu.Init();
+    EXPECT_FALSE(menu.rebuild);
+}
+
+TEST(Menu, TakesPositionAndSize) {
+    Menu menu;
+    menu.SetPosition(3, 5);
+    menu.SetSize(40, 10);
+    EXPECT_EQ(menu.x, 3);
+    EXPECT_EQ(menu.y, 5);
+    EXPECT_EQ(menu.width, 40);
+    EXPECT_EQ(menu.height, 10);
+}
+
+TEST(Menu, TellsAndForgetsThatItMustBeRepainted) {
+    Menu menu = MenuOf("a");
+    EXPECT_TRUE(menu.NeedsRedraw());
+    menu.ClearRedraw();
+    EXPECT_FALSE(menu.NeedsRedraw());
+}
+
+TEST(Menu, RunsWhileItIsRunningAndHasRows) {
+    Menu menu = MenuOf("a");
+    EXPECT_TRUE(menu.IsRunning());
+    menu.Clear();
+    EXPECT_FALSE(menu.IsRunning());
+    menu = MenuOf("a");
+    menu.running = false;
+    EXPECT_FALSE(menu.IsRunning());
+}
+
+// ---- the key table ----
+
+struct Press {
+    const char* rows;
+    int height;
+    int top;
+    int selection;
+    int key;
+    int new_selection;
+    int new_top;
+};
+
+void ExpectMoves(const std::vector<Press>& presses) {
+    for (const Press& press : presses) {
+        SCOPED_TRACE(std::string(press.rows) + " height " + std::to_string(press.height) + " top " +
+                     std::to_string(press.top) + " selection " + std::to_string(press.selection) +
+                     " key " + std::to_string(press.key));
+        Menu menu = MenuOf(press.rows, press.height);
+        menu.top = press.top;
+        menu.selection = press.selection;
+        EXPECT_EQ(menu.HandleKey(press.key), Menu::kConsumed);
+        EXPECT_EQ(menu.selection, press.new_selection);
+        EXPECT_EQ(menu.top, press.new_top);
+        EXPECT_TRUE(menu.running);
+    }
+}
+
+TEST(MenuKeys, UpAndDownMoveByOne) {
+    ExpectMoves({
+        {"...", kTall, 0, 0, KEY_DOWN, 1, 0},
+        {"...", kTall, 0, 1, KEY_DOWN, 2, 0},
+        {"...", kTall, 0, 2, KEY_UP, 1, 0},
+        {"...", kTall, 0, 1, KEY_UP, 0, 0},
+    });
+}
+
+TEST(MenuKeys, UpAndDownWrapAround) {
+    ExpectMoves({
+        {"...", kTall, 0, 2, KEY_DOWN, 0, 0},
+        {"...", kTall, 0, 0, KEY_UP, 2, 0},
+        {".", kTall, 0, 0, KEY_DOWN, 0, 0},
+        {".", kTall, 0, 0, KEY_UP, 0, 0},
+    });
+}
+
+TEST(MenuKeys, UpAndDownSkipUnselectableRows) {
+    ExpectMoves({
+        {".-.", kTall, 0, 0, KEY_DOWN, 2, 0},
+        {".---.", kTall, 0, 0, KEY_DOWN, 4, 0},
+        {".-.", kTall, 0, 2, KEY_UP, 0, 0},
+        {"-.-.-", kTall, 0, 3, KEY_DOWN, 1, 0},
+        {"-.-.-", kTall, 0, 1, KEY_UP, 3, 0},
+        {"-.-", kTall, 0, 1, KEY_DOWN, 1, 0},
+        {"-.-", kTall, 0, 1, KEY_UP, 1, 0},
+    });
+}
+
+TEST(MenuKeys, UpAndDownLeaveASeparator) {
+    ExpectMoves({
+        {"..-", kTall, 0, 2, KEY_DOWN, 0, 0},
+        {"-..-", kTall, 0, 3, KEY_DOWN, 1, 0},
+        {"-..-", kTall, 0, 0, KEY_UP, 2, 0},
+        {".-.", kTall, 0, 1, KEY_DOWN, 2, 0},
+        {".-.", kTall, 0, 1, KEY_UP, 0, 0},
+    });
+}
+
+TEST(MenuKeys, UpAndDownScrollJustSoFarThatTheSelectionShows) {
+    ExpectMoves({
+        {"......", 3, 0, 2, KEY_DOWN, 3, 1},
+        {"......", 3, 3, 3, KEY_UP, 2, 2},
+        {"......", 3, 1, 2, KEY_DOWN, 3, 1},
+        {"......", 3, 3, 5, KEY_DOWN, 0, 0},
+        {"......", 3, 0, 0, KEY_UP, 5, 3},
+        {".--.", 2, 0, 0, KEY_DOWN, 3, 2},
+        {"......", 1, 0, 0, KEY_DOWN, 1, 1},
+        {"......", 1, 1, 1, KEY_UP, 0, 0},
+    });
+}
+
+TEST(MenuKeys, HomeAndEndGoToTheFirstAndLastRow) {
+    ExpectMoves({
+        {"......", 3, 2, 3, KEY_HOME, 0, 0},
+        {"......", 3, 0, 1, KEY_END, 5, 3},
+        {"......", kTall, 0, 1, KEY_END, 5, 0},
+        {"......", 3, 0, 0, KEY_HOME, 0, 0},
+        {"......", 3, 3, 5, KEY_END, 5, 3},
+    });
+}
+
+TEST(MenuKeys, HomeAndEndMayLandOnASeparator) {
+    ExpectMoves({
+        {"-..-", kTall, 0, 1, KEY_HOME, 0, 0},
+        {"-..-", kTall, 0, 1, KEY_END, 3, 0},
+    });
+}
+
+constexpr const char* kTwenty = "....................";
+
+TEST(MenuKeys, PageDownGoesToTheBottomOfTheScreenFirst) {
+    ExpectMoves({
+        {kTwenty, 5, 0, 0, KEY_NPAGE, 4, 0},
+        {kTwenty, 5, 0, 3, KEY_NPAGE, 4, 0},
+        {kTwenty, 5, 7, 7, KEY_NPAGE, 11, 7},
+        {kTwenty, 5, 15, 17, KEY_NPAGE, 19, 15},
+    });
+}
+
+TEST(MenuKeys, PageDownFromTheBottomTurnsThePage) {
+    ExpectMoves({
+        {kTwenty, 5, 0, 4, KEY_NPAGE, 8, 4},
+        {kTwenty, 5, 4, 8, KEY_NPAGE, 12, 8},
+        {kTwenty, 5, 12, 16, KEY_NPAGE, 19, 15},
+        {kTwenty, 5, 14, 18, KEY_NPAGE, 19, 15},
+        {kTwenty, 2, 3, 4, KEY_NPAGE, 5, 4},
+    });
+}
+
+TEST(MenuKeys, PageDownEndsAtTheLastRow) {
+    ExpectMoves({
+        {kTwenty, 5, 15, 19, KEY_NPAGE, 19, 15},
+        {kTwenty, 5, 17, 17, KEY_NPAGE, 19, 17},
+        {"...", 5, 0, 0, KEY_NPAGE, 2, 0},
+        {"...", 5, 0, 2, KEY_NPAGE, 2, 0},
+        {"...", 3, 0, 2, KEY_NPAGE, 2, 0},
+        {".", 5, 0, 0, KEY_NPAGE, 0, 0},
+    });
+}
+
+TEST(MenuKeys, PageUpGoesToTheTopOfTheScreenFirst) {
+    ExpectMoves({
+        {kTwenty, 5, 4, 8, KEY_PPAGE, 4, 4},
+        {kTwenty, 5, 4, 5, KEY_PPAGE, 4, 4},
+        {kTwenty, 5, 15, 19, KEY_PPAGE, 15, 15},
+        {kTwenty, 5, 0, 3, KEY_PPAGE, 0, 0},
+    });
+}
+
+TEST(MenuKeys, PageUpFromTheTopTurnsThePage) {
+    ExpectMoves({
+        {kTwenty, 5, 15, 15, KEY_PPAGE, 11, 11},
+        {kTwenty, 5, 8, 8, KEY_PPAGE, 4, 4},
+        {kTwenty, 5, 4, 4, KEY_PPAGE, 0, 0},
+        {kTwenty, 2, 4, 4, KEY_PPAGE, 3, 3},
+    });
+}
+
+TEST(MenuKeys, PageUpEndsAtTheFirstRow) {
+    ExpectMoves({
+        {kTwenty, 5, 3, 3, KEY_PPAGE, 0, 0},
+        {kTwenty, 5, 1, 1, KEY_PPAGE, 0, 0},
+        {kTwenty, 5, 0, 0, KEY_PPAGE, 0, 0},
+    });
+}
+
+TEST(MenuKeys, PagesMayLandOnASeparator) {
+    ExpectMoves({
+        {"..-...", 3, 0, 0, KEY_NPAGE, 2, 0},
+        {"....-.", 3, 0, 2, KEY_NPAGE, 4, 2},
+        {".-....", 3, 1, 3, KEY_PPAGE, 1, 1},
+        {"-.....", 3, 0, 2, KEY_PPAGE, 0, 0},
+        {".-....", 3, 3, 3, KEY_PPAGE, 1, 1},
+    });
+}
+
+// The page's last row stays in sight, so a page of one row is never turned.
+TEST(MenuKeys, APageOfOneRowStays) {
+    ExpectMoves({
+        {"...", 1, 1, 1, KEY_NPAGE, 1, 1},
+        {"...", 1, 1, 1, KEY_PPAGE, 1, 1},
+    });
+}
+
+TEST(MenuKeys, EscapeAndBackspaceEndTheMenu) {
+    for (int key : {27, KEY_BACKSPACE}) {
+        Menu menu = MenuOf("...");
+        menu.selection = 1;
+        EXPECT_EQ(menu.HandleKey(key), Menu::kConsumed) << key;
+        EXPECT_FALSE(menu.running) << key;
+        EXPECT_FALSE(menu.IsRunning()) << key;
+        EXPECT_EQ(menu.selection, 1) << key;
+    }
+}
+
+TEST(MenuKeys, ResizeAsksForARepaint) {
+    Menu menu = MenuOf("...");
+    menu.ClearRedraw();
+    EXPECT_EQ(menu.HandleKey(KEY_RESIZE), Menu::kConsumed);
+    EXPECT_TRUE(menu.NeedsRedraw());
+    EXPECT_TRUE(menu.running);
+}
+
+TEST(MenuKeys, NoOtherKeyAsksForARepaint) {
+    for (int key : {KEY_DOWN, KEY_UP, KEY_HOME, KEY_END, KEY_NPAGE, KEY_PPAGE, 10, ERR, int{'a'}}) {
+        Menu menu = MenuOf("a..", 2);
+        menu.ClearRedraw();
+        menu.HandleKey(key);
+        EXPECT_FALSE(menu.NeedsRedraw()) << key;
+    }
+}
+
+TEST(MenuKeys, EnterActivatesAndMovesNothing) {
+    for (int key : {10, 13, KEY_ENTER}) {
+        Menu menu = MenuOf("...");
+        menu.selection = 1;
+        EXPECT_EQ(menu.HandleKey(key), Menu::kActivate) << key;
+        EXPECT_EQ(menu.selection, 1) << key;
+        EXPECT_TRUE(menu.running) << key;
+    }
+}
+
+TEST(MenuKeys, EnterActivatesEvenOnASeparator) {
+    Menu menu = MenuOf("-.");
+    EXPECT_EQ(menu.HandleKey(10), Menu::kActivate);
+}
+
+TEST(MenuKeys, OtherKeysAreNotTaken) {
+    for (int key : {ERR, KEY_MOUSE, KEY_LEFT, KEY_RIGHT, KEY_DC, KEY_IC, KEY_F(1), 0, 1, 8, 127,
+                    int{'x'}, int{' '}, kUnknownKey}) {
+        Menu menu = MenuOf("abc");
+        menu.selection = 1;
+        EXPECT_EQ(menu.HandleKey(key), Menu::kNotTaken) << key;
+        EXPECT_EQ(menu.selection, 1) << key;
+        EXPECT_TRUE(menu.running) << key;
+    }
+}
+
+// ---- hot keys ----
+
+TEST(MenuHotKeys, AHotKeySelectsAndDoesNotActivate) {
+    Menu menu = MenuOf("ab-c");
+    EXPECT_EQ(menu.HandleKey('c'), Menu::kConsumed);
+    EXPECT_EQ(menu.selection, 3);
+    EXPECT_EQ(menu.HandleKey('a'), Menu::kConsumed);
+    EXPECT_EQ(menu.selection, 0);
+}
+
+TEST(MenuHotKeys, PressingAgainGoesOnToTheNextThatBearsIt) {
+    Menu menu = MenuOf("ud.ud");
+    std::vector<int> selections;
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(menu.HandleKey('d'), Menu::kConsumed);
+        selections.push_back(menu.selection);
+    }
+    EXPECT_EQ(selections, (std::vector<int>{1, 4, 1, 4}));
+}
+
+TEST(MenuHotKeys, TheSearchBeginsAfterTheSelection) {
+    Menu menu = MenuOf("a.a.a");
+    menu.selection = 2;
+    EXPECT_EQ(menu.SelectByHotKey('a'), 4);
+    EXPECT_EQ(menu.selection, 4);
+    EXPECT_EQ(menu.SelectByHotKey('a'), 0);
+    EXPECT_EQ(menu.selection, 0);
+}
+
+TEST(MenuHotKeys, TheSelectedRowComesLastButCounts) {
+    Menu menu = MenuOf(".a.");
+    menu.selection = 1;
+    EXPECT_EQ(menu.HandleKey('a'), Menu::kConsumed);
+    EXPECT_EQ(menu.selection, 1);
+    EXPECT_EQ(menu.SelectByHotKey('a'), 1);
+}
+
+TEST(MenuHotKeys, AnUnselectableRowHasNone) {
+    Menu menu = MenuOf("a-b");
+    menu.SetHotKey(1, 'x');
+    EXPECT_EQ(menu.HandleKey('x'), Menu::kNotTaken);
+    EXPECT_EQ(menu.selection, 0);
+    menu.SetHotKey(2, 'x');
+    EXPECT_EQ(menu.SelectByHotKey('x'), 2);
+}
+
+TEST(MenuHotKeys, ADimRowHasIts) {
+    Menu menu = MenuOf("ab");
+    menu.items[1].Set(MenuItem::kDim, true);
+    EXPECT_EQ(menu.SelectByHotKey('b'), 1);
+}
+
+TEST(MenuHotKeys, CaseCounts) {
+    Menu menu = MenuOf("ad");
+    EXPECT_EQ(menu.HandleKey('D'), Menu::kNotTaken);
+    EXPECT_EQ(menu.selection, 0);
+}
+
+TEST(MenuHotKeys, KeysNotAboveZeroAreNone) {
+    Menu menu = MenuOf("...");
+    menu.SetHotKey(1, ERR);
+    for (int key : {0, ERR, -100})
+        EXPECT_EQ(menu.SelectByHotKey(key), -1) << key;
+    EXPECT_EQ(menu.HandleKey(ERR), Menu::kNotTaken);
+    EXPECT_EQ(menu.selection, 0);
+}
+
+TEST(MenuHotKeys, OneThatNobodyBearsMovesNothing) {
+    Menu menu = MenuOf("abc");
+    menu.selection = 2;
+    EXPECT_EQ(menu.SelectByHotKey('z'), -1);
+    EXPECT_EQ(menu.selection, 2);
+}
+
+TEST(MenuHotKeys, ARowOutOfSightIsScrolledTo) {
+    Menu menu = MenuOf("......a", 3);
+    menu.HandleKey('a');
+    EXPECT_EQ(menu.selection, 6);
+    EXPECT_EQ(menu.top, 4);
+}
+
+TEST(MenuHotKeys, SearchWorksFromBehindTheLastRow) {
+    Menu menu = MenuOf("abc");
+    for (int selection : {3, 4, 50}) {
+        menu.selection = selection;
+        EXPECT_EQ(menu.SelectByHotKey('b'), 1) << selection;
+    }
+}
+
+// ---- many steps ----
+
+TEST(MenuSteps, OneMoveTakesSeveralSelectableSteps) {
+    Menu menu = MenuOf(".-..-.");
+    menu.MoveDown(3);
+    EXPECT_EQ(menu.selection, 5);
+    menu.MoveUp(2);
+    EXPECT_EQ(menu.selection, 2);
+    menu.MoveUp(2);
+    EXPECT_EQ(menu.selection, 5);
+    menu.MoveDown(5);
+    EXPECT_EQ(menu.selection, 0);
+}
+
+TEST(MenuSteps, NoStepsMoveNothing) {
+    Menu menu = MenuOf("...");
+    menu.selection = 1;
+    menu.MoveDown(0);
+    menu.MoveUp(0);
+    EXPECT_EQ(menu.selection, 1);
+}
+
+TEST(MenuSteps, AMenuOfUnselectableRowsOnlyStopsAfter101) {
+    Menu menu = MenuOf(std::string(10, '-'));
+    menu.HandleKey(KEY_DOWN);
+    EXPECT_EQ(menu.selection, 1);  // ten times around and one
+    menu.selection = 0;
+    menu.HandleKey(KEY_UP);
+    EXPECT_EQ(menu.selection, 9);
+}
+
+TEST(MenuSteps, ARow101StepsAwayIsReached) {
+    Menu menu = MenuOf("." + std::string(100, '-') + "." + std::string(100, '-'));
+    menu.HandleKey(KEY_DOWN);
+    EXPECT_EQ(menu.selection, 101);
+    menu.HandleKey(KEY_UP);
+    EXPECT_EQ(menu.selection, 0);
+}
+
+TEST(MenuSteps, ARow102StepsAwayIsNotReached) {
+    Menu menu = MenuOf("." + std::string(101, '-') + ".");
+    menu.HandleKey(KEY_DOWN);
+    EXPECT_EQ(menu.selection, 101);
+    menu.selection = 102;
+    menu.HandleKey(KEY_UP);
+    EXPECT_EQ(menu.selection, 1);
+}
+
+// ---- clicks ----
+
+Menu MenuWithClick(double seconds_ago) {
+    Menu menu = MenuOf("a..");
+    menu.selection = 1;
+    menu.clickPending = 1;
+    menu.clickTime = now_seconds() - seconds_ago;
+    return menu;
+}
+
+TEST(MenuClick, AnArmedClickActivates) {
+    for (int key : {KEY_MOUSE, ERR, int{'x'}}) {
+        Menu menu = MenuWithClick(0);
+        EXPECT_EQ(menu.HandleKey(key), Menu::kActivate) << key;
+        EXPECT_EQ(menu.clickPending, -1) << key;
+        EXPECT_EQ(menu.selection, 1) << key;
+    }
+}
+
+TEST(MenuClick, AnArmedClickActivatesOnce) {
+    Menu menu = MenuWithClick(0);
+    menu.HandleKey(KEY_MOUSE);
+    EXPECT_EQ(menu.HandleKey(KEY_MOUSE), Menu::kNotTaken);
+}
+
+TEST(MenuClick, AClickWaitsForFourTenthsOfASecond) {
+    Menu menu = MenuWithClick(0.2);
+    EXPECT_EQ(menu.HandleKey(KEY_MOUSE), Menu::kActivate);
+    menu = MenuWithClick(0.4);
+    EXPECT_EQ(menu.HandleKey(KEY_MOUSE), Menu::kNotTaken);
+    EXPECT_EQ(menu.clickPending, -1);
+}
+
+TEST(MenuClick, AnArmedClickOutlastsAKeyThatWasTaken) {
+    for (int key : {KEY_DOWN, KEY_HOME, KEY_RESIZE, 27, int{'a'}}) {
+        Menu menu = MenuWithClick(0);
+        EXPECT_EQ(menu.HandleKey(key), Menu::kConsumed) << key;
+        EXPECT_EQ(menu.clickPending, 1) << key;
+    }
+    Menu menu = MenuWithClick(0);
+    EXPECT_EQ(menu.HandleKey('\r'), Menu::kActivate);
+    EXPECT_EQ(menu.clickPending, 1);
+}
+
+TEST(MenuClick, WithoutAnArmedClickTheMouseActivatesNothing) {
+    for (int pending : {-1, 0}) {
+        Menu menu = MenuWithClick(0);
+        menu.clickPending = pending;
+        EXPECT_EQ(menu.HandleKey(KEY_MOUSE), Menu::kNotTaken) << pending;
+    }
+}
+
+TEST(MenuClick, NoMouseNoHarm) {
+    Menu menu = MenuOf("...");
+    menu.selection = 1;
+    menu.HandleMouse();
+    EXPECT_EQ(menu.selection, 1);
+    EXPECT_EQ(menu.clickPending, -1);
+}
+
+// ---- odd menus ----
+
+constexpr int kMovingKeys[] = {KEY_DOWN, KEY_UP, KEY_HOME, KEY_END, KEY_NPAGE, KEY_PPAGE};
+
+TEST(OddMenu, AnEmptyOneTakesEveryKey) {
+    for (int height : {10, 1, 0, -3}) {
+        Menu menu = MenuOf("", height);
+        for (int key : kMovingKeys) {
+            SCOPED_TRACE(std::to_string(height) + ", key " + std::to_string(key));
+            EXPECT_EQ(menu.HandleKey(key), Menu::kConsumed);
+            EXPECT_EQ(menu.top, 0);
+            EXPECT_GE(menu.selection, 0);
+            EXPECT_EQ(menu.ItemAt(menu.selection), nullptr);
+        }
+        for (int key : {10, 13, KEY_ENTER})
+            EXPECT_EQ(menu.HandleKey(key), Menu::kActivate);
+        EXPECT_EQ(menu.HandleKey('a'), Menu::kNotTaken);
+        EXPECT_EQ(menu.HandleKey(ERR), Menu::kNotTaken);
+    }
+}
+
+TEST(OddMenu, WithoutRoomItStillMovesAmongItsRows) {
+    for (int height : {0, -1, -4, -100}) {
+        Menu menu = MenuOf("..-...", height);
+        std::mt19937 random(5);
+        for (int round = 0; round < 200; ++round) {
+            const int key = kMovingKeys[random() % std::size(kMovingKeys)];
+            SCOPED_TRACE(std::to_string(height) + ", key " + std::to_string(key));
+            ASSERT_EQ(menu.HandleKey(key), Menu::kConsumed);
+            ASSERT_GE(menu.top, 0);
+            ASSERT_LT(menu.top, menu.Count());
+            ASSERT_GE(menu.selection, 0);
+            // A page of no rows turned up goes down, perhaps behind the last row.
+            if (key != KEY_PPAGE) {
+                ASSERT_LT(menu.selection, menu.Count());
+            }
+        }
+    }
+}
+
+TEST(OddMenu, WithoutRoomHomeAndEndGoToTheFirstAndLastRow) {
+    for (int height : {0, -1, -4}) {
+        Menu menu = MenuOf("....", height);
+        menu.HandleKey(KEY_END);
+        EXPECT_EQ(menu.selection, 3) << height;
+        menu.HandleKey(KEY_HOME);
+        EXPECT_EQ(menu.selection, 0) << height;
+    }
+}
+
+TEST(OddMenu, AGrownScreenKeepsTheSelectionVisible) {
+    Menu menu = MenuOf(kTwenty, 3);
+    menu.HandleKey(KEY_END);
+    menu.SetSize(20, 10);
+    menu.HandleKey(ERR);
+    EXPECT_EQ(menu.selection, 19);
+    EXPECT_EQ(menu.top, 17);
+}
+
+TEST(OddMenu, AShrunkScreenScrollsToTheSelection) {
+    Menu menu = MenuOf(kTwenty, 20);
+    menu.HandleKey(KEY_END);
+    EXPECT_EQ(menu.top, 0);
+    menu.SetSize(20, 4);
+    menu.HandleKey(KEY_RESIZE);
+    EXPECT_EQ(menu.selection, 19);
+    EXPECT_EQ(menu.top, 16);
+}
+
+TEST(OddMenu, TheSelectionOutlivesARebuild) {
+    Menu menu = MenuOf("....");
+    menu.selection = 2;
+    menu.Clear();
+    for (int id : {1, 2, 3, 4})
+        menu.AddItem("again", id);
+    menu.HandleKey(ERR);
+    EXPECT_EQ(menu.selection, 2);
+}
+
+TEST(OddMenu, WhenTheSelectedRowHasGoneEnterFindsNoRow) {
+    Menu menu = MenuOf("....");
+    menu.selection = 3;
+    menu.Clear();
+    menu.AddItem("only", 1);
+    EXPECT_EQ(menu.HandleKey(10), Menu::kActivate);
+    EXPECT_EQ(menu.ItemAt(menu.selection), nullptr);
+}
+
+TEST(OddMenu, FromBehindTheLastRowEveryMoveFindsARow) {
+    struct {
+        int key;
+        int selection;
+    } const kCases[] = {{KEY_DOWN, 0}, {KEY_UP, 1}, {KEY_HOME, 0}, {KEY_END, 1}, {KEY_NPAGE, 1}};
+    for (const auto& row : kCases) {
+        for (int vanished : {2, 3, 19}) {
+            SCOPED_TRACE(std::to_string(row.key) + " from " + std::to_string(vanished));
+            Menu menu = MenuOf("..");
+            menu.selection = vanished;
+            EXPECT_EQ(menu.HandleKey(row.key), Menu::kConsumed);
+            EXPECT_EQ(menu.selection, row.selection);
+            EXPECT_EQ(menu.top, 0);
+        }
+    }
+}
+
+std::string RandomRows(std::mt19937& random) {
+    constexpr std::string_view kKinds = ".-ab";
+    std::string rows;
+    for (std::size_t count = 1 + random() % 25; count > 0; --count)
+        rows += kKinds[random() % kKinds.size()];
+    return rows;
+}
+
+int RandomKey(std::mt19937& random) {
+    constexpr int kKeys[] = {KEY_DOWN,  KEY_UP,   KEY_HOME,   KEY_END,   KEY_NPAGE, KEY_PPAGE,
+                             KEY_DOWN,  KEY_UP,   KEY_NPAGE,  KEY_PPAGE, ERR,       10,
+                             KEY_MOUSE, KEY_LEFT, KEY_RESIZE, int{'a'},  int{'b'}};
+    return kKeys[random() % std::size(kKeys)];
+}
+
+TEST(OddMenu, AfterEveryKeyTheSelectionIsARowInSight) {
+    std::mt19937 random(11);
+    for (int round = 0; round < 300; ++round) {
+        const std::string rows = RandomRows(random);
+        const int height = 1 + static_cast<int>(random() % 30);
+        Menu menu = MenuOf(rows, height);
+        std::string keys;
+        for (int press = 0; press < 100; ++press) {
+            const int key = RandomKey(random);
+            keys += " " + std::to_string(key);
+            menu.HandleKey(key);
+            SCOPED_TRACE(rows + " height " + std::to_string(height) + " keys" + keys);
+            ASSERT_GE(menu.top, 0);
+            ASSERT_LE(menu.top, menu.Count() - 1);
+            ASSERT_GE(menu.selection, menu.top);
+            ASSERT_LT(menu.selection, menu.top + menu.height);
+            ASSERT_LT(menu.selection, menu.Count());
+        }
+    }
+}
+
+TEST(OddMenu, RowsThatComeAndGoDoNoHarm) {
+    std::mt19937 random(12);
+    Menu menu = MenuOf("...");
+    for (int round = 0; round < 20'000; ++round) {
+        if (random() % 10 == 0) {
+            menu.Clear();
+            for (std::size_t count = random() % 40; count > 0; --count) {
+                if (random() % 3 == 0) {
+                    menu.AddSeparator();
+                } else {
+                    menu.SetHotKey(menu.AddItem("row", 1), 'a' + static_cast<int>(random() % 3));
+                }
+            }
+        }
+        if (random() % 10 == 0) menu.SetSize(20, static_cast<int>(random() % 20) - 3);
+        menu.HandleKey(RandomKey(random));
+        ASSERT_GE(menu.top, 0);
+        ASSERT_LE(menu.top, std::max(menu.Count() - 1, 0));
+        ASSERT_GE(menu.selection, 0);
+    }
+}
+
+}  // namespace

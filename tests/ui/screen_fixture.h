@@ -1,0 +1,80 @@
+// A curses screen of 24 lines by 80 columns that nobody looks at, to see what a menu draws, cell by
+// cell, and to send it mouse events.
+#pragma once
+
+#include <curses.h>
+
+#include <cstdio>
+#include <string>
+
+#include "ui/colours.h"
+
+class UnseenScreen {
+  public:
+    UnseenScreen() : in(std::fopen("/dev/null", "re")), out(std::fopen("/dev/null", "we")) {
+        use_env(FALSE);
+        screen = newterm("xterm-256color", out, in);
+        if (screen == nullptr) return;
+        set_term(screen);
+        StartColours();
+        keypad(stdscr, TRUE);
+        timeout(0);
+        has_mouse_events = mousemask(ALL_MOUSE_EVENTS | REPORT_MOUSE_POSITION, nullptr) != 0;
+        clear();
+        refresh();
+    }
+    ~UnseenScreen() {
+        if (screen != nullptr) {
+            endwin();
+            delscreen(screen);
+        }
+        std::fclose(in);
+        std::fclose(out);
+    }
+    UnseenScreen(const UnseenScreen&) = delete;
+    UnseenScreen& operator=(const UnseenScreen&) = delete;
+
+    [[nodiscard]] bool IsReady() const {
+        return screen != nullptr && LINES == 24 && COLS == 80 && has_mouse_events;
+    }
+
+    // Writes the character into every cell.
+    static void Fill(char character) {
+        attrset(A_NORMAL);
+        for (int line = 0; line < LINES; ++line)
+            mvhline(line, 0, static_cast<unsigned char>(character), COLS);
+    }
+
+    // The ASCII characters of a line, trailing blanks cut.
+    static std::string Line(int line) {
+        std::string text;
+        for (int column = 0; column < COLS; ++column)
+            text += Character(line, column);
+        text.erase(text.find_last_not_of(' ') + 1);
+        return text;
+    }
+
+    static char Character(int line, int column) {
+        return static_cast<char>(mvinch(line, column) & A_CHARTEXT);
+    }
+
+    // Attributes and colour pair together, as attrset() takes them.
+    static unsigned Style(int line, int column) {
+        return static_cast<unsigned>(mvinch(line, column) & A_ATTRIBUTES);
+    }
+
+    // Puts an event where getmouse() finds it.
+    static void SendMouse(int line, int column, mmask_t buttons) {
+        MEVENT event = {};
+        event.x = column;
+        event.y = line;
+        event.bstate = buttons;
+        ungetmouse(&event);
+    }
+
+  private:
+    std::FILE* in;
+    std::FILE* out;
+    SCREEN* screen = nullptr;
+    bool has_mouse_events = false;
+};

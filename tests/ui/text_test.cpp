@@ -1,0 +1,235 @@
+#include "ui/text.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <random>
+
+#include "util/locale_fixtures.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+// ---- time ----
+
+TEST(NowSeconds, IsTheWallClock) {
+    using std::chrono::duration;
+    using std::chrono::system_clock;
+    // gettimeofday cuts to microseconds; a double holds today's date to less than one.
+    constexpr double kMicrosecond = 2e-6;
+    const double before = duration<double>(system_clock::now().time_since_epoch()).count();
+    const double now = now_seconds();
+    const double after = duration<double>(system_clock::now().time_since_epoch()).count();
+    EXPECT_GE(now, before - kMicrosecond);
+    EXPECT_LE(now, after + kMicrosecond);
+}
+
+TEST(NowSeconds, TellsPartsOfASecond) {
+    const double start = now_seconds();
+    double now = start;
+    while (now == start)
+        now = now_seconds();
+    EXPECT_LT(now - start, 0.5);
+}
+
+// ---- trimming ----
+
+struct Trimmed {
+    std::string text;
+    std::string without_leading;
+    std::string without_trailing;
+    std::string without_both;
+};
+
+const Trimmed kTrimmed[] = {
+    {"", "", "", ""},
+    {"abc", "abc", "abc", "abc"},
+    {" abc ", "abc ", " abc", "abc"},
+    {"\t\n\r abc", "abc", "\t\n\r abc", "abc"},
+    {"abc \r\n\t", "abc \r\n\t", "abc", "abc"},
+    {"  a  b\tc  ", "a  b\tc  ", "  a  b\tc", "a  b\tc"},
+    {" \t\r\n", "", "", ""},
+    // White space elsewhere, but not here.
+    {"\v abc \f", "\v abc \f", "\v abc \f", "\v abc \f"},
+    {" \fabc\v ", "\fabc\v ", " \fabc\v", "\fabc\v"},
+    {"\xa0 abc\xa0", "\xa0 abc\xa0", "\xa0 abc\xa0", "\xa0 abc\xa0"},
+};
+
+TEST(SkipSpace, FindsTheFirstCharacterThatIsNoWhiteSpace) {
+    for (const Trimmed& row : kTrimmed) {
+        SCOPED_TRACE(testing::PrintToString(row.text));
+        std::string text = row.text;
+        EXPECT_STREQ(skip_space(text.data()), row.without_leading.c_str());
+        EXPECT_EQ(text, row.text) << "the text is left alone";
+    }
+}
+
+TEST(TrimTrailingSpace, CutsWhiteSpaceAtTheEndOnly) {
+    for (const Trimmed& row : kTrimmed) {
+        SCOPED_TRACE(testing::PrintToString(row.text));
+        std::string text = row.text;
+        trim_trailing_space(text.data());
+        EXPECT_STREQ(text.c_str(), row.without_trailing.c_str());
+    }
+}
+
+TEST(TrimTrailingSpace, LeavesWhatStandsBeforeTheText) {
+    char buffer[] = "  \0  ";
+    trim_trailing_space(buffer + 3);
+    EXPECT_EQ(std::string(buffer, 3), "  \0"s);
+    EXPECT_EQ(buffer[3], '\0');
+}
+
+TEST(TrimSpace, CutsTheEndAndReturnsTheNewStart) {
+    for (const Trimmed& row : kTrimmed) {
+        SCOPED_TRACE(testing::PrintToString(row.text));
+        std::string text = row.text;
+        const char* start = trim_space(text.data());
+        EXPECT_STREQ(start, row.without_both.c_str());
+        EXPECT_GE(start, text.data());
+        EXPECT_LE(start, text.data() + text.size());
+    }
+}
+
+TEST(StripLeadingSpace, MovesTheRestToTheStart) {
+    for (const Trimmed& row : kTrimmed) {
+        SCOPED_TRACE(testing::PrintToString(row.text));
+        std::string text = row.text;
+        strip_leading_space(text.data());
+        EXPECT_STREQ(text.c_str(), row.without_leading.c_str());
+    }
+}
+
+// ---- looking for a character ----
+
+constexpr int kNowhere = -1;
+
+int PositionOf(const char* text, int wanted) {
+    const char* found = find_char_nocase(text, wanted);
+    return found == nullptr ? kNowhere : static_cast<int>(found - text);
+}
+
+TEST(FindCharNocase, FindsTheFirstIgnoringCase) {
+    struct {
+        const char* text;
+        int wanted;
+        int position;
+    } const kCases[] = {
+        {"Services", 's', 0},
+        {"Services", 'S', 0},
+        {"services", 'S', 0},
+        {"Bring up all interfaces", 'u', 6},
+        {"Exit this program", 'e', 0},
+        {"Network Time Protocol", 't', 2},
+        {"1. eth0", '1', 0},
+        {"1. eth0", '0', 6},
+        {"a b", ' ', 1},
+        {"Diagnostics", 'x', kNowhere},
+        {"", 'a', kNowhere},
+        {"[a]", '{', kNowhere},
+        {"a@b", '`', kNowhere},
+    };
+    for (const auto& row : kCases) {
+        EXPECT_EQ(PositionOf(row.text, row.wanted), row.position) << row.text << row.wanted;
+    }
+}
+
+TEST(FindCharNocase, TakesBytesBeyondAscii) {
+    EXPECT_EQ(PositionOf("\xe9t\xe9", 't'), 1);
+    EXPECT_EQ(PositionOf("\xe9", 'e'), kNowhere);
+}
+
+TEST(AnyNonzero, LooksAtTheFirstBytesOnly) {
+    const unsigned char bytes[] = {0, 0, 0, 7, 0};
+    EXPECT_FALSE(any_nonzero(bytes, 3));
+    EXPECT_TRUE(any_nonzero(bytes, 4));
+    EXPECT_TRUE(any_nonzero(bytes, 5));
+    EXPECT_TRUE(any_nonzero(bytes + 3, 1));
+    EXPECT_FALSE(any_nonzero(bytes + 4, 1));
+}
+
+TEST(AnyNonzero, NoBytesAreAllZero) {
+    const unsigned char byte = 1;
+    EXPECT_FALSE(any_nonzero(&byte, 0));
+}
+
+// ---- columns ----
+
+TEST(ColumnsOf, CountsColumnsNotBytes) {
+    EXPECT_EQ(ColumnsOf(""), 0);
+    EXPECT_EQ(ColumnsOf("eth0  Link active"), 17);
+    EXPECT_EQ(ColumnsOf("a\tb\nc\x7f"), 6);
+    EXPECT_EQ(ColumnsOf("caf\xc3\xa9"), 5) << "two question marks";
+    const Characters utf8("C.UTF-8");
+    ASSERT_TRUE(utf8.available);
+    EXPECT_EQ(ColumnsOf("caf\xc3\xa9"), 4);
+    EXPECT_EQ(ColumnsOf("\xe6\x97\xa5\xe6\x9c\xac"), 4) << "wide characters";
+    EXPECT_EQ(ColumnsOf("e\xcc\x81t"), 2) << "an accent of its own";
+    EXPECT_EQ(ColumnsOf("\xff\x1b"), 2);
+}
+
+struct Fitted {
+    std::string text;
+    int width;
+    std::wstring line;
+};
+
+TEST(FitColumns, PadsWithBlanksAndCutsAtTheWidth) {
+    const Fitted kCases[] = {
+        {"abc", 5, L"abc  "}, {"abc", 3, L"abc"},   {"abc", 2, L"ab"},    {"abc", 1, L"a"},
+        {"", 3, L"   "},      {"a\tb", 4, L"a?b "}, {"a\x1b[", 2, L"a?"},
+    };
+    for (const Fitted& row : kCases)
+        EXPECT_EQ(FitColumns(row.text, row.width), row.line) << row.text << row.width;
+}
+
+TEST(FitColumns, IsEmptyWhenThereIsNoWidth) {
+    for (int width : {0, -1, -80}) {
+        EXPECT_EQ(FitColumns("abc", width), L"") << width;
+        EXPECT_EQ(FitColumns("", width), L"") << width;
+    }
+}
+
+TEST(FitColumns, CountsColumnsNotBytes) {
+    const Characters utf8("C.UTF-8");
+    ASSERT_TRUE(utf8.available);
+    const Fitted kCases[] = {
+        {"caf\xc3\xa9", 4, L"caf\u00e9"},
+        {"caf\xc3\xa9", 6, L"caf\u00e9  "},
+        {"\xe6\x97\xa5\xe6\x9c\xac", 4, L"\u65e5\u672c"},
+        {"\xe6\x97\xa5\xe6\x9c\xac", 5, L"\u65e5\u672c "},
+        // Half a character can't be shown: a blank stands there.
+        {"\xe6\x97\xa5\xe6\x9c\xac", 3, L"\u65e5 "},
+        {"\xe6\x97\xa5z", 1, L" "},
+        {"a\xe6\x97\xa5z", 2, L"a "},
+    };
+    for (const Fitted& row : kCases)
+        EXPECT_EQ(FitColumns(row.text, row.width), row.line) << row.text << row.width;
+}
+
+TEST(FitColumns, KeepsAnAccentWithItsLetter) {
+    const Characters utf8("C.UTF-8");
+    ASSERT_TRUE(utf8.available);
+    EXPECT_EQ(FitColumns("e\xcc\x81t\xcc\x81", 1), L"e\u0301");
+    EXPECT_EQ(FitColumns("e\xcc\x81t\xcc\x81", 3), L"e\u0301t\u0301 ");
+}
+
+TEST(FitColumns, AlwaysTakesExactlyItsWidth) {
+    const Characters utf8("C.UTF-8");
+    ASSERT_TRUE(utf8.available);
+    const std::string kParts[] = {"a", "\xc3\xa9", "\xe6\x97\xa5", "\xcc\x81", "\xff", "\x1b"};
+    std::mt19937 random(7);
+    for (int round = 0; round < 2000; ++round) {
+        std::string text;
+        for (std::size_t parts = random() % 12; parts > 0; --parts)
+            text += kParts[random() % std::size(kParts)];
+        const int width = 1 + static_cast<int>(random() % 20);
+        int columns = 0;
+        for (wchar_t character : FitColumns(text, width))
+            columns += wcwidth(character);
+        ASSERT_EQ(columns, width) << testing::PrintToString(text);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,342 @@
+#include "util/command.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/time.h>
+
+#include <cstdint>
+#include <ctime>
+#include <sstream>
+
+#include "util/signal_fixtures.h"
+#include "util/signal_gate.h"
+#include "util/utility_fixtures.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+// ---- how a command starts ----
+
+// A command that prints its own shell's entry in the process table.
+constexpr const char* kOwnStatus = "while read -r line; do echo \"$line\"; done </proc/self/status";
+
+std::string OutputOfRunCommand(const std::string& command) {
+    const TemporaryFolder folder;
+    RunCommand("{ " + command + "; } >" + folder.Path("output"));
+    return ContentOf(folder.Path("output"));
+}
+
+std::string OutputOfCommandOutput(const std::string& command) {
+    return CommandOutput(command).value_or("");
+}
+
+struct Door {
+    const char* name;
+    std::string (*output_of)(const std::string&);
+};
+
+constexpr Door kDoors[] = {{"RunCommand", OutputOfRunCommand},
+                           {"CommandOutput", OutputOfCommandOutput}};
+
+// A set of signals in the process table's entry, as the kernel prints it: bit n - 1 for signal n.
+std::uint64_t SignalSet(const std::string& status, const std::string& name) {
+    const std::size_t start = status.find(name + ":");
+    if (start == std::string::npos) return ~std::uint64_t{0};
+    return std::stoull(status.substr(start + name.size() + 1), nullptr, 16);
+}
+
+bool Contains(std::uint64_t set, int number) {
+    return ((set >> (number - 1)) & 1U) != 0;
+}
+
+TEST(Command, StartsWithChildInterruptAndQuitAtTheirDefaults) {
+    const SignalAction child(SIGCHLD, SIG_IGN);
+    const SignalAction interrupt(SIGINT, SIG_IGN);
+    const SignalAction quit(SIGQUIT, SIG_IGN);
+    for (const Door& door : kDoors) {
+        SCOPED_TRACE(door.name);
+        const std::uint64_t ignored = SignalSet(door.output_of(kOwnStatus), "SigIgn");
+        for (int number : {SIGCHLD, SIGINT, SIGQUIT})
+            EXPECT_FALSE(Contains(ignored, number)) << number;
+    }
+}
+
+TEST(Command, StartsWithNoSignalHeldBack) {
+    const SavedSignalMask saved;
+    CloseSignalGate();
+    sigset_t held;
+    sigemptyset(&held);
+    sigaddset(&held, SIGUSR1);
+    sigprocmask(SIG_BLOCK, &held, nullptr);
+    for (const Door& door : kDoors) {
+        SCOPED_TRACE(door.name);
+        EXPECT_EQ(SignalSet(door.output_of(kOwnStatus), "SigBlk"), 0U);
+    }
+}
+
+TEST(Command, IsRunByTheShellExactlyAsWritten) {
+    for (const Door& door : kDoors) {
+        SCOPED_TRACE(door.name);
+        EXPECT_EQ(door.output_of("printf '%s|' \"$0\" 'a  b' $((1 + 1)) \\* \"\n\""),
+                  "sh|a  b|2|*|\n|");
+    }
+}
+
+TEST(Command, LeavesTheProgramsOwnSignalsAsTheyWere) {
+    const SignalAction child(SIGCHLD, SIG_IGN);
+    const SignalAction interrupt(SIGINT, CountSignal);
+    const SignalAction quit(SIGQUIT, CountSignal);
+    const SavedSignalMask saved;
+    CloseSignalGate();
+    for (const Door& door : kDoors) {
+        SCOPED_TRACE(door.name);
+        door.output_of("true");
+        struct sigaction action = {};
+        sigaction(SIGCHLD, nullptr, &action);
+        EXPECT_EQ(action.sa_handler, SIG_IGN);
+        for (int number : {SIGINT, SIGQUIT}) {
+            sigaction(number, nullptr, &action);
+            EXPECT_EQ(action.sa_handler, &CountSignal) << number;
+            EXPECT_TRUE(IsBlocked(number)) << number;
+        }
+    }
+}
+
+// A pause that ends when the file is there, and after five seconds at the latest.
+std::string UntilThere(const std::string& file) {
+    return "n=0; while [ ! -e " + file + " ] && [ $n -lt 500 ]; do sleep 0.01; n=$((n + 1)); done";
+}
+
+std::string file_made_by_signal;
+
+void MakeFile(int /*number*/) {
+    close(open(file_made_by_signal.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
+}
+
+TEST(Command, EndingSignalsComeInWhileItRuns) {
+    for (const Door& door : kDoors) {
+        SCOPED_TRACE(door.name);
+        const TemporaryFolder folder;
+        file_made_by_signal = folder.Path("taken");
+        const SavedSignalMask saved;
+        const SignalAction taken(SIGTERM, MakeFile);
+        CloseSignalGate();
+        EXPECT_EQ(door.output_of("kill -TERM $PPID; " + UntilThere(file_made_by_signal) +
+                                 "; [ -e " + file_made_by_signal + " ] && echo taken"),
+                  "taken\n");
+    }
+}
+
+TEST(Command, IsWaitedForWhereTheKernelReapsChildren) {
+    const SignalAction child(SIGCHLD, SIG_IGN);
+    for (const Door& door : kDoors) {
+        SCOPED_TRACE(door.name);
+        const TemporaryFolder folder;
+        door.output_of("exec >&- 2>&-; sleep 0.1; : >" + folder.Path("done"));
+        EXPECT_TRUE(std::filesystem::exists(folder.Path("done")));
+    }
+}
+
+TEST(Command, LeavesNoDeadChild) {
+    const SignalAction child(SIGCHLD, SIG_DFL);
+    for (const Door& door : kDoors) {
+        SCOPED_TRACE(door.name);
+        door.output_of("exit 3");
+        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+        EXPECT_EQ(errno, ECHILD);
+    }
+}
+
+TEST(Command, LeavesNoDescriptorOpen) {
+    for (const Door& door : kDoors) {
+        SCOPED_TRACE(door.name);
+        const int free_before = dup(STDERR_FILENO);
+        close(free_before);
+        door.output_of("true");
+        const int free_after = dup(STDERR_FILENO);
+        close(free_after);
+        EXPECT_EQ(free_after, free_before);
+    }
+}
+
+// ---- RunCommand ----
+
+TEST(RunCommand, InterruptAndQuitGoToTheCommandAlone) {
+    const SignalAction interrupt(SIGINT, CountSignal);
+    const SignalAction quit(SIGQUIT, CountSignal);
+    const SavedSignalMask saved;
+    CloseSignalGate();
+    signals_counted = 0;
+    // The command goes on only when it sees that the signals have been taken.
+    RunCommand(
+        "kill -INT $PPID; kill -QUIT $PPID; n=0; while [ $n -lt 500 ] && "
+        "! grep -q '^ShdPnd:.0*$' /proc/$PPID/status; do sleep 0.01; n=$((n + 1)); done");
+    const OpenSignalGate open;
+    EXPECT_EQ(signals_counted, 0);
+}
+
+TEST(RunCommand, UsesTheProgramsOwnOutputs) {
+    const Answer answer = AnswerInChild([] { return Prepared::kYes; },
+                                        [] {
+                                            dup2(STDOUT_FILENO, STDERR_FILENO);
+                                            RunCommand("echo out; echo err >&2");
+                                            return 0L;
+                                        });
+    EXPECT_EQ(answer.output, "out\nerr\n");
+}
+
+TEST(RunCommand, ACommandThatCantBeStartedIsPassedOver) {
+    const TemporaryFolder empty;
+    const Answer answer = AnswerInChild([&] { return EnterRoot(empty.path); },
+                                        [] {
+                                            RunCommand("echo out");
+                                            return 1L;
+                                        });
+    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its root";
+    EXPECT_EQ(answer.value, 1);
+    EXPECT_EQ(answer.output, "");
+}
+
+// ---- CommandOutput ----
+
+TEST(CommandOutput, GivesWhatTheCommandWrites) {
+    EXPECT_EQ(CommandOutput("printf 'a\\nb\\000c'"), "a\nb\0c"s);
+    EXPECT_EQ(CommandOutput("true"), "");
+}
+
+TEST(CommandOutput, GivesTheOutputOfACommandThatFails) {
+    EXPECT_EQ(CommandOutput("echo a; exit 1"), "a\n");
+    EXPECT_EQ(CommandOutput("/no/such/command"), "");
+}
+
+TEST(CommandOutput, TakesMoreThanAPipeHolds) {
+    const auto output = CommandOutput("head -c 1000000 /dev/zero | tr '\\0' x");
+    ASSERT_TRUE(output.has_value());
+    EXPECT_EQ(*output, std::string(1'000'000, 'x'));
+}
+
+TEST(CommandOutput, WaitsForWhatComesLater) {
+    EXPECT_EQ(CommandOutput("echo a; sleep 0.05; echo b"), "a\nb\n");
+}
+
+TEST(CommandOutput, DropsComplaints) {
+    EXPECT_EQ(CommandOutput("readlink /proc/self/fd/2"), "/dev/null\n");
+    EXPECT_EQ(CommandOutput("echo a; echo complaint >&2"), "a\n");
+}
+
+TEST(CommandOutput, GivesNothingWhereThereIsNoShell) {
+    const TemporaryFolder empty;
+    const Answer answer =
+        AnswerInChild([&] { return EnterRoot(empty.path); },
+                      [] { return CommandOutput("echo a").has_value() ? 1L : 0L; });
+    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its root";
+    EXPECT_EQ(answer.value, 0);
+}
+
+TEST(CommandOutput, GivesNothingWhereNoPipeCanBeMade) {
+    const Answer answer = AnswerInChild([] { return Prepared::kYes; },
+                                        [] {
+                                            rlimit limit = {};
+                                            getrlimit(RLIMIT_NOFILE, &limit);
+                                            const int used = dup(STDERR_FILENO);
+                                            limit.rlim_cur = static_cast<rlim_t>(used) + 1;
+                                            setrlimit(RLIMIT_NOFILE, &limit);
+                                            return CommandOutput("echo a").has_value() ? 1L : 0L;
+                                        });
+    EXPECT_EQ(answer.value, 0);
+}
+
+// ---- ShellWord ----
+
+TEST(ShellWord, LeavesPlainWordsUnchanged) {
+    for (const char* name :
+         {"eth0", "veth0@if5", "eth0.10", "br-lan", "a_b", "50%", "+1", "a,b", "/dev/null",
+          "00:1A:2B:3C:4D:5E", "key=value",
+          "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789%+,-./:=@_"}) {
+        EXPECT_EQ(ShellWord(name), name);
+    }
+}
+
+TEST(ShellWord, QuotesEverythingElse) {
+    EXPECT_EQ(ShellWord("a b"), "'a b'");
+    EXPECT_EQ(ShellWord("$HOME"), "'$HOME'");
+    EXPECT_EQ(ShellWord("~"), "'~'");
+    EXPECT_EQ(ShellWord(""), "''");
+    constexpr std::string_view kPlainSigns = "%+,-./:=@_";
+    for (char sign = '!'; sign <= '~'; ++sign) {
+        if (isalnum(sign) != 0 || kPlainSigns.find(sign) != std::string_view::npos) continue;
+        EXPECT_EQ(ShellWord(std::string(1, sign)).front(), '\'') << sign;
+    }
+}
+
+std::vector<std::string> HostileNames() {
+    std::vector<std::string> names = {
+        "",        " ",        "$(reboot)", "`id`",    "a;b", "a'b",         "''",        "'",
+        "a\nb",    "\\",       "\\'",       "-n",      "*",   "~",           "#x",        "a\"b",
+        "a|b",     "a&b",      "<a>b",      "{a,b}",   "[a]", "?",           "a b  c",    "\t",
+        "$HOME",   "${x}",     "!!",        "\r\n",    "a\\", "'; reboot '", "\"$(id)\"", "\\n",
+        "caf\xe9", "\xc3\xa9", "\x80\xff",  "a\x1b[2J"};
+    for (int byte = 1; byte < 256; ++byte) {
+        names.push_back(std::string(1, static_cast<char>(byte)));
+        names.push_back("a" + names.back() + "b");
+    }
+    return names;
+}
+
+TEST(ShellWord, ReachesTheCommandAsOneWordWhateverIsInIt) {
+    std::string command = "printf '%s\\000'";
+    std::string expected;
+    for (const std::string& name : HostileNames()) {
+        command += " " + ShellWord(name);
+        expected += name + '\0';
+    }
+    EXPECT_EQ(CommandOutput(command), expected);
+}
+
+TEST(ShellWord, EachWordIsOne) {
+    for (const char* name : {"", " ", "a b", "*", "'", "$(echo a b)", "a\nb"}) {
+        EXPECT_EQ(CommandOutput("set -- " + ShellWord(name) + "; echo $#"), "1\n") << name;
+    }
+}
+
+// ---- Pause ----
+
+double MonotonicSeconds() {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
+
+TEST(Pause, LastsAtLeastThatLong) {
+    const double start = MonotonicSeconds();
+    Pause(1);
+    EXPECT_GE(MonotonicSeconds() - start, 1.0);
+}
+
+TEST(Pause, LastsAsLongWhenSignalsInterruptIt) {
+    const SignalAction counted(SIGALRM, CountSignal);
+    signals_counted = 0;
+    itimerval often = {{0, 50'000}, {0, 50'000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+    const double start = MonotonicSeconds();
+    Pause(1);
+    const double seconds = MonotonicSeconds() - start;
+    often = {};
+    setitimer(ITIMER_REAL, &often, nullptr);
+    EXPECT_GE(seconds, 1.0);
+    EXPECT_GT(signals_counted, 0);
+}
+
+TEST(Pause, LetsEndingSignalsIn) {
+    const SavedSignalMask saved;
+    const SignalAction counted(SIGTERM, CountSignal);
+    signals_counted = 0;
+    CloseSignalGate();
+    raise(SIGTERM);
+    EXPECT_EQ(signals_counted, 0);
+    Pause(0);
+    EXPECT_EQ(signals_counted, 1);
+}
+
+}  // namespace

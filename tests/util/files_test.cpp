@@ -1,0 +1,78 @@
+#include "util/files.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "util/utility_fixtures.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+TEST(ReadWholeFile, GivesEveryByte) {
+    const TemporaryFolder folder;
+    const std::string content = "a\n\0b\r\n\xff"s;
+    EXPECT_EQ(ReadWholeFile(folder.File("f", content).c_str()), content);
+}
+
+TEST(ReadWholeFile, ReadsALargeFileToItsEnd) {
+    const TemporaryFolder folder;
+    std::string content;
+    for (int i = 0; i < 100'000; ++i)
+        content += std::to_string(i);
+    EXPECT_EQ(ReadWholeFile(folder.File("f", content).c_str()), content);
+}
+
+TEST(ReadWholeFile, ReadsFilesThatTellNoSize) {
+    const auto text = ReadWholeFile("/proc/self/status");
+    ASSERT_TRUE(text.has_value());
+    EXPECT_NE(text->find("\nPid:\t" + std::to_string(getpid()) + "\n"), std::string::npos);
+}
+
+TEST(ReadWholeFile, ReadsOnAfterAShortRead) {
+    const TemporaryFolder folder;
+    const std::string fifo = folder.Path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const pid_t writer = fork();
+    if (writer == 0) {
+        const int descriptor = open(fifo.c_str(), O_WRONLY);
+        const bool written = write(descriptor, "first ", 6) == 6;
+        int waiting = 1;
+        while (ioctl(descriptor, FIONREAD, &waiting) == 0 && waiting > 0)
+            usleep(1000);
+        _exit(written && write(descriptor, "second", 6) == 6 ? 0 : 1);
+    }
+    EXPECT_EQ(ReadWholeFile(fifo.c_str()), "first second");
+    int status = -1;
+    waitpid(writer, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
+TEST(ReadWholeFile, AnEmptyFileGivesAnEmptyText) {
+    const TemporaryFolder folder;
+    EXPECT_EQ(ReadWholeFile(folder.File("f", "").c_str()), "");
+}
+
+TEST(ReadWholeFile, AMissingFileGivesNothing) {
+    const TemporaryFolder folder;
+    EXPECT_EQ(ReadWholeFile(folder.Path("missing").c_str()), std::nullopt);
+}
+
+TEST(ReadWholeFile, AFolderGivesNothing) {
+    const TemporaryFolder folder;
+    EXPECT_EQ(ReadWholeFile(folder.path.c_str()), std::nullopt);
+}
+
+TEST(ReadWholeFile, LeavesNoDescriptorOpen) {
+    const TemporaryFolder folder;
+    const std::string file = folder.File("f", "x");
+    const int free_before = dup(STDERR_FILENO);
+    close(free_before);
+    ReadWholeFile(file.c_str());
+    ReadWholeFile(folder.path.c_str());
+    const int free_after = dup(STDERR_FILENO);
+    close(free_after);
+    EXPECT_EQ(free_after, free_before);
+}
+
+}  // namespace

@@ -1,0 +1,84 @@
+#include "util/signal_gate.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "util/signal_fixtures.h"
+#include "util/utility_fixtures.h"
+
+namespace {
+
+constexpr int kGated[] = {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGTSTP};
+
+bool IsGated(int number) {
+    return std::find(std::begin(kGated), std::end(kGated), number) != std::end(kGated);
+}
+
+TEST(SignalGate, GatesWhatEndsOrStopsTheProgramAndNothingElse) {
+    const sigset_t signals = GatedSignals();
+    for (int number = 1; number < SIGRTMIN; ++number) {
+        EXPECT_EQ(sigismember(&signals, number) == 1, IsGated(number)) << number;
+    }
+}
+
+TEST(SignalGate, HoldsSignalsBackUntilItOpens) {
+    for (int number : kGated) {
+        SCOPED_TRACE(number);
+        const SavedSignalMask saved;
+        const SignalAction counted(number, CountSignal);
+        signals_counted = 0;
+        CloseSignalGate();
+        raise(number);
+        EXPECT_EQ(signals_counted, 0);
+        {
+            const OpenSignalGate open;
+            EXPECT_EQ(signals_counted, 1);
+        }
+    }
+}
+
+TEST(SignalGate, LetsSignalsInAsLongAsItIsOpen) {
+    const SavedSignalMask saved;
+    const SignalAction counted(SIGTERM, CountSignal);
+    signals_counted = 0;
+    CloseSignalGate();
+    {
+        const OpenSignalGate open;
+        raise(SIGTERM);
+        EXPECT_EQ(signals_counted, 1);
+    }
+    raise(SIGTERM);
+    EXPECT_EQ(signals_counted, 1);
+    const OpenSignalGate open;
+    EXPECT_EQ(signals_counted, 2);
+}
+
+TEST(SignalGate, IsAsItWasAfterOpening) {
+    const SavedSignalMask saved;
+    CloseSignalGate();
+    {
+        const OpenSignalGate outer;
+        { const OpenSignalGate inner; }
+        for (int number : kGated)
+            EXPECT_FALSE(IsBlocked(number)) << number;
+    }
+    for (int number : kGated)
+        EXPECT_TRUE(IsBlocked(number)) << number;
+}
+
+TEST(SignalGate, LeavesOtherSignalsAlone) {
+    const SavedSignalMask saved;
+    sigset_t held;
+    sigemptyset(&held);
+    sigaddset(&held, SIGUSR2);
+    sigprocmask(SIG_BLOCK, &held, nullptr);
+    CloseSignalGate();
+    EXPECT_FALSE(IsBlocked(SIGALRM));
+    EXPECT_FALSE(IsBlocked(SIGUSR1));
+    const OpenSignalGate open;
+    EXPECT_TRUE(IsBlocked(SIGUSR2));
+}
+
+}  // namespace
