@@ -1,0 +1,93 @@
+// The main menu as the operator meets it: what the tests of the menu engine, the dialogs, the main
+// menu and the status rows share.
+#pragma once
+
+#include <sched.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "machine.h"
+#include "terminal.h"
+
+namespace bench {
+
+// Where the rows begin on the screen.
+constexpr int kFirstLine = 5;
+constexpr int kFirstColumn = 4;
+
+constexpr const char* kNetworkScript = "/etc/init.d/network";
+
+// The rows above the interfaces; a separator follows them.
+inline const std::vector<std::string> kActionRows = {"Bring up all interfaces",
+                                                     "Bring down all interfaces",
+                                                     "Update interfaces from config",
+                                                     "Change computer name",
+                                                     "Network Time Protocol settings",
+                                                     "Flush/reset DNS cache",
+                                                     "Services",
+                                                     "Diagnostics"};
+
+inline TerminalOptions Size(int rows, int cols) {
+    TerminalOptions options;
+    options.rows = rows;
+    options.cols = cols;
+    return options;
+}
+
+// The program on its terminal, with its main menu on the screen.
+class MainMenu : public Terminal {
+  public:
+    explicit MainMenu(Machine& box, TerminalOptions options = {}, Place place = Place::current())
+        : Terminal(box, options, place) {
+        WaitFor("Tavrin 4", kPatience, place);
+    }
+};
+
+inline void WaitForMainMenu(Terminal& t, Place place = Place::current()) {
+    t.WaitFor("Tavrin 4 Network configuration utility", Terminal::kPatience, place);
+}
+
+// Has "Bring down all interfaces" ask its question.
+inline void OpenQuestion(Terminal& t, Place place = Place::current()) {
+    t.Press("d<Enter>", place);
+    t.WaitFor("Are you sure? [y/n]", Terminal::kPatience, place);
+}
+
+// Has the main menu look at the machine again, now: a question answered with no does that.
+inline void LookAgain(Terminal& t, Place place = Place::current()) {
+    OpenQuestion(t, place);
+    t.Press("n", place);
+    WaitForMainMenu(t, place);
+}
+
+// Bridges br1, br2 ... with the hardware addresses 02:00:00:00:00:01 ..., down.
+inline void AddBridges(Machine& box, int count) {
+    std::string batch;
+    for (int i = 1; i <= count; i++) {
+        char line[100];
+        std::snprintf(line, sizeof line, "link add br%d address 02:00:00:00:00:%02x type bridge\n",
+                      i, static_cast<unsigned>(i));
+        batch += line;
+    }
+    box.Write("/run/batch", batch);
+    box.Sh("ip -batch /run/batch");
+}
+
+// Any bytes as the machine's host name, as no tool would set it.
+inline void SetHostName(Machine& box, const std::string& name, Place place = Place::current()) {
+    const pid_t child = fork();
+    if (child == 0) {
+        const int user = box.door().own_users ? CLONE_NEWUSER : 0;
+        const bool inside = setns(box.door().process.get(), user | CLONE_NEWUTS) == 0;
+        _exit(inside && sethostname(name.data(), name.size()) == 0 ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    if (status != 0) Fail("the host name cannot be set", place);
+}
+
+}  // namespace bench

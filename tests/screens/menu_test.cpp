@@ -1,0 +1,619 @@
+// The list that every screen is built on, tried on the main menu: what the keys and the mouse do
+// to it, and how its rows look.
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "main_menu_test.h"
+
+namespace bench {
+namespace {
+
+// The main menu of a machine with twelve bridges: 34 rows, the last of them row 33.
+constexpr int kBridges = 12;
+constexpr int kLastRow = 33;
+
+std::vector<std::string> RowsWithBridges() {
+    std::vector<std::string> rows = kActionRows;
+    rows.push_back("");
+    for (unsigned i = 1; i <= kBridges; i++) {
+        char text[100];
+        std::snprintf(text, sizeof text, "%u. %-6s  02:00:00:00:00:%02X  Disconnected", i,
+                      ("br" + std::to_string(i)).c_str(), i);
+        rows.insert(rows.end(), {text, ""});
+    }
+    rows.push_back("Exit this program");
+    return rows;
+}
+
+class TwelveBridges : public testing::Test {
+  protected:
+    TwelveBridges() { AddBridges(box, kBridges); }
+
+    // Until the list shows its rows from `top` on, with the row `selection` selected.
+    void WaitForView(Terminal& t, int top, int selection, Place place = Place::current()) {
+        const auto shown = [&] {
+            for (int line = kFirstLine; line < t.rows() - 1; line++) {
+                const size_t row = static_cast<size_t>(top + line - kFirstLine);
+                const std::string text = row < rows.size() ? rows[row] : "";
+                if (t.Row(line) != (text.empty() ? "" : "    " + text)) return false;
+            }
+            return t.SelectedRow() == kFirstLine + selection - top;
+        };
+        t.WaitUntil(shown,
+                    "rows from " + std::to_string(top) + " on, row " + std::to_string(selection) +
+                        " selected",
+                    Terminal::kPatience, place);
+    }
+
+    struct Step {
+        const char* keys;
+        int top;
+        int selection;
+    };
+
+    void Walk(Terminal& t, const std::vector<Step>& steps, Place place = Place::current()) {
+        for (const Step& step : steps) {
+            t.Press(step.keys, place);
+            WaitForView(t, step.top, step.selection, place);
+        }
+    }
+
+    Machine box;
+    const std::vector<std::string> rows = RowsWithBridges();
+};
+
+// An interface with an address, and two default routes: rows of every kind. The interface is row 9,
+// its address row 10, the warning row 12, the exit row 14.
+class RowsOfEveryKind : public testing::Test {
+  protected:
+    RowsOfEveryKind() {
+        box.AddTap("eth0");
+        box.Sh(
+            "ip link set eth0 address 02:00:00:00:00:0a up; ip addr add 10.1.2.3/24 dev eth0;"
+            "ip route add default via 10.1.2.1; ip route add default via 10.1.2.9 metric 7");
+    }
+
+    Machine box;
+};
+
+constexpr int kInterfaceLine = kFirstLine + 9;
+constexpr int kAddressLine = kFirstLine + 10;
+constexpr int kWarningLine = kFirstLine + 12;
+constexpr int kExitLine = kFirstLine + 14;
+
+// ---- keys ----
+
+using MenuKeys = TwelveBridges;
+
+TEST_F(MenuKeys, UpAndDownSkipSeparatorsAndWrap) {
+    MainMenu t(box, Size(40, 80));
+    WaitForView(t, 0, 0);
+    std::vector<Step> down;
+    for (int row = 1; row <= 7; row++)
+        down.push_back({"<Down>", 0, row});
+    for (int row = 9; row <= kLastRow; row += 2)
+        down.push_back({"<Down>", 0, row});
+    down.push_back({"<Down>", 0, 0});
+    Walk(t, down);
+    Walk(t, {{"<Up>", 0, 33}, {"<Up>", 0, 31}, {"<Up>", 0, 29}, {"<Up>", 0, 27}});
+    Walk(t, {{"1", 0, 9}, {"<Up>", 0, 7}, {"<Up>", 0, 6}});
+}
+
+TEST_F(RowsOfEveryKind, UpAndDownSkipInformation) {
+    MainMenu t(box);
+    t.Press("1");
+    t.WaitSelected("1. eth0");
+    t.Press("<Down>");
+    t.WaitSelected("Exit this program");
+    t.Press("<Up>");
+    t.WaitSelected("1. eth0");
+}
+
+TEST_F(MenuKeys, TheListScrollsWithTheSelection) {
+    MainMenu t(box, Size(12, 80));  // six rows
+    WaitForView(t, 0, 0);
+    // Down: a row more only when the selection would leave the screen.
+    Walk(t, {{"<Down><Down><Down><Down><Down>", 0, 5}, {"<Down>", 1, 6}, {"<Down>", 2, 7}});
+    Walk(t, {{"<Down>", 4, 9}, {"<Down>", 6, 11}});
+    // Up: the same at the upper end.
+    Walk(t, {{"<Up>", 6, 9}, {"<Up>", 6, 7}, {"<Up>", 6, 6}, {"<Up>", 5, 5}, {"<Up>", 4, 4}});
+    Walk(t, {{"<End>", 28, 33}, {"<Up>", 28, 31}, {"<Up>", 28, 29}, {"<Up>", 27, 27}});
+    // Around the ends.
+    Walk(t, {{"<Home>", 0, 0}, {"<Up>", 28, 33}, {"<Down>", 0, 0}});
+    // A hot key finds rows that are out of sight.
+    Walk(t, {{"9", 20, 25}, {"1", 9, 9}, {"2", 9, 11}, {"e", 28, 33}});
+}
+
+TEST_F(MenuKeys, PagesGoToTheEdgeFirstThenByAPageLessOneRow) {
+    MainMenu t(box, Size(12, 80));  // six rows
+    WaitForView(t, 0, 0);
+    Walk(t, {{"<PageDown>", 0, 5},
+             {"<PageDown>", 5, 10},
+             {"<PageDown>", 10, 15},
+             {"<PageDown>", 15, 20},
+             {"<PageDown>", 20, 25},
+             {"<PageDown>", 25, 30},
+             {"<PageDown>", 28, 33},
+             {"<PageDown>", 28, 33}});
+    Walk(t, {{"<PageUp>", 28, 28},
+             {"<PageUp>", 23, 23},
+             {"<PageUp>", 18, 18},
+             {"<PageUp>", 13, 13},
+             {"<PageUp>", 8, 8},
+             {"<PageUp>", 3, 3},
+             {"<PageUp>", 0, 0},
+             {"<PageUp>", 0, 0}});
+    // From the middle of the page.
+    Walk(t, {{"<Down><Down>", 0, 2}, {"<PageDown>", 0, 5}, {"<Down><Down>", 2, 7}});
+    Walk(t, {{"<PageUp>", 2, 2}, {"<PageUp>", 0, 0}});
+}
+
+TEST_F(MenuKeys, PagesOfATallTerminalGoToTheEnds) {
+    MainMenu t(box, Size(50, 80));
+    WaitForView(t, 0, 0);
+    Walk(t, {{"<PageDown>", 0, 33}, {"<PageDown>", 0, 33}, {"<PageUp>", 0, 0}});
+    Walk(t, {{"<End>", 0, 33}, {"<Up>", 0, 31}, {"<Home>", 0, 0}});
+}
+
+TEST_F(MenuKeys, PagesOfOneRowStay) {
+    MainMenu t(box, Size(7, 80));
+    WaitForView(t, 0, 0);
+    Walk(t, {{"<PageDown><Down>", 1, 1}, {"<PageDown><PageUp><Down>", 2, 2}});
+}
+
+TEST_F(MenuKeys, PagesMayEndOnASeparator) {
+    box.StandIn(kNetworkScript);
+    MainMenu t(box, Size(12, 80));
+    WaitForView(t, 0, 0);
+    Walk(t, {{"<PageDown><PageDown>", 5, 10}});
+    EXPECT_EQ(t.Style(kFirstLine + 5), "0-3 white/black; 4-78 white/blue dim; 79 white/black");
+    // There is nothing to activate; the arrows go on from there.
+    Walk(t, {{"<Enter><Down>", 6, 11}, {"<PageUp><PageUp><PageDown>", 1, 6}});
+    Walk(t, {{"<Home><PageDown><PageDown><Up>", 5, 9}});
+    EXPECT_TRUE(box.Calls().empty());
+}
+
+TEST_F(MenuKeys, HotKeysSelectAndNeverActivate) {
+    box.StandIn(kNetworkScript);
+    MainMenu t(box, Size(40, 80));
+    WaitForView(t, 0, 0);
+    Walk(t, {{"d", 0, 1}, {"n", 0, 3}, {"t", 0, 4}, {"f", 0, 5}, {"s", 0, 6}, {"i", 0, 7}});
+    Walk(t, {{"e", 0, 33}, {"d", 0, 1}, {"d", 0, 1}});
+    Walk(t, {{"1", 0, 9}, {"2", 0, 11}, {"3", 0, 13}, {"4", 0, 15}, {"5", 0, 17}});
+    Walk(t, {{"6", 0, 19}, {"7", 0, 21}, {"8", 0, 23}, {"9", 0, 25}, {"0", 0, 27}});
+    EXPECT_TRUE(box.Calls().empty());
+}
+
+TEST_F(MenuKeys, ASharedHotKeyGoesToTheNextRowThatBearsIt) {
+    MainMenu t(box, Size(40, 80));
+    WaitForView(t, 0, 0);
+    Walk(t, {{"u", 0, 2}, {"u", 0, 0}, {"u", 0, 2}});
+    Walk(t, {{"d", 0, 1}, {"u", 0, 2}, {"n", 0, 3}, {"u", 0, 0}});
+}
+
+TEST_F(MenuKeys, OtherKeysDoNothing) {
+    MainMenu t(box, Size(40, 80));
+    WaitForView(t, 0, 0);
+    t.Press("d");
+    WaitForView(t, 0, 1);
+    // Capitals are no hot keys; of the control keys, ^H is no backspace on this terminal.
+    t.Press("UDNTFSIExyz;-+ <Left><Right><Insert><Delete><Tab><F1><F5><F12><C-a><C-h><C-l>");
+    t.Settle();
+    WaitForView(t, 0, 1);
+    Walk(t, {{"<Down>", 0, 2}});
+}
+
+TEST_F(MenuKeys, EveryEnterKeyActivates) {
+    MainMenu t(box);
+    for (const char* enter : {"\r", "\n", "\x1bOM"}) {  // the last: of the number pad
+        t.SendBytes(std::string("d") + enter);
+        t.WaitFor("Are you sure? [y/n]");
+        t.Press("n");
+        WaitForMainMenu(t);
+    }
+}
+
+TEST_F(MenuKeys, EscapeAndBackspaceLeave) {
+    for (const char* key : {"<Esc>", "<Backspace>"}) {
+        MainMenu t(box);
+        t.Press(std::string("<Down>") + key);
+        EXPECT_EQ(t.WaitExit(), Exited(0)) << key;
+        EXPECT_TRUE(t.LineMode()) << key;
+    }
+}
+
+// ---- the look of the rows ----
+
+using MenuLook = RowsOfEveryKind;
+
+// A row of 75 columns on a terminal of 80, with its hot key's letter in the column of that number.
+std::string StyleOfRow(const std::string& row, const std::string& letter, int column) {
+    std::ostringstream style;
+    style << "0-3 white/black; ";
+    if (column > 4) style << "4" << (column > 5 ? "-" + std::to_string(column - 1) : "");
+    if (column > 4) style << " " << row << "; ";
+    style << column << " " << letter << "; " << column + 1 << "-78 " << row << "; 79 white/black";
+    return style.str();
+}
+
+struct LetterOfRow {
+    const char* key;
+    int line;
+    int column;
+    const char* letter;
+};
+
+// A letter is the first in the label that is the key, capital or not, as it stands in the label.
+constexpr LetterOfRow kLetters[] = {
+    {"u", kFirstLine, 10, "u"},    {"d", kFirstLine + 1, 10, "d"}, {"u", kFirstLine + 2, 4, "U"},
+    {"n", kFirstLine + 3, 7, "n"}, {"t", kFirstLine + 4, 6, "t"},  {"f", kFirstLine + 5, 4, "F"},
+    {"s", kFirstLine + 6, 4, "S"}, {"i", kFirstLine + 7, 5, "i"},  {"1", kInterfaceLine, 4, "1"},
+    {"e", kExitLine, 4, "E"},
+};
+
+TEST_F(MenuLook, RowsAreBoldWithTheirHotKeysYellow) {
+    MainMenu t(box);
+    t.Press("<End>");
+    t.WaitSelected("Exit this program");
+    for (const LetterOfRow& row : kLetters) {
+        if (row.line == kExitLine) continue;
+        EXPECT_EQ(t.Style(row.line),
+                  StyleOfRow("white/black bold", "yellow/black bold", row.column))
+            << row.line;
+        EXPECT_EQ(t.Cell(row.line, row.column).text, row.letter);
+    }
+}
+
+TEST_F(MenuLook, TheSelectedRowIsBlueWithItsHotKeyReversed) {
+    MainMenu t(box);
+    t.Press("<End>");
+    for (const LetterOfRow& row : kLetters) {
+        t.Press(row.key);
+        t.WaitUntil([&] { return t.SelectedRow() == row.line; }, row.key);
+        EXPECT_EQ(t.Style(row.line),
+                  StyleOfRow("white/blue bold", "white/black reverse", row.column));
+        EXPECT_EQ(t.Cell(row.line, row.column).text, row.letter);
+    }
+    EXPECT_EQ(t.Style(kInterfaceLine), StyleOfRow("white/black bold", "yellow/black bold", 4));
+}
+
+TEST_F(MenuLook, WhatCannotBeSelectedIsDim) {
+    MainMenu t(box);
+    const std::string dim = "0-3 white/black; 4-78 white/black dim; 79 white/black";
+    EXPECT_EQ(t.Row(kAddressLine),
+              "       IPv4: 10.1.2.3   netmask: 255.255.255.0  gateway: 10.1.2.1");
+    EXPECT_EQ(t.Style(kAddressLine), dim);
+    for (const int line : {kFirstLine + 8, kFirstLine + 11, kFirstLine + 13}) {
+        EXPECT_EQ(t.Row(line), "");
+        EXPECT_EQ(t.Style(line), dim);
+    }
+    EXPECT_EQ(t.Row(kWarningLine), "    WARNING: Multiple gateways active");
+    EXPECT_EQ(t.Style(kWarningLine), "0-3 white/black; 4-78 red/black dim; 79 white/black");
+}
+
+TEST_F(MenuLook, AnInformationRowMayBeSelected) {
+    MainMenu t(box, Size(17, 80));  // eleven rows: the last in sight is the address
+    t.Press("<PageDown>");
+    t.WaitSelected("IPv4: 10.1.2.3");
+    EXPECT_EQ(t.Style(kAddressLine), "0-3 white/black; 4-78 white/blue dim; 79 white/black");
+    t.Press("<Enter><Up>");
+    t.WaitSelected("1. eth0");
+}
+
+TEST_F(MenuLook, ASelectedWarningIsReversed) {
+    MainMenu t(box, Size(19, 80));  // thirteen rows: the last in sight is the warning
+    t.Press("<PageDown>");
+    const std::string reversed = "0-3 white/black; 4-78 red/black dim reverse; 79 white/black";
+    t.WaitUntil([&] { return t.Style(kWarningLine) == reversed; }, reversed);
+    t.Press("<Enter><Down>");
+    t.WaitSelected("Exit this program");
+}
+
+// On narrow terminals the title lines wrap and stand above and beside the first rows.
+TEST_F(MenuLook, LabelsAreCutAtTheWidthButTheirHotKeysAreNot) {
+    MainMenu t(box, Size(24, 11));  // rows of six columns, and one more column behind them
+    t.WaitUntil([&] { return t.Row(kFirstLine + 3) == "    Change"; }, "rows of six columns");
+    EXPECT_EQ(t.Row(kFirstLine + 6), "    Servic");
+    EXPECT_EQ(t.Row(kFirstLine).substr(4), "Bring u");
+    EXPECT_EQ(t.Style(kFirstLine), "0-3 white/black; 4-9 white/blue bold; 10 white/black reverse");
+    EXPECT_EQ(t.Row(kFirstLine + 1).substr(4), "Bring d");
+    EXPECT_EQ(t.Style(kFirstLine + 1),
+              "0-3 white/black; 4-9 white/black bold; 10 yellow/black bold");
+
+    t.Resize(24, 10);  // nothing behind them: no letter there
+    t.WaitUntil([&] { return t.Row(kFirstLine + 6) == "    Servi"; }, "rows of five columns");
+    EXPECT_EQ(t.Style(kFirstLine + 1), "0-3 white/black; 4-8 white/black bold; 9 white/black");
+
+    t.Resize(24, 5);  // no columns at all, but a place for letters
+    t.WaitUntil([&] { return t.Cell(kFirstLine + 2, 4).text == "U"; }, "the letter U");
+    EXPECT_EQ(t.Cell(kFirstLine + 2, 4).fg, kYellow);
+    EXPECT_EQ(t.Cell(kFirstLine + 5, 4).text, "F");
+}
+
+// ---- the pointer ----
+
+// A motion is read together with the key that follows it: what it does is done before the key.
+TEST_F(MenuLook, TheRowUnderThePointerIsYellow) {
+    MainMenu t(box);
+    const std::string plain = StyleOfRow("white/black bold", "yellow/black bold", 7);
+    const std::string hovered = "0-3 white/black; 4-78 yellow/black bold; 79 white/black";
+    const int line = kFirstLine + 3;
+    struct Move {
+        int line, column;
+        const std::string& style;
+    };
+    for (const Move& move :
+         {Move{line, 4, hovered}, Move{line, 3, plain}, Move{line, 78, hovered},
+          Move{line, 79, plain}, Move{line, 40, hovered}, Move{line + 1, 40, plain},
+          Move{line, 5, hovered}, Move{1, 5, plain}}) {
+        t.Hover(move.line, move.column);
+        t.WaitUntil([&] { return t.Style(line) == move.style; },
+                    "line " + std::to_string(line) + ": " + move.style);
+    }
+    EXPECT_EQ(t.SelectedRow(), kFirstLine);
+}
+
+TEST_F(MenuLook, TheSelectedRowUnderThePointerIsCyan) {
+    MainMenu t(box);
+    t.Hover(kFirstLine, 30);
+    const std::string hovered = StyleOfRow("cyan/blue bold", "white/black reverse", 10);
+    t.WaitUntil([&] { return t.Style(kFirstLine) == hovered; }, hovered);
+    // The pointer stays, the selection goes, and comes to a row that is hovered.
+    t.Press("<Down>");
+    t.WaitSelected("Bring down all interfaces");
+    EXPECT_EQ(t.Style(kFirstLine), "0-3 white/black; 4-78 yellow/black bold; 79 white/black");
+    EXPECT_EQ(t.Style(kFirstLine + 1), StyleOfRow("white/blue bold", "white/black reverse", 10));
+    t.Press("<Up>");
+    t.WaitUntil([&] { return t.Style(kFirstLine) == hovered; }, hovered);
+}
+
+TEST_F(MenuLook, DimRowsStayAsTheyAreUnderThePointer) {
+    MainMenu t(box);
+    struct DimRow {
+        int line;
+        const char* style;
+    };
+    for (const DimRow& row :
+         {DimRow{kFirstLine + 8, "white/black dim"}, DimRow{kAddressLine, "white/black dim"},
+          DimRow{kWarningLine, "red/black dim"}}) {
+        t.Hover(row.line, 20);
+        t.Press("<Home><Down>");
+        t.WaitSelected("Bring down all interfaces");
+        EXPECT_EQ(t.Style(row.line),
+                  "0-3 white/black; 4-78 " + std::string(row.style) + "; 79 white/black");
+        t.Press("<Home>");
+        t.WaitSelected("Bring up all interfaces");
+    }
+}
+
+TEST_F(MenuLook, ASelectedDimRowUnderThePointerIsCyan) {
+    MainMenu t(box, Size(17, 80));  // eleven rows: the last in sight is the address
+    t.Hover(kAddressLine, 20);
+    t.Press("<PageDown>");
+    const std::string hovered = "0-3 white/black; 4-78 cyan/blue dim; 79 white/black";
+    t.WaitUntil([&] { return t.Style(kAddressLine) == hovered; }, hovered);
+}
+
+using MenuMouse = TwelveBridges;
+
+TEST_F(MenuMouse, AClickSelectsAndAClickOnTheSelectedRowActivates) {
+    box.StandIn(kNetworkScript);
+    MainMenu t(box);
+    t.Click(kFirstLine + 1, 30);
+    t.WaitSelected("Bring down all interfaces");
+    t.Press("<Left>");
+    t.Settle();
+    EXPECT_EQ(t.Row(1), "Tavrin 4 Network configuration utility");
+    t.Click(kFirstLine + 1, 30);
+    t.WaitFor("Are you sure? [y/n]");
+    t.Press("n");
+    WaitForMainMenu(t);
+    EXPECT_TRUE(box.Calls().empty());
+}
+
+TEST_F(MenuMouse, AClickCountsFromTheFirstToTheLastColumnOfARow) {
+    MainMenu t(box);
+    struct Spot {
+        int column, selected;
+    };
+    for (const Spot& spot : {Spot{4, 3}, Spot{3, 0}, Spot{78, 3}, Spot{79, 0}, Spot{40, 3}}) {
+        t.Press("d");
+        t.WaitSelected("Bring down all interfaces");
+        t.Click(kFirstLine + 3, spot.column);
+        t.WaitUntil([&] { return t.SelectedRow() == kFirstLine + spot.selected; },
+                    "a click in column " + std::to_string(spot.column));
+    }
+}
+
+// Wherever there is no row to hit, the first row is selected; and only selected, when it was so
+// before.
+TEST_F(MenuMouse, AClickBesideTheRowsSelectsTheFirst) {
+    MainMenu t(box);
+    struct Spot {
+        int line, column;
+        const char* what;
+    };
+    for (const Spot& spot : {Spot{0, 20, "above the title"}, Spot{2, 20, "on the title"},
+                             Spot{4, 20, "above the rows"}, Spot{kFirstLine + 8, 20, "a separator"},
+                             Spot{23, 20, "below the rows"}}) {
+        t.Press("d");
+        t.WaitSelected("Bring down all interfaces");
+        t.Click(spot.line, spot.column);
+        t.WaitUntil([&] { return t.SelectedRow() == kFirstLine; }, spot.what);
+        t.Click(spot.line, spot.column);
+        t.Press("<Down>");
+        t.WaitUntil([&] { return t.SelectedRow() == kFirstLine + 1; }, spot.what);
+    }
+    // A screen higher than the list has lines without rows.
+    t.Resize(50, 80);
+    WaitForView(t, 0, 1);
+    t.Click(kFirstLine + 40, 20);
+    WaitForView(t, 0, 0);
+}
+
+TEST_F(RowsOfEveryKind, AClickOnInformationSelectsTheFirstRow) {
+    MainMenu t(box);
+    for (const int line : {kAddressLine, kWarningLine}) {
+        t.Press("d");
+        t.WaitSelected("Bring down all interfaces");
+        t.Click(line, 20);
+        t.WaitSelected("Bring up all interfaces");
+    }
+}
+
+// A separator that pages have selected is the selected row, and still no click hits it.
+TEST_F(MenuMouse, ASelectedSeparatorIsNoTarget) {
+    MainMenu t(box, Size(12, 80));
+    Walk(t, {{"<PageDown><PageDown>", 5, 10}});
+    t.Click(kFirstLine + 5, 20);
+    WaitForView(t, 0, 0);
+}
+
+TEST_F(MenuMouse, PressingSelectsAndReleasingDoesNothing) {
+    MainMenu t(box);
+    const int line = kFirstLine + 1;
+    t.MousePress(line, 30);
+    t.WaitSelected("Bring down all interfaces");
+    t.MouseRelease(line, 30);
+    // Held longer than a click, on the row that is selected: no activation either.
+    t.MousePress(line, 30);
+    t.Press("<Left>");
+    t.MouseRelease(line, 30);
+    t.Press("<Down>");
+    t.WaitSelected("Update interfaces from config");
+}
+
+TEST_F(MenuMouse, ADoubleClickIsOneClick) {
+    MainMenu t(box);
+    t.DoubleClick(kFirstLine + 1, 30);
+    t.WaitSelected("Bring down all interfaces");
+    t.Press("<Left>");
+    t.Settle();
+    EXPECT_EQ(t.Row(1), "Tavrin 4 Network configuration utility");
+    t.DoubleClick(kFirstLine + 1, 30);
+    t.WaitFor("Are you sure? [y/n]");
+}
+
+TEST_F(MenuMouse, OtherButtonsOnlyPoint) {
+    MainMenu t(box);
+    t.Hover(1, 1);
+    t.Settle();
+    constexpr int kSgr = 1006;
+    const std::vector<int> modes = t.MouseReporting();
+    ASSERT_TRUE(std::count(modes.begin(), modes.end(), kSgr) > 0);
+    const std::string hovered = "0-3 white/black; 4-78 yellow/black bold; 79 white/black";
+    // Middle and right button, wheel up and down; lines and columns are counted from 1.
+    for (const char* button : {"1", "2", "64", "65"}) {
+        for (const int line : {kFirstLine, kFirstLine + 1}) {
+            const std::string where = ";21;" + std::to_string(line + 1);
+            const std::string event = "\x1b[<" + std::string(button) + where;
+            t.SendBytes(event + "M" + event + "m");
+            t.Press("<Home>");
+            t.WaitSelected("Bring up all interfaces");
+            if (line != kFirstLine) {
+                t.WaitUntil([&] { return t.Style(line) == hovered; }, hovered);
+            }
+        }
+    }
+    EXPECT_EQ(t.SelectedRow(), kFirstLine);
+}
+
+TEST_F(MenuMouse, AScrolledListIsHitWhereItsRowsAre) {
+    MainMenu t(box, Size(12, 80));
+    Walk(t, {{"9", 20, 25}});
+    t.Click(kFirstLine + 1, 20);
+    WaitForView(t, 20, 21);
+    t.Click(kFirstLine + 1, 20);
+    t.WaitFor("Network configuration: br7 (02:00:00:00:00:07)");
+}
+
+// The pointer is looked at for the rows in sight only: a row that was scrolled away under it comes
+// back as it went.
+TEST_F(MenuMouse, ScrollingTakesTheHoverAlong) {
+    MainMenu t(box, Size(12, 80));
+    WaitForView(t, 0, 0);
+    t.Hover(kFirstLine + 3, 20);
+    t.WaitUntil([&] { return t.Cell(kFirstLine + 3, 20).fg == kYellow; }, "a hovered row");
+    Walk(t, {{"<PageDown><Down>", 1, 6}});
+    EXPECT_EQ(t.Cell(kFirstLine + 2, 40).fg, kYellow);
+    EXPECT_EQ(t.Cell(kFirstLine + 3, 40).fg, kWhite);
+    Walk(t, {{"9", 20, 25}});
+    t.Hover(kFirstLine + 1, 20);
+    t.WaitUntil([&] { return t.Cell(kFirstLine + 1, 40).fg == kYellow; }, "another hovered row");
+    Walk(t, {{"<Home>", 0, 0}});
+    EXPECT_EQ(t.Cell(kFirstLine + 3, 40).fg, kYellow);
+}
+
+// Whether the program sleeps because its terminal takes no output.
+bool OutputIsHeld(const Terminal& t) {
+    std::istringstream text(ReadWhole("/proc/" + std::to_string(t.pid()) + "/syscall"));
+    long number = -1;
+    return text >> number && number == SYS_write;
+}
+
+TEST_F(MenuMouse, AClickOlderThanFourTenthsOfASecondActivatesNothing) {
+    MainMenu t(box);
+    t.Press("d");
+    t.WaitSelected("Bring down all interfaces");
+    t.Press("<C-s>");  // the terminal holds the output: the repaint after the click takes its time
+    t.Click(kFirstLine + 1, 30);
+    t.WaitUntil([&] { return OutputIsHeld(t); }, "output being held");
+    t.RunFor(0.45);
+    t.Press("<C-q>");
+    const std::string hovered = StyleOfRow("cyan/blue bold", "white/black reverse", 10);
+    t.WaitUntil([&] { return t.Style(kFirstLine + 1) == hovered; }, hovered);
+    t.Press("<Down>");
+    t.WaitSelected("Update interfaces from config");
+    // The next one is in time.
+    t.Press("d");
+    t.Click(kFirstLine + 1, 30);
+    t.WaitFor("Are you sure? [y/n]");
+}
+
+// ---- sizes ----
+
+using MenuSize = TwelveBridges;
+
+TEST_F(MenuSize, RowsFollowTheTerminal) {
+    MainMenu t(box);
+    WaitForView(t, 0, 0);
+    EXPECT_EQ(t.Style(kFirstLine), StyleOfRow("white/blue bold", "white/black reverse", 10));
+    t.Resize(43, 132);
+    WaitForView(t, 0, 0);
+    EXPECT_EQ(t.Style(kFirstLine),
+              "0-3 white/black; 4-9 white/blue bold; 10 white/black reverse; "
+              "11-130 white/blue bold; 131 white/black");
+    t.Resize(16, 40);  // rows of 35 columns cut the longest labels
+    t.WaitUntil([&] { return t.Row(14) == "    1. br1     02:00:00:00:00:01  Disco"; },
+                "rows cut at 35 columns");
+    EXPECT_EQ(t.Row(15), "");
+}
+
+TEST_F(MenuSize, ASmallerTerminalScrollsToTheSelection) {
+    MainMenu t(box, Size(40, 80));
+    Walk(t, {{"<End>", 0, 33}});
+    t.Resize(12, 80);
+    WaitForView(t, 28, 33);
+    // A larger one shows more below, and the list stays where it is.
+    t.Resize(30, 80);
+    WaitForView(t, 28, 33);
+    Walk(t, {{"<Home>", 0, 0}});
+}
+
+TEST_F(MenuSize, WithoutRoomForRowsTheKeysStillWork) {
+    box.StandIn(kNetworkScript);
+    for (const auto& [lines, columns] : {std::pair(6, 80), {5, 10}, {3, 3}, {1, 1}}) {
+        Terminal t(box, Size(lines, columns));
+        t.Press("<Down><Up><PageDown><PageUp><End><Home>d<Enter>y");
+        box.WaitForCalls(kNetworkScript, 1);
+        t.Press("<End><Enter>");
+        EXPECT_EQ(t.WaitExit(), Exited(0)) << lines << " by " << columns;
+        box.ForgetCalls();
+    }
+}
+
+}  // namespace
+}  // namespace bench
