@@ -467,7 +467,7 @@ std::map<std::string, std::string> Machine::Environment() const {
         {"LANG", "C.UTF-8"},
         // The cards' library comes before the sanitizer's own in the list of libraries.
         {"ASAN_OPTIONS", std::string("verify_asan_link_order=0:log_path=") + kReports + "/asan"},
-        {"UBSAN_OPTIONS", std::string("print_stacktrace=1:log_path=") + kReports + "/ubsan"},
+        {"UBSAN_OPTIONS", "print_stacktrace=1:color=never"},
     };
 }
 

@@ -15,8 +15,8 @@
 // Whatever cannot be done (a command that fails, a file that is missing, a wait in vain) ends the
 // test with a report at the test's own line.
 //
-// Programs built with the sanitizers leave their reports in the machine; the machine's end turns
-// them into failures of the test.
+// Programs built with the sanitizers leave their reports in the machine or on the terminal; the
+// end of either turns them into failures of the test.
 #pragma once
 
 #include <sys/types.h>

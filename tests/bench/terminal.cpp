@@ -107,6 +107,7 @@ void Terminal::Start(const Place& place) {
 Terminal::~Terminal() {
     if (pid_ > 0) {
         Drain();
+        FailOnRuntimeError();
         if (testing::Test::HasFailure() && !pictured_) {
             std::cout << Picture() << machine_.CallLog() << std::flush;
         }
@@ -455,8 +456,18 @@ std::vector<int> Terminal::MouseReporting() const {
 std::string Terminal::Output() const {
     return output_;
 }
+
 void Terminal::Mark() {
+    FailOnRuntimeError();
     output_.clear();
+}
+
+// The undefined-behaviour sanitizer writes to the terminal whatever its options say.
+void Terminal::FailOnRuntimeError() const {
+    const size_t found = output_.find(": runtime error: ");
+    if (found == std::string::npos) return;
+    const size_t line = output_.rfind('\n', found) + 1;
+    ADD_FAILURE() << "A sanitizer reports:\n" << output_.substr(line);
 }
 
 bool Terminal::LineMode() const {

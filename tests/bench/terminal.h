@@ -173,6 +173,7 @@ class Terminal {
     bool Await(const std::function<bool()>& condition, double seconds);
     std::string StyleBut(int row, const bench::Cell& usual) const;
     bench::Cell UsualStyle() const;
+    void FailOnRuntimeError() const;
     [[noreturn]] void FailWith(const std::string& what, const Place& place);
     void CollectEnding(bool wait);
 
