@@ -7,11 +7,12 @@
 
 namespace bench {
 
-// Where in the test a helper was called: taken as a default argument, Place::Here().
+// Where in the test a helper was called: taken as a default argument, Place::current().
 struct Place {
     const char* file;
     int line;
-    static constexpr Place Here(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+    static constexpr Place current(const char* file = __builtin_FILE(),
+                                   int line = __builtin_LINE()) {
         return {file, line};
     }
 };

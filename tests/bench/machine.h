@@ -63,7 +63,7 @@ std::ostream& operator<<(std::ostream& out, const Call& call);
 
 class Machine {
   public:
-    explicit Machine(Kind kind = Kind::kBare, Place place = Place::Here());
+    explicit Machine(Kind kind = Kind::kBare, Place place = Place::current());
     ~Machine();
     Machine(const Machine&) = delete;
     Machine& operator=(const Machine&) = delete;
@@ -71,14 +71,14 @@ class Machine {
     // Runs a command line with sh inside, as root, without a terminal, and returns what it printed
     // on standard output. A status other than 0 ends the test with both outputs. It sees the real
     // tools: stand-ins in PATH are for the programs on terminals alone.
-    std::string Sh(const std::string& command, Place place = Place::Here());
+    std::string Sh(const std::string& command, Place place = Place::current());
 
     // Files as seen inside. Write makes or replaces the file (the folder must exist) and sets its
     // mode; Remove takes a file or a whole folder, and does nothing where there is none;
     // MakeDirectory makes the folders above as well.
     void Write(const std::string& path, const std::string& text, mode_t mode = 0644,
-               Place place = Place::Here());
-    std::string Read(const std::string& path, Place place = Place::Here());
+               Place place = Place::current());
+    std::string Read(const std::string& path, Place place = Place::current());
     bool Exists(const std::string& path) const;
     void Remove(const std::string& path);
     void MakeDirectory(const std::string& path);
@@ -105,16 +105,16 @@ class Machine {
     void ForgetCalls();
     // Until the name has been called n times or more.
     void WaitForCalls(const std::string& name, size_t n, double seconds = 10,
-                      Place place = Place::Here());
+                      Place place = Place::current());
     // Until a condition holds that is neither on a screen nor in the log, e.g. a file's content.
     void WaitUntil(const std::function<bool()>& condition, const std::string& what,
-                   double seconds = 10, Place place = Place::Here());
+                   double seconds = 10, Place place = Place::current());
 
     // Real interfaces, down at first. A tap has a carrier when it is plugged in; its link state can
     // be changed by SetLink. A bridge without ports has a carrier while it is up.
-    void AddTap(const std::string& name, bool carrier = true, Place place = Place::Here());
-    void AddBridge(const std::string& name, Place place = Place::Here());
-    void SetLink(const std::string& tap, bool carrier, Place place = Place::Here());
+    void AddTap(const std::string& name, bool carrier = true, Place place = Place::current());
+    void AddBridge(const std::string& name, Place place = Place::current());
+    void SetLink(const std::string& tap, bool carrier, Place place = Place::current());
 
     // What the interfaces' cards answer to the wireless and Ethernet requests of programs on
     // terminals: the description that appliance/cards.cpp reads at every request, so it may change
@@ -141,7 +141,7 @@ class Machine {
     // at least every 20 ms; never while output waits to be read.
     bool Await(const std::function<bool()>& condition, double seconds);
     // A Latin-1 locale, made in the machine: the variables to set for a program that shall use it.
-    std::map<std::string, std::string> Latin1Locale(Place place = Place::Here());
+    std::map<std::string, std::string> Latin1Locale(Place place = Place::current());
 
     // The environment that programs start with: PATH, locale, sanitizer options, cards.
     std::map<std::string, std::string> Environment() const;

@@ -72,7 +72,7 @@ std::ostream& operator<<(std::ostream& out, const Ending& ending);
 class Terminal {
   public:
     explicit Terminal(Machine& machine, const TerminalOptions& options = {},
-                      Place place = Place::Here());
+                      Place place = Place::current());
     ~Terminal();  // kills the program when it still runs
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
@@ -80,7 +80,7 @@ class Terminal {
     // ---- hands ----
 
     // Keys by name, as the terminal's type sends them: "<Down><Enter>u<C-c>" (names: keys.h).
-    void Press(const std::string& keys, Place place = Place::Here());
+    void Press(const std::string& keys, Place place = Place::current());
     void Type(const std::string& text);  // every character as it stands, '<' too
     void SendBytes(const std::string& bytes);
     void SendSlowly(const std::string& bytes, int milliseconds_between);
@@ -99,21 +99,22 @@ class Terminal {
 
     static constexpr double kPatience = 10;  // seconds
 
-    void WaitFor(const std::string& text, double seconds = kPatience, Place place = Place::Here());
+    void WaitFor(const std::string& text, double seconds = kPatience,
+                 Place place = Place::current());
     void WaitForGone(const std::string& text, double seconds = kPatience,
-                     Place place = Place::Here());
+                     Place place = Place::current());
     void WaitSelected(const std::string& text, double seconds = kPatience,
-                      Place place = Place::Here());
+                      Place place = Place::current());
     void WaitUntil(const std::function<bool()>& condition, const std::string& what,
-                   double seconds = kPatience, Place place = Place::Here());
+                   double seconds = kPatience, Place place = Place::current());
     // Until the program has taken every byte sent, waits for the next one, and has drawn all that
     // followed: the moment to assert that a key changed nothing. (A program that left the terminal
     // to a command is waited for, too.)
-    void Settle(double seconds = kPatience, Place place = Place::Here());
+    void Settle(double seconds = kPatience, Place place = Place::current());
     // Lets the program run for a stretch of time and keeps reading what it draws. Only for what
     // time itself is about: refreshes, processor time, a pause that must not be shorter.
     void RunFor(double seconds);
-    Ending WaitExit(double seconds = kPatience, Place place = Place::Here());
+    Ending WaitExit(double seconds = kPatience, Place place = Place::current());
 
     // ---- eyes ----
 
