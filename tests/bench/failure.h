@@ -15,7 +15,13 @@ struct Place {
                                    int line = __builtin_LINE()) {
         return {file, line};
     }
+    static constexpr Place Here(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+        return {file, line};
+    }
 };
+}
+}
+;
 
 // Reports a failure at the place and ends the test, as a fatal assertion would.
 [[noreturn]] inline void Fail(const std::string& message, const Place& place) {
