@@ -19,9 +19,6 @@ struct Place {
         return {file, line};
     }
 };
-}
-}
-;
 
 // Reports a failure at the place and ends the test, as a fatal assertion would.
 [[noreturn]] inline void Fail(const std::string& message, const Place& place) {
