@@ -1,5 +1,6 @@
 # shellcheck shell=sh
-# The Debian packages behind ./run and ./test, which read this file.
+# What ./run and ./test have in common, which read this file: the Debian packages that they need,
+# and a care about build folders.
 
 # To build the program and to run it on the demo appliance.
 # shellcheck disable=SC2034
@@ -51,4 +52,11 @@ NeedPackages() {
         echo "    apt-get update && apt-get install --no-install-recommends$missing" >&2
         return 1
     fi
+}
+
+# ForgetMovedBuild FOLDER: cmake refuses a build folder that was moved or copied along with the
+# checkout; without its cache it configures it again.
+ForgetMovedBuild() {
+    grep -Fxqs "CMAKE_HOME_DIRECTORY:INTERNAL=$(pwd -P)" "$1/CMakeCache.txt" ||
+        rm -f "$1/CMakeCache.txt"
 }
