@@ -1,0 +1,793 @@
+// The main menu: its rows for the machine's interfaces, its title, its refresh and its actions.
+#include "main_menu_test.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace bench {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr int kFirstInterfaceLine = kFirstLine + 9;
+constexpr const char* kWarning = "    WARNING: Multiple gateways active";
+constexpr const char* kExitRow = "    Exit this program";
+
+// The whole screen of the main menu: its title for that host name, the actions, and these lines
+// behind them.
+std::vector<std::string> Screen(const std::string& host_name, const std::vector<std::string>& rest,
+                                int rows = 24) {
+    std::vector<std::string> screen = {"", "Tavrin 4 Network configuration utility",
+                                       "Network configuration main menu for '" + host_name + "'",
+                                       "Select network interface and hit ENTER to configure it.",
+                                       ""};
+    for (const std::string& row : kActionRows)
+        screen.push_back("    " + row);
+    screen.push_back("");
+    screen.insert(screen.end(), rest.begin(), rest.end());
+    screen.resize(static_cast<size_t>(rows));
+    return screen;
+}
+
+void WaitForScreen(Terminal& t, const std::vector<std::string>& screen, double seconds = 10,
+                   Place place = Place::current()) {
+    std::string what = "the screen\n";
+    for (const std::string& row : screen)
+        what += "   |" + row + "\n";
+    t.WaitUntil([&] { return t.Screen() == screen; }, what, seconds, place);
+}
+
+std::string KernelName(Machine& box) {
+    std::string name = box.Sh("uname -n");
+    name.pop_back();
+    return name;
+}
+
+// ---- rows ----
+
+TEST(MainMenuRows, AMachineWithoutInterfacesHasActionsAndTheExit) {
+    Machine box;
+    MainMenu t(box);
+    WaitForScreen(t, Screen("appliance", {kExitRow}));
+    EXPECT_EQ(t.Selected(), "Bring up all interfaces");
+    EXPECT_FALSE(t.CursorVisible());
+}
+
+// A bridge has a link while one of its ports has.
+TEST(MainMenuRows, TapsAndBridgesShowWhatTheyAre) {
+    Machine box;
+    box.AddTap("eth0");
+    box.AddTap("eth1", false);
+    box.AddTap("eth2");
+    box.AddBridge("br0");
+    box.AddTap("enp130s0f1np1");
+    box.Sh(
+        "ip link set eth0 address 02:00:00:00:00:0a up;"
+        "ip link set eth1 address 0e:ff:ab:cd:ef:01 up;"
+        "ip link set eth2 address 02:00:00:00:00:0b;"
+        "ip link set br0 address 02:00:00:00:00:0c up;"
+        "ip link set enp130s0f1np1 address 02:00:00:00:00:0d master br0 up;"
+        "ip addr add 10.1.2.3/20 dev eth0; ip addr add 2001:db8::5/64 dev eth0;"
+        "ip addr add 192.168.30.1/32 dev br0; ip route add default via 10.1.2.1");
+    MainMenu t(box, Size(30, 80));
+    WaitForScreen(t, Screen("appliance",
+                            {"    1. eth0    02:00:00:00:00:0A  Link active  Interface up",
+                             "       IPv4: 10.1.2.3   netmask: 255.255.240.0  gateway: 10.1.2.1",
+                             "       IPv6: 2001:db8::5/64", "",
+                             "    2. eth1    0E:FF:AB:CD:EF:01  Disconnected  Interface up", "",
+                             "    3. eth2    02:00:00:00:00:0B  Disconnected", "",
+                             "    4. br0     02:00:00:00:00:0C  Link active  Interface up",
+                             "       IPv4: 192.168.30.1   netmask: 255.255.255.255", "",
+                             "    5. enp130s0f1np1  02:00:00:00:00:0D  Link active  Interface up",
+                             "", kExitRow},
+                            30));
+}
+
+TEST(MainMenuRows, OnlyTheFirstTenInterfacesHaveHotKeys) {
+    Machine box;
+    AddBridges(box, 12);
+    MainMenu t(box, Size(40, 80));
+    t.WaitFor("Exit this program");
+    t.Press("e");
+    t.WaitSelected("Exit this program");
+    const auto line = [](int n) { return kFirstInterfaceLine + 2 * (n - 1); };
+    for (int n = 1; n <= 9; n++) {
+        EXPECT_EQ(t.Style(line(n)),
+                  "0-3 white/black; 4 yellow/black bold; 5-78 white/black bold; "
+                  "79 white/black");
+    }
+    EXPECT_EQ(t.Style(line(10)),
+              "0-3 white/black; 4 white/black bold; 5 yellow/black bold; "
+              "6-78 white/black bold; 79 white/black");
+    for (const int n : {11, 12}) {
+        EXPECT_EQ(t.Row(line(n)).substr(4, 8), std::to_string(n) + ". br" + std::to_string(n));
+        EXPECT_EQ(t.Style(line(n)), "0-3 white/black; 4-78 white/black bold; 79 white/black");
+    }
+    for (const int n : {10, 1, 9}) {
+        t.Press(std::to_string(n % 10) + "<Enter>");
+        char title[80];
+        std::snprintf(title, sizeof title, "Network configuration: br%d (02:00:00:00:00:%02X)", n,
+                      static_cast<unsigned>(n));
+        t.WaitFor(title);
+        t.Press("<Esc>");
+        WaitForMainMenu(t);
+        EXPECT_EQ(t.SelectedRow(), line(n));
+    }
+    // The eleventh: by the arrow keys.
+    t.Press("0<Down><Enter>");
+    t.WaitFor("Network configuration: br11 (02:00:00:00:00:0B)");
+}
+
+// One `ip link` for the list, then one question for each interface's global addresses.
+TEST(MainMenuRows, ComeFromTheIpCommand) {
+    Machine box;
+    AddBridges(box, 3);
+    box.Record("ip");
+    MainMenu t(box);
+    t.WaitFor("Exit this program");
+    const std::vector<std::string> lines = box.CallLines("ip");
+    ASSERT_EQ(lines.size(), 4u);
+    EXPECT_EQ(lines[0], "ip link");
+    EXPECT_THAT(lines, testing::UnorderedElementsAre("ip link", "ip addr show dev br1 scope global",
+                                                     "ip addr show dev br2 scope global",
+                                                     "ip addr show dev br3 scope global"));
+    for (const Call& call : box.Calls("ip")) {
+        EXPECT_FALSE(call.sigchld_ignored || call.sigint_ignored || call.sigquit_ignored);
+    }
+}
+
+// What `ip link` prints, word for word as given; all else is the real command.
+void ListLinks(Machine& box, const std::string& text) {
+    box.Write("/run/links", text);
+    box.StandInScript("ip", "if [ $# = 1 ]; then cat /run/links; else exec /sbin/ip \"$@\"; fi");
+}
+
+TEST(MainMenuRows, OddLinesOfTheIpCommand) {
+    Machine box;
+    const std::string long_name = "long-" + std::string(120, 'n') + "-E";  // 127 bytes
+    const std::string full_line = "14: full: " + std::string(501, 'x');    // 511 bytes
+    ListLinks(box,
+              "1: lo: <LOOPBACK,UP,LOWER_UP> mtu 65536 qdisc noqueue\n"
+              "    link/loopback 00:00:00:00:00:00 brd 00:00:00:00:00:00\n"
+              "  2: veth0@if3: <BROADCAST,MULTICAST> mtu 1500\n"
+              "    link/ether 02:00:00:00:00:01 brd ff:ff:ff:ff:ff:ff\n"
+              "3:tight:<BROADCAST>\n"
+              "4:     blank <UP>\n"
+              "5: LO: <LOOPBACK>\n"
+              "6: Lo: <LOOPBACK>\n"
+              "7: lo0: <LOOPBACK>\n"
+              "x8: letter: <UP>\n"
+              "9 : apart: <UP>\n"
+              ": none: <UP>\n"
+              "number: <UP>\n"
+              "\n"
+              "999999999999999999999: many: <UP>\n"
+              "11: " +
+                  long_name + "Z: <UP>\n" + full_line +
+                  "15: behind: <UP>\n"
+                  "16: last");
+    MainMenu t(box, Size(40, 160));
+    WaitForScreen(t, Screen("appliance",
+                            {"    1. veth0@if3", "", "    2. tight", "", "    3. blank", "",
+                             "    4. lo0", "", "    5. many", "", "    6. " + long_name, "",
+                             "    7. full", "", "    8. behind", "", "    9. last", "", kExitRow},
+                            40));
+}
+
+TEST(MainMenuRows, AHostileNameIsOneWordForTheShell) {
+    Machine box;
+    const std::string name = "a'$(x)\";|&*";
+    box.Sh("ip link add \"a'\\$(x)\\\";|&*\" address 02:00:00:00:00:01 type bridge");
+    box.Record("ip");
+    box.StandIn("x");
+    MainMenu t(box);
+    t.WaitFor("    1. " + name + "  02:00:00:00:00:01  Disconnected");
+    const std::vector<Call> calls = box.Calls();
+    ASSERT_EQ(calls.size(), 2u);
+    EXPECT_THAT(calls[1].args, ElementsAre("addr", "show", "dev", name, "scope", "global"));
+}
+
+TEST(MainMenuRows, WithoutTheIpCommandThereAreNoInterfaces) {
+    Machine box;
+    box.AddTap("eth0");
+    box.Sh("for tool in mkdir touch; do ln -s /bin/$tool /mnt/bin; done");
+    TerminalOptions options;
+    options.environment["PATH"] = "/mnt/bin";
+    MainMenu t(box, options);
+    WaitForScreen(t, Screen("appliance", {kExitRow}));
+}
+
+// Rows 4096 to 4159 open an interface; the table holds 64.
+TEST(MainMenuRows, MoreThanSixtyFourInterfaces) {
+    Machine box;
+    std::string links = "1: lo: <LOOPBACK>\n";
+    for (int n = 1; n <= 70; n++)
+        links += std::to_string(n + 1) + ": if" + std::to_string(n) + ": <UP>\n";
+    ListLinks(box, links);
+    box.Cards("if64 hwaddr 02:00:00:00:00:40\nif65 hwaddr 02:00:00:00:00:41\n");
+    MainMenu t(box, Size(160, 80));
+    t.WaitFor("Exit this program");
+    EXPECT_EQ(t.Row(kFirstInterfaceLine), "    1. if1");
+    EXPECT_EQ(t.Row(kFirstInterfaceLine + 2 * 64), "    65. if65    02:00:00:00:00:41");
+    EXPECT_EQ(t.Row(kFirstInterfaceLine + 2 * 69), "    70. if70");
+    t.Press("<End><Up><Enter><Up><Enter><Up><Up><Up><Up><Enter>");
+    t.WaitSelected("65. if65");
+    t.Press("<Up>");
+    t.WaitSelected("64. if64");
+    t.Press("<Enter>");
+    t.WaitFor("Network configuration: if64 (02:00:00:00:00:40)");
+}
+
+// ---- gateways ----
+
+class Gateways : public testing::Test {
+  protected:
+    Gateways() {
+        box.AddTap("eth0");
+        box.AddTap("eth1");
+        box.Sh(
+            "ip link set eth0 address 02:00:00:00:00:0a up;"
+            "ip link set eth1 address 02:00:00:00:00:0b up;"
+            "ip addr add 10.1.2.3/24 dev eth0; ip addr add 10.4.5.6/24 dev eth1");
+    }
+
+    // The screen with these gateways behind the addresses, and with the warning or without.
+    std::vector<std::string> ScreenWith(const std::string& first, const std::string& second,
+                                        bool warning) {
+        const auto gateway = [](const std::string& address) {
+            return address.empty() ? "" : "  gateway: " + address;
+        };
+        std::vector<std::string> rest = {
+            "    1. eth0    02:00:00:00:00:0A  Link active  Interface up",
+            "       IPv4: 10.1.2.3   netmask: 255.255.255.0" + gateway(first),
+            "",
+            "    2. eth1    02:00:00:00:00:0B  Link active  Interface up",
+            "       IPv4: 10.4.5.6   netmask: 255.255.255.0" + gateway(second),
+            ""};
+        if (warning) rest.insert(rest.end(), {kWarning, ""});
+        rest.push_back(kExitRow);
+        return Screen("appliance", rest);
+    }
+
+    Machine box;
+};
+
+TEST_F(Gateways, TwoDefaultRoutesRaiseTheRedRow) {
+    MainMenu t(box);
+    WaitForScreen(t, ScreenWith("", "", false));
+    struct Case {
+        const char* routes;
+        const char *first, *second;
+        bool warning;
+    };
+    const Case cases[] = {
+        {"default via 10.1.2.1", "10.1.2.1", "", false},
+        {"default via 10.1.2.1; ip route add default via 10.4.5.1 metric 9", "10.1.2.1", "10.4.5.1",
+         true},
+        // Both through the same interface; the one with the lower metric comes first.
+        {"default via 10.1.2.7 metric 9; ip route add default via 10.1.2.1", "10.1.2.1", "", true},
+        // One default route, and networks behind other gateways.
+        {"default via 10.1.2.1; ip route add 10.9.0.0/16 via 10.4.5.9; ip route add 10.8.0.1 via "
+         "10.4.5.8",
+         "10.1.2.1", "10.4.5.8", false},
+        // A default route without a gateway is none of them.
+        {"default via 10.1.2.1; ip route add default dev eth1 metric 5", "10.1.2.1", "", false},
+    };
+    for (const Case& gateways : cases) {
+        box.Sh("ip route flush root 0/0 proto boot; ip route add " + std::string(gateways.routes));
+        LookAgain(t);
+        WaitForScreen(t, ScreenWith(gateways.first, gateways.second, gateways.warning));
+        if (!gateways.warning) continue;
+        EXPECT_EQ(t.Style(kFirstLine + 15), "0-3 white/black; 4-78 red/black dim; 79 white/black");
+    }
+}
+
+// The kernel's route table as the program reads it, replaced by a text.
+class RouteTableText : public Gateways {
+  protected:
+    void PutRoutes(const std::string& text) {
+        if (!box.Exists("/run/net")) {
+            box.MakeDirectory("/run/net");
+            box.Sh("mount --bind /run/net /proc/$(pidof ifmenu)/net");
+        }
+        box.Write("/run/net/route", text);
+    }
+
+    static constexpr const char* kHeader =
+        "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n";
+};
+
+TEST_F(RouteTableText, IsReadColumnByColumn) {
+    MainMenu t(box);
+    const std::string eth0 = "eth0\t00000000\t0102010A\t0003\t0\t0\t0\t00000000\t0\t0\t0\n";
+    const std::string eth1 = "eth1\t00000000\t0105040A\t0003\t0\t0\t0\t00000000\t0\t0\t0\n";
+    struct Case {
+        const char* what;
+        std::string text;
+        const char *first, *second;
+        bool warning;
+    };
+    const Case cases[] = {
+        {"as the kernel writes it", kHeader + eth0 + eth1, "10.1.2.1", "10.4.5.1", true},
+        {"an empty file", "", "", "", false},
+        {"a header alone", kHeader, "", "", false},
+        {"no mask column", "Iface Destination Gateway Flags\n" + eth0 + eth1, "", "", false},
+        {"no flags column", "Iface Destination Gateway Mask\n" + eth0 + eth1, "", "", false},
+        {"other columns in another order",
+         "MASK  x gateway FLAGS iface DESTINATION\n00000000 7 0102010A 0003 eth0 00000000\n",
+         "10.1.2.1", "", false},
+        {"blank and short lines", kHeader + std::string("\n  \neth1\n") + eth0, "10.1.2.1", "",
+         false},
+        {"the first of an interface's gateways, default or not",
+         kHeader + std::string("eth0\t0000090A\t0702010A\t0003\t0\t0\t0\t0000FFFF\t0\t0\t0\n") +
+             eth0,
+         "10.1.2.7", "", false},
+        {"no gateway flag", kHeader + std::string("eth0\t00000000\t0102010A\t0001\n") + eth1, "",
+         "10.4.5.1", false},
+        {"a gateway of zero", kHeader + std::string("eth0\t00000000\t00000000\t0003\n") + eth1, "",
+         "10.4.5.1", true},
+        {"flags of more than 16 bits",
+         kHeader + std::string("eth0\t00000000\t0102010A\t10001\n") +
+             "eth1\t00000000\t0105040A\t10002\n",
+         "", "10.4.5.1", false},
+        {"a route that is not up", kHeader + std::string("eth0\t00000000\t0102010A\t0002\n") + eth1,
+         "10.1.2.1", "10.4.5.1", true},
+        {"a name in capitals", kHeader + std::string("ETH0\t00000000\t0102010A\t0003\n"), "", "",
+         false},
+    };
+    for (const Case& routes : cases) {
+        SCOPED_TRACE(routes.what);
+        PutRoutes(routes.text);
+        LookAgain(t);
+        WaitForScreen(t, ScreenWith(routes.first, routes.second, routes.warning));
+    }
+}
+
+// ---- the title ----
+
+TEST(MainMenuTitle, ShowsTheHostName) {
+    Machine box;
+    SetHostName(box, "Bühne-箱");
+    MainMenu t(box);
+    WaitForScreen(t, Screen("Bühne-箱", {kExitRow}));
+    for (const int line : {0, 1, 2, 3, 4}) {
+        EXPECT_EQ(t.Style(line), "0-79 white/black");
+    }
+    SetHostName(box, "");
+    LookAgain(t);
+    WaitForScreen(t, Screen("", {kExitRow}));
+    SetHostName(box, std::string(64, 'x'));
+    LookAgain(t);
+    WaitForMainMenu(t);
+    // Longer than the line: it goes on in the next, where the third title line stands over it.
+    EXPECT_EQ(t.Row(2), "Network configuration main menu for '" + std::string(43, 'x'));
+    EXPECT_EQ(t.Row(3), "Select network interface and hit ENTER to configure it.");
+}
+
+TEST(MainMenuTitle, ControlBytesNeverReachTheTerminal) {
+    Machine box;
+    SetHostName(box,
+                "a\x1b]0;hi\a\rb\x1b[2J\x9b"
+                "7mc\xff\x7f\t\b"
+                "d");
+    MainMenu t(box);
+    t.WaitFor("Exit this program");
+    EXPECT_THAT(t.Row(2), testing::StartsWith("Network configuration main menu for 'a"));
+    EXPECT_THAT(t.Row(2), HasSubstr("]0;hi"));
+    EXPECT_THAT(t.Row(2), HasSubstr("[2J"));
+    EXPECT_THAT(t.Row(2), testing::EndsWith("d'"));
+    EXPECT_EQ(t.Row(1), "Tavrin 4 Network configuration utility");
+    for (const char* raw : {"\x1b]", "\a", "\x9b", "\xff", "\x7f", "\t"}) {
+        EXPECT_THAT(t.Output(), Not(HasSubstr(raw)));
+    }
+    EXPECT_EQ(t.Bells(), 0);
+    // A line feed may end the line, but moves nothing else.
+    SetHostName(box, "a\nb\n\n\n\n\n\nc");
+    LookAgain(t);
+    t.WaitFor("Exit this program");
+    EXPECT_THAT(t.Row(2), testing::StartsWith("Network configuration main menu for 'a"));
+    EXPECT_EQ(t.Row(3), "Select network interface and hit ENTER to configure it.");
+    EXPECT_EQ(t.Row(kFirstLine), "    Bring up all interfaces");
+    EXPECT_EQ(t.Row(kFirstLine + 7), "    Diagnostics");
+}
+
+TEST(MainMenuTitle, AResizeRepaintsEverything) {
+    Machine box;
+    box.AddTap("eth0");
+    box.Sh("ip link set eth0 address 02:00:00:00:00:0a");
+    MainMenu t(box);
+    const std::vector<std::string> rest = {"    1. eth0    02:00:00:00:00:0A  Disconnected", "",
+                                           kExitRow};
+    WaitForScreen(t, Screen("appliance", rest));
+    t.Resize(43, 132);
+    WaitForScreen(t, Screen("appliance", rest, 43));
+    EXPECT_EQ(t.Style(kFirstLine + 1),
+              "0-3 white/black; 4-9 white/black bold; 10 yellow/black bold; "
+              "11-130 white/black bold; 131 white/black");
+    t.Resize(18, 60);
+    WaitForScreen(t, Screen("appliance", rest, 18));
+}
+
+// ---- the refresh ----
+
+TEST(MainMenuRefresh, EveryFiveSecondsTheRowsFollowTheMachine) {
+    Machine box;
+    box.AddTap("eth0");
+    box.AddTap("eth1");
+    box.AddBridge("br0");
+    box.AddTap("eth2");
+    box.Sh(
+        "ip link set eth0 address 02:00:00:00:00:0a up; ip addr add 10.1.2.3/24 dev eth0;"
+        "ip link set eth1 address 02:00:00:00:00:0b up; ip addr add 10.4.5.6/24 dev eth1;"
+        "ip link set br0 address 02:00:00:00:00:0c; ip route add default via 10.1.2.1;"
+        "ip link set eth2 address 02:00:00:00:00:0d master br0 up");
+    box.Record("ip");
+    MainMenu t(box, Size(32, 80));
+    WaitForScreen(
+        t, Screen("appliance",
+                  {"    1. eth0    02:00:00:00:00:0A  Link active  Interface up",
+                   "       IPv4: 10.1.2.3   netmask: 255.255.255.0  gateway: 10.1.2.1", "",
+                   "    2. eth1    02:00:00:00:00:0B  Link active  Interface up",
+                   "       IPv4: 10.4.5.6   netmask: 255.255.255.0", "",
+                   "    3. br0     02:00:00:00:00:0C  Disconnected", "",
+                   "    4. eth2    02:00:00:00:00:0D  Link active  Interface up", "", kExitRow},
+                  32));
+    t.Press("e");
+    t.WaitSelected("Exit this program");
+
+    // Addresses, links, gateways, up and down, and the host's name; the selection keeps its place.
+    box.SetLink("eth0", false);
+    box.Sh(
+        "ip addr del 10.1.2.3/24 dev eth0; ip addr add 10.1.9.9/16 dev eth0;"
+        "ip addr add 2001:db8::7/48 dev eth1 nodad; ip link set br0 up;"
+        "ip route add default via 10.1.0.1; ip route add default via 10.4.5.1 metric 5");
+    SetHostName(box, "renamed");
+    WaitForScreen(t,
+                  Screen("renamed",
+                         {"    1. eth0    02:00:00:00:00:0A  Disconnected  Interface up",
+                          "       IPv4: 10.1.9.9   netmask: 255.255.0.0  gateway: 10.1.0.1", "",
+                          "    2. eth1    02:00:00:00:00:0B  Link active  Interface up",
+                          "       IPv4: 10.4.5.6   netmask: 255.255.255.0  gateway: 10.4.5.1",
+                          "       IPv6: 2001:db8::7/48", "",
+                          "    3. br0     02:00:00:00:00:0C  Link active  Interface up", "",
+                          "    4. eth2    02:00:00:00:00:0D  Link active  Interface up", "",
+                          kWarning, "", kExitRow},
+                         32),
+                  7);
+    EXPECT_EQ(t.SelectedRow(), kFirstLine + 19);  // the last row before; now eth2's separator
+
+    // A question answered in between looks at the machine at once, and leaves the clock alone.
+    box.Sh("ip link del br0; ip addr flush dev eth1; ip link set eth0 down; ip link set eth2 down");
+    LookAgain(t);
+    WaitForScreen(t,
+                  Screen("renamed",
+                         {"    1. eth0    02:00:00:00:00:0A  Disconnected",
+                          "       IPv4: 10.1.9.9   netmask: 255.255.0.0", "",
+                          "    2. eth1    02:00:00:00:00:0B  Link active  Interface up", "",
+                          "    3. eth2    02:00:00:00:00:0D  Disconnected", "", kExitRow},
+                         32),
+                  2);
+
+    // Interfaces go while the last row is selected: there is nothing to activate any more.
+    t.Press("e");
+    t.WaitSelected("Exit this program");
+    box.Sh("ip link del eth0; ip link del eth1");
+    WaitForScreen(
+        t, Screen("renamed", {"    1. eth2    02:00:00:00:00:0D  Disconnected", "", kExitRow}, 32),
+        7);
+    EXPECT_EQ(t.SelectedRow(), -1);
+    t.Press("<Enter><Down>");
+    t.WaitSelected("Bring up all interfaces");
+
+    std::vector<double> lists;
+    for (const Call& call : box.Calls("ip")) {
+        if (call.Line() == "ip link") lists.push_back(call.seconds);
+    }
+    ASSERT_EQ(lists.size(), 4u) << box.CallLog();  // the third is the question's
+    for (const double gap : {lists[1] - lists[0], lists[3] - lists[1]}) {
+        EXPECT_GE(gap, 4.9);
+        EXPECT_LE(gap, 5.9);
+    }
+}
+
+// ---- actions ----
+
+struct Action {
+    const char* keys;
+    std::vector<std::string> words;  // of the network script, in order
+    std::vector<std::string> screen;
+};
+
+std::vector<Action> Actions() {
+    return {
+        {"<Home><Enter>", {"start"}, {"Starting all interfaces...", "network start all"}},
+        {"d<Enter>", {"stop"}, {"Stopping all interfaces...", "network stop all"}},
+        {"<Home>u<Enter>",
+         {"stop", "start"},
+         {"Stopping all interfaces...", "network stop all", "Starting all interfaces...",
+          "network start all"}},
+    };
+}
+
+class MainMenuActions : public testing::Test {
+  protected:
+    // A script that says what it does, and waits for the file /run/go.
+    void SlowNetworkScript() {
+        box.StandInScript(kNetworkScript,
+                          "echo \"network $*\"; while [ ! -e /run/go ]; do sleep 0.01; done;"
+                          "rm /run/go");
+    }
+
+    // Until the plain screen of the terminal shows these lines, and nothing else.
+    void WaitForPlainScreen(Terminal& t, std::vector<std::string> lines,
+                            Place place = Place::current()) {
+        lines.resize(static_cast<size_t>(t.rows()));
+        WaitForScreen(t, lines, 10, place);
+    }
+
+    // The terminal as a command wants it: whole lines, a cursor, no mouse reports.
+    void ExpectPlainTerminal(Terminal& t) {
+        EXPECT_TRUE(t.LineMode());
+        EXPECT_FALSE(t.AltScreen());
+        EXPECT_TRUE(t.CursorVisible());
+        EXPECT_TRUE(t.MouseReporting().empty());
+    }
+
+    void ExpectCommandCalls(const std::vector<Call>& calls) {
+        for (const Call& call : calls) {
+            EXPECT_EQ(call.mode, Mode::kLine) << call;
+            EXPECT_FALSE(call.sigchld_ignored || call.sigint_ignored || call.sigquit_ignored)
+                << call;
+        }
+    }
+
+    // Back in the menu, with its screen, its hidden cursor and its mouse.
+    void WaitForTheMenuBack(Terminal& t) {
+        WaitForScreen(t, Screen("appliance", {kExitRow}));
+        EXPECT_TRUE(t.AltScreen());
+        EXPECT_FALSE(t.CursorVisible());
+        EXPECT_FALSE(t.LineMode());
+        EXPECT_THAT(t.MouseReporting(), testing::Contains(1003));
+    }
+
+    Machine box;
+};
+
+TEST_F(MainMenuActions, RunTheNetworkScriptOnThePlainTerminal) {
+    SlowNetworkScript();
+    for (const Action& action : Actions()) {
+        SCOPED_TRACE(action.keys);
+        box.ForgetCalls();
+        MainMenu t(box);
+        t.Press(action.keys);
+        t.WaitFor("Are you sure? [y/n]");
+        t.Press("y");
+        std::vector<std::string> shown;
+        for (size_t i = 0; i < action.words.size(); i++) {
+            shown.insert(shown.end(), {action.screen[2 * i], action.screen[2 * i + 1]});
+            WaitForPlainScreen(t, shown);
+            ExpectPlainTerminal(t);
+            EXPECT_EQ(box.Calls().size(), i + 1);
+            box.Write("/run/go", "");
+            box.WaitUntil([&] { return !box.Exists("/run/go"); }, "the script's end");
+        }
+        WaitForTheMenuBack(t);
+        std::vector<std::string> lines;
+        for (const std::string& word : action.words)
+            lines.push_back(std::string(kNetworkScript) + " " + word + " all");
+        EXPECT_EQ(box.CallLines(), lines);
+        ExpectCommandCalls(box.Calls());
+    }
+}
+
+// On a terminal without a second screen the menu is wiped before the messages come.
+TEST_F(MainMenuActions, LeaveABlankTerminal) {
+    SlowNetworkScript();
+    TerminalOptions options;
+    options.term = "vt220";
+    MainMenu t(box, options);
+    OpenQuestion(t);
+    t.Press("y");
+    t.WaitFor("network stop all");
+    std::vector<std::string> lines = t.Screen();
+    std::erase(lines, "");
+    EXPECT_THAT(lines, ElementsAre("Stopping all interfaces...", "network stop all"));
+    box.Write("/run/go", "");
+    WaitForScreen(t, Screen("appliance", {kExitRow}));
+}
+
+TEST_F(MainMenuActions, MessagesGoToStandardError) {
+    box.StandIn(kNetworkScript, "done\n");
+    TerminalOptions options;
+    options.program = "/bin/sh";
+    options.arguments = {"-c", "exec " IFMENU_PROGRAM " 2>/run/messages"};
+    MainMenu t(box, options);
+    t.Press("<Home>u<Enter>y");
+    box.WaitForCalls(kNetworkScript, 2);
+    WaitForTheMenuBack(t);
+    EXPECT_EQ(box.Read("/run/messages"),
+              "Stopping all interfaces...\nStarting all interfaces...\n");
+    EXPECT_THAT(t.Output(), HasSubstr("done\r\ndone\r\n"));
+}
+
+TEST_F(MainMenuActions, NothingRunsWithoutAYesButTheRowsAreMadeAnew) {
+    for (const char* command : {kNetworkScript, "/etc/init.d/service-nscd", "killall"}) {
+        box.StandIn(command);
+    }
+    box.Record("ip");
+    MainMenu t(box);
+    t.WaitFor("Exit this program");
+    for (const char* keys : {"<Home><Enter>", "d<Enter>", "<Home>u<Enter>", "f<Enter>"}) {
+        SCOPED_TRACE(keys);
+        t.Press(keys);
+        t.WaitFor("Are you sure? [y/n]");
+        box.ForgetCalls();
+        t.Press("n");
+        WaitForTheMenuBack(t);
+        EXPECT_THAT(box.CallLines(), ElementsAre("ip link"));
+    }
+}
+
+TEST_F(MainMenuActions, FlushingTheDnsCacheWaitsBeforeTheNewDaemon) {
+    // The old daemon takes its time to end; what the new one says is not to be seen.
+    box.StandInScript("killall", "sleep 0.2; echo 'nscd is gone'");
+    box.StandInScript("/etc/init.d/service-nscd", "echo started; echo loudly >&2");
+    box.Record("ip");
+    MainMenu t(box);
+    t.Press("f<Enter>");
+    t.WaitFor("Are you sure? [y/n]");
+    t.Mark();
+    box.ForgetCalls();
+    t.Press("y");
+    box.WaitForCalls("killall", 1);
+    WaitForPlainScreen(t, {"Restarting DNS cache...", "nscd is gone"});
+    ExpectPlainTerminal(t);
+    box.WaitForCalls("/etc/init.d/service-nscd", 1);
+    WaitForTheMenuBack(t);
+    const std::vector<Call> calls = box.Calls();
+    EXPECT_THAT(box.CallLines(),
+                ElementsAre("killall -w nscd", "/etc/init.d/service-nscd start", "ip link"));
+    ExpectCommandCalls({calls[0], calls[1]});
+    EXPECT_GE(calls[1].seconds - calls[0].seconds, 1.2);
+    EXPECT_LE(calls[1].seconds - calls[0].seconds, 2.2);
+    EXPECT_THAT(t.Output(), Not(HasSubstr("started")));
+    EXPECT_THAT(t.Output(), Not(HasSubstr("loudly")));
+}
+
+// After a command the mouse and the keys work as before.
+TEST_F(MainMenuActions, TheMenuIsWholeAfterwards) {
+    box.StandIn(kNetworkScript);
+    MainMenu t(box);
+    OpenQuestion(t);
+    t.Press("y");
+    box.WaitForCalls(kNetworkScript, 1);
+    WaitForTheMenuBack(t);
+    EXPECT_EQ(t.Style(kFirstLine + 1),
+              "0-3 white/black; 4-9 white/blue bold; 10 white/black reverse; "
+              "11-78 white/blue bold; 79 white/black");
+    t.Hover(kFirstLine + 3, 20);
+    t.WaitUntil([&] { return t.Cell(kFirstLine + 3, 20).fg == kYellow; }, "the row pointed at");
+    t.Click(kFirstLine + 3, 20);
+    t.WaitSelected("Change computer name");
+    t.Press("<Esc>");
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+}
+
+TEST_F(MainMenuActions, TheExitRowEndsTheProgram) {
+    for (const bool by_mouse : {false, true}) {
+        MainMenu t(box);
+        if (by_mouse) {
+            t.Press("e");
+            t.WaitSelected("Exit this program");
+            t.Click(kFirstInterfaceLine, 10);
+        } else {
+            t.Press("e<Enter>");
+        }
+        EXPECT_EQ(t.WaitExit(), Exited(0));
+        EXPECT_TRUE(t.LineMode());
+        EXPECT_FALSE(t.AltScreen());
+    }
+}
+
+// ---- renaming the computer ----
+
+class Renaming : public testing::Test {
+  protected:
+    // Types the name over the old one, whatever that is, and accepts it.
+    void Rename(Terminal& t, const std::string& name, Place place = Place::current()) {
+        t.Press("n<Enter>", place);
+        t.WaitFor("[ESC to cancel]", 10, place);
+        std::string keys = "<Home>";
+        for (int i = 0; i < 70; i++)
+            keys += "<Delete>";
+        t.Press(keys, place);
+        t.Type(name);
+        t.Press("<Enter>", place);
+        t.WaitForGone("[ESC to cancel]", 10, place);
+    }
+
+    Machine box;
+};
+
+TEST_F(Renaming, SetsTheNameAndWritesItsFile) {
+    MainMenu t(box);
+    struct Case {
+        const char *typed, *name;
+    };
+    for (const Case& name :
+         {Case{"studio-2.local_x", "studio-2.local_x"}, Case{"my box", "my-box"},
+          Case{"  a  b c ", "a--b-c"}, Case{"Ort #1 (@home)!", "Ort-#1-(@home)!"}, Case{"", ""}}) {
+        Rename(t, name.typed);
+        WaitForScreen(t, Screen(name.name, {kExitRow}));
+        EXPECT_EQ(KernelName(box), name.name);
+        EXPECT_EQ(box.Read("/etc/hostname"), std::string(name.name) + "\n");
+        t.WaitSelected("Change computer name");
+    }
+}
+
+TEST_F(Renaming, CancelledChangesNothingButLooksAgain) {
+    box.Write("/etc/hostname", "from-the-file\n");
+    box.Record("ip");
+    MainMenu t(box);
+    t.Press("n<Enter>");
+    t.WaitFor("[ESC to cancel]");
+    box.ForgetCalls();
+    t.Press("x y<Esc>");
+    WaitForScreen(t, Screen("appliance", {kExitRow}));
+    EXPECT_THAT(box.CallLines(), ElementsAre("ip link"));
+    EXPECT_EQ(KernelName(box), "appliance");
+    EXPECT_EQ(box.Read("/etc/hostname"), "from-the-file\n");
+}
+
+// The kernel takes names of 64 bytes at most; the file gets what was typed.
+TEST_F(Renaming, ANameThatTheKernelRefusesIsStillWritten) {
+    MainMenu t(box);
+    Rename(t, std::string(65, 'a'));
+    WaitForScreen(t, Screen("appliance", {kExitRow}));
+    EXPECT_EQ(KernelName(box), "appliance");
+    EXPECT_EQ(box.Read("/etc/hostname"), std::string(65, 'a') + "\n");
+}
+
+TEST_F(Renaming, ALongNameIsCut) {
+    MainMenu t(box, Size(24, 160));
+    Rename(t, std::string(140, 'a'));
+    WaitForScreen(t, Screen("appliance", {kExitRow}));
+    EXPECT_EQ(box.Read("/etc/hostname"), std::string(126, 'a') + "\n");
+}
+
+TEST_F(Renaming, AFileThatCannotBeWrittenChangesNothingElse) {
+    box.Remove("/etc/hostname");
+    box.MakeDirectory("/etc/hostname");
+    MainMenu t(box);
+    Rename(t, "other");
+    WaitForScreen(t, Screen("other", {kExitRow}));
+    EXPECT_EQ(KernelName(box), "other");
+    EXPECT_EQ(box.Sh("ls -A /etc/hostname"), "");
+}
+
+TEST_F(Renaming, TheFileIsMadeWhereThereIsNone) {
+    box.Remove("/etc/hostname");
+    MainMenu t(box);
+    Rename(t, "other");
+    WaitForScreen(t, Screen("other", {kExitRow}));
+    EXPECT_EQ(box.Read("/etc/hostname"), "other\n");
+}
+
+TEST_F(Renaming, ALinkedFileStaysLinkedAndKeepsItsMode) {
+    box.Write("/run/name", "a longer name than the new one\n", 0640);
+    box.Remove("/etc/hostname");
+    box.Sh("ln -s /run/name /etc/hostname");
+    MainMenu t(box);
+    Rename(t, "other");
+    WaitForScreen(t, Screen("other", {kExitRow}));
+    EXPECT_EQ(box.Read("/run/name"), "other\n");
+    EXPECT_EQ(box.Sh("readlink /etc/hostname; stat -c %a /run/name"), "/run/name\n640\n");
+}
+
+}  // namespace
+}  // namespace bench
