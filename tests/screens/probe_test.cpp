@@ -261,10 +261,16 @@ TEST_F(WirelessProbe, FrequenciesAndChannels) {
                   "\nwlan0 ap 00:11:22:33:44:55\n");
         ExpectPieces(t, std::string(card.piece) + "A/P 00:11:22:33:44:55");
     }
-    // Beyond all sense, but within bounds.
-    box.Cards("wlan0 name IEEE 802.11\nwlan0 freq 2000000000 300\n");
+    // Beyond all sense, but within bounds: more digits than the row has columns.
+    box.Cards("wlan0 name IEEE 802.11\nwlan0 freq 2147483647 290\n");
     LookAgain(t);
-    t.WaitFor("       Wireless: @2000000000000");
+    t.WaitUntil(
+        [&] {
+            const std::string row = t.Row(kStatusLine);
+            return row.find("       Wireless: @21474836") == 0 && row.size() == 159 &&
+                   row.find_first_not_of("0123456789", 18) == std::string::npos;
+        },
+        "a row full of digits");
     EXPECT_EQ(t.Row(kStatusLine + 1), "");
 }
 
