@@ -1,13 +1,12 @@
 #include "app/main_menu.h"
 
 #include <curses.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <string>
-#include <vector>
 
 #include "app/system_screen.h"
+#include "net/interface_refresh.h"
 #include "net/interface_screen.h"
 #include "net/interface_status.h"
 #include "net/interface_table.h"
@@ -36,6 +35,7 @@ constexpr const char* kStopAll = "/etc/init.d/network stop all";
 // What the screen keeps while it is shown.
 struct MainMenuState {
     std::string host_name;
+    InterfaceRefresh refresh;
     int result = 0;
 };
 
@@ -120,31 +120,32 @@ std::string InterfaceRow(int number, const std::string& name, const std::string&
     return text;
 }
 
-void AddInterface(Menu& menu, int number, const std::string& name, const InterfaceFacts& facts) {
-    const RouteEntry* route = FindGateway(name);
+void AddInterface(Menu& menu, int number, const GatheredInterface& interface) {
     InterfaceStatus status;
-    UnderstandInterface(facts, route != nullptr ? route->gateway : 0, status);
-    const std::string address =
-        facts.hardware_address ? FormatHardwareAddress(*facts.hardware_address) : "";
-    StoreInterface(static_cast<std::size_t>(number - 1), name, address);
-    menu.SetHotKey(
-        menu.AddItem(InterfaceRow(number, name, address, status), kFirstInterface + number - 1),
-        InterfaceHotKey(number));
+    UnderstandGathered(interface, status);
+    const auto& hardware_address = interface.facts.hardware_address;
+    const std::string address = hardware_address ? FormatHardwareAddress(*hardware_address) : "";
+    StoreInterface(static_cast<std::size_t>(number - 1), interface.name, address);
+    menu.SetHotKey(menu.AddItem(InterfaceRow(number, interface.name, address, status),
+                                kFirstInterface + number - 1),
+                   InterfaceHotKey(number));
     for (const std::string& row : FormatInterfaceStatus(status)) {
         menu.AddInformation(row, kInformation);
     }
     menu.AddSeparator();
 }
 
-void AddInterfaces(Menu& menu) {
-    const std::vector<std::string> names =
-        ParseInterfaceList(CommandOutput("ip link").value_or(std::string()));
-    const int packet_socket = OpenPacketSocket();
-    int number = 0;
-    for (const std::string& name : names) {
-        AddInterface(menu, ++number, name, GatherInterface(name, packet_socket));
+// From the refresh that has just come to its end, or else from one made here and now.
+void AddInterfaces(Menu& menu, InterfaceRefresh& refresh) {
+    if (!refresh.complete) {
+        StartRefresh(refresh);
+        FinishRefresh(refresh);
     }
-    if (packet_socket >= 0) close(packet_socket);
+    int number = 0;
+    for (const GatheredInterface& interface : refresh.interfaces) {
+        AddInterface(menu, ++number, interface);
+    }
+    AbandonRefresh(refresh);
 }
 
 void AddRows(Menu& menu, MainMenuState& state) {
@@ -155,7 +156,7 @@ void AddRows(Menu& menu, MainMenuState& state) {
     menu.AddSeparator();
     UpdateRouteInfo();
     CheckMultipleGateways();
-    AddInterfaces(menu);
+    AddInterfaces(menu, state.refresh);
     if (multipleGateways != 0) {
         menu.SetMarked(menu.AddInformation("WARNING: Multiple gateways active", kInformation),
                        true);
@@ -207,6 +208,9 @@ int RunMainMenu() {
     RunScreen({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
                .paint = [&](Menu& menu) { Paint(menu, state); },
                .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
-               .refresh_seconds = kRefreshSeconds});
+               .refresh_seconds = kRefreshSeconds,
+               .start_refresh = [&] { StartRefresh(state.refresh); },
+               .refresh_is_done = [&] { return ContinueRefresh(state.refresh); },
+               .abandon_refresh = [&] { AbandonRefresh(state.refresh); }});
     return state.result;
 }

@@ -1,4 +1,4 @@
-// The queries of interface_status.h: sockets, ioctls, the `ip` command and the radio-kill files.
+// The queries of interface_status.h: sockets, ioctls and the radio-kill files.
 #include <arpa/inet.h>
 #include <linux/ethtool.h>
 #include <linux/sockios.h>
@@ -15,7 +15,6 @@
 #include <cstring>
 
 #include "net/interface_status.h"
-#include "net/route_table.h"
 #include "util/command.h"
 
 namespace {
@@ -136,7 +135,7 @@ int OpenPacketSocket() {
     return socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, htons(ETHERTYPE_IP));
 }
 
-InterfaceFacts GatherInterface(const std::string& name, int packet_socket) {
+InterfaceFacts AskInterface(const std::string& name, int packet_socket) {
     InterfaceFacts facts;
     if (packet_socket >= 0) {
         facts.packet_socket = true;
@@ -145,17 +144,12 @@ InterfaceFacts GatherInterface(const std::string& name, int packet_socket) {
         facts.up = AskUp(packet_socket, name);
     }
     GatherIPv4(name, facts);
-    facts.global_addresses = CommandOutput("ip addr show dev " + ShellWord(name) + " scope global");
     GatherWireless(name, facts);
     return facts;
 }
 
-void ProbeInterfaceStatus(const std::string& name, InterfaceStatus& status) {
-    const int packet_socket = OpenPacketSocket();
-    const InterfaceFacts facts = GatherInterface(name, packet_socket);
-    if (packet_socket >= 0) close(packet_socket);
-    const RouteEntry* route = FindGateway(name);
-    UnderstandInterface(facts, route != nullptr ? route->gateway : 0, status);
+std::string GlobalAddressCommand(const std::string& name) {
+    return "ip addr show dev " + ShellWord(name) + " scope global";
 }
 
 bool IsWirelessInterface(const std::string& name) {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "net/interface_config.h"
+#include "net/interface_refresh.h"
 #include "net/interface_status.h"
 #include "net/route_table.h"
 #include "net/settings_editor.h"
@@ -26,6 +27,7 @@ struct InterfaceState {
     InterfaceEntry interface;  // its address text is its configuration name
     bool is_wireless = false;
     bool has_rfkill = false;
+    InterfaceRefresh refresh;
     int soft_rfkill = 0;     // the last one that could be read
     InterfaceStatus status;  // kept: a link text outlives a query that fails
     int result = 0;
@@ -114,7 +116,12 @@ constexpr ActionRow kActionRows[] = {
 void AddStatusRows(Menu& menu, InterfaceState& state) {
     UpdateRouteInfo();
     CheckMultipleGateways();
-    ProbeInterfaceStatus(state.interface.name, state.status);
+    if (!state.refresh.complete) {
+        StartRefresh(state.refresh, state.interface.name);
+        FinishRefresh(state.refresh);
+    }
+    UnderstandGathered(state.refresh.interfaces.front(), state.status);
+    AbandonRefresh(state.refresh);
     menu.AddInformation(state.status.link + "  " + state.status.up, kFirstRow);
     for (const std::string& row : FormatInterfaceStatus(state.status)) {
         menu.AddInformation(row, kInformation);
@@ -160,6 +167,9 @@ int InterfaceScreen(const InterfaceEntry& interface) {
     RunScreen({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
                .paint = [&](Menu& menu) { Paint(menu, state); },
                .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
-               .refresh_seconds = kRefreshSeconds});
+               .refresh_seconds = kRefreshSeconds,
+               .start_refresh = [&] { StartRefresh(state.refresh, state.interface.name); },
+               .refresh_is_done = [&] { return ContinueRefresh(state.refresh); },
+               .abandon_refresh = [&] { AbandonRefresh(state.refresh); }});
     return state.result;
 }

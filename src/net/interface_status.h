@@ -1,9 +1,10 @@
 // The live state of one interface, and the rows that show it.
 //
-// Gathering (GatherInterface: sockets, ioctls, one command, the radio-kill files) is apart from
-// understanding (UnderstandInterface) and from wording (FormatInterfaceStatus): the latter two are
-// functions of what was gathered and need no machine. Every query is optional: one that fails
-// leaves its piece of the state out, or the previous link text in place; nothing is reported.
+// Gathering (AskInterface: sockets, ioctls, the radio-kill files; net/interface_refresh.h:
+// commands) is apart from understanding (UnderstandInterface) and from wording
+// (FormatInterfaceStatus): the latter two are functions of what was gathered and need no machine.
+// Every query is optional: one that fails leaves its piece of the state out, or the previous link
+// text in place; nothing is reported.
 #pragma once
 
 #include <netinet/in.h>
@@ -63,18 +64,18 @@ struct InterfaceFacts {
 // is answered), so one serves all interfaces of a refresh. The caller closes it.
 int OpenPacketSocket();
 
-// Asks everything of that interface. `packet_socket` may be -1.
-InterfaceFacts GatherInterface(const std::string& name, int packet_socket);
+// Asks the kernel everything of that interface. `packet_socket` may be -1. The global addresses are
+// left out: they are what GlobalAddressCommand prints.
+InterfaceFacts AskInterface(const std::string& name, int packet_socket);
+
+// "ip addr show dev NAME scope global"
+std::string GlobalAddressCommand(const std::string& name);
 
 // Puts what was gathered into the record. `gateway` is the gateway word of the interface's route,
 // 0 when it has none. `link` and `up` stay as they were when no packet socket could be had, `link`
 // also when its query failed; `ipv6` stays when the command could not be started.
 void UnderstandInterface(const InterfaceFacts& facts, std::uint32_t gateway,
                          InterfaceStatus& status);
-
-// Both, with a packet socket of its own and the gateway from RouteTable (net/route_table.h), which
-// should have been refreshed just before.
-void ProbeInterfaceStatus(const std::string& name, InterfaceStatus& status);
 
 // The rows below the interface's first one, each present or absent: IPv4 with netmask and gateway,
 // IPv6, wireless.

@@ -17,6 +17,20 @@ void RebuildRows(const Screen& screen, Menu& menu) {
     screen.add_rows(menu);
 }
 
+// Makes the rows anew when it is asked for, or when the time for it has come.
+void Refresh(const Screen& screen, Menu& menu, double& next_refresh) {
+    const double now = now_seconds();
+    const bool due = screen.refresh_seconds > 0 && now >= next_refresh;
+    if (due) next_refresh = now + screen.refresh_seconds;
+    if (menu.rebuild) {
+        if (screen.abandon_refresh) screen.abandon_refresh();
+    } else if (due && screen.start_refresh) {
+        screen.start_refresh();
+    }
+    const bool done = screen.refresh_is_done && screen.refresh_is_done();
+    if (menu.rebuild || done || (due && !screen.start_refresh)) RebuildRows(screen, menu);
+}
+
 void Repaint(const Screen& screen, Menu& menu) {
     menu.ClearRedraw();
     attrset(PairAttribute(Colour::Text));
@@ -32,6 +46,7 @@ void Activate(const Screen& screen, Menu& menu) {
     const MenuItem* item = menu.ItemAt(menu.selection);
     if (item == nullptr || item->Has(MenuItem::kUnselectable)) return;
     const MenuItem activated = *item;
+    if (screen.abandon_refresh) screen.abandon_refresh();
     screen.act(menu, activated);
 }
 
@@ -43,12 +58,7 @@ void RunScreen(const Screen& screen) {
     menu.rebuild = true;
     double next_refresh = 0;
     do {
-        const double now = now_seconds();
-        if (screen.refresh_seconds > 0 && now >= next_refresh) {
-            next_refresh = now + screen.refresh_seconds;
-            menu.rebuild = true;
-        }
-        if (menu.rebuild) RebuildRows(screen, menu);
+        Refresh(screen, menu, next_refresh);
         if (menu.NeedsRedraw()) Repaint(screen, menu);
         menu.Idle();
         const int key = ReadKey();

@@ -1,6 +1,7 @@
 #include "util/command.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -67,16 +68,11 @@ int WaitFor(pid_t pid) {
     return status;
 }
 
-std::string ReadToEnd(int descriptor) {
-    std::string text;
-    char buffer[4096];
+// Until the pipe has something to read or is at its end; ending signals are let in meanwhile.
+void WaitForOutput(int descriptor) {
+    pollfd output = {descriptor, POLLIN, 0};
     const OpenSignalGate open;
-    for (;;) {
-        const ssize_t count = read(descriptor, buffer, sizeof buffer);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return text;
-        text.append(buffer, static_cast<size_t>(count));
-    }
+    poll(&output, 1, -1);
 }
 
 // A command that has ended without reading must not end this program by SIGPIPE.
@@ -116,18 +112,48 @@ int RunCommand(const std::string& command) {
     return status;
 }
 
-std::optional<std::string> CommandOutput(const std::string& command) {
+std::optional<RunningCommand> StartCommand(const std::string& command) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
-    const pid_t pid = StartShell(command, {.output = ends[1]});
+    RunningCommand running;
+    running.pid = StartShell(command, {.output = ends[1]});
     close(ends[1]);
-    std::optional<std::string> output;
-    if (pid > 0) {
-        output = ReadToEnd(ends[0]);
-        WaitFor(pid);
+    if (running.pid < 0) {
+        close(ends[0]);
+        return std::nullopt;
     }
-    close(ends[0]);
-    return output;
+    fcntl(ends[0], F_SETFL, O_NONBLOCK);
+    running.descriptor = ends[0];
+    return running;
+}
+
+bool ReadAvailable(RunningCommand& command) {
+    char buffer[4096];
+    while (command.descriptor >= 0) {
+        const ssize_t count = read(command.descriptor, buffer, sizeof buffer);
+        if (count > 0) {
+            command.output.append(buffer, static_cast<size_t>(count));
+        } else if (count < 0 && errno == EAGAIN) {
+            return false;
+        } else if (count == 0 || errno != EINTR) {
+            Abandon(command);
+        }
+    }
+    return true;
+}
+
+void Abandon(RunningCommand& command) {
+    if (command.descriptor >= 0) close(command.descriptor);
+    command.descriptor = -1;
+}
+
+std::optional<std::string> CommandOutput(const std::string& command) {
+    auto running = StartCommand(command);
+    if (!running) return std::nullopt;
+    while (!ReadAvailable(*running))
+        WaitForOutput(running->descriptor);
+    WaitFor(running->pid);
+    return std::move(running->output);
 }
 
 void FeedCommand(const std::string& command, std::initializer_list<std::string_view> input) {

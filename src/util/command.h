@@ -19,9 +19,26 @@
 // ignores SIGCHLD.
 int RunCommand(const std::string& command);
 
+// A command that runs beside the program: its output comes through a pipe, its standard error is
+// dropped (the screen is up, and a complaint would land in the middle of it).
+struct RunningCommand {
+    pid_t pid = -1;
+    int descriptor = -1;  // of the pipe; -1 when all has been read
+    std::string output;   // what has been read so far
+};
+
+// Nothing when it can't be started.
+std::optional<RunningCommand> StartCommand(const std::string& command);
+
+// Takes what the command has written meanwhile, without waiting. True when it has closed its
+// output, which then is whole.
+bool ReadAvailable(RunningCommand& command);
+
+// Stops listening to the command.
+void Abandon(RunningCommand& command);
+
 // Runs the command and returns what it wrote to standard output; nothing when it can't be
-// started. Its standard error is dropped: the screen is up, and a complaint would land in the
-// middle of it.
+// started. Its standard error is dropped, too.
 std::optional<std::string> CommandOutput(const std::string& command);
 
 // Runs the command on the program's own terminal with those texts, one after another, as its

@@ -6,7 +6,8 @@
 #include <cerrno>
 
 std::optional<std::string> ReadWholeFile(const char* path) {
-    const int descriptor = open(path, O_RDONLY | O_CLOEXEC);
+    // Without O_NONBLOCK a pipe in the file's place would hang the program.
+    const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0) return std::nullopt;
     std::string text;
     char buffer[16384];

@@ -1,0 +1,133 @@
+#include "net/interface_refresh.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "net/interface_table.h"
+#include "net/route_table.h"
+#include "util/signal_gate.h"
+
+namespace {
+
+// Commands that run at the same time, and how many of them are started before the next key may be
+// answered.
+constexpr std::ptrdiff_t kMostCommands = 64;
+constexpr std::size_t kStartsAtOnce = 4;
+
+// Closes the socket in a child: whoever closes it last waits for the kernel.
+void CloseBeside(int socket) {
+    if (socket < 0) return;
+    if (fork() == 0) _exit(0);
+    close(socket);
+}
+
+void AskKernel(InterfaceRefresh& refresh) {
+    const int packet_socket = OpenPacketSocket();
+    for (GatheredInterface& interface : refresh.interfaces) {
+        interface.facts = AskInterface(interface.name, packet_socket);
+    }
+    CloseBeside(packet_socket);
+}
+
+std::ptrdiff_t RunningCommands(const InterfaceRefresh& refresh) {
+    return std::count_if(refresh.interfaces.begin(), refresh.interfaces.end(),
+                         [](const GatheredInterface& each) { return each.addresses.has_value(); });
+}
+
+void StartCommands(InterfaceRefresh& refresh) {
+    std::ptrdiff_t running = RunningCommands(refresh);
+    const std::size_t end = std::min(refresh.interfaces.size(), refresh.asked + kStartsAtOnce);
+    while (refresh.asked < end && running < kMostCommands) {
+        GatheredInterface& interface = refresh.interfaces[refresh.asked++];
+        interface.addresses = StartCommand(GlobalAddressCommand(interface.name));
+        if (interface.addresses) ++running;
+    }
+}
+
+// The commands first: they run while the kernel is asked.
+void AskAll(InterfaceRefresh& refresh) {
+    StartCommands(refresh);
+    AskKernel(refresh);
+}
+
+void TakeList(InterfaceRefresh& refresh) {
+    for (std::string& name : ParseInterfaceList(refresh.list->output)) {
+        refresh.interfaces.push_back({.name = std::move(name), .facts = {}});
+    }
+    refresh.list.reset();
+    AskAll(refresh);
+}
+
+void TakeAddresses(GatheredInterface& interface) {
+    if (!interface.addresses || !ReadAvailable(*interface.addresses)) return;
+    interface.facts.global_addresses = std::move(interface.addresses->output);
+    interface.addresses.reset();
+}
+
+// Until one of the answers goes on.
+void WaitForAnswers(const InterfaceRefresh& refresh) {
+    std::vector<pollfd> awaited;
+    if (refresh.list) awaited.push_back({refresh.list->descriptor, POLLIN, 0});
+    for (const GatheredInterface& interface : refresh.interfaces) {
+        if (interface.addresses) awaited.push_back({interface.addresses->descriptor, POLLIN, 0});
+    }
+    if (awaited.empty()) return;
+    const OpenSignalGate open;
+    poll(awaited.data(), awaited.size(), -1);
+}
+
+}  // namespace
+
+void StartRefresh(InterfaceRefresh& refresh) {
+    AbandonRefresh(refresh);
+    refresh.running = true;
+    refresh.list = StartCommand("ip link");
+}
+
+void StartRefresh(InterfaceRefresh& refresh, const std::string& name) {
+    AbandonRefresh(refresh);
+    refresh.running = true;
+    refresh.interfaces.push_back({.name = name, .facts = {}});
+    AskAll(refresh);
+}
+
+bool ContinueRefresh(InterfaceRefresh& refresh) {
+    if (!refresh.running) return false;
+    if (refresh.list) {
+        if (!ReadAvailable(*refresh.list)) return false;
+        TakeList(refresh);
+    }
+    for (GatheredInterface& interface : refresh.interfaces)
+        TakeAddresses(interface);
+    StartCommands(refresh);
+    refresh.complete = refresh.asked == refresh.interfaces.size() && RunningCommands(refresh) == 0;
+    refresh.running = !refresh.complete;
+    return refresh.complete;
+}
+
+void FinishRefresh(InterfaceRefresh& refresh) {
+    while (refresh.running && !ContinueRefresh(refresh))
+        WaitForAnswers(refresh);
+}
+
+void AbandonRefresh(InterfaceRefresh& refresh) {
+    if (refresh.list) Abandon(*refresh.list);
+    for (GatheredInterface& interface : refresh.interfaces) {
+        if (interface.addresses) Abandon(*interface.addresses);
+    }
+    refresh = {};
+}
+
+void UnderstandGathered(const GatheredInterface& interface, InterfaceStatus& status) {
+    const RouteEntry* route = FindGateway(interface.name);
+    UnderstandInterface(interface.facts, route != nullptr ? route->gateway : 0, status);
+}
+
+void ProbeInterfaceStatus(const std::string& name, InterfaceStatus& status) {
+    InterfaceRefresh refresh;
+    StartRefresh(refresh, name);
+    FinishRefresh(refresh);
+    UnderstandGathered(refresh.interfaces.front(), status);
+}
