@@ -36,9 +36,9 @@ std::ptrdiff_t RunningCommands(const InterfaceRefresh& refresh) {
                          [](const GatheredInterface& each) { return each.addresses.has_value(); });
 }
 
-void StartCommands(InterfaceRefresh& refresh) {
+void StartCommands(InterfaceRefresh& refresh, std::size_t starts) {
     std::ptrdiff_t running = RunningCommands(refresh);
-    const std::size_t end = std::min(refresh.interfaces.size(), refresh.asked + kStartsAtOnce);
+    const std::size_t end = std::min(refresh.interfaces.size(), refresh.asked + starts);
     while (refresh.asked < end && running < kMostCommands) {
         GatheredInterface& interface = refresh.interfaces[refresh.asked++];
         interface.addresses = StartCommand(GlobalAddressCommand(interface.name));
@@ -48,7 +48,7 @@ void StartCommands(InterfaceRefresh& refresh) {
 
 // The commands first: they run while the kernel is asked.
 void AskAll(InterfaceRefresh& refresh) {
-    StartCommands(refresh);
+    StartCommands(refresh, kStartsAtOnce);
     AskKernel(refresh);
 }
 
@@ -101,15 +101,18 @@ bool ContinueRefresh(InterfaceRefresh& refresh) {
     }
     for (GatheredInterface& interface : refresh.interfaces)
         TakeAddresses(interface);
-    StartCommands(refresh);
+    StartCommands(refresh, kStartsAtOnce);
     refresh.complete = refresh.asked == refresh.interfaces.size() && RunningCommands(refresh) == 0;
     refresh.running = !refresh.complete;
     return refresh.complete;
 }
 
 void FinishRefresh(InterfaceRefresh& refresh) {
-    while (refresh.running && !ContinueRefresh(refresh))
+    while (refresh.running && !ContinueRefresh(refresh)) {
+        // Nobody's key waits.
+        StartCommands(refresh, refresh.interfaces.size());
         WaitForAnswers(refresh);
+    }
 }
 
 void AbandonRefresh(InterfaceRefresh& refresh) {

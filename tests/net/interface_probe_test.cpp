@@ -2,6 +2,7 @@
 // them: one that is up has link, one that is down has none.
 #include <gtest/gtest.h>
 
+#include "net/interface_refresh.h"
 #include "net/interface_status.h"
 #include "net/route_table.h"
 #include "util/command.h"
@@ -75,7 +76,7 @@ TEST(ProbeInterfaceStatus, OfAnInterfaceThatHasGoneOnlyTheLinkTextStays) {
               "Link active|\n");
 }
 
-TEST(GatherInterface, LearnsTheHardwareAddress) {
+TEST(AskInterface, LearnsTheHardwareAddress) {
     const Answer answer = AnswerInChild(
         [] {
             return EnterNetwork({{"eth0", nullptr}});
@@ -83,19 +84,19 @@ TEST(GatherInterface, LearnsTheHardwareAddress) {
         [] {
             RunCommand("ip link set eth0 address 02:00:00:ab:cd:ef");
             const int socket = OpenPacketSocket();
-            const InterfaceFacts facts = GatherInterface("eth0", socket);
+            const InterfaceFacts facts = AskInterface("eth0", socket);
             printf(
                 "%s",
                 FormatHardwareAddress(facts.hardware_address.value_or(HardwareAddress{})).c_str());
-            return GatherInterface("eth1", socket).hardware_address.has_value() ? 1L : 0L;
+            return AskInterface("eth1", socket).hardware_address.has_value() ? 1L : 0L;
         });
     SKIP_WHERE_REFUSED(answer);
     EXPECT_EQ(answer.output, "02:00:00:AB:CD:EF");
     EXPECT_EQ(answer.value, 0);
 }
 
-TEST(GatherInterface, WithoutAPacketSocketLinkAndFlagsAreNotAsked) {
-    const InterfaceFacts facts = GatherInterface("lo", -1);
+TEST(AskInterface, WithoutAPacketSocketLinkAndFlagsAreNotAsked) {
+    const InterfaceFacts facts = AskInterface("lo", -1);
     EXPECT_FALSE(facts.packet_socket);
     EXPECT_FALSE(facts.hardware_address.has_value());
     EXPECT_FALSE(facts.link.has_value());
@@ -103,10 +104,10 @@ TEST(GatherInterface, WithoutAPacketSocketLinkAndFlagsAreNotAsked) {
     EXPECT_TRUE(facts.inet_socket);
 }
 
-TEST(GatherInterface, TakesNamesThatNoInterfaceHas) {
+TEST(AskInterface, TakesNamesThatNoInterfaceHas) {
     for (const std::string& name : {std::string(), std::string("a b"), std::string("$(echo lo)"),
                                     std::string("veth0@if5"), std::string(127, 'x')}) {
-        const InterfaceFacts facts = GatherInterface(name, -1);
+        const InterfaceFacts facts = AskInterface(name, -1);
         EXPECT_EQ(facts.address_family, 0) << name;
         EXPECT_FALSE(facts.is_wireless) << name;
         EXPECT_EQ(LastGlobalIPv6(facts.global_addresses.value_or("")), "") << name;
