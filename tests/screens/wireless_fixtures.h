@@ -1,0 +1,170 @@
+// A machine with one wireless card, a wpa_cli that answers as the test wants it, and the way to the
+// screens: what the tests of the wireless screens share.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "machine.h"
+#include "terminal.h"
+
+namespace wireless {
+
+using namespace bench;
+using Words = std::vector<std::string>;
+
+constexpr const char* kNetwork = "/etc/init.d/network";
+constexpr const char* kPidFile = "/var/network/02:1a:2b:3c:4d:5e/wpa_supplicant.pid";
+constexpr const char* kMainMenu = "Network configuration main menu for";
+constexpr const char* kInterface = "Network configuration: wlan0 (02:1A:2B:3C:4D:5E)";
+constexpr const char* kList = "Wireless access points for wlan0 (02:1A:2B:3C:4D:5E)";
+
+// The first line of a screen's rows, and how many rows and lines stand above the first network.
+constexpr int kFirstLine = 4;
+constexpr int kRowsAbove = 6;
+
+constexpr const char* kHome = "00:11:22:33:44:55";
+
+// Rows of the supplicant's two listings.
+inline std::string Configured(const std::string& id, const std::string& ssid,
+                              const std::string& bssid, const std::string& flags = "") {
+    return id + "\t" + ssid + "\t" + bssid + "\t" + flags + "\n";
+}
+inline std::string Seen(const std::string& bssid, const std::string& ssid,
+                        const std::string& flags = "[WPA2-PSK-CCMP][ESS]") {
+    return bssid + "\t2437\t-61\t" + flags + "\t" + ssid + "\n";
+}
+
+// The card wlan0, whose supplicant runs, and a recording wpa_cli. It answers the listings and
+// add_network from files, everything else with OK.
+class WirelessBox : public Machine {
+  public:
+    WirelessBox() {
+        Sh("ip link add wlan0 address 02:1a:2b:3c:4d:5e type bridge;"
+           "mkdir -p /mnt/air; mkfifo /mnt/air/gate");
+        Cards("wlan0 name IEEE 802.11\n");
+        MakeDirectory("/var/network/02:1a:2b:3c:4d:5e");
+        Write(kPidFile, "4711\n");
+        StandIn(kNetwork);
+        StandInScript("wpa_cli",
+                      "if rm \"/mnt/air/hold $3\" 2>/dev/null; then read -r _ </mnt/air/gate; fi\n"
+                      "case $3 in\n"
+                      "list_networks) cat /mnt/air/configured ;;\n"
+                      "scan_result) cat /mnt/air/seen ;;\n"
+                      "add_network) cat /mnt/air/number ;;\n"
+                      "*) echo OK ;;\n"
+                      "esac\n");
+        SetConfigured("");
+        SetSeen("");
+        SetNumber("0\n");
+    }
+
+    void SetConfigured(const std::string& rows) {
+        Write("/mnt/air/configured", "network id / ssid / bssid / flags\n" + rows);
+    }
+    void SetSeen(const std::string& rows) {
+        Write("/mnt/air/seen", "bssid / frequency / signal level / flags / ssid\n" + rows);
+    }
+    // What add_network answers.
+    void SetNumber(const std::string& answer) { Write("/mnt/air/number", answer); }
+
+    // The next call of wpa_cli with this command waits for Release().
+    void Hold(const std::string& command) { Write("/mnt/air/hold " + command, ""); }
+    void Release() { Write("/mnt/air/gate", "\n"); }
+
+    // The calls of wpa_cli, their words joined by "|", without the interface they all name; those
+    // that only look apart from those that do something.
+    Words Commands() {
+        Words commands;
+        for (const Call& call : Calls("wpa_cli"))
+            commands.push_back(Joined(call));
+        return commands;
+    }
+    Words Actions() {
+        Words actions = Commands();
+        const auto looks = [](const std::string& command) {
+            return command == "list_networks" || command == "scan_result";
+        };
+        actions.erase(std::remove_if(actions.begin(), actions.end(), looks), actions.end());
+        return actions;
+    }
+    std::ptrdiff_t Count(const std::string& command) {
+        const Words commands = Commands();
+        return std::count(commands.begin(), commands.end(), command);
+    }
+    void WaitForCommand(const std::string& command, std::ptrdiff_t n = 1,
+                        Place place = Place::Here()) {
+        const std::string what = std::to_string(n) + " calls of wpa_cli with " + command;
+        WaitUntil([&] { return Count(command) >= n; }, what, Terminal::kPatience, place);
+    }
+
+    static std::string Joined(const Call& call) {
+        std::string joined;
+        for (const std::string& word : call.args)
+            joined += (joined.empty() ? "" : "|") + word;
+        const std::string interface = "-i|wlan0|";
+        return joined.rfind(interface, 0) == 0 ? joined.substr(interface.size()) : joined;
+    }
+};
+
+// What adding a network runs, from the first command that is always run to the last.
+inline Words AddingRest(const std::string& id) {
+    return {"enable_network|" + id, "select_network|" + id, "set|update_config|1", "save_config"};
+}
+
+// The program with the list of networks on its terminal.
+class List : public Terminal {
+  public:
+    explicit List(Machine& box, TerminalOptions options = {}, Place place = Place::Here())
+        : Terminal(box, options, place) {
+        WaitFor("Exit this program", kPatience, place);
+        Press("1<Enter>w<Enter>", place);
+        WaitFor(kList, kPatience, place);
+        Settle(kPatience, place);
+    }
+};
+
+inline TerminalOptions Size(int rows, int cols) {
+    TerminalOptions options;
+    options.rows = rows;
+    options.cols = cols;
+    return options;
+}
+
+// The keys from anywhere in the list to its n-th network, counted from 0, by the arrow keys: they
+// pass over the separators.
+inline std::string ToNetwork(int n) {
+    std::string keys = "<Home><Down><Down><Down><Down>";
+    for (int i = 0; i < n; i++)
+        keys += "<Down>";
+    return keys;
+}
+
+// Opens the n-th network of the list.
+inline void OpenNetwork(Terminal& t, int n, Place place = Place::Here()) {
+    t.Press(ToNetwork(n) + "<Enter>", place);
+    t.WaitFor("Return to wifi ap menu", Terminal::kPatience, place);
+    t.Settle(Terminal::kPatience, place);
+}
+
+// In an opened network, asks to join it and gives the password.
+inline void Join(Terminal& t, const std::string& password, Place place = Place::Here()) {
+    t.Press("c<Enter>", place);
+    t.WaitFor("Access point password?", Terminal::kPatience, place);
+    t.Type(password);
+    t.Press("<Enter>", place);
+}
+
+// The lines that are not blank.
+inline Words Lines(const Terminal& t) {
+    Words lines;
+    for (const std::string& line : t.Screen()) {
+        if (!line.empty()) lines.push_back(line);
+    }
+    return lines;
+}
+
+}  // namespace wireless

@@ -1,0 +1,170 @@
+// A network's name can be any 32 bytes, and the air is everybody's: nothing in a listing runs a
+// command or drives the terminal.
+#include "wireless_fixtures.h"
+
+namespace wireless {
+namespace {
+
+// What a shell would take for a command, in every way that needs no quote to be closed.
+constexpr const char* kForTheShell =
+    "$(touch /tmp/owned)`touch /tmp/owned`;touch /tmp/owned&touch /tmp/owned|touch /tmp/owned>x<* "
+    " ~ #!! %s%n ${PATH} -x\x01";
+
+// What a terminal would obey: clear, title, colours, sounds, moves, the 8-bit forms of them.
+const std::string kForTheTerminal =
+    "\x1b[2J\x1b[31m\x1b]0;owned\x07\x1b[5;5Howned\x0e\x9b\x33\x31m\x90q\x7f\x08\x08\rowned\x01";
+
+void ExpectNotOwned(WirelessBox& box) {
+    EXPECT_FALSE(box.Exists("/tmp/owned"));
+    EXPECT_EQ(box.Sh("ls /x x 2>/dev/null || true"), "");
+}
+
+TEST(HostileNames, AreOneWordOfTheirCommandAndRunNothing) {
+    WirelessBox box;
+    box.SetSeen(Seen(kHome, kForTheShell));
+    List t(box);
+    OpenNetwork(t, 0);
+    Join(t, "$(touch /tmp/owned);touch /tmp/owned");
+    box.WaitForCommand("save_config");
+    Words expected = {"add_network", "set_network|0|ssid|\"" + std::string(kForTheShell) + "\"",
+                      "set_network|0|bssid|00:11:22:33:44:55", "set_network|0|key_mgmt|WPA-PSK",
+                      "set_network|0|psk|\"$(touch /tmp/owned);touch /tmp/owned\""};
+    const Words rest = AddingRest("0");
+    expected.insert(expected.end(), rest.begin(), rest.end());
+    EXPECT_EQ(box.Actions(), expected);
+    ExpectNotOwned(box);
+}
+
+TEST(HostileNames, ThatCloseQuotesAreLeftOut) {
+    WirelessBox box;
+    box.SetSeen(Seen(kHome, "a\"'; touch /tmp/owned; '\""));
+    List t(box);
+    OpenNetwork(t, 0);
+    Join(t, "x\"'; touch /tmp/owned; '\"");
+    box.WaitForCommand("save_config");
+    Words expected = {"add_network", "set_network|0|bssid|00:11:22:33:44:55",
+                      "set_network|0|key_mgmt|WPA-PSK"};
+    const Words rest = AddingRest("0");
+    expected.insert(expected.end(), rest.begin(), rest.end());
+    EXPECT_EQ(box.Actions(), expected);
+    ExpectNotOwned(box);
+}
+
+TEST(HostileNames, AnAddressIsOneWordWhateverItHolds) {
+    const std::string address = "00:11'; touch /tmp/owned; echo '$(touch /tmp/owned)\\";
+    WirelessBox box;
+    box.SetSeen(Seen(address, "home"));
+    List t(box);
+    OpenNetwork(t, 0);
+    Join(t, "secret words");
+    box.WaitForCommand("save_config");
+    EXPECT_EQ(box.Count("set_network|0|bssid|" + address), 1);
+    EXPECT_EQ(box.Actions().size(), 9u);
+    ExpectNotOwned(box);
+}
+
+TEST(HostileNames, NumbersAreNumbersWhateverFollowsThem) {
+    WirelessBox box;
+    box.SetConfigured(Configured("7;touch /tmp/owned", "attic", "any"));
+    box.SetSeen(Seen(kHome, "home"));
+    box.SetNumber("3$(touch /tmp/owned)\n");
+    {
+        List t(box);
+        OpenNetwork(t, 0);
+        t.Press("c<Enter>");
+        box.WaitForCommand("save_config");
+        EXPECT_EQ(box.Count("select_network|7"), 1);
+    }
+    box.ForgetCalls();
+    List t(box);
+    OpenNetwork(t, 1);
+    Join(t, "");
+    box.WaitForCommand("save_config");
+    EXPECT_EQ(box.Count("select_network|3"), 1);
+    ExpectNotOwned(box);
+}
+
+// Nothing of the hostile bytes has reached the terminal as it stands.
+void ExpectNotDriven(const Terminal& t) {
+    EXPECT_EQ(t.Bells(), 0);
+    for (const char* sequence :
+         {"\x1b[2J\x1b[31m", "\x1b]0;", "\x07", "\x1b[5;5Howned", "\x9b", "\x90", "\x7f"}) {
+        EXPECT_EQ(t.Output().find(sequence), std::string::npos) << testing::PrintToString(sequence);
+    }
+}
+
+// The message, over as many lines as it needs, is all that the plain terminal shows.
+void ExpectMessageAlone(const Terminal& t) {
+    std::string message;
+    for (const std::string& line : Lines(t))
+        message += line;
+    ASSERT_GT(message.size(), 4u);
+    EXPECT_EQ(message.substr(message.size() - 4), "'...");
+    EXPECT_NE(t.Row(0), "");
+}
+
+TEST(HostileNames, DoNotDriveTheTerminal) {
+    WirelessBox box;
+    box.SetConfigured(Configured("7", "z" + kForTheTerminal, "any"));
+    box.SetSeen(Seen(kHome, kForTheTerminal) + Seen(kHome, "home") +
+                Seen("b0:" + kForTheTerminal, "next"));
+    List t(box);
+    const Words list = t.Screen();
+    EXPECT_EQ(list[2], kList);
+    EXPECT_EQ(list[4], "    Return to wifi menu");
+    EXPECT_EQ(list[10].substr(0, 29), "    NEW  00:11:22:33:44:55   ");
+    EXPECT_NE(list[10].find("owned"), std::string::npos);
+    EXPECT_EQ(list[11], "    NEW  00:11:22:33:44:55   home");
+    EXPECT_EQ(list[12].substr(0, 12), "    NEW  b0:");
+    EXPECT_EQ(list[13].substr(0, 30), "          (any)              z");
+    EXPECT_EQ(t.Style(11), "0-3 white/black; 4-78 white/black bold; 79 white/black");
+    ExpectNotDriven(t);
+
+    OpenNetwork(t, 0);
+    const Words network = t.Screen();
+    EXPECT_EQ(network[4], "    BSSID: 00:11:22:33:44:55");
+    EXPECT_EQ(network[5].substr(0, 11), "    SSID: '");
+    EXPECT_EQ(network[5].back(), '\'');
+    EXPECT_EQ(network[7], "    Return to wifi ap menu");
+    box.Hold("set_network");
+    Join(t, "secret words");
+    t.WaitFor("Connecting to access point 00:11:22:33:44:55 '");
+    ExpectMessageAlone(t);
+    ExpectNotDriven(t);
+}
+
+TEST(HostileNames, DoNotDriveTheTerminalWhenTheyAreKnown) {
+    WirelessBox box;
+    box.SetConfigured(Configured("7", kForTheTerminal, "b0:" + kForTheTerminal));
+    List t(box);
+    OpenNetwork(t, 0);
+    const Words network = t.Screen();
+    EXPECT_EQ(network[4].substr(0, 14), "    BSSID: b0:");
+    EXPECT_EQ(network[7], "    Return to wifi ap menu");
+    box.Hold("remove_network");
+    t.Press("cc<Enter>");
+    t.WaitFor("Are you sure? [y/n]");
+    t.Press("y");
+    t.WaitFor("Removing access point b0:");
+    ExpectMessageAlone(t);
+    ExpectNotDriven(t);
+}
+
+TEST(HostileNames, OfManyColumnsPushNothingAside) {
+    WirelessBox box;
+    // Characters of two columns, of none, and one that would begin beyond the edge.
+    std::string wide;
+    for (int i = 0; i < 40; i++)
+        wide += "\xe5\xae\xb6";
+    box.SetSeen(Seen(kHome, wide) + Seen(kHome, "e\xcc\x81\xcc\x81\xcc\x81t\xc3\xa9") +
+                Seen(kHome, "home"));
+    List t(box);
+    EXPECT_EQ(t.Find("home"), kFirstLine + kRowsAbove + 1);
+    EXPECT_EQ(t.Row(kFirstLine + kRowsAbove + 3), "");
+    // 25 columns of the label and 25 characters of two fill the width of 75.
+    EXPECT_EQ(t.Row(kFirstLine + kRowsAbove + 2),
+              "    NEW  00:11:22:33:44:55   " + wide.substr(0, 3 * 25));
+}
+
+}  // namespace
+}  // namespace wireless
