@@ -9,7 +9,7 @@ run_packages="cmake g++ make libncurses-dev ncurses-term iproute2 psmisc util-li
 # And to build and run its tests.
 # shellcheck disable=SC2034
 test_packages="libgtest-dev libgmock-dev libvterm-dev clang-format-14 shellcheck locales strace \
-procps"
+procps samba tigervnc-tools vsftpd openssl"
 
 # MissingPackages PACKAGE...: those that are not installed.
 MissingPackages() {
@@ -26,9 +26,21 @@ $package=installed
     done
 }
 
+# InstallPackages PACKAGE...: the servers among them are for the machines that the tests make; on this
+# one none is started.
 InstallPackages() {
+    policy=/usr/sbin/policy-rc.d
+    made=
+    if [ ! -e $policy ]; then
+        made=$policy
+        printf '#!/bin/sh\nexit 101\n' >$policy
+        chmod 755 $policy
+    fi
     apt-get --quiet update &&
         DEBIAN_FRONTEND=noninteractive apt-get --quiet --yes install --no-install-recommends "$@"
+    status=$?
+    [ -z "$made" ] || rm -f $made
+    return $status
 }
 
 # NeedPackages LOG PACKAGE...: installs those that are missing, with apt's messages in LOG; says so,
