@@ -1,0 +1,183 @@
+// Saves by the real program on odd and failing file systems: the host name's file and a card's
+// settings hold either what they held or what was saved.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "interface_fixtures.h"
+
+namespace bench::one_card {
+namespace {
+
+// A file that the program saves, and the operator's way to save it. Only texts are awaited on that
+// way: under a tracer it is not seen whether the program waits for a key.
+struct Saved {
+    const char* name;
+    std::string path;
+    std::string old_text, new_text;
+    void (*change)(Terminal& t);  // from the main menu's first picture; does not wait for the save
+    const char* afterwards;       // on the screen that follows
+};
+
+void SaveName(Terminal& t) {
+    t.WaitFor("main menu for 'appliance'");
+    t.Press("n<Enter>");
+    t.WaitFor("[ESC to cancel]");
+    t.Type("-2");
+    t.WaitFor("appliance-2");
+    t.Press("<Enter>");
+}
+
+void SaveSettings(Terminal& t) {
+    t.WaitFor("Tavrin 4");
+    t.Press("1<Enter>");
+    t.WaitFor("Network configuration: ");
+    t.Press("c<Enter>");
+    t.WaitFor(kEditorTitle);
+    t.Press("h<Space>");
+    t.WaitFor("Use DHCP gateway address:      no");
+    t.Press("s<Enter>");
+}
+
+const Saved kHostName = {"HostName",      "/etc/hostname", "appliance\n",
+                         "appliance-2\n", SaveName,        "main menu for 'appliance-2'"};
+const Saved kCardSettings = {"Settings",   kSettings,
+                             kPlain,       With(kPlain, "dhcp_gw", "0"),
+                             SaveSettings, "Network configuration: "};
+
+std::ostream& operator<<(std::ostream& out, const Saved& saved) {
+    return out << saved.name;
+}
+
+class Save : public testing::TestWithParam<Saved> {
+  protected:
+    Save() { box.Write(file.path, file.old_text); }
+
+    // Saves, and waits until the program has gone on.
+    void Change() {
+        Terminal t(box);
+        file.change(t);
+        t.WaitFor(file.afterwards);
+        t.Settle();
+    }
+    // The file's folder, for commands.
+    std::string Folder() const { return file.path.substr(0, file.path.rfind('/')); }
+    // What a save could leave behind in the folder.
+    std::string Leftovers(const std::string& folder) {
+        return box.Sh("ls -A " + folder + " | grep ifmenu || true");
+    }
+
+    const Saved& file = GetParam();
+    Box box;
+};
+
+TEST_P(Save, KeepsModeAndOwners) {
+    box.Sh("chmod 640 " + file.path + "; chown 12:34 " + file.path);
+    Change();
+    EXPECT_EQ(box.Read(file.path), file.new_text);
+    EXPECT_EQ(box.Sh("stat -c '%a %u:%g %F' " + file.path), "640 12:34 regular file\n");
+    EXPECT_EQ(Leftovers(Folder()), "");
+}
+
+TEST_P(Save, GoesThroughALink) {
+    box.Sh("mkdir /etc/elsewhere; mv " + file.path + " /etc/elsewhere/file; cd " + Folder() +
+           "; ln -s $(realpath --relative-to=. /etc/elsewhere/file) " + file.path);
+    const std::string link = box.Sh("readlink " + file.path);
+    Change();
+    EXPECT_EQ(box.Sh("readlink " + file.path), link);
+    EXPECT_EQ(box.Read("/etc/elsewhere/file"), file.new_text);
+    EXPECT_EQ(Leftovers("/etc/elsewhere"), "");
+}
+
+TEST_P(Save, WritesAFileThatIsAMountOfItsOwn) {
+    box.Sh("mkdir /etc/elsewhere; cp " + file.path +
+           " /etc/elsewhere/file; mount --bind "
+           "/etc/elsewhere/file " +
+           file.path);
+    Change();
+    EXPECT_EQ(box.Read(file.path), file.new_text);
+    EXPECT_EQ(box.Read("/etc/elsewhere/file"), file.new_text);
+    EXPECT_EQ(Leftovers(Folder()), "");
+}
+
+TEST_P(Save, OnAFullDiskKeepsTheOldFile) {
+    box.Sh("mkdir /etc/full; mount -t tmpfs -o size=64k none /etc/full; mv " + file.path +
+           " /etc/full/file; ln -s /etc/full/file " + file.path +
+           "; cat /dev/zero >/etc/full/filler 2>/dev/null || true");
+    Change();
+    EXPECT_EQ(box.Read("/etc/full/file"), file.old_text);
+    EXPECT_EQ(box.Sh("ls -A /etc/full"), "file\nfiller\n");
+    // With room again the next save gets through.
+    box.Remove("/etc/full/filler");
+    box.Sh("hostname appliance");
+    Change();
+    EXPECT_EQ(box.Read("/etc/full/file"), file.new_text);
+}
+
+TEST_P(Save, OnAReadOnlyDiskKeepsTheOldFile) {
+    box.Sh("mkdir /etc/fixed; mount -t tmpfs none /etc/fixed; mv " + file.path +
+           " /etc/fixed/file; ln -s /etc/fixed/file " + file.path +
+           "; mount -o remount,ro /etc/fixed");
+    Change();
+    EXPECT_EQ(box.Read("/etc/fixed/file"), file.old_text);
+}
+
+TEST_P(Save, LeavesAFolderInItsPlaceAlone) {
+    box.Sh("rm " + file.path + "; mkdir " + file.path);
+    box.Remove(kTemplate);
+    Change();
+    EXPECT_EQ(box.Sh("ls -A " + file.path), "");
+    EXPECT_EQ(Leftovers(Folder()), "");
+}
+
+TEST_P(Save, MakesAFileThatEverybodyMayRead) {
+    box.Remove(file.path);
+    box.Remove(kTemplate);
+    Change();
+    EXPECT_EQ(box.Read(file.path), file.new_text);
+    EXPECT_EQ(box.Sh("stat -c '%a %u:%g' " + file.path), "644 0:0\n");
+}
+
+// Killed before the new file is written, before it takes the old one's place, and behind that.
+TEST_P(Save, KilledOnTheWayLeavesTheOldFileOrTheNewOne) {
+    if (box.Sh("strace -o /dev/null true 2>&1 || echo no") != "") GTEST_SKIP() << "no strace here";
+    box.Sh("chmod 640 " + file.path);
+    const std::string inode = box.Sh("stat -c %i " + file.path);
+    std::string contents;
+    for (const char* fault :
+         {"fchmod:signal=KILL", "fsync:signal=KILL", "rename,renameat,renameat2:signal=KILL",
+          "fsync:signal=KILL:when=2"}) {
+        box.Write(file.path, file.old_text, 0640);
+        box.Sh("hostname appliance");
+        TerminalOptions options;
+        options.program = "/usr/bin/strace";
+        options.arguments = {"-f",
+                             "--seccomp-bpf",
+                             "-qq",
+                             "-o",
+                             "/dev/null",
+                             "-e",
+                             std::string("inject=") + fault,
+                             IFMENU_PROGRAM};
+        Terminal t(box, options);
+        file.change(t);
+        EXPECT_EQ(t.WaitExit(), Killed(SIGKILL)) << fault;
+        const std::string content = box.Read(file.path);
+        EXPECT_TRUE(content == file.old_text || content == file.new_text) << fault << content;
+        EXPECT_EQ(box.Sh("stat -c %a " + file.path), "640\n") << fault;
+        contents += content == file.old_text ? "old " : "new ";
+    }
+    EXPECT_EQ(contents.substr(0, 8), "old old ");
+    EXPECT_EQ(contents.substr(contents.size() - 4), "new ");
+    box.Write(file.path, file.old_text, 0640);
+    box.Sh("hostname appliance");
+    Change();
+    EXPECT_EQ(box.Read(file.path), file.new_text);
+}
+
+INSTANTIATE_TEST_SUITE_P(, Save, testing::Values(kHostName, kCardSettings),
+                         [](const auto& one) { return std::string(one.param.name); });
+
+}  // namespace
+}  // namespace bench::one_card
