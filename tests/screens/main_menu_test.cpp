@@ -287,13 +287,21 @@ TEST_F(Gateways, TwoDefaultRoutesRaiseTheRedRow) {
     }
 }
 
+// The program's number in its machine.
+std::string PidInside(const Terminal& t) {
+    const std::string status = ReadWhole("/proc/" + std::to_string(t.pid()) + "/status");
+    const size_t line = status.find("NSpid:");
+    const std::string numbers = status.substr(line, status.find('\n', line) - line);
+    return numbers.substr(numbers.rfind('\t') + 1);
+}
+
 // The kernel's route table as the program reads it, replaced by a text.
 class RouteTableText : public Gateways {
   protected:
-    void PutRoutes(const std::string& text) {
+    void PutRoutes(const Terminal& t, const std::string& text) {
         if (!box.Exists("/run/net")) {
             box.MakeDirectory("/run/net");
-            box.Sh("mount --bind /run/net /proc/$(pidof ifmenu)/net");
+            box.Sh("mount --bind /run/net /proc/" + PidInside(t) + "/net");
         }
         box.Write("/run/net/route", text);
     }
@@ -342,7 +350,7 @@ TEST_F(RouteTableText, IsReadColumnByColumn) {
     };
     for (const Case& routes : cases) {
         SCOPED_TRACE(routes.what);
-        PutRoutes(routes.text);
+        PutRoutes(t, routes.text);
         LookAgain(t);
         WaitForScreen(t, ScreenWith(routes.first, routes.second, routes.warning));
     }
@@ -473,13 +481,20 @@ TEST(MainMenuRefresh, EveryFiveSecondsTheRowsFollowTheMachine) {
                          32),
                   2);
 
-    // Interfaces go while the last row is selected: there is nothing to activate any more.
-    t.Press("e");
-    t.WaitSelected("Exit this program");
+    // The keys do not wait for the answers. Interfaces go while the last row is selected: there is
+    // nothing to activate any more.
     box.Sh("ip link del eth0; ip link del eth1");
+    box.StandInScript("ip", "while [ ! -e /run/go ]; do sleep 0.01; done; exec /sbin/ip \"$@\"");
+    const size_t calls = box.Calls("ip").size();
+    box.WaitForCalls("ip", calls + 1, 7);
+    t.Press("<Home>");
+    t.WaitSelected("Bring up all interfaces", 2);
+    t.Press("e");
+    t.WaitSelected("Exit this program", 2);
+    box.Write("/run/go", "");
     WaitForScreen(
         t, Screen("renamed", {"    1. eth2    02:00:00:00:00:0D  Disconnected", "", kExitRow}, 32),
-        7);
+        2);
     EXPECT_EQ(t.SelectedRow(), -1);
     t.Press("<Enter><Down>");
     t.WaitSelected("Bring up all interfaces");

@@ -176,6 +176,31 @@ TEST_F(MenuKeys, PagesMayEndOnASeparator) {
     EXPECT_TRUE(box.Calls().empty());
 }
 
+// Nor do HOME and END skip anything: an interface's own screen begins with its state, and the list
+// of its wireless networks, while there are none, ends with a separator.
+TEST(MenuEnds, HomeAndEndMayLandOnWhatCannotBeSelected) {
+    Machine box;
+    box.AddTap("wlan0");
+    box.Cards("wlan0 name IEEE 802.11\n");
+    box.StandIn("wpa_cli");
+    MainMenu t(box);
+    t.Press("1<Enter>");
+    t.WaitFor("Wireless access points");
+    const std::string dim = "0-3 white/black; 4-78 white/blue dim; 79 white/black";
+    t.Press("w<Home>");
+    t.WaitUntil([&] { return t.Style(4) == dim; }, "the state selected");
+    t.Press("<Down>");
+    t.WaitSelected("Bring up this interfaces");
+    t.Press("w<Enter>");
+    t.WaitFor("Scan for access points");
+    t.Press("<End>");
+    t.WaitUntil([&] { return t.Style(9) == dim; }, "the last separator selected");
+    t.Press("<Down>");
+    t.WaitSelected("Return to wifi menu");
+    t.Press("<End><Up>");
+    t.WaitSelected("Disconnect from current access point");
+}
+
 TEST_F(MenuKeys, HotKeysSelectAndNeverActivate) {
     box.StandIn(kNetworkScript);
     MainMenu t(box, Size(40, 80));
