@@ -1,0 +1,154 @@
+// The program with a real supplicant and its real client: a wired one, on a tap, since no kernel
+// makes wireless cards out of nothing. Only what it would find in the air is written by the test.
+// After each action its configuration file is read back.
+#include <unistd.h>
+
+#include "wireless_fixtures.h"
+
+namespace wireless {
+namespace {
+
+constexpr const char* kClient = "/usr/sbin/wpa_cli";
+constexpr const char* kConfig = "/etc/wpa.conf";
+constexpr const char* kHead = "ctrl_interface=/run/wpa_supplicant\nap_scan=0\n";
+constexpr const char* kSaved = "ctrl_interface=/run/wpa_supplicant\nap_scan=0\nupdate_config=1\n";
+
+// A network as it stands in the file: its lines without blanks around them, in their order.
+std::string Network(const Words& lines) {
+    std::string text = "\nnetwork={\n";
+    for (const std::string& line : lines)
+        text += line + "\n";
+    return text + "}\n";
+}
+const Words kAttic = {"ssid=\"attic\"", "psk=\"under the roof\"", "key_mgmt=WPA-PSK"};
+
+Words With(Words lines, const std::string& line) {
+    lines.push_back(line);
+    return lines;
+}
+
+class SupplicantBox : public Machine {
+  public:
+    SupplicantBox() {
+        if (access(kClient, X_OK) != 0) Skip("no wpasupplicant here", Place::Here());
+        AddTap("wlan0");
+        Sh("ip link set wlan0 address 02:1a:2b:3c:4d:5e up; mkdir -p /var/network/"
+           "02:1a:2b:3c:4d:5e /mnt/air");
+        Cards("wlan0 name IEEE 802.11\n");
+        Write(kConfig, kHead + Network(kAttic), 0600);
+        SetSeen("");
+        // The start script's part.
+        StandInScript(kNetwork,
+                      "/usr/sbin/wpa_supplicant -B -D wired -i wlan0 -c /etc/wpa.conf -P " +
+                          std::string(kPidFile));
+        StandInScript("wpa_cli", "if [ \"$3\" = scan_result ]; then cat /mnt/air/seen; else exec " +
+                                     std::string(kClient) + " \"$@\"; fi");
+    }
+    void SetSeen(const std::string& rows) {
+        Write("/mnt/air/seen", "bssid / frequency / signal level / flags / ssid\n" + rows);
+    }
+    // The configuration file without the supplicant's own defaults and without indentation.
+    std::string Config() { return Sh("sed -e '/mesh_fwding=/d' -e 's/^[ \\t]*//' /etc/wpa.conf"); }
+    void WaitForConfig(const std::string& text, Place place = Place::Here()) {
+        WaitUntil([&] { return Config() == text; }, "the configuration\n" + text,
+                  Terminal::kPatience, place);
+    }
+    // What the supplicant says of its networks, as its client prints it.
+    void WaitForNetworks(const std::string& rows, Place place = Place::Here()) {
+        const std::string listing = "network id / ssid / bssid / flags\n" + rows;
+        const auto listed = [&] {
+            return Sh(std::string(kClient) + " -i wlan0 list_networks") == listing;
+        };
+        WaitUntil(listed, "the supplicant's networks\n" + rows, Terminal::kPatience, place);
+    }
+};
+
+const Words kHomeNetwork = {"ssid=\"home\"", "bssid=00:11:22:33:44:55", "psk=\"under the stairs\"",
+                            "key_mgmt=WPA-PSK"};
+constexpr const char* kNewHome = "    NEW  00:11:22:33:44:55   home";
+constexpr const char* kKnownHome = "         00:11:22:33:44:55   home";
+constexpr const char* kKnownAttic = "          (any)              attic";
+constexpr int kFirst = kFirstLine + kRowsAbove;
+
+TEST(RealSupplicant, TakesANewNetworkAndForgetsIt) {
+    SupplicantBox box;
+    box.SetSeen(Seen(kHome, "home"));
+    List t(box);
+    EXPECT_EQ(box.CallLines(kNetwork), Words{"/etc/init.d/network start wlan0"});
+    EXPECT_EQ(t.Row(kFirst), kKnownAttic);
+    EXPECT_EQ(t.Row(kFirst + 1), kNewHome);
+
+    OpenNetwork(t, 1);
+    Join(t, "under the stairs");
+    t.WaitFor("Return to wifi menu");
+    EXPECT_EQ(t.Row(kFirst), kKnownAttic);
+    EXPECT_EQ(t.Row(kFirst + 1), kKnownHome);
+    EXPECT_EQ(box.Config(), kSaved + Network(With(kAttic, "disabled=1")) + Network(kHomeNetwork));
+    box.WaitForNetworks("0\tattic\tany\t[DISABLED]\n1\thome\t00:11:22:33:44:55\t[CURRENT]\n");
+
+    OpenNetwork(t, 1);
+    t.Press("cc<Enter>");
+    t.WaitFor("Are you sure? [y/n]");
+    t.Press("y");
+    t.WaitFor("Return to wifi menu");
+    EXPECT_EQ(t.Row(kFirst + 1), kNewHome) << "it is still in the air";
+    EXPECT_EQ(box.Config(), kSaved + Network(With(kAttic, "disabled=1")));
+    box.WaitForNetworks("0\tattic\tany\t[DISABLED]\n");
+}
+
+TEST(RealSupplicant, ConnectsToOneNetworkToNoneAndToAny) {
+    SupplicantBox box;
+    box.Write(kConfig, kHead + Network(kAttic) + Network(kHomeNetwork), 0600);
+    List t(box);
+    box.WaitForNetworks("0\tattic\tany\t[CURRENT]\n1\thome\t00:11:22:33:44:55\t\n");
+
+    OpenNetwork(t, 1);
+    t.Press("c<Enter>");
+    t.WaitFor("Return to wifi menu");
+    const std::string only_home =
+        kSaved + Network(With(kAttic, "disabled=1")) + Network(kHomeNetwork);
+    EXPECT_EQ(box.Config(), only_home);
+    box.WaitForNetworks("0\tattic\tany\t[DISABLED]\n1\thome\t00:11:22:33:44:55\t[CURRENT]\n");
+
+    t.Press("d<Enter>");
+    t.WaitFor(kInterface);
+    EXPECT_EQ(box.Config(), only_home);
+    box.WaitForNetworks("0\tattic\tany\t[DISABLED]\n1\thome\t00:11:22:33:44:55\t\n");
+
+    t.Press("w<Enter>");
+    t.WaitFor(kKnownHome);
+    t.Press("a<Enter>");
+    box.WaitForConfig(kSaved + Network(kAttic) + Network(kHomeNetwork));
+    box.WaitForNetworks("0\tattic\tany\t[CURRENT]\n1\thome\t00:11:22:33:44:55\t\n");
+}
+
+TEST(RealSupplicant, RefusesAShortPasswordForTheOperatorToSee) {
+    SupplicantBox box;
+    box.SetSeen(Seen(kHome, "home"));
+    List t(box);
+    OpenNetwork(t, 1);
+    Join(t, "7 chars");
+    box.WaitForConfig(kSaved + Network(With(kAttic, "disabled=1")));
+    const Words replies = {"Connecting to access point 00:11:22:33:44:55 'home'...",
+                           "OK",
+                           "OK",
+                           "OK",
+                           "FAIL",
+                           "OK",
+                           "OK",
+                           "OK",
+                           "OK"};
+    t.WaitUntil([&] { return Lines(t) == replies; }, "the supplicant's replies");
+}
+
+TEST(RealSupplicant, PrintsNamesBeyondAsciiWithBackslashes) {
+    SupplicantBox box;
+    box.Write(kConfig, kHead + Network({"ssid=6772c3bc6e", "key_mgmt=NONE"}), 0600);
+    List t(box);
+    EXPECT_EQ(t.Row(kFirst), "          (any)              gr\\xc3\\xbcn");
+    OpenNetwork(t, 0);
+    EXPECT_EQ(t.Row(kFirstLine + 1), "    SSID: 'gr\\xc3\\xbcn'");
+}
+
+}  // namespace
+}  // namespace wireless
