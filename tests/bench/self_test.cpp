@@ -514,6 +514,26 @@ TEST(FullScreen, SettleWaitsForACommandToEnd) {
     EXPECT_TRUE(t.Shows("key e"));
 }
 
+TEST(FullScreen, SettleLooksAtTheJobInFrontOfAShell) {
+    Machine box;
+    TerminalOptions options;
+    options.program = "/bin/sh";
+    options.arguments = {"-i"};
+    options.environment = {{"PS1", "prompt: "}, {"TERM", "xterm-1003"}};
+    Terminal t(box, options);
+    t.WaitFor("prompt:");
+    t.Type(std::string(BENCH_SAMPLE) + "\r");
+    t.WaitFor("selected");
+    for (int round = 0; round < 5; round++) {
+        t.Press("<Down>");
+        t.Settle();
+        EXPECT_EQ(t.Row(12 + round), "key KEY_DOWN");
+    }
+    t.Press("q");
+    t.WaitFor("prompt:");
+    t.Settle();
+}
+
 TEST(FullScreen, AKeyAfterEscapeIsAKeyOfItsOwn) {
     Machine box;
     Terminal t(box, Sample());

@@ -259,9 +259,16 @@ bool Terminal::InputTaken() const {
     return poll(&input, 1, 0) == 0;
 }
 
+// The leader of the terminal's foreground: the program, or what it runs in front of itself when it
+// is a shell with job control.
+pid_t Terminal::FrontProcess() const {
+    pid_t group = 0;
+    return ioctl(master_.get(), TIOCGPGRP, &group) == 0 && group > 0 ? group : pid_;
+}
+
 bool Terminal::Asleep() const {
     if (ending_) return true;
-    const std::vector<std::string> fields = Stat(pid_);
+    const std::vector<std::string> fields = Stat(FrontProcess());
     return fields.empty() || fields[0] == "S" || fields[0] == "T" || fields[0] == "Z";
 }
 
@@ -270,7 +277,7 @@ bool Terminal::Asleep() const {
 bool Terminal::AwaitsKey() const {
     if (ending_) return true;
     if (!Asleep()) return false;
-    std::istringstream text(ReadWhole("/proc/" + std::to_string(pid_) + "/syscall"));
+    std::istringstream text(ReadWhole("/proc/" + std::to_string(FrontProcess()) + "/syscall"));
     long number = -1;
     if (!(text >> number)) return text.str().find("running") == std::string::npos;
     static const std::set<long> kWaits = {SYS_read,        SYS_poll,           SYS_ppoll,

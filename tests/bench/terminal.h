@@ -17,9 +17,10 @@
 // because a terminal's keys begin with the same byte.
 //
 // Eyes. A wait looks at finished pictures only: when the program sleeps (waits for a key, a
-// command, a clock) and all that it has written is on the emulated screen. A wait in vain ends the
-// test and prints the screen with its styles, the cursor and the commands that ran. A test that
-// fails otherwise gets the same print when its Terminal goes.
+// command, a clock) and all that it has written is on the emulated screen. The program here is what
+// stands in the terminal's foreground: a shell, or the job that it has put there. A wait in vain
+// ends the test and prints the screen with its styles, the cursor and the commands that ran. A test
+// that fails otherwise gets the same print when its Terminal goes.
 //
 // All rows and columns count from 0.
 #pragma once
@@ -169,6 +170,7 @@ class Terminal {
     void WaitAfterEscape();
     bool Drain();
     bool InputTaken() const;
+    pid_t FrontProcess() const;
     bool Asleep() const;
     bool AwaitsKey() const;
     bool Await(const std::function<bool()>& condition, double seconds);
