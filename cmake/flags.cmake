@@ -4,10 +4,15 @@ add_library(ifmenu_flags INTERFACE)
 # NCURSES_WIDECHAR: the wide-character calls of curses.h, whatever the system headers define.
 target_compile_definitions(ifmenu_flags INTERFACE _GNU_SOURCE NCURSES_WIDECHAR=1)
 target_compile_options(ifmenu_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+# g++ 12 sees overlaps in std::string's own assignments, where there are none.
+target_compile_options(ifmenu_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 if(IFMENU_WARNINGS_AS_ERRORS)
     target_compile_options(ifmenu_flags INTERFACE -Werror)
 endif()
 
+if(IFMENU_FUZZ)
+    target_compile_options(ifmenu_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 if(IFMENU_SANITIZE)
     target_compile_options(ifmenu_flags INTERFACE
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)

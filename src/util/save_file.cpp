@@ -118,7 +118,8 @@ bool SaveFile(const std::string& path, std::string_view text) {
     const std::string target = FollowLinks(path);
     struct stat old = {};
     if (stat(target.c_str(), &old) != 0) {
-        return ReplaceFile(target, text, nullptr) == Outcome::Saved;
+        // What can't be looked at is not a missing file: links in a circle, say.
+        return errno == ENOENT && ReplaceFile(target, text, nullptr) == Outcome::Saved;
     }
     if (S_ISDIR(old.st_mode)) return false;
     if (!S_ISREG(old.st_mode)) return WriteToDevice(target, text);
