@@ -232,7 +232,7 @@ Cell Emulator::At(int row, int col) const {
     for (int i = 0; i < VTERM_MAX_CHARS_PER_CELL && raw.chars[i] != 0; i++) {
         if (raw.chars[i] != kRightHalf) cell.text += Utf8(raw.chars[i]);
     }
-    if (raw.chars[0] == 0) cell.text = " ";
+    if (raw.chars[0] == 0) cell.text.push_back(' ');
     cell.fg = ColourIndex(raw.fg, VTERM_COLOR_IS_DEFAULT_FG(&raw.fg));
     cell.bg = ColourIndex(raw.bg, VTERM_COLOR_IS_DEFAULT_BG(&raw.bg));
     cell.bold = raw.attrs.bold != 0;

@@ -395,7 +395,7 @@ std::string Terminal::StyleBut(int row, const bench::Cell& usual) const {
             styles += styles.empty() ? "" : "; ";
             styles += std::to_string(col);
             if (end - 1 > col) styles += "-" + std::to_string(end - 1);
-            styles += " " + (first.Plain() ? "plain" : first.Style());
+            styles.append(" ").append(first.Plain() ? "plain" : first.Style());
         }
         col = end;
     }
