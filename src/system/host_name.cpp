@@ -9,6 +9,7 @@
 namespace {
 
 constexpr std::size_t kNameSize = 128;
+constexpr std::size_t kMostTypedBytes = 126;
 
 }  // namespace
 
@@ -20,7 +21,7 @@ std::string HostName() {
 }
 
 std::string HostNameFrom(const std::string& typed) {
-    std::string name = typed.substr(0, kNameSize - 1);
+    std::string name = typed.substr(0, kMostTypedBytes);
     std::replace(name.begin(), name.end(), ' ', '-');
     return name;
 }

@@ -6,7 +6,7 @@
 // The kernel's host name, at most 127 bytes.
 std::string HostName();
 
-// The name with every blank replaced by "-", at most 127 bytes of it. Nothing else is enforced.
+// The name with every blank replaced by "-", at most 126 bytes of it. Nothing else is enforced.
 std::string HostNameFrom(const std::string& typed);
 
 // Gives the kernel the name (sethostname) and writes it with a line feed to /etc/hostname. What
