@@ -1,0 +1,403 @@
+// What arrives from a keyboard besides plain letters: a lone ESC, keys of several bytes over a slow
+// line, sequences that no key of the terminal's description sends.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <time.h>
+
+#include <algorithm>
+
+#include "lifecycle_fixtures.h"
+
+namespace bench {
+namespace {
+
+using testing::IsEmpty;
+
+class KeysOnEveryType : public testing::TestWithParam<const char*> {};
+INSTANTIATE_TEST_SUITE_P(Keys, KeysOnEveryType, testing::ValuesIn(kTypes), TypeName);
+
+// ---- a lone ESC ----
+
+double Median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+// From the byte's way into the terminal to the first sign of its effect.
+double SecondsToAnswerEscape(Terminal& t) {
+    t.Settle();
+    t.Mark();
+    const double start = Now();
+    t.SendBytes("\x1b");
+    t.machine().Await([&] { return !t.Output().empty(); }, 2);
+    return Now() - start;
+}
+
+TEST(LoneEscape, ActsWithinFiftyMilliseconds) {
+    OneCard box;
+    Terminal t(box);
+    std::vector<double> seconds;
+    for (int round = 0; round < 5; round++) {
+        for (const Stop& stop : {kTextEntry, kYesNo, kInterface}) {
+            GoTo(t, stop);
+            seconds.push_back(SecondsToAnswerEscape(t));
+            t.WaitFor(kMainMenu.sign);
+            t.WaitForGone(stop.sign);
+            t.Press("<Home>");
+        }
+    }
+    // The median: one late answer on a busy machine says nothing about the program.
+    EXPECT_LT(Median(seconds), 0.050);
+}
+
+TEST(LoneEscape, EndsTheProgramWithinFiftyMilliseconds) {
+    Machine box;
+    std::vector<double> seconds;
+    for (int round = 0; round < 5; round++) {
+        Terminal t(box);
+        GoTo(t, kMainMenu);
+        seconds.push_back(SecondsToAnswerEscape(t));
+        EXPECT_EQ(t.WaitExit(), Exited(0));
+    }
+    EXPECT_LT(Median(seconds), 0.050);
+}
+
+// ---- ESC and what is no part of a sequence ----
+
+TEST(EscapeAndALetter, AreTwoKeysInADialog) {
+    Machine box;
+    Terminal t(box);
+    GoTo(t, kTextEntry);
+    t.SendBytes("\x1bs");
+    t.WaitSelected("Services");
+    EXPECT_FALSE(t.Shows(kTextEntry.sign));
+    EXPECT_EQ(box.Sh("hostname"), "appliance\n");
+}
+
+TEST(EscapeAndALetter, AnswerNo) {
+    Machine box;
+    box.StandIn(kNetwork);
+    Terminal t(box);
+    GoTo(t, kYesNo);
+    t.SendBytes("\x1by");
+    t.WaitForGone(kYesNo.sign);
+    t.Press("s");
+    t.WaitSelected("Services");
+    EXPECT_THAT(box.Calls(), IsEmpty());
+}
+
+TEST(EscapeAndALetter, LeaveTheMainMenu) {
+    Machine box;
+    for (const char* bytes : {"\x1bs", "\x1b\r",
+                              "\x1b"
+                              "1",
+                              "\x1b\xc3\xa9", "\x1b\x7f"}) {
+        Terminal t(box);
+        GoTo(t, kMainMenu);
+        t.SendBytes(bytes);
+        EXPECT_EQ(t.WaitExit(), Exited(0));
+    }
+}
+
+TEST(EscapeTwice, LeavesTwoScreens) {
+    Machine box;
+    Terminal t(box);
+    GoTo(t, kTextEntry);
+    t.SendBytes("\x1b\x1b");
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+}
+
+TEST_P(KeysOnEveryType, EscapeAndACursorKeyAreTwoKeys) {
+    Machine box;
+    Terminal t(box, OfType(GetParam()));
+    GoTo(t, kTextEntry);
+    std::string error;
+    t.SendBytes("\x1b" + KeyPresses(GetParam(), "<Down>", error)[0].bytes);
+    t.WaitForGone(kTextEntry.sign);
+    // From "Change computer name" one row down; the hot key shows where the selection is.
+    t.WaitUntil([&] { return t.Row(t.SelectedRow()).find("Network Time") != std::string::npos; },
+                "the next row to be selected");
+}
+
+TEST_P(KeysOnEveryType, BackspaceLeaves) {
+    Machine box;
+    Terminal t(box, OfType(GetParam()));
+    GoTo(t, kYesNo);
+    t.Press("<Backspace>");
+    t.WaitForGone(kYesNo.sign);
+    t.Press("<Backspace>");
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+}
+
+// ---- a slow line ----
+
+// Sends the bytes one by one, 5 ms apart. False when this machine was too busy to keep the pace, so
+// that the line was slower than meant.
+bool SendAtPace(Terminal& t, const std::string& bytes) {
+    double last = 0;
+    for (size_t i = 0; i < bytes.size(); i++) {
+        const timespec pause{0, 5'000'000};
+        if (i > 0) nanosleep(&pause, nullptr);
+        t.SendBytes(bytes.substr(i, 1));
+        if (i > 0 && Now() - last > 0.012) return false;
+        last = Now();
+    }
+    return true;
+}
+
+struct SlowKey {
+    const char* stop_keys;  // from the main menu to where the key is pressed
+    const char* ready;      // what shows then
+    const char* key;        // the key that comes slowly
+    const char* after;      // keys after it
+    const char* effect;     // what shows at last
+};
+
+constexpr SlowKey kSlowMenuKeys[] = {
+    {"s", "Services", "<Down>", "", "Diagnostics"},
+    {"s", "Services", "<Up>", "", "Flush/reset DNS cache"},
+    {"s", "Services", "<PageDown>", "", "Exit this program"},
+    {"s", "Services", "<PageUp>", "", "Bring up all interfaces"},
+};
+constexpr SlowKey kSlowEntryKeys[] = {
+    {"n<Enter>", "appliance", "<Left>", "X", "appliancXe"},
+    {"n<Enter><Left><Left>", "appliance", "<Right>", "X", "appliancXe"},
+    {"n<Enter><Left>", "appliance", "<Delete>", "X", "appliancX"},
+};
+
+// The row with the effect, where the machine kept the pace.
+std::string SlowEffect(Machine& box, const char* type, const SlowKey& slow,
+                       const std::function<std::string(Terminal&)>& row) {
+    std::string error;
+    const std::string bytes = KeyPresses(type, slow.key, error)[0].bytes;
+    for (int attempt = 0; attempt < 10; attempt++) {
+        Terminal t(box, OfType(type));
+        GoTo(t, kMainMenu);
+        t.Press(slow.stop_keys);
+        t.WaitUntil([&] { return row(t) == slow.ready; }, slow.ready);
+        t.Settle();
+        if (!SendAtPace(t, bytes)) continue;
+        t.Press(slow.after);
+        t.machine().Await([&] { return row(t) == slow.effect; }, 1);
+        return row(t);
+    }
+    return "the machine is too busy";
+}
+
+std::string SelectedText(Terminal& t) {
+    return t.Selected();
+}
+
+std::string EntryText(Terminal& t) {
+    const int prompt = t.Find("Use only letters");
+    if (prompt < 0) return "";
+    std::string row = t.Row(prompt + 2);
+    const size_t first = row.find('a');
+    if (first == std::string::npos) return "";
+    row.erase(0, first);
+    return row.substr(0, row.find_first_not_of("aplinceX"));
+}
+
+TEST_P(KeysOnEveryType, MenuKeysWorkByteByByte) {
+    Machine box;
+    for (const SlowKey& slow : kSlowMenuKeys) {
+        EXPECT_EQ(SlowEffect(box, GetParam(), slow, SelectedText), slow.effect) << slow.key;
+    }
+}
+
+TEST_P(KeysOnEveryType, EntryKeysWorkByteByByte) {
+    Machine box;
+    for (const SlowKey& slow : kSlowEntryKeys) {
+        EXPECT_EQ(SlowEffect(box, GetParam(), slow, EntryText), slow.effect) << slow.key;
+    }
+}
+
+// ---- sequences that are no key ----
+
+struct Sequence {
+    const char* what;
+    const char* bytes;
+};
+
+// Where a terminal's description does know one, it is a key that no screen uses.
+constexpr Sequence kSequences[] = {
+    {"F1 of old terminals", "\x1b[11~"},
+    {"F1 of the Linux console", "\x1b[[A"},
+    {"F5 of the Linux console", "\x1b[[E"},
+    {"F1 with Shift, old style", "\x1bO2P"},
+    {"F1 with Shift", "\x1b[1;2P"},
+    {"F12 with all modifiers", "\x1b[24;8~"},
+    {"Ctrl-Left", "\x1b[1;5D"},
+    {"Ctrl-Left, old style", "\x1b[5D"},
+    {"Ctrl-Left, single shift", "\x1bO5D"},
+    {"Ctrl-Left of rxvt", "\x1bOd"},
+    {"Alt-Up", "\x1b[1;3A"},
+    {"Ctrl-e with its modifier", "\x1b[27;5;101~"},
+    {"Ctrl-e as a code", "\x1b[101;5u"},
+    {"a key's release", "\x1b[101;1:3u"},
+    {"Ctrl-Delete of rxvt", "\x1b[3^"},
+    {"Shift-Delete of rxvt", "\x1b[3$"},
+    {"start of a paste", "\x1b[200~"},
+    {"end of a paste", "\x1b[201~"},
+    {"focus gained", "\x1b[I"},
+    {"focus lost", "\x1b[O"},
+    {"the terminal's attributes", "\x1b[?1;2c"},
+    {"more attributes", "\x1b[>41;354;0c"},
+    {"the cursor's position", "\x1b[24;80R"},
+    {"the terminal's health", "\x1b[0n"},
+    {"a mode's state", "\x1b[?2004;2$y"},
+    {"the window's size", "\x1b[8;24;80t"},
+    {"keypad digit 1", "\x1bOq"},
+    {"keypad digit 3", "\x1bOs"},
+    {"keypad digit 5", "\x1bOu"},
+    {"keypad digit 9", "\x1bOy"},
+    {"keypad point", "\x1bOn"},
+    {"unknown, one letter", "\x1b[e"},
+    {"unknown, one letter", "\x1b[s"},
+    {"unknown, one letter", "\x1b[n"},
+    {"unknown, one letter", "\x1b[y"},
+    {"unknown, one letter", "\x1b[q"},
+    {"unknown, single shift", "\x1bOe"},
+    {"unknown, single shift", "\x1bOt"},
+    {"unknown, sign before the letter", "\x1b[!e"},
+    {"unknown, blank before the letter", "\x1b[1 u"},
+    {"unknown, many numbers", "\x1b[1;2;3;4;5;6;7;8;9;10;11;12;13;14;15;16;17;18;19;20u"},
+};
+
+TEST_P(KeysOnEveryType, UnknownSequencesChangeNothingOnAMenu) {
+    Machine box;
+    Terminal t(box, OfType(GetParam()));
+    GoTo(t, kMainMenu);
+    t.Press("s");
+    t.WaitSelected("Services");
+    for (const Sequence& sequence : kSequences) {
+        SCOPED_TRACE(sequence.what);
+        // The cursor key tells where the selection was before it.
+        t.SendBytes(sequence.bytes);
+        t.Press("<Down>");
+        t.WaitSelected("Diagnostics");
+        t.SendBytes(sequence.bytes);
+        t.Press("<Up>");
+        t.WaitSelected("Services");
+    }
+}
+
+class KeysAtEveryStop : public testing::TestWithParam<Stop> {};
+INSTANTIATE_TEST_SUITE_P(Keys, KeysAtEveryStop, testing::ValuesIn(kStops), StopName);
+
+TEST_P(KeysAtEveryStop, UnknownSequencesChangeNothing) {
+    OneCard box;
+    box.StandIn(kNetwork);
+    for (const char* type : {"xterm-256color", "screen"}) {
+        SCOPED_TRACE(type);
+        Terminal t(box, OfType(type));
+        GoTo(t, GetParam());
+        const std::vector<std::string> before = Look(t);
+        for (const Sequence& sequence : kSequences) {
+            t.SendBytes(sequence.bytes);
+            t.Settle();
+            ASSERT_EQ(Look(t), before) << sequence.what;
+        }
+        t.Press("<C-c>");
+        EXPECT_EQ(t.WaitExit(), Exited(130));
+    }
+    EXPECT_THAT(box.Calls(kNetwork), IsEmpty());
+    EXPECT_EQ(box.Sh("hostname"), "appliance\n");
+}
+
+TEST(UnknownSequence, MayComeSlowly) {
+    Machine box;
+    for (const char* bytes : {"\x1b[e", "\x1bOe", "\x1b[[A", "\x1b[1;5s", "\x1b[200~"}) {
+        SCOPED_TRACE(bytes + 1);
+        bool kept_pace = false;
+        for (int attempt = 0; attempt < 10 && !kept_pace; attempt++) {
+            Terminal t(box, OfType("screen"));
+            GoTo(t, kMainMenu);
+            kept_pace = SendAtPace(t, bytes);
+            if (!kept_pace) continue;
+            t.Settle();
+            t.Press("<Down>");
+            t.WaitSelected("Bring down all interfaces");
+        }
+        EXPECT_TRUE(kept_pace) << "the machine is too busy";
+    }
+}
+
+TEST(UnknownSequence, IsOneKey) {
+    // Too small for the entry box, the terminal's next key gives the entry up.
+    Machine box;
+    TerminalOptions options;
+    options.rows = 5;
+    Terminal t(box, options);
+    t.WaitFor("Tavrin 4");
+    t.Press("n<Enter>");
+    t.WaitUntil([&] { return t.CursorVisible(); }, "the entry's cursor");
+    t.SendBytes("\x1b[200~");
+    t.WaitUntil([&] { return !t.CursorVisible(); }, "the entry's end");
+    t.Press("e<Enter>");
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+}
+
+TEST(UnknownSequence, LeavesPastedKeysAlone) {
+    Machine box;
+    Terminal t(box);
+    GoTo(t, kMainMenu);
+    t.SendBytes("\x1b[200~s\x1b[201~");
+    t.WaitSelected("Services");
+    GoTo(t, kTextEntry);
+    t.SendBytes("\x1b[200~-two\x1b[201~");
+    t.WaitFor("appliance-two");
+}
+
+TEST(UnknownSequence, SeveralMayComeAtOnce) {
+    Machine box;
+    Terminal t(box);
+    GoTo(t, kMainMenu);
+    std::string all;
+    for (const Sequence& sequence : kSequences)
+        all += sequence.bytes;
+    t.SendBytes(all + all + "s");
+    t.WaitSelected("Services");
+}
+
+// ---- bytes that are no key ----
+
+TEST(OtherBytes, AreNoKeys) {
+    OneCard box;
+    Terminal t(box);
+    GoTo(t, kMainMenu);
+    t.Press("s");
+    t.WaitSelected("Services");
+    const std::vector<std::string> before = Look(t);
+    // Not those of ENTER, ESC and the terminal's own control characters.
+    const std::string bytes(
+        "\x00\x01\x02\x04\x05\x06\x07\x09\x0b\x0c\x0e\x10\x12\x14\x15\x17\x18\x19\x1d\x1e\x1f", 21);
+    for (const char byte : bytes) {
+        t.SendBytes(std::string(1, byte));
+        t.Settle();
+        EXPECT_EQ(Look(t), before) << "control character " << static_cast<int>(byte);
+    }
+    std::string high;
+    for (int byte = 0x80; byte <= 0xff; byte++)
+        high += static_cast<char>(byte);
+    t.SendBytes(high);
+    t.Settle();
+    EXPECT_EQ(Look(t), before);
+    t.Press("<Down>");
+    t.WaitSelected("Diagnostics");
+}
+
+TEST(OtherBytes, CtrlDIsNoEndOfInput) {
+    OneCard box;
+    for (const Stop& stop : kStops) {
+        Terminal t(box);
+        GoTo(t, stop);
+        t.Press("<C-d>");
+        t.Settle();
+        EXPECT_TRUE(t.Running()) << stop.name;
+        EXPECT_TRUE(t.Shows(stop.sign)) << stop.name;
+    }
+}
+
+}  // namespace
+}  // namespace bench

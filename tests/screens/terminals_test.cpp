@@ -1,0 +1,540 @@
+// The terminals that operators have: their types, locales and sizes, resized in the middle of
+// anything, stopped and continued by a shell.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <memory>
+
+#include "lifecycle_fixtures.h"
+
+namespace bench {
+namespace {
+
+// ---- types and locales ----
+
+class TerminalOfEveryType : public testing::TestWithParam<const char*> {};
+INSTANTIATE_TEST_SUITE_P(Terminals, TerminalOfEveryType, testing::ValuesIn(kTypes), TypeName);
+
+constexpr const char* kMainMenuRows[] = {
+    "",
+    "Tavrin 4 Network configuration utility",
+    "Network configuration main menu for 'appliance'",
+    "Select network interface and hit ENTER to configure it.",
+    "",
+    "    Bring up all interfaces",
+    "    Bring down all interfaces",
+    "    Update interfaces from config",
+    "    Change computer name",
+    "    Network Time Protocol settings",
+    "    Flush/reset DNS cache",
+    "    Services",
+    "    Diagnostics",
+    "",
+    "    1. eth0    02:00:00:00:00:01  Disconnected",
+    "",
+    "    Exit this program",
+};
+
+// Walks through the places and compares the words there.
+void ExpectTheSameWords(Machine& box, const TerminalOptions& options) {
+    Terminal t(box, AtAPrompt(options));
+    GoTo(t, kMainMenu);
+    for (size_t row = 0; row < std::size(kMainMenuRows); row++)
+        EXPECT_EQ(t.Row(static_cast<int>(row)), kMainMenuRows[row]);
+
+    GoTo(t, kYesNo);
+    EXPECT_EQ(t.Row(0), "Are you sure? [y/n]");
+    const bool has_mouse = options.term != "vt220";
+    EXPECT_EQ(t.Row(2), has_mouse ? "  [ YES  ]" : "");
+    EXPECT_EQ(t.Row(4), has_mouse ? "  [  NO  ]" : "");
+    t.Press("n");
+
+    GoTo(t, kTextEntry);
+    EXPECT_EQ(t.FindColumn("New computer host name"), 2);
+    EXPECT_EQ(t.FindColumn("Use only letters, numbers, underscores, dashes, or periods "
+                           "[ESC to cancel]"),
+              2);
+    EXPECT_EQ(t.Find("Use only"), t.Find("New computer") + 1);
+    EXPECT_EQ(t.CursorRow(), t.Find("Use only") + 2);
+    EXPECT_EQ(t.CursorCol(), 2 + static_cast<int>(std::string("appliance").size()));
+    EXPECT_TRUE(t.CursorVisible());
+    t.Press("<Esc>");
+    t.WaitForGone(kTextEntry.sign);
+
+    GoTo(t, kEditor);
+    EXPECT_EQ(t.Row(1), "Configuration for eth0 (02:00:00:00:00:01)");
+    EXPECT_EQ(t.Row(7), "    Use DHCP:                      yes");
+    t.Press("<Esc>");
+    t.WaitFor(kInterface.sign);
+    t.Press("<Esc>");
+    t.WaitFor(kMainMenu.sign);
+    t.Press("<Esc>");
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+    EXPECT_TRUE(t.LineMode());
+    EXPECT_EQ(PrivateModes(t.Output()), kUsualModes);
+}
+
+TEST_P(TerminalOfEveryType, ShowsTheSameWordsInEveryLocale) {
+    OneCard box;
+    box.Sh("ip link set eth0 address 02:00:00:00:00:01");
+    TerminalOptions options = OfType(GetParam());
+    for (const char* locale : {"C.UTF-8", "C", "no_SUCH.locale"}) {
+        SCOPED_TRACE(locale);
+        options.environment = {{"LANG", locale}};
+        ExpectTheSameWords(box, options);
+    }
+    SCOPED_TRACE("Latin-1");
+    options.latin1 = true;
+    options.environment = box.Latin1Locale();
+    ExpectTheSameWords(box, options);
+}
+
+TEST_P(TerminalOfEveryType, GivesTheTerminalBack) {
+    OneCard box;
+    TerminalOptions options = OfType(GetParam());
+    for (const Stop& stop : kStops) {
+        SCOPED_TRACE(stop.name);
+        Terminal t(box, AtAPrompt(options));
+        GoTo(t, stop);
+        t.Press("<C-c>");
+        EXPECT_EQ(t.WaitExit(), Exited(130));
+        EXPECT_TRUE(t.LineMode());
+        EXPECT_TRUE(t.CursorVisible());
+        EXPECT_FALSE(t.AltScreen());
+        EXPECT_EQ(PrivateModes(t.Output()), kUsualModes);
+        EXPECT_TRUE(KeypadSendsDigits(t.Output()));
+        EXPECT_TRUE(ModesAsBefore(box));
+    }
+}
+
+// Descriptions without colours, without a hidden cursor, with a keyboard of their own.
+TEST(PoorTerminals, AreNoReasonToCrash) {
+    Machine box;
+    for (const char* term : {"vt52", "vt100", "ansi", "sun", "wy50"}) {
+        SCOPED_TRACE(term);
+        Terminal t(box, OfType(term));
+        t.WaitUntil([&] { return t.Output().find("Tavrin 4") != std::string::npos; }, "the title");
+        t.Press("<Esc>");
+        EXPECT_EQ(t.WaitExit(), Exited(0));
+        EXPECT_TRUE(t.LineMode());
+    }
+}
+
+// ---- sizes ----
+
+struct Size {
+    int cols, rows;
+};
+
+std::ostream& operator<<(std::ostream& out, const Size& size) {
+    return out << size.cols << "x" << size.rows;
+}
+
+std::string SizeName(const testing::TestParamInfo<Size>& info) {
+    return testing::PrintToString(info.param);
+}
+
+constexpr Size kUsual = {80, 24}, kLarge = {132, 43}, kHuge = {300, 100};
+constexpr Size kSmallSizes[] = {{20, 10}, {10, 20}, {10, 5}, {5, 10},
+                                {80, 1},  {1, 24},  {2, 2},  {1, 1}};
+
+class TerminalOfEverySize : public testing::TestWithParam<Size> {};
+INSTANTIATE_TEST_SUITE_P(Terminals, TerminalOfEverySize,
+                         testing::Values(kUsual, kLarge, kHuge, Size{20, 10}, Size{10, 20},
+                                         Size{10, 5}, Size{5, 10}, Size{80, 1}, Size{1, 24},
+                                         Size{2, 2}, Size{1, 1}, Size{0, 0}, Size{80, 0},
+                                         Size{0, 24}),
+                         SizeName);
+
+// For Walk: leaves the entry. A terminal too small for one has given it up at the first key.
+const std::string kLeaveEntry = "leave the entry";
+
+// Presses key after key, each when the one before has had its effect.
+void Walk(Terminal& t, const std::vector<std::string>& keys) {
+    for (const std::string& key : keys) {
+        if (key != kLeaveEntry) {
+            t.Press(key);
+        } else if (t.CursorVisible()) {
+            t.Press("<Esc>");
+        }
+        t.Settle();
+        ASSERT_TRUE(t.Running()) << "after " << key;
+    }
+}
+
+const std::vector<std::string> kWalks[] = {
+    // the list
+    {"<End>", "<PageUp>", "<PageDown>", "<Home>", "<Up>", "<Down>", "<Up>", "s", "1"},
+    // the question
+    {"d", "<Enter>", "x", "n"},
+    // the entry
+    {"n", "<Enter>", "a", "<Left>", "b", "<Delete>", kLeaveEntry},
+    // the interface and its settings
+    {"1", "<Enter>", "<Down>", "c", "<Enter>", "o", "<Space>", "i", "<Enter>", "1", "<Left>",
+     kLeaveEntry, "<End>", "<PageUp>", "<Esc>", "<Up>", "<Esc>"},
+};
+
+TEST_P(TerminalOfEverySize, HoldsEveryScreen) {
+    OneCard box;
+    box.StandIn(kNetwork);
+    TerminalOptions options;
+    options.rows = GetParam().rows;
+    options.cols = GetParam().cols;
+    Terminal t(box, options);
+    // Not every size shows a word: a settled screen is all that can be awaited.
+    t.Settle();
+    for (const auto& walk : kWalks) {
+        Walk(t, walk);
+        if (HasFatalFailure()) return;
+    }
+    for (const auto& [row, col] : {std::pair{0, 0}, {GetParam().rows / 2, GetParam().cols / 2}})
+        t.Click(row, col);
+    t.Settle();
+    t.Press("<Home>s<Esc>");
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+    EXPECT_TRUE(t.LineMode());
+    EXPECT_EQ(box.Sh("hostname"), "appliance\n");
+}
+
+// The title block and a list as wide as COLS - 5 from column 4 on.
+void ExpectMainMenuFits(Terminal& t, Place place = Place::Here()) {
+    const testing::ScopedTrace from(place.file, place.line, "");
+    EXPECT_EQ(t.Row(1), "Tavrin 4 Network configuration utility");
+    EXPECT_EQ(t.Row(2), "Network configuration main menu for 'appliance'");
+    EXPECT_EQ(t.Row(3), "Select network interface and hit ENTER to configure it.");
+    EXPECT_EQ(t.Row(5), "    Bring up all interfaces");
+    const int last = t.cols() - 2;
+    const int row = t.SelectedRow();
+    EXPECT_EQ(t.Cell(row, last).bg, kBlue);
+    EXPECT_EQ(t.Cell(row, last + 1).bg, kBlack);
+}
+
+TEST(Sizes, TheListIsAsWideAsTheTerminal) {
+    Machine box;
+    for (const Size& size : {kUsual, kLarge, kHuge}) {
+        SCOPED_TRACE(testing::PrintToString(size));
+        TerminalOptions options;
+        options.rows = size.rows;
+        options.cols = size.cols;
+        Terminal t(box, options);
+        GoTo(t, kMainMenu);
+        ExpectMainMenuFits(t);
+    }
+}
+
+// A serial line reports none: the terminal's description has one.
+TEST(Sizes, NoneIsTheDescribedOne) {
+    Machine box;
+    TerminalOptions options;
+    options.rows = options.cols = 0;
+    for (const char* term : {"xterm-256color", "vt220"}) {
+        options.term = term;
+        Terminal t(box, options);
+        GoTo(t, kMainMenu);
+        EXPECT_EQ(t.Row(1), "Tavrin 4 Network configuration utility");
+        EXPECT_EQ(t.Row(5), "    Bring up all interfaces");
+        t.Press("<Esc>");
+        EXPECT_EQ(t.WaitExit(), Exited(0));
+    }
+}
+
+TEST(Sizes, LongRowsAreCutAtTheList) {
+    OneCard box;
+    TerminalOptions options;
+    options.cols = 30;
+    Terminal t(box, options);
+    t.WaitFor("Exit this program");
+    // Column 4 and the 25 columns of the list.
+    EXPECT_EQ(t.Row(9), "    Network Time Protocol set");
+}
+
+// ---- resizing ----
+
+class WhileResizing : public testing::TestWithParam<Stop> {};
+INSTANTIATE_TEST_SUITE_P(Terminals, WhileResizing, testing::ValuesIn(kStops), StopName);
+
+TEST_P(WhileResizing, NothingCrashesAndTheMenuFitsAtLast) {
+    OneCard box;
+    Terminal t(box);
+    GoTo(t, GetParam());
+    for (const Size& size : kSmallSizes) {
+        for (const Size& next : {size, kLarge}) {
+            t.Resize(next.rows, next.cols);
+            t.Press("<Down>");
+            t.Settle();
+            ASSERT_TRUE(t.Running()) << size;
+        }
+    }
+    for (int leave = 0; leave < 3 && !t.Shows(kMainMenu.sign); leave++) {
+        t.Press("<Esc>");
+        t.Settle();
+        t.RunFor(0.1);
+    }
+    t.Press("<Home>");  // the small terminals have scrolled the list
+    t.WaitFor(kMainMenu.sign);
+    t.WaitSelected("Bring up all interfaces");
+    ExpectMainMenuFits(t);
+    EXPECT_EQ(box.Sh("hostname"), "appliance\n");
+}
+
+TEST(Resizing, RepaintsTheMainMenu) {
+    Machine box;
+    Terminal t(box);
+    GoTo(t, kMainMenu);
+    for (const Size& size : {kLarge, kUsual, kHuge, kUsual}) {
+        t.Resize(size.rows, size.cols);
+        const int last = size.cols - 2;
+        t.WaitUntil([&] { return t.Cell(5, last).bg == kBlue && t.Cell(5, last + 1).bg == kBlack; },
+                    "the list to be as wide as the terminal");
+        t.WaitFor(kMainMenu.sign);
+        t.Settle();
+        ExpectMainMenuFits(t);
+    }
+}
+
+TEST(Resizing, ManyTimesAtOnce) {
+    Machine box;
+    Terminal t(box);
+    GoTo(t, kMainMenu);
+    for (int round = 0; round < 50; round++) {
+        for (const Size& size : kSmallSizes)
+            t.Resize(size.rows + round % 7, size.cols + round % 5);
+    }
+    t.Resize(kLarge.rows, kLarge.cols);
+    t.WaitUntil([&] { return t.Cell(5, kLarge.cols - 2).bg == kBlue; }, "the list's new width");
+    t.WaitFor(kMainMenu.sign);
+    t.Settle();
+    ExpectMainMenuFits(t);
+}
+
+TEST(Resizing, LeavesAnEntryItsText) {
+    Machine box;
+    Terminal t(box);
+    GoTo(t, kTextEntry);
+    t.Type("-a");
+    t.Resize(kLarge.rows, kLarge.cols);
+    t.Type("b");
+    t.Settle();
+    t.Resize(kUsual.rows, kUsual.cols);
+    t.Type("c");
+    t.Press("<Enter>");
+    t.WaitFor("Network configuration main menu for 'appliance-abc'");
+    EXPECT_EQ(box.Sh("hostname"), "appliance-abc\n");
+}
+
+TEST(Resizing, LeavesAQuestionItsAnswer) {
+    Machine box;
+    box.StandIn(kNetwork);
+    Terminal t(box);
+    for (const char* answer : {"n", "y"}) {
+        GoTo(t, kYesNo);
+        t.Resize(kLarge.rows, kLarge.cols);
+        t.Settle();
+        t.Resize(kUsual.rows, kUsual.cols);
+        t.Settle();
+        EXPECT_EQ(box.Calls(kNetwork).size(), 0u);
+        t.Press(answer);
+        t.WaitForGone(kYesNo.sign);
+        t.WaitFor(kMainMenu.sign);
+        t.Settle();
+        ExpectMainMenuFits(t);
+    }
+    EXPECT_EQ(box.Calls(kNetwork).size(), 1u);
+}
+
+TEST(Resizing, DuringACommandIsSeenAfterIt) {
+    Machine box;
+    Gate gate(box);
+    box.StandInScript(kNetwork, Gate::kWait);
+    Terminal t(box);
+    for (const Size& size : {kLarge, kUsual}) {
+        t.WaitFor(kMainMenu.sign);
+        t.Press("d<Enter>y");
+        gate.AwaitScript();
+        t.Resize(size.rows, size.cols);
+        gate.Open();
+        t.WaitFor(kMainMenu.sign);
+        t.WaitUntil([&] { return t.Cell(t.SelectedRow(), size.cols - 2).bg == kBlue; },
+                    "the list's new width");
+        t.Settle();
+        ExpectMainMenuFits(t);
+        t.Press("<Home>");
+    }
+}
+
+// ---- stopped and continued ----
+
+// A shell with job control, in which the operator has started the program.
+class UnderAShell : public testing::Test {
+  protected:
+    UnderAShell() {
+        TerminalOptions options;
+        options.program = "/bin/sh";
+        options.arguments = {"-c", std::string(kKeepModes) + "exec /bin/sh -i"};
+        options.environment = {{"PS1", kPrompt}, {"ENV", ""}, {"IFMENU", IFMENU_PROGRAM}};
+        t = std::make_unique<Terminal>(box, options);
+        t->WaitFor(kPromptSeen);
+        t->Type("\"$IFMENU\"\r");
+    }
+
+    // What sleeps on this terminal is the shell, so nothing tells when the program has finished its
+    // picture: it gets a moment.
+    void GoUnderShell(const Stop& stop) {
+        t->WaitFor(kMainMenu.sign);
+        t->Press(stop.keys);
+        t->WaitFor(stop.sign);
+        t->RunFor(0.1);
+    }
+
+    // Ctrl-Z, and what the operator finds: the shell, on a terminal as it was.
+    void StopIt() {
+        t->Press("<C-z>");
+        t->WaitFor("Stopped");
+        t->WaitUntil([this] { return t->Row(t->CursorRow()) == kPromptSeen; }, "a new prompt");
+        EXPECT_FALSE(t->AltScreen());
+        EXPECT_TRUE(t->CursorVisible());
+        EXPECT_EQ(PrivateModes(t->Output()), kUsualModes);
+        EXPECT_TRUE(KeypadSendsDigits(t->Output()));
+        EXPECT_TRUE(ModesAsBefore(box));
+        EXPECT_EQ(t->Row(0).rfind(kPromptSeen, 0), 0u) << "what was on the screen before";
+    }
+
+    // Afterwards the shell tells the program's exit status.
+    void ContinueIt() { t->Type("fg; echo status $?\r"); }
+
+    static constexpr const char* kPrompt = "appliance:~# ";
+    static constexpr const char* kPromptSeen = "appliance:~#";
+    OneCard box;
+    std::unique_ptr<Terminal> t;
+};
+
+class UnderAShellAtEveryStop : public UnderAShell, public testing::WithParamInterface<Stop> {};
+INSTANTIATE_TEST_SUITE_P(Terminals, UnderAShellAtEveryStop, testing::ValuesIn(kStops), StopName);
+
+TEST_P(UnderAShellAtEveryStop, StoppingAndContinuingBringsEverythingBack) {
+    GoUnderShell(GetParam());
+    const std::vector<std::string> look = Look(*t);
+    const std::set<int> modes = PrivateModes(t->Output());
+    for (int round = 0; round < 2; round++) {
+        StopIt();
+        ContinueIt();
+        t->WaitUntil([&] { return t->AltScreen() && Look(*t) == look; }, "the screen as it was");
+        t->WaitUntil([&] { return PrivateModes(t->Output()) == modes; }, "the modes as they were");
+        EXPECT_FALSE(t->LineMode());
+    }
+    t->Press("<C-c>");
+    t->WaitFor("status 130");
+    EXPECT_FALSE(t->AltScreen());
+    EXPECT_EQ(PrivateModes(t->Output()), kUsualModes);
+}
+
+TEST_F(UnderAShell, KeysWorkAfterContinuing) {
+    GoUnderShell(kMainMenu);
+    StopIt();
+    ContinueIt();
+    t->WaitFor(kMainMenu.sign);
+    t->Press("s");
+    t->WaitSelected("Services");
+    t->Click(t->Find("Diagnostics"), 10);
+    t->WaitSelected("Diagnostics");
+    t->Press("<Esc>");
+    t->WaitFor("status 0");
+}
+
+TEST_F(UnderAShell, AnEntryGoesOnAfterContinuing) {
+    GoUnderShell(kTextEntry);
+    t->Type("-one");
+    t->WaitFor("appliance-one");
+    StopIt();
+    ContinueIt();
+    t->WaitFor("appliance-one");
+    t->Type("-two");
+    t->WaitFor("appliance-one-two");
+    t->Press("<Enter>");
+    t->WaitFor("main menu for 'appliance-one-two'");
+}
+
+TEST_F(UnderAShell, AQuestionGoesOnAfterContinuing) {
+    box.StandIn(kNetwork);
+    GoUnderShell(kYesNo);
+    StopIt();
+    EXPECT_EQ(box.Calls(kNetwork).size(), 0u);
+    ContinueIt();
+    t->WaitFor(kYesNo.sign);
+    t->Press("y");
+    t->WaitFor(kMainMenu.sign);
+    EXPECT_EQ(box.Calls(kNetwork).size(), 1u);
+}
+
+TEST_F(UnderAShell, ARunningCommandIsStoppedAndContinuedToo) {
+    Gate gate(box);
+    box.StandInScript(kNetwork, Gate::kWait);
+    GoUnderShell(kMainMenu);
+    const std::vector<std::string> look = Look(*t);
+    t->Press("<Down><Enter>y");
+    gate.AwaitScript();
+    StopIt();
+    gate.Open();
+    ContinueIt();
+    t->WaitFor("Bring down all interfaces");
+    t->Press("<Up>");
+    t->WaitUntil([&] { return Look(*t) == look; }, "the main menu as it was");
+    EXPECT_FALSE(t->LineMode());
+    EXPECT_FALSE(t->CursorVisible());
+    EXPECT_EQ(t->MouseReporting(), (std::vector<int>{1003, 1006}));
+}
+
+TEST_F(UnderAShell, ANewSizeIsSeenAfterContinuing) {
+    GoUnderShell(kMainMenu);
+    StopIt();
+    t->Resize(kLarge.rows, kLarge.cols);
+    ContinueIt();
+    t->WaitUntil([&] { return t->Cell(5, kLarge.cols - 2).bg == kBlue; }, "the list's new width");
+    t->WaitFor(kMainMenu.sign);
+    ExpectMainMenuFits(*t);
+}
+
+TEST_F(UnderAShell, EndingSignalsEndItWhileItIsStopped) {
+    GoUnderShell(kMainMenu);
+    StopIt();
+    t->Type("kill -TERM %1\r");
+    ContinueIt();
+    t->WaitFor("status 143");
+    EXPECT_FALSE(t->AltScreen());
+    EXPECT_TRUE(t->CursorVisible());
+    EXPECT_EQ(PrivateModes(t->Output()), kUsualModes);
+}
+
+// Nobody could continue a program that has no shell above it.
+TEST(WithoutAShell, CtrlZIsSurvived) {
+    OneCard box;
+    for (const Stop& stop : kStops) {
+        SCOPED_TRACE(stop.name);
+        Terminal t(box);
+        GoTo(t, stop);
+        const std::vector<std::string> look = Look(t);
+        t.Press("<C-z>");
+        t.Settle();
+        t.WaitUntil([&] { return t.AltScreen() && Look(t) == look; }, "the screen as it was");
+        t.Press("<C-c>");
+        EXPECT_EQ(t.WaitExit(), Exited(130));
+    }
+}
+
+TEST(WithoutAShell, StoppingFromOutsideLeavesTheScreen) {
+    Machine box;
+    Terminal t(box);
+    GoTo(t, kMainMenu);
+    const std::vector<std::string> look = Look(t);
+    t.Signal(SIGSTOP);
+    t.Type("s");
+    t.Signal(SIGCONT);
+    t.WaitSelected("Services");
+    t.Press("<Home>");
+    t.WaitSelected("Bring up");
+    EXPECT_EQ(Look(t), look);
+}
+
+}  // namespace
+}  // namespace bench
