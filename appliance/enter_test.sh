@@ -43,7 +43,8 @@ CheckMachine() {
     Promise "The host name is the appliance's" "appliance appliance" \
         "$(Enter --bare sh -c 'echo $(uname -n) $(cat /etc/hostname)')"
     Promise "A bare machine has lo only" "lo" "$(Enter --bare ls /sys/class/net)"
-    Promise "A demo machine has its cards, and they list without a suffix" "lo: eth0: eth1: br0:" \
+    Promise "A demo machine has its cards, and they list without a suffix" \
+        "lo: eth0: eth1: wlan0: br0:" \
         "$(Enter --quiet sh -c 'echo $(ip -oneline link | cut -d " " -f 2)')"
     Promise "The cards of the demo machine are up, disabled, without a cable" "up down up 1 0" \
         "$(Enter --quiet sh -c 'for name in eth0 eth1 br0; do
