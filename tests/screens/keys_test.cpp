@@ -8,7 +8,7 @@
 
 #include "lifecycle_fixtures.h"
 
-namespace bench {
+namespace bench::lifecycle {
 namespace {
 
 using testing::IsEmpty;
@@ -400,4 +400,4 @@ TEST(OtherBytes, CtrlDIsNoEndOfInput) {
 }
 
 }  // namespace
-}  // namespace bench
+}  // namespace bench::lifecycle

@@ -12,7 +12,7 @@
 #include "machine.h"
 #include "terminal.h"
 
-namespace bench {
+namespace bench::lifecycle {
 
 // ---- where the program waits ----
 
@@ -172,4 +172,4 @@ inline void ExpectTerminalAsBefore(Terminal& t, Place place = Place::Here()) {
     EXPECT_TRUE(ModesAsBefore(t.machine()));
 }
 
-}  // namespace bench
+}  // namespace bench::lifecycle

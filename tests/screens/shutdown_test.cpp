@@ -12,7 +12,7 @@
 
 #include "lifecycle_fixtures.h"
 
-namespace bench {
+namespace bench::lifecycle {
 namespace {
 
 using testing::HasSubstr;
@@ -561,4 +561,4 @@ TEST(Signals, OthersAreNoReasonToEnd) {
 }
 
 }  // namespace
-}  // namespace bench
+}  // namespace bench::lifecycle

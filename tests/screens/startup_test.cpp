@@ -5,7 +5,7 @@
 
 #include "lifecycle_fixtures.h"
 
-namespace bench {
+namespace bench::lifecycle {
 namespace {
 
 using testing::ElementsAre;
@@ -344,4 +344,4 @@ TEST(Opening, StandardOutputNeedNotBeATerminal) {
 }
 
 }  // namespace
-}  // namespace bench
+}  // namespace bench::lifecycle

@@ -8,7 +8,7 @@
 
 #include "lifecycle_fixtures.h"
 
-namespace bench {
+namespace bench::lifecycle {
 namespace {
 
 // ---- types and locales ----
@@ -537,4 +537,4 @@ TEST(WithoutAShell, StoppingFromOutsideLeavesTheScreen) {
 }
 
 }  // namespace
-}  // namespace bench
+}  // namespace bench::lifecycle
