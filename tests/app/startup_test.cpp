@@ -80,6 +80,8 @@ TEST(OnTerminateSignal, IgnoresEveryOtherSignal) {
 long AfterPreparation(const std::function<void()>& before, const std::function<long()>& question) {
     return AnswerInChild(
                [&] {
+                   for (int number : {SIGCHLD, SIGINT, SIGQUIT, SIGTERM, SIGHUP})
+                       std::signal(number, SIG_DFL);
                    before();
                    PrepareProcess();
                    return Prepared::kYes;

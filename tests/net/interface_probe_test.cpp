@@ -110,8 +110,12 @@ TEST(AskInterface, TakesNamesThatNoInterfaceHas) {
         const InterfaceFacts facts = AskInterface(name, -1);
         EXPECT_EQ(facts.address_family, 0) << name;
         EXPECT_FALSE(facts.is_wireless) << name;
-        EXPECT_EQ(LastGlobalIPv6(facts.global_addresses.value_or("")), "") << name;
     }
+}
+
+TEST(GlobalAddressCommand, NamesTheInterface) {
+    EXPECT_EQ(GlobalAddressCommand("eth0"), "ip addr show dev eth0 scope global");
+    EXPECT_EQ(GlobalAddressCommand("$(a) b"), "ip addr show dev '$(a) b' scope global");
 }
 
 TEST(IsWirelessInterface, AWireIsNone) {

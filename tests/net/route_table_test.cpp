@@ -234,6 +234,23 @@ std::string Repeated(const std::string& text, int times) {
     return all;
 }
 
+// Leaves pointers to a number all over the stack.
+[[gnu::noinline]] void LeaveNumbersOnTheStack() {
+    static char number[] = "77";
+    char* volatile pointers[4096];
+    for (auto& pointer : pointers)
+        pointer = number;
+}
+
+TEST(ParseRouteTable, AMissingColumnIsAbsentWhateverWasInItsPlace) {
+    for (int between = 0; between <= 58; ++between) {
+        const std::string text =
+            "iface " + Repeated("x ", between) + "destination gateway flags mask\ne\n";
+        LeaveNumbersOnTheStack();
+        ExpectRoutes(ParseRouteTable(text), {{"e", 0, 0, 0, 0}});
+    }
+}
+
 TEST(ParseRouteTable, LooksAt63ColumnsOfAHeader) {
     const std::string lead = "iface destination gateway flags ";
     ExpectRoutes(ParseRouteTable(lead + Repeated("x ", 58) + "mask\n" + "e 1 2 3 " +
@@ -414,6 +431,7 @@ std::string AsRouteText(const std::string& device, std::uint32_t destination, st
 std::vector<std::string> RoutesOfTable() {
     UpdateRouteInfo();
     std::vector<std::string> routes;
+    routes.reserve(RouteTable.size());
     for (const RouteEntry& route : RouteTable)
         routes.push_back(AsRouteText(route.iface, route.destination, route.mask, route.gateway));
     return routes;

@@ -747,7 +747,7 @@ TEST(OddMenu, AfterEveryKeyTheSelectionIsARowInSight) {
         std::string keys;
         for (int press = 0; press < 100; ++press) {
             const int key = RandomKey(random);
-            keys += " " + std::to_string(key);
+            keys.append(" ").append(std::to_string(key));
             menu.HandleKey(key);
             SCOPED_TRACE(rows + " height " + std::to_string(height) + " keys" + keys);
             ASSERT_GE(menu.top, 0);

@@ -1,6 +1,8 @@
 #include "util/command.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/time.h>
 
@@ -31,13 +33,33 @@ std::string OutputOfCommandOutput(const std::string& command) {
     return CommandOutput(command).value_or("");
 }
 
+std::string OutputOfFeedCommand(const std::string& command) {
+    const TemporaryFolder folder;
+    FeedCommand("{ " + command + "; } >" + folder.Path("output"), {"input\n"});
+    return ContentOf(folder.Path("output"));
+}
+
+std::string OutputOfStartCommand(const std::string& command) {
+    auto running = StartCommand(command);
+    if (!running) return "not started";
+    const OpenSignalGate open;
+    while (!ReadAvailable(*running)) {
+        pollfd output = {running->descriptor, POLLIN, 0};
+        poll(&output, 1, -1);
+    }
+    waitpid(running->pid, nullptr, 0);
+    return running->output;
+}
+
 struct Door {
     const char* name;
     std::string (*output_of)(const std::string&);
 };
 
 constexpr Door kDoors[] = {{"RunCommand", OutputOfRunCommand},
-                           {"CommandOutput", OutputOfCommandOutput}};
+                           {"CommandOutput", OutputOfCommandOutput},
+                           {"StartCommand", OutputOfStartCommand},
+                           {"FeedCommand", OutputOfFeedCommand}};
 
 // A set of signals in the process table's entry, as the kernel prints it: bit n - 1 for signal n.
 std::uint64_t SignalSet(const std::string& status, const std::string& name) {
@@ -50,15 +72,62 @@ bool Contains(std::uint64_t set, int number) {
     return ((set >> (number - 1)) & 1U) != 0;
 }
 
-TEST(Command, StartsWithChildInterruptAndQuitAtTheirDefaults) {
-    const SignalAction child(SIGCHLD, SIG_IGN);
+TEST(Command, StartsWithInterruptAndQuitAtTheirDefaults) {
     const SignalAction interrupt(SIGINT, SIG_IGN);
     const SignalAction quit(SIGQUIT, SIG_IGN);
     for (const Door& door : kDoors) {
         SCOPED_TRACE(door.name);
         const std::uint64_t ignored = SignalSet(door.output_of(kOwnStatus), "SigIgn");
+        for (int number : {SIGINT, SIGQUIT})
+            EXPECT_FALSE(Contains(ignored, number)) << number;
+    }
+}
+
+// A machine whose shell does nothing but print its entry in the process table. Real shells are of
+// little use to see how they were started: some put SIGCHLD right by themselves, others don't.
+Prepared EnterMachineWithTellingShell(const TemporaryFolder& folder) {
+    const std::string shell = folder.File("sh", "#!/usr/bin/env -S cat /proc/self/status --\n");
+    chmod(shell.c_str(), 0755);
+    if (unshare(CLONE_NEWNS) != 0) return Prepared::kRefused;
+    if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return Prepared::kRefused;
+    if (mount(shell.c_str(), "/bin/sh", nullptr, MS_BIND, nullptr) != 0) return Prepared::kRefused;
+    return Prepared::kYes;
+}
+
+// The same doors without a real shell's redirections: what they give or show.
+const Door kPlainDoors[] = {
+    {"RunCommand",
+     [](const std::string& command) {
+         RunCommand(command);
+         return std::string();
+     }},
+    {"CommandOutput", OutputOfCommandOutput},
+    {"StartCommand", OutputOfStartCommand},
+    {"FeedCommand",
+     [](const std::string& command) {
+         FeedCommand(command, {});
+         return std::string();
+     }},
+};
+
+TEST(Command, StartsWithChildInterruptAndQuitAtTheirDefaultsWhateverTheShell) {
+    for (const Door& door : kPlainDoors) {
+        SCOPED_TRACE(door.name);
+        const TemporaryFolder folder;
+        const Answer answer = AnswerInChild([&] { return EnterMachineWithTellingShell(folder); },
+                                            [&] {
+                                                for (int number : {SIGCHLD, SIGINT, SIGQUIT})
+                                                    std::signal(number, SIG_IGN);
+                                                CloseSignalGate();
+                                                const std::string output = door.output_of("true");
+                                                fwrite(output.data(), 1, output.size(), stdout);
+                                                return 0L;
+                                            });
+        if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its shell";
+        const std::uint64_t ignored = SignalSet(answer.output, "SigIgn");
         for (int number : {SIGCHLD, SIGINT, SIGQUIT})
             EXPECT_FALSE(Contains(ignored, number)) << number;
+        EXPECT_EQ(SignalSet(answer.output, "SigBlk"), 0U);
     }
 }
 
@@ -198,6 +267,99 @@ TEST(RunCommand, ACommandThatCantBeStartedIsPassedOver) {
     EXPECT_EQ(answer.output, "");
 }
 
+TEST(RunCommand, GivesTheRawWaitStatus) {
+    const SignalAction child(SIGCHLD, SIG_DFL);
+    int status = RunCommand("exit 3");
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 3);
+    status = RunCommand("kill -TERM $$");
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), SIGTERM);
+    EXPECT_EQ(RunCommand("true"), 0);
+}
+
+TEST(RunCommand, HasNoStatusWhereTheKernelReapsChildren) {
+    const SignalAction child(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(RunCommand("true"), -1);
+}
+
+// ---- StartCommand ----
+
+TEST(StartCommand, DoesNotWait) {
+    const TemporaryFolder folder;
+    auto running = StartCommand("echo first; " + UntilThere(folder.Path("go")) + "; echo last");
+    ASSERT_TRUE(running.has_value());
+    while (running->output.empty())
+        ASSERT_FALSE(ReadAvailable(*running));
+    EXPECT_EQ(running->output, "first\n");
+    EXPECT_FALSE(ReadAvailable(*running));
+    folder.File("go", "");
+    while (!ReadAvailable(*running)) {
+        pollfd output = {running->descriptor, POLLIN, 0};
+        poll(&output, 1, -1);
+    }
+    EXPECT_EQ(running->output, "first\nlast\n");
+    EXPECT_EQ(running->descriptor, -1);
+    EXPECT_TRUE(ReadAvailable(*running)) << "the output stays whole";
+    waitpid(running->pid, nullptr, 0);
+}
+
+TEST(StartCommand, SeveralRunAtTheSameTime) {
+    const TemporaryFolder folder;
+    const std::string a = folder.Path("a");
+    const std::string b = folder.Path("b");
+    auto first = StartCommand(": >" + a + "; " + UntilThere(b) + "; [ -e " + b + " ] && echo met");
+    auto second = StartCommand(": >" + b + "; " + UntilThere(a) + "; [ -e " + a + " ] && echo met");
+    ASSERT_TRUE(first.has_value() && second.has_value());
+    for (RunningCommand* running : {&*first, &*second}) {
+        while (!ReadAvailable(*running)) {
+            pollfd output = {running->descriptor, POLLIN, 0};
+            poll(&output, 1, -1);
+        }
+        EXPECT_EQ(running->output, "met\n");
+        waitpid(running->pid, nullptr, 0);
+    }
+}
+
+TEST(Abandon, StopsListening) {
+    const int free_before = dup(STDERR_FILENO);
+    close(free_before);
+    auto running = StartCommand("sleep 0.05");
+    ASSERT_TRUE(running.has_value());
+    Abandon(*running);
+    EXPECT_EQ(running->descriptor, -1);
+    EXPECT_TRUE(ReadAvailable(*running));
+    Abandon(*running);
+    const int free_after = dup(STDERR_FILENO);
+    close(free_after);
+    EXPECT_EQ(free_after, free_before);
+    waitpid(running->pid, nullptr, 0);
+}
+
+// ---- FeedCommand ----
+
+TEST(FeedCommand, TheTextsAreTheCommandsInput) {
+    const TemporaryFolder folder;
+    FeedCommand("cat >" + folder.Path("input"), {"pass word\n", "", "\0\xff"s, "again\n"});
+    EXPECT_EQ(ContentOf(folder.Path("input")), "pass word\n\0\xff"s + "again\n");
+}
+
+TEST(FeedCommand, FeedsMoreThanAPipeHolds) {
+    const TemporaryFolder folder;
+    const std::string text(300'000, 'x');
+    FeedCommand("cat >" + folder.Path("input"), {text, "end"});
+    EXPECT_EQ(ContentOf(folder.Path("input")), text + "end");
+}
+
+TEST(FeedCommand, ACommandThatDoesNotReadEndsNothing) {
+    const SavedSignalMask saved;
+    const SignalAction counted(SIGPIPE, CountSignal);
+    signals_counted = 0;
+    FeedCommand("exec <&-", {std::string(300'000, 'x')});
+    EXPECT_EQ(signals_counted, 0);
+    EXPECT_FALSE(IsBlocked(SIGPIPE));
+}
+
 // ---- CommandOutput ----
 
 TEST(CommandOutput, GivesWhatTheCommandWrites) {
@@ -270,6 +432,12 @@ TEST(ShellWord, QuotesEverythingElse) {
     }
 }
 
+TEST(QuotedWord, QuotesEveryText) {
+    EXPECT_EQ(QuotedWord("eth0"), "'eth0'");
+    EXPECT_EQ(QuotedWord(""), "''");
+    EXPECT_EQ(QuotedWord("$HOME \"x\""), "'$HOME \"x\"'");
+}
+
 std::vector<std::string> HostileNames() {
     std::vector<std::string> names = {
         "",        " ",        "$(reboot)", "`id`",    "a;b", "a'b",         "''",        "'",
@@ -288,8 +456,8 @@ TEST(ShellWord, ReachesTheCommandAsOneWordWhateverIsInIt) {
     std::string command = "printf '%s\\000'";
     std::string expected;
     for (const std::string& name : HostileNames()) {
-        command += " " + ShellWord(name);
-        expected += name + '\0';
+        command += " " + ShellWord(name) + " " + QuotedWord(name);
+        expected += name + '\0' + name + '\0';
     }
     EXPECT_EQ(CommandOutput(command), expected);
 }

@@ -29,23 +29,18 @@ TEST(ReadWholeFile, ReadsFilesThatTellNoSize) {
     EXPECT_NE(text->find("\nPid:\t" + std::to_string(getpid()) + "\n"), std::string::npos);
 }
 
+// The kernel gives such a file page by page, however large the buffer.
 TEST(ReadWholeFile, ReadsOnAfterAShortRead) {
+    const std::string text = ContentOf("/proc/crypto");
+    if (text.size() < 8192) GTEST_SKIP() << "too little to read on this system";
+    EXPECT_EQ(ReadWholeFile("/proc/crypto"), text);
+}
+
+TEST(ReadWholeFile, APipeInTheFilesPlaceHangsNothing) {
     const TemporaryFolder folder;
     const std::string fifo = folder.Path("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    const pid_t writer = fork();
-    if (writer == 0) {
-        const int descriptor = open(fifo.c_str(), O_WRONLY);
-        const bool written = write(descriptor, "first ", 6) == 6;
-        int waiting = 1;
-        while (ioctl(descriptor, FIONREAD, &waiting) == 0 && waiting > 0)
-            usleep(1000);
-        _exit(written && write(descriptor, "second", 6) == 6 ? 0 : 1);
-    }
-    EXPECT_EQ(ReadWholeFile(fifo.c_str()), "first second");
-    int status = -1;
-    waitpid(writer, &status, 0);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(ReadWholeFile(fifo.c_str()).value_or(""), "");
 }
 
 TEST(ReadWholeFile, AnEmptyFileGivesAnEmptyText) {
