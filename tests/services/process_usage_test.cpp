@@ -1,0 +1,276 @@
+// Who runs an executable: real processes, of programs that are links, deleted, replaced, ended or
+// not to be looked at.
+#include "services/process_usage.h"
+
+#include <dirent.h>
+#include <poll.h>
+
+#include <algorithm>
+#include <chrono>
+#include <iostream>
+#include <memory>
+#include <vector>
+
+#include "services/services_fixtures.h"
+
+namespace {
+
+using services::AmongOwnProcesses;
+using services::Folder;
+using services::InOwnRoot;
+
+constexpr const char* kProgram = "/bin/sleep";
+
+int Users(const std::string& path) {
+    return procfs_path_in_use(path.c_str());
+}
+
+std::string CopyProgram(const std::string& path) {
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    std::filesystem::copy_file(kProgram, path);
+    return path;
+}
+
+// Starts a process of that program, which runs when this returns.
+pid_t Start(const std::string& path) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) std::abort();
+    const pid_t pid = fork();
+    if (pid == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        execl(path.c_str(), path.c_str(), "infinity", nullptr);
+        _exit(127);
+    }
+    close(ends[1]);
+    char byte = 0;
+    // The end of the file comes when the program has taken the process over.
+    if (read(ends[0], &byte, 1) != 0) std::abort();
+    close(ends[0]);
+    return pid;
+}
+
+// Such a process, gone after the destructor.
+struct Running {
+    explicit Running(const std::string& path) : pid(Start(path)) {}
+    ~Running() {
+        kill(pid, SIGKILL);
+        waitpid(pid, nullptr, 0);
+    }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+
+    // Ends it, but leaves it in /proc until the destructor.
+    void EndUnreaped() const {
+        kill(pid, SIGKILL);
+        siginfo_t ended = {};
+        waitid(P_PID, static_cast<id_t>(pid), &ended, WEXITED | WNOWAIT);
+    }
+
+    pid_t pid;
+};
+
+TEST(ProcfsPathInUse, CountsTheProcesses) {
+    const Folder folder;
+    const std::string path = CopyProgram(folder.path + "/volkeep");
+    EXPECT_EQ(Users(path), 0);
+    const auto first = std::make_unique<Running>(path);
+    EXPECT_EQ(Users(path), 1);
+    {
+        const Running second(path);
+        const Running third(path);
+        EXPECT_EQ(Users(path), 3);
+    }
+    EXPECT_EQ(Users(path), 1);
+}
+
+TEST(ProcfsPathInUse, OneThatIsNotThereHasNoUsers) {
+    const Folder folder;
+    EXPECT_EQ(Users(folder.path + "/volkeep"), 0);
+    EXPECT_EQ(Users(folder.path + "/none/volkeep"), 0);
+    EXPECT_EQ(Users("/"), 0);
+    EXPECT_EQ(Users(""), 0);
+}
+
+TEST(ProcfsPathInUse, OtherProgramsDoNotCount) {
+    const Folder folder;
+    const std::string path = CopyProgram(folder.path + "/sbin/volkeep");
+    const Running longer(CopyProgram(folder.path + "/sbin/volkeep-start"));
+    const Running shorter(CopyProgram(folder.path + "/sbin/volkee"));
+    const Running elsewhere(CopyProgram(folder.path + "/local/volkeep"));
+    EXPECT_EQ(Users(path), 0);
+    EXPECT_EQ(Users(folder.path + "/sbin"), 0);
+}
+
+// A process carries the program's first argument, and a name of its own choice; neither tells what
+// it runs.
+TEST(ProcfsPathInUse, WhatAProcessCallsItselfDoesNotCount) {
+    const Folder folder;
+    const std::string path = CopyProgram(folder.path + "/volkeep");
+    const pid_t pretender = fork();
+    if (pretender == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        execl(kProgram, path.c_str(), "infinity", nullptr);
+        _exit(127);
+    }
+    const auto has_started = [&] {
+        const std::string told =
+            services::ContentOf("/proc/" + std::to_string(pretender) + "/cmdline");
+        return told.compare(0, path.size(), path) == 0;
+    };
+    for (int i = 0; i < 1000 && !has_started(); i++)
+        poll(nullptr, 0, 10);
+    EXPECT_TRUE(has_started());
+    EXPECT_EQ(Users(path), 0);
+    kill(pretender, SIGKILL);
+    waitpid(pretender, nullptr, 0);
+}
+
+// As /sbin is on a merged system: a link to usr/sbin.
+TEST(ProcfsPathInUse, AFolderMayBeALink) {
+    const Folder folder;
+    const std::string real = CopyProgram(folder.path + "/usr/sbin/volkeep");
+    std::filesystem::create_symlink("usr/sbin", folder.path + "/sbin");
+    const std::string spelt = folder.path + "/sbin/volkeep";
+    const Running by_link(spelt);
+    EXPECT_EQ(Users(spelt), 1);
+    EXPECT_EQ(Users(real), 1);
+    const Running by_real_name(real);
+    EXPECT_EQ(Users(spelt), 2);
+    EXPECT_EQ(Users(real), 2);
+    EXPECT_EQ(Users(folder.path + "//sbin/../sbin/./volkeep"), 2);
+}
+
+TEST(ProcfsPathInUse, TheExecutableMayBeALink) {
+    const Folder folder;
+    const std::string real = CopyProgram(folder.path + "/lib/volkeep-2");
+    const std::string link = folder.path + "/volkeep";
+    std::filesystem::create_symlink("lib/volkeep-2", link);
+    const Running process(link);
+    EXPECT_EQ(Users(link), 1);
+    EXPECT_EQ(Users(real), 1);
+}
+
+TEST(ProcfsPathInUse, ADeletedExecutableStillRuns) {
+    const Folder folder;
+    const std::string real = CopyProgram(folder.path + "/usr/sbin/volkeep");
+    std::filesystem::create_symlink("usr/sbin", folder.path + "/sbin");
+    const Running process(real);
+    std::filesystem::remove(real);
+    EXPECT_EQ(Users(real), 1);
+    EXPECT_EQ(Users(folder.path + "/sbin/volkeep"), 1);
+}
+
+TEST(ProcfsPathInUse, AReplacedExecutableStillRuns) {
+    const Folder folder;
+    const std::string path = CopyProgram(folder.path + "/volkeep");
+    const Running old_one(path);
+    std::filesystem::remove(path);
+    CopyProgram(path);
+    EXPECT_EQ(Users(path), 1);
+    const Running new_one(path);
+    EXPECT_EQ(Users(path), 2);
+}
+
+TEST(ProcfsPathInUse, AnEndedProcessDoesNotCount) {
+    const Folder folder;
+    const std::string path = CopyProgram(folder.path + "/volkeep");
+    const Running ended(path);
+    ended.EndUnreaped();
+    EXPECT_EQ(Users(path), 0);
+}
+
+TEST(ProcfsPathInUse, KeepsNoDescriptor) {
+    const auto open_files = [] {
+        const auto folder = std::filesystem::directory_iterator("/proc/self/fd");
+        return std::distance(begin(folder), end(folder));
+    };
+    const auto before = open_files();
+    for (int i = 0; i < 20; i++)
+        Users(kProgram);
+    EXPECT_EQ(open_files(), before);
+}
+
+// ---- among other processes ----
+
+using ProcfsPathInUseApart = services::OwnSurroundings;
+
+TEST_F(ProcfsPathInUseApart, WithoutProcNothingRuns) {
+    EXPECT_EQ(InOwnRoot([] {
+                  umount2("/proc", MNT_DETACH);
+                  return std::to_string(Users("/sbin/volkeep"));
+              }),
+              "0");
+}
+
+TEST_F(ProcfsPathInUseApart, ProcessesNotToBeLookedAtArePassedOver) {
+    if (geteuid() != 0) GTEST_SKIP() << "needs another user";
+    const Folder folder;
+    std::filesystem::permissions(folder.path, std::filesystem::perms(0755));
+    const std::string path = CopyProgram(folder.path + "/volkeep");
+    EXPECT_EQ(AmongOwnProcesses([&] {
+                  Start(path);
+                  if (setgid(65534) != 0 || setuid(65534) != 0) return std::string("still root");
+                  const Running own(path);
+                  return std::to_string(Users(path));
+              }),
+              "1");
+}
+
+// Processes that come and go as fast as they can, and two that stay.
+TEST_F(ProcfsPathInUseApart, ProcessesMayEndMeanwhile) {
+    const Folder folder;
+    const std::string path = CopyProgram(folder.path + "/volkeep");
+    EXPECT_EQ(AmongOwnProcesses([&] {
+                  const Running first(path);
+                  const pid_t churn = fork();
+                  while (churn == 0) {
+                      const pid_t brief = fork();
+                      if (brief == 0) _exit(0);
+                      waitpid(brief, nullptr, 0);
+                  }
+                  const Running last(path);
+                  int wrong = 0;
+                  for (int i = 0; i < 500; i++)
+                      wrong += Users(path) != 2 ? 1 : 0;
+                  kill(churn, SIGKILL);
+                  return std::to_string(wrong) + " wrong";
+              }),
+              "0 wrong");
+}
+
+int Sleep(void* /*nothing*/) {
+    for (;;)
+        pause();
+}
+
+// It runs whenever the services screen looks, so it must not be felt.
+TEST_F(ProcfsPathInUseApart, TwoThousandProcessesTakeMilliseconds) {
+    constexpr std::size_t kProcesses = 2000;
+    constexpr std::size_t kStack = 16384;
+    constexpr int kRounds = 21;
+    const Folder folder;
+    const std::string path = CopyProgram(folder.path + "/volkeep");
+    const std::string said = AmongOwnProcesses([&] {
+        const Running process(path);
+        std::vector<char> stacks(kProcesses * kStack);
+        for (std::size_t i = 1; i < kProcesses; i++)
+            clone(Sleep, stacks.data() + i * kStack, CLONE_VM | SIGCHLD, nullptr);
+        std::vector<double> times;
+        for (int i = 0; i < kRounds; i++) {
+            const auto start = std::chrono::steady_clock::now();
+            if (Users(path) != 1) return std::string("wrong count");
+            const std::chrono::duration<double, std::milli> time =
+                std::chrono::steady_clock::now() - start;
+            times.push_back(time.count());
+        }
+        std::sort(times.begin(), times.end());
+        return std::to_string(times[kRounds / 2]);
+    });
+    std::cout << "median of " << kRounds << " looks at " << kProcesses << " processes: " << said
+              << " ms\n";
+    ASSERT_NE(said, "wrong count");
+    // Half a second would be felt, also on a slower machine.
+    EXPECT_LT(std::stod(said), 200.0);
+}
+
+}  // namespace
