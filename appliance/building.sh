@@ -9,7 +9,7 @@ run_packages="cmake g++ make libncurses-dev ncurses-term iproute2 psmisc util-li
 # And to build and run its tests.
 # shellcheck disable=SC2034
 test_packages="libgtest-dev libgmock-dev libvterm-dev clang-format-14 shellcheck locales strace \
-procps wpasupplicant samba tigervnc-tools vsftpd openssl"
+procps wpasupplicant samba tigervnc-tools vsftpd openssl ntpsec iputils-ping"
 
 # MissingPackages PACKAGE...: those that are not installed.
 MissingPackages() {
