@@ -110,6 +110,14 @@ inline void BackToInterface(Terminal& t, const std::string& keys, Place place = 
     t.Settle(Terminal::kPatience, place);
 }
 
+// Empties an entry that holds a text of that length, and types another one.
+inline void TypeInstead(Terminal& t, size_t old_length, const std::string& text) {
+    t.Press("<Home>");
+    for (; old_length > 0; old_length--)
+        t.Press("<Delete>");
+    t.Type(text);
+}
+
 // A row of the screen from column 4 on.
 inline std::string TextAt(const Terminal& t, int row) {
     const std::string text = t.Row(row);
