@@ -5,6 +5,7 @@
 #include <time.h>
 
 #include <algorithm>
+#include <random>
 
 #include "lifecycle_fixtures.h"
 
@@ -396,6 +397,33 @@ TEST(OtherBytes, CtrlDIsNoEndOfInput) {
         t.Settle();
         EXPECT_TRUE(t.Running()) << stop.name;
         EXPECT_TRUE(t.Shows(stop.sign)) << stop.name;
+    }
+}
+
+// Line noise. Without ENTER, no row is ever activated; an ESC may leave the menu.
+TEST(OtherBytes, OfAnySortNeverCrash) {
+    OneCard box;
+    std::mt19937 random(20011);
+    for (const char* type : {"xterm-256color", "linux"}) {
+        for (int round = 0; round < 5; round++) {
+            const Stop& stop = kStops[random() % std::size(kStops)];
+            SCOPED_TRACE(stop.name);
+            std::string noise;
+            while (noise.size() < 3000) {
+                const char byte = static_cast<char>(random() % 256);
+                // Not ENTER, nor what the terminal itself takes: signals, stopping its output.
+                if (std::string("\r\n\x03\x11\x13\x1a\x1c").find(byte) == std::string::npos) {
+                    noise += byte;
+                }
+            }
+            Terminal t(box, OfType(type));
+            GoTo(t, stop);
+            t.SendBytes(noise);
+            t.Settle();
+            if (t.Running()) t.Press("<C-c>");
+            const Ending ending = t.WaitExit();
+            EXPECT_TRUE(ending == Exited(130) || ending == Exited(0)) << ending;
+        }
     }
 }
 

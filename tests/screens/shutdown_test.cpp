@@ -333,6 +333,23 @@ TEST(DuringTheStart, NoMomentLeavesTheTerminalUpset) {
     }
 }
 
+// In the middle of drawing nothing is restored by halves.
+TEST(WhileDrawing, EndingSignalsRestoreTheTerminal) {
+    OneCard box;
+    for (int round = 0; round < 8; round++) {
+        SCOPED_TRACE(round);
+        Terminal t(box, AtAPrompt());
+        GoTo(t, kMainMenu);
+        for (int keys = 0; keys < 40; keys++)
+            t.Press("<End><Home>");
+        t.Resize(24 + round, 100);
+        t.RunFor(0.001 * round);
+        t.Signal(SIGTERM);
+        EXPECT_EQ(t.WaitExit(kOneSecond), Exited(143));
+        ExpectTerminalAsBefore(t);
+    }
+}
+
 // ---- a terminal that takes nothing more ----
 
 TEST(CleanUp, IsGivenFiveSeconds) {
