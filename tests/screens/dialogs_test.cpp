@@ -134,25 +134,24 @@ TEST_F(Question, ADoubleClickAnswersOnce) {
     EXPECT_EQ(box.Calls().size(), 1u);
 }
 
-// The key behind each event makes sure that the event was taken before the screen is looked at.
 TEST_F(Question, OtherClicksAreNoAnswer) {
     MainMenu t(box);
     OpenQuestion(t);
-    for (const Spot& spot : {Spot{0, 5}, Spot{1, 5}, Spot{3, 5}, Spot{5, 5}, Spot{23, 5}}) {
+    for (const Spot& spot : {Spot{0, 5}, Spot{3, 5}, Spot{5, 5}, Spot{23, 5}}) {
         t.Click(spot.line, spot.column);
-        t.Press("x");
+        LetClickPass(t);
         ExpectStillAsking(t, "a click on line " + std::to_string(spot.line));
     }
     t.Hover(2, 5);
-    t.Press("x");
+    LetClickPass(t);
     ExpectStillAsking(t, "pointing");
     t.MousePress(2, 5);
-    t.Press("x");
+    LetClickPass(t);
     t.MouseRelease(2, 5);
-    t.Press("x");
-    ExpectStillAsking(t, "pressing and releasing");
+    LetClickPass(t);
+    ExpectStillAsking(t, "pressing and, later, releasing");
     t.SendBytes("\x1b[<2;6;3M\x1b[<2;6;3m");  // the right button
-    t.Press("x");
+    LetClickPass(t);
     ExpectStillAsking(t, "a click of the right button");
     t.Press("n");
     WaitForMainMenu(t);
@@ -319,6 +318,7 @@ TEST_F(TextBox, OtherKeysChangeNothing) {
     OpenTextBox(t);
     t.SendBytes("\x1bOM\x1b[1;5D");  // ENTER of the number pad, Ctrl-Left
     t.Click(EntryLine(t), 4);
+    LetClickPass(t);
     t.Press("Z");
     WaitForEntry(t, "applianceZ", 12);
 }

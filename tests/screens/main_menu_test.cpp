@@ -34,7 +34,8 @@ std::vector<std::string> Screen(const std::string& host_name, const std::vector<
     return screen;
 }
 
-void WaitForScreen(Terminal& t, const std::vector<std::string>& screen, double seconds = 10,
+// The patience is shorter than the refresh: what an action brings about must not wait for it.
+void WaitForScreen(Terminal& t, const std::vector<std::string>& screen, double seconds = 4,
                    Place place = Place::current()) {
     std::string what = "the screen\n";
     for (const std::string& row : screen)
@@ -542,7 +543,7 @@ class MainMenuActions : public testing::Test {
     void WaitForPlainScreen(Terminal& t, std::vector<std::string> lines,
                             Place place = Place::current()) {
         lines.resize(static_cast<size_t>(t.rows()));
-        WaitForScreen(t, lines, 10, place);
+        WaitForScreen(t, lines, 4, place);
     }
 
     // The terminal as a command wants it: whole lines, a cursor, no mouse reports.
@@ -607,8 +608,12 @@ TEST_F(MainMenuActions, LeaveABlankTerminal) {
     options.term = "vt220";
     MainMenu t(box, options);
     OpenQuestion(t);
+    t.Mark();
     t.Press("y");
     t.WaitFor("network stop all");
+    // The messages scroll what was above them, so the wiping itself is looked for.
+    const std::string output = t.Output();
+    EXPECT_THAT(output.substr(0, output.find("Stopping")), HasSubstr("\x1b[J"));
     std::vector<std::string> lines = t.Screen();
     std::erase(lines, "");
     EXPECT_THAT(lines, ElementsAre("Stopping all interfaces...", "network stop all"));

@@ -64,6 +64,14 @@ inline void LookAgain(Terminal& t, Place place = Place::current()) {
     WaitForMainMenu(t, place);
 }
 
+// Until the program has made of a click what it is. The click shows as one only when no other has
+// followed it for a sixth of a second; a key that follows at once would break it up.
+inline void LetClickPass(Terminal& t, Place place = Place::current()) {
+    t.Settle(Terminal::kPatience, place);
+    t.RunFor(0.2);
+    t.Settle(Terminal::kPatience, place);
+}
+
 // Bridges br1, br2 ... with the hardware addresses 02:00:00:00:00:01 ..., down.
 inline void AddBridges(Machine& box, int count) {
     std::string batch;
