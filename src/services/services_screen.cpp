@@ -15,7 +15,6 @@
 #include "ui/screen_loop.h"
 #include "ui/terminal.h"
 #include "util/command.h"
-#include "util/wipe.h"
 
 namespace {
 
@@ -111,7 +110,6 @@ bool AskVncPassword(const char* prompt) {
     std::string password;
     const bool typed = PromptPassword(prompt, password) && !password.empty();
     if (typed) SetVncPassword(password);
-    Wipe(password);
     return typed;
 }
 

@@ -7,7 +7,6 @@
 #include "ui/screen_loop.h"
 #include "ui/terminal.h"
 #include "util/command.h"
-#include "util/wipe.h"
 
 namespace {
 
@@ -47,8 +46,7 @@ void SetPassword(Menu& menu, UserState& state) {
     std::string password;
     if (!PromptPassword("SMB/CIFS account password?", password) || password.empty()) return;
     FeedCommand("smbpasswd -a -s " + QuotedWord(state.account.name),
-                {password, "\n", password, "\n"});
-    Wipe(password);
+                {password, "\n", password, "\n"}, &password);
     state.changed = true;
     menu.running = false;
 }

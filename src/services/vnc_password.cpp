@@ -13,7 +13,7 @@ constexpr mode_t kOwnerOnly = 077;
 
 }  // namespace
 
-void SetVncPassword(const std::string& password) {
+void SetVncPassword(std::string& password) {
     if (password.empty()) return;
     ShellEscape([&] {
         // The shell makes the file, or fills an older one, before its mode can be set.
@@ -21,7 +21,7 @@ void SetVncPassword(const std::string& password) {
         chmod(kPasswordFile, kOwnerReads);
         // The empty lines answer whatever else the tool may ask.
         FeedCommand("vncpasswd -f >/etc/local.desktop.vnc.passwd",
-                    {password, "\n", "\n", "\n\n\n\n\n\n\n\n\n\n\n"});
+                    {password, "\n", "\n", "\n\n\n\n\n\n\n\n\n\n\n"}, &password);
         umask(before);
         chmod(kPasswordFile, kOwnerReads);
     });

@@ -5,6 +5,6 @@
 
 // Makes /etc/local.desktop.vnc.passwd from the password with the VNC server's own tool, which gets
 // it through a pipe, on the plain terminal. At no moment can anyone but its owner read the
-// file. An empty password changes nothing. What fails is not reported. The caller wipes the
-// password.
-void SetVncPassword(const std::string& password);
+// file. An empty password changes nothing. What fails is not reported. The password is
+// wiped as soon as the tool has it.
+void SetVncPassword(std::string& password);

@@ -14,6 +14,7 @@
 
 #include "util/io.h"
 #include "util/signal_gate.h"
+#include "util/wipe.h"
 
 namespace {
 
@@ -156,13 +157,17 @@ std::optional<std::string> CommandOutput(const std::string& command) {
     return std::move(running->output);
 }
 
-void FeedCommand(const std::string& command, std::initializer_list<std::string_view> input) {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) return;
-    const pid_t pid = StartShell(command, {.input = ends[0]});
-    close(ends[0]);
-    if (pid > 0) WriteWithoutSignal(ends[1], input);
-    close(ends[1]);
+void FeedCommand(const std::string& command, std::initializer_list<std::string_view> input,
+                 std::string* secret) {
+    int ends[2] = {-1, -1};
+    pid_t pid = -1;
+    if (pipe2(ends, O_CLOEXEC) == 0) {
+        pid = StartShell(command, {.input = ends[0]});
+        close(ends[0]);
+        if (pid > 0) WriteWithoutSignal(ends[1], input);
+        close(ends[1]);
+    }
+    if (secret != nullptr) Wipe(*secret);
     if (pid > 0) WaitFor(pid);
 }
 

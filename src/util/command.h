@@ -42,9 +42,11 @@ void Abandon(RunningCommand& command);
 std::optional<std::string> CommandOutput(const std::string& command);
 
 // Runs the command on the program's own terminal with those texts, one after another, as its
-// standard input, and waits for it. No copy of them is made: they may be secrets. A command that
-// does not read them all is not told. Nothing happens when it can't be started.
-void FeedCommand(const std::string& command, std::initializer_list<std::string_view> input);
+// standard input, and waits for it. No copy of them is made: they may be secrets. The text
+// `secret`, if there is one, is wiped as soon as the command has them, or can't be started. A
+// command that does not read them all is not told.
+void FeedCommand(const std::string& command, std::initializer_list<std::string_view> input,
+                 std::string* secret = nullptr);
 
 // A name as one word of a shell command: unchanged when it consists of letters, digits and
 // "%+,-./:=@_" only, which no shell takes for more than a word; otherwise in single quotes.

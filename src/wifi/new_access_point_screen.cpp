@@ -25,7 +25,7 @@ void AddRows(Menu& menu, const AccessPoint& access_point) {
 // Whether the supplicant took the network. When it gives no number for it, nothing is said and the
 // screen is never left.
 bool AddAccessPoint(const WirelessCard& card, const AccessPoint& access_point,
-                    const std::string& password) {
+                    std::string& password) {
     const int id = AddNetwork(card.name);
     if (id < 0) return false;
     ShellEscape([&] { ConfigureNetwork(card.name, access_point, id, password); });

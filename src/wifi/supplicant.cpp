@@ -187,12 +187,13 @@ int AddNetwork(const std::string& interface_name) {
 }
 
 void ConfigureNetwork(const std::string& interface_name, const AccessPoint& access_point, int id,
-                      const std::string& password) {
+                      std::string& password) {
     SayOf("Connecting to", access_point);
     SetQuoted(interface_name, id, "ssid", access_point.ssid);
     RunCommand(SetNetwork(interface_name, id, "bssid") + QuotedWord(access_point.bssid));
     RunCommand(SetNetwork(interface_name, id, "key_mgmt") + QuotedWord("WPA-PSK"));
     SetQuoted(interface_name, id, "psk", password);
+    Wipe(password);
     RunWpaCli(interface_name, " enable_network " + std::to_string(id));
     RunWpaCli(interface_name, " select_network " + std::to_string(id));
     SaveSupplicantConfig(interface_name);

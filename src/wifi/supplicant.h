@@ -73,6 +73,7 @@ int AddNetwork(const std::string& interface_name);
 
 // The rest of adding a network, on the plain terminal: configures network `id` for the access
 // point, connects, saves, pauses. An SSID or password that is empty or not IsQuotable is left out
-// without a word. Every copy of the password made here is wiped.
+// without a word. The password, and every copy made of it here, is wiped as soon as the supplicant
+// has it.
 void ConfigureNetwork(const std::string& interface_name, const AccessPoint& access_point, int id,
-                      const std::string& password);
+                      std::string& password);
