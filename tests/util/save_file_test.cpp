@@ -376,9 +376,11 @@ TEST_F(SaveFileFaults, AFailingCallLeavesNothingWhereNothingWas) {
             const Trial trial =
                 RunWith(Fault{.at = at, .error = error}, [&] { return SaveFile(path_, kNew); });
             if (!trial.hit) break;
-            const bool saved = trial.ending == Ending::kSaved;
             const std::string context =
                 "call " + std::to_string(at) + " fails with " + std::to_string(error);
+            ASSERT_TRUE(trial.ending == Ending::kSaved || trial.ending == Ending::kRefused)
+                << context;
+            const bool saved = trial.ending == Ending::kSaved;
             EXPECT_EQ(NamesIn(folder_.path), saved ? Names{"settings"} : Names{}) << context;
             if (saved) {
                 EXPECT_EQ(ContentOf(path_), kNew) << context;
@@ -399,6 +401,61 @@ TEST_F(SaveFileFaults, AnInterruptedWriteGoesOn) {
     ASSERT_TRUE(trial.hit);
     EXPECT_EQ(trial.ending, Ending::kSaved);
     EXPECT_EQ(ContentOf(path_), kNew);
+}
+
+// ---- a save through a file of a given name ----
+
+class SaveFileThroughFaults : public SaveFileFaults {
+  protected:
+    const std::string temporary_ = path_ + ".tmp";
+    const std::function<bool()> save_ = [temporary = temporary_, path = path_] {
+        return SaveFileThrough(temporary, path, kNew);
+    };
+};
+
+TEST_F(SaveFileThroughFaults, NothingDisturbed) {
+    for (bool leftover : {false, true}) {
+        StartAgain();
+        if (leftover) MakeFile(temporary_, std::string(9000, 'x'));
+        EXPECT_TRUE(save_());
+        EXPECT_EQ(ContentOf(path_), kNew);
+        EXPECT_EQ(ModeOf(path_), 0640U);
+        EXPECT_EQ(NamesIn(folder_.path), Names{"settings"});
+    }
+}
+
+TEST_F(SaveFileThroughFaults, AKillLeavesTheOldFileOrTheNewOne) {
+    const auto look = [&](const Trial& trial) {
+        const std::string content = ContentOf(path_);
+        EXPECT_TRUE(content == kOld || content == kNew) << "call " << trial.calls.size() - 1;
+        EXPECT_EQ(ModeOf(path_), 0640U) << "call " << trial.calls.size() - 1;
+    };
+    EXPECT_GT(KillAtEveryCall([&] { StartAgain(); }, save_, look), 0U);
+    EXPECT_EQ(ContentOf(path_), kNew);
+}
+
+TEST_F(SaveFileThroughFaults, AFailingCallLeavesTheOldFileOrTheNewOne) {
+    for (int error : {EIO, ENOSPC, EACCES}) {
+        for (size_t at = 0;; at++) {
+            StartAgain();
+            const Trial trial = RunWith(Fault{.at = at, .error = error}, save_);
+            if (!trial.hit) break;
+            const std::string context =
+                "call " + std::to_string(at) + " fails with " + std::to_string(error);
+            ASSERT_TRUE(trial.ending == Ending::kSaved || trial.ending == Ending::kRefused)
+                << context;
+            const bool saved = trial.ending == Ending::kSaved;
+            EXPECT_EQ(ContentOf(path_), saved ? kNew : kOld) << context;
+            // Where it could not take the place, the new file waits beside the old one.
+            const bool waits = IsRename(trial.calls[at]);
+            EXPECT_EQ(NamesIn(folder_.path),
+                      waits ? (Names{"settings", "settings.tmp"}) : Names{"settings"})
+                << context;
+            if (waits) {
+                EXPECT_EQ(ContentOf(temporary_), kNew);
+            }
+        }
+    }
 }
 
 // ---- disks ----
