@@ -122,7 +122,9 @@ TEST(PasswordEntry, HoldsNoMoreThanItsLineNorThan255Characters) {
 
 // ---- what stays ----
 
-constexpr const char* kSecret = "Quux7-Zebra#Plinth_42;vortex";
+// As long as a password may be: the longer, the more copies a careless buffer leaves on its way.
+constexpr const char* kSecret = "Quux7-Zebra#Plinth_42;vortex Jib9+Wharf%Sphinx!K0bold/Myrrh&Ew3";
+static_assert(std::char_traits<char>::length(kSecret) == 63);
 
 // Parts of the secret, long enough not to stand anywhere by chance, as bytes or as the numbers in
 // which curses hands out keys and characters. A rest of two such lengths holds one whole.
