@@ -43,6 +43,16 @@ TEST(ProbeInterfaceStatus, AnInterfaceThatIsDownIsDisconnected) {
     EXPECT_EQ(answer.output, "Disconnected|\n");
 }
 
+// A tap that nobody holds open is a card without a cable.
+TEST(ProbeInterfaceStatus, AnInterfaceCanBeUpWithoutLink) {
+    const Answer answer =
+        Probed({"ip link del eth0; ip tuntap add eth0 mode tap 2>/dev/null && "
+                "ip link set eth0 up || echo no tap"});
+    SKIP_WHERE_REFUSED(answer);
+    if (answer.output.starts_with("no tap")) GTEST_SKIP() << "no taps on this system";
+    EXPECT_EQ(answer.output, "Disconnected|Interface up\n");
+}
+
 TEST(ProbeInterfaceStatus, FollowsWhatHappensToTheInterface) {
     const Answer answer = Probed({
         "ip link set eth0 up",
