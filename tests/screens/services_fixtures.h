@@ -1,0 +1,264 @@
+// A machine whose services are what the test makes of them, and the way to the services screen:
+// what the tests of the services, the SMB/CIFS accounts and the VNC password share.
+#pragma once
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "machine.h"
+#include "terminal.h"
+
+namespace services {
+
+using namespace bench;
+using Words = std::vector<std::string>;
+
+// The rows' first line and column on the screen.
+constexpr int kFirstLine = 4;
+constexpr int kFirstColumn = 4;
+
+constexpr const char* kFtp = "/etc/vsftpd.conf";
+constexpr const char* kFtpParked = "/etc/vsftpd.conf.disabled";
+constexpr const char* kSmb = "/etc/samba/smb.conf";
+constexpr const char* kSmbParked = "/etc/samba/smb.conf.disabled";
+constexpr const char* kBackendOff = "/etc/TAVRIN/disable.reporting";
+constexpr const char* kUiOff = "/etc/TAVRIN/disable.reporting.ui";
+constexpr const char* kWebServerPid = "/var/httpd.pid";
+// The program calls the folder /var/run, a link whose target from outside is the host's.
+constexpr const char* kV5Pid = "/run/tavrin.control.api.pid";
+constexpr const char* kReportingPid = "/run/uwsgi.tavrin.reporting.pid";
+constexpr const char* kPublicReportingPid = "/run/uwsgi.tavrin.reporting.public-uwsgi.pid";
+constexpr const char* kCaptionSyncPid = "/run/tavrin.caption.synchronizer.pid";
+constexpr const char* kCaptionSync = "/etc/init.d/service-caption-synchronizer";
+constexpr const char* kCaptionSyncOff = "/etc/caption-sync.disabled";
+constexpr const char* kWebControl = "/etc/local.desktop.webui.ctl";
+constexpr const char* kLocalDesktop = "/usr/share/tavrin/local-desktop";
+constexpr const char* kVncOn = "/etc/local.desktop.vnc";
+constexpr const char* kVncPassword = "/etc/local.desktop.vnc.passwd";
+constexpr const char* kVnc = "/usr/share/tavrin/local-desktop-vnc";
+
+// All that the screen looks at but the running daemon.
+inline const Words kProbed = {
+    kFtp,          kFtpParked,    kSmb,          kSmbParked,          kBackendOff,  kUiOff,
+    kWebServerPid, kV5Pid,        kReportingPid, kPublicReportingPid, kCaptionSync, kCaptionSyncOff,
+    kWebControl,   kLocalDesktop, kVncOn,        kVncPassword,        kVnc};
+
+// The screen of a machine on which nothing of all that is there.
+inline const Words kBareRows = {"Enable and initialize FTP service",
+                                "Enable and initialize SMB/CIFS service",
+                                "Disable reporting backend services",
+                                "Disable reporting UI service",
+                                "",
+                                "Start web server",
+                                "Start V5 interface",
+                                "Start reporting service",
+                                "",
+                                "Start volkeep disk management",
+                                "",
+                                "Main menu"};
+
+// None of the services is there, and their scripts only record their calls, and which of the files
+// above were there meanwhile (Seen). What mv and cp are called with is recorded, too.
+class ServicesBox : public Machine {
+  public:
+    ServicesBox() {
+        std::string all;
+        for (const std::string& path : kProbed)
+            all += " " + path;
+        Sh("rm -rf /etc/samba /etc/TAVRIN /etc/vsftpd.conf.example" + all +
+           "; mkdir /etc/samba /mnt/seen; mkdir -p /usr/share/tavrin");
+        look_ = "ls -d" + all + " 2>/dev/null >\"/mnt/seen/${0##*/} $1\"\n";
+        for (const char* name : {"vsftpd", "smbd", "nmbd", "reporting-ingest", "reporting-rejoin",
+                                 "tavrin4-reporting2"}) {
+            Service(std::string("/etc/init.d/service-") + name);
+        }
+        ServiceWithPidFile("/etc/init.d/service-apache", kWebServerPid);
+        ServiceWithPidFile("/etc/init.d/service-control-api", kV5Pid);
+        ServiceWithPidFile("/etc/init.d/service-tavrin4-reporting", kReportingPid);
+        ServiceWithPidFile("/etc/init.d/service-tavrin4-reporting-public", kPublicReportingPid);
+        StandInScript("volkeep-start",
+                      "setsid /sbin/volkeep infinity </dev/null >/dev/null 2>&1 &");
+        StandInScript("volkeep-stop", "/usr/bin/killall -w volkeep");
+        Record("mv");
+        Record("cp");
+    }
+
+    // A service's script that does nothing further.
+    void Service(const std::string& path) { StandInScript(path, look_); }
+    void ServiceWithPidFile(const std::string& path, const std::string& pid_file) {
+        StandInScript(path, look_ + "[ $1 = start ] && : >" + pid_file + " || rm -f " + pid_file);
+    }
+    // The probed files that were there while the script ran last, one a line.
+    std::string Seen(const std::string& script_and_action, Place place = Place::Here()) {
+        return Read("/mnt/seen/" + script_and_action, place);
+    }
+
+    // Makes the folder, too.
+    void Make(const std::string& path, const std::string& content = "") {
+        MakeDirectory(path.substr(0, path.rfind('/')));
+        Write(path, content);
+    }
+    // The daemon itself; what is at /sbin on this machine is looked up by its processes.
+    void InstallVolkeep() { Sh("cp /bin/sleep /usr/sbin/volkeep"); }
+    void RunVolkeep() {
+        InstallVolkeep();
+        Sh("setsid /sbin/volkeep infinity </dev/null >/dev/null 2>&1 &"
+           "until [ -n \"$(pidof volkeep)\" ]; do sleep 0.01; done");
+    }
+    bool VolkeepRuns() { return Sh("pidof volkeep || true") != ""; }
+
+    // Permission bits in octal.
+    std::string ModeOf(const std::string& path) { return Sh("stat -c %a " + path); }
+
+  private:
+    std::string look_;
+};
+
+inline TerminalOptions OfSize(int rows, int cols) {
+    TerminalOptions options;
+    options.rows = rows;
+    options.cols = cols;
+    return options;
+}
+
+inline void WaitForTitle(Terminal& t, const std::string& title, Place place = Place::Here()) {
+    t.WaitUntil([&] { return t.Row(2) == title; }, "the title \"" + title + "\"",
+                Terminal::kPatience, place);
+}
+
+// The program with its services screen on the terminal, by default one that shows all rows.
+class ServicesScreen : public Terminal {
+  public:
+    explicit ServicesScreen(Machine& box, TerminalOptions options = OfSize(30, 80),
+                            Place place = Place::Here())
+        : Terminal(box, options, place) {
+        WaitFor("Tavrin 4", kPatience, place);
+        Press("s<Enter>", place);
+        WaitForTitle(*this, "Services", place);
+        Settle(kPatience, place);
+    }
+
+    // Leaves the screen and opens it again: it looks at the machine anew.
+    void Reopen(Place place = Place::Here()) {
+        Press("m<Enter><Enter>", place);
+        Settle(kPatience, place);
+        WaitForTitle(*this, "Services", place);
+    }
+};
+
+// The rows on the screen without their indent; separators are "".
+inline Words Rows(const Terminal& t) {
+    Words rows;
+    for (int line = kFirstLine; line < t.rows(); line++) {
+        const std::string row = t.Row(line);
+        rows.push_back(row.empty() ? row : row.substr(kFirstColumn));
+    }
+    while (!rows.empty() && rows.back().empty())
+        rows.pop_back();
+    return rows;
+}
+
+// Moves to the row with the arrow keys, from the top.
+inline void Select(Terminal& t, const std::string& row, Place place = Place::Here()) {
+    t.Press("<Home>", place);
+    t.Settle(Terminal::kPatience, place);
+    for (int i = 0; i < 40 && t.Selected() != row; i++) {
+        t.Press("<Down>", place);
+        t.Settle(Terminal::kPatience, place);
+    }
+    if (t.Selected() != row) Fail("there is no row \"" + row + "\"\n" + t.Picture(), place);
+}
+
+inline void Choose(Terminal& t, const std::string& row, Place place = Place::Here()) {
+    Select(t, row, place);
+    t.Press("<Enter>", place);
+}
+
+// Whether the program has left its screen since the last Mark().
+inline bool LeftItsScreen(const Terminal& t) {
+    return t.Output().find("\x1b[?1049l") != std::string::npos;
+}
+
+// Every command found the plain terminal, and the signals as a shell gives them.
+inline void ExpectPlainTerminal(const std::vector<Call>& calls, Place place = Place::Here()) {
+    const testing::ScopedTrace from(place.file, place.line, "");
+    for (const Call& call : calls) {
+        EXPECT_EQ(call.mode, Mode::kLine) << call;
+        EXPECT_FALSE(call.sigchld_ignored || call.sigint_ignored || call.sigquit_ignored) << call;
+    }
+}
+
+// ---- what stays of a password ----
+
+constexpr const char* kSecret = "Quux7-Zebra#Plinth_42;vortex";
+
+// Parts of the secret, long enough not to stand anywhere by chance, as bytes or as the numbers in
+// which curses hands out keys and characters.
+template <typename Number>
+Words PartsAs(const std::string& secret) {
+    constexpr size_t kLength = 7;
+    Words parts;
+    for (size_t start = 0; start + kLength <= secret.size(); start += kLength) {
+        const std::string part = secret.substr(start, kLength);
+        const std::vector<Number> numbers(part.begin(), part.end());
+        parts.emplace_back(reinterpret_cast<const char*>(numbers.data()),
+                           numbers.size() * sizeof(Number));
+    }
+    return parts;
+}
+
+inline std::string ReadMemory(int memory, uint64_t start, uint64_t end) {
+    std::string bytes(end - start, '\0');
+    size_t have = 0;
+    while (have < bytes.size()) {
+        const ssize_t got = pread(memory, bytes.data() + have, bytes.size() - have,
+                                  static_cast<off_t>(start + have));
+        if (got <= 0) break;
+        have += static_cast<size_t>(got);
+    }
+    bytes.resize(have);
+    return bytes;
+}
+
+// Where parts of the secret stand in the program's writable memory.
+inline Words TracesOfSecret(const Terminal& t) {
+    // A sanitizer's own notes about the memory: of a size that no program of ours has, and no text.
+    constexpr uint64_t kLargestMapping = uint64_t{1} << 30;
+    const std::string proc = "/proc/" + std::to_string(t.pid());
+    const Descriptor memory(open((proc + "/mem").c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_TRUE(memory) << "the program's memory cannot be read";
+    Words parts = PartsAs<char>(kSecret);
+    for (const std::string& part : PartsAs<int32_t>(kSecret))
+        parts.push_back(part);
+    Words traces;
+    size_t read = 0;
+    std::istringstream maps(ReadWhole(proc + "/maps"));
+    for (std::string line; std::getline(maps, line);) {
+        uint64_t start = 0, end = 0;
+        char access[8] = "";
+        if (sscanf(line.c_str(), "%lx-%lx %7s", &start, &end, access) != 3) continue;
+        if (access[0] != 'r' || access[1] != 'w' || end - start > kLargestMapping) continue;
+        const std::string bytes = ReadMemory(memory.get(), start, end);
+        read += bytes.size();
+        for (const std::string& part : parts) {
+            if (bytes.find(part) == std::string::npos) continue;
+            traces.push_back(part.substr(0, 4) + " in " + line);
+        }
+    }
+    EXPECT_GT(read, 100000u) << "hardly any memory was looked at";
+    return traces;
+}
+
+// A script's line that writes down the arguments and environments of all processes of the machine.
+inline std::string LookAtProcesses(const std::string& file) {
+    return "cat /proc/[0-9]*/cmdline /proc/[0-9]*/environ 2>/dev/null >>" + file + "\n";
+}
+
+}  // namespace services
