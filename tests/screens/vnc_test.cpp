@@ -1,0 +1,373 @@
+// The password of the remote access to the local desktop: setting it up, changing it, and who gets
+// to see it.
+#include <gmock/gmock.h>
+
+#include <cstring>
+
+#include "services_fixtures.h"
+
+namespace services {
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr const char* kSetup = "Setup remote VNC access to local desktop";
+constexpr const char* kEnable = "Enable remote VNC access to local desktop";
+constexpr const char* kDisable = "Disable remote VNC access to local desktop";
+constexpr const char* kChange = "Set remote VNC access password";
+
+// The line with the password is followed by twelve empty ones.
+std::string InputFor(const std::string& password) {
+    return password + "\n\n\n\n\n\n\n\n\n\n\n\n\n";
+}
+
+// The desktop's remote access is installed. The tool writes down its input, and how the password
+// file looks while it runs.
+class VncBox : public ServicesBox {
+  public:
+    VncBox() {
+        Service(kVnc);
+        StandInScript("vncpasswd",
+                      "stat -c '%a %u' /etc/local.desktop.vnc.passwd >>/mnt/seen/modes\n" +
+                          LookAtProcesses("/mnt/seen/processes") +
+                          "cat >/mnt/seen/input\n"
+                          "printf made\n");
+    }
+    std::string Input() { return Read("/mnt/seen/input"); }
+    void SetPassword(mode_t mode = 0400) { Write(kVncPassword, "old", mode); }
+};
+
+// Opens the password box of a row.
+void Ask(Terminal& t, const std::string& row, const std::string& prompt,
+         Place place = Place::Here()) {
+    Choose(t, row, place);
+    t.WaitFor(prompt, Terminal::kPatience, place);
+    t.Settle(Terminal::kPatience, place);
+}
+
+void AskForSetup(Terminal& t, Place place = Place::Here()) {
+    Ask(t, kSetup, "Set VNC password", place);
+}
+
+void AskForChange(Terminal& t, Place place = Place::Here()) {
+    Ask(t, kChange, "Change VNC password.", place);
+}
+
+// ---- setting it up ----
+
+TEST(VncSetup, AsksInABox) {
+    VncBox box;
+    ServicesScreen t(box, OfSize(24, 80));
+    AskForSetup(t);
+    EXPECT_EQ(t.Row(10).substr(strlen("│")),
+              " Set VNC password [ESC to cancel]" + std::string(45, ' ') + "│");
+    EXPECT_TRUE(t.Cell(10, 2).bold);
+    EXPECT_FALSE(t.Cell(10, 2 + 17).bold);
+    EXPECT_TRUE(t.CursorVisible());
+    t.Type("abc");
+    t.WaitFor("***");
+    t.Settle();
+    EXPECT_EQ(t.Cell(12, 2).text + t.Cell(12, 4).text + t.Cell(12, 5).text, "** ");
+    EXPECT_EQ(t.Cell(12, 2).Style(), "white/blue bold underline");
+    EXPECT_FALSE(t.Shows("abc"));
+}
+
+TEST(VncSetup, TheToolGetsThePasswordThroughAPipe) {
+    VncBox box;
+    ServicesScreen t(box);
+    AskForSetup(t);
+    t.Mark();
+    t.Type("pass word'$(id)");
+    t.Press("<Enter>");
+    t.WaitFor(kDisable);
+    t.Settle();
+    EXPECT_EQ(box.CallLines(), Words{"vncpasswd -f"});
+    ExpectPlainTerminal(box.Calls());
+    EXPECT_TRUE(LeftItsScreen(t));
+    EXPECT_EQ(box.Input(), InputFor("pass word'$(id)"));
+    EXPECT_EQ(box.Read(kVncPassword), "made");
+    EXPECT_EQ(box.ModeOf(kVncPassword), "400\n");
+    // The access is enabled, for all to see, but the server is not started.
+    EXPECT_EQ(box.Read(kVncOn), "");
+    EXPECT_EQ(box.ModeOf(kVncOn), "644\n");
+    EXPECT_THAT(Rows(t), Contains(kChange));
+    EXPECT_THAT(Rows(t), Not(Contains(kSetup)));
+    EXPECT_FALSE(t.CursorVisible());
+}
+
+TEST(VncSetup, AnEmptyOrCancelledPasswordSetsUpNothing) {
+    VncBox box;
+    ServicesScreen t(box);
+    for (const char* keys :
+         {"<Enter>", "<Esc>", "secret<Esc>", "ab<Backspace><Backspace><Enter>"}) {
+        SCOPED_TRACE(keys);
+        AskForSetup(t);
+        t.Mark();
+        t.Press(keys);
+        t.WaitForGone("Set VNC password");
+        t.Settle();
+        EXPECT_THAT(Rows(t), Contains(kSetup));
+        EXPECT_FALSE(box.Exists(kVncPassword));
+        EXPECT_FALSE(box.Exists(kVncOn));
+        EXPECT_FALSE(LeftItsScreen(t));
+        EXPECT_FALSE(t.CursorVisible());
+    }
+    EXPECT_THAT(box.CallLines(), IsEmpty());
+}
+
+TEST(VncSetup, BlanksAreAPassword) {
+    VncBox box;
+    ServicesScreen t(box);
+    AskForSetup(t);
+    t.Type("  ");
+    t.Press("<Enter>");
+    t.WaitFor(kDisable);
+    EXPECT_EQ(box.Input(), InputFor("  "));
+}
+
+// What the tool made of it shows by the file alone.
+TEST(VncSetup, AFailureOfTheToolIsNotNoticed) {
+    VncBox box;
+    box.StandIn("vncpasswd", "", 1);
+    ServicesScreen t(box);
+    AskForSetup(t);
+    t.Type("secret");
+    t.Press("<Enter>");
+    t.WaitFor(kDisable);
+    EXPECT_EQ(box.Read(kVncPassword), "");
+    EXPECT_EQ(box.ModeOf(kVncPassword), "400\n");
+    EXPECT_TRUE(box.Exists(kVncOn));
+}
+
+TEST(VncSetup, TheToolNeedNotReadItAll) {
+    VncBox box;
+    box.StandIn("vncpasswd", "made");
+    ServicesScreen t(box, OfSize(30, 270));
+    AskForSetup(t);
+    t.Type(std::string(255, 'x'));
+    t.Press("<Enter>");
+    t.WaitFor(kDisable);
+    EXPECT_EQ(box.Read(kVncPassword), "made");
+}
+
+TEST(VncSetup, OnATerminalTooSmallForTheBoxAnyKeyIsNo) {
+    VncBox box;
+    ServicesScreen t(box, OfSize(4, 30));  // no row is in sight
+    t.Press("v<Enter>");
+    t.Settle();
+    t.Press("x");
+    t.Settle();
+    EXPECT_FALSE(t.CursorVisible());
+    t.Press("<Esc>");
+    t.WaitFor("Tavrin 4");
+    EXPECT_THAT(box.CallLines(), IsEmpty());
+    EXPECT_FALSE(box.Exists(kVncOn));
+}
+
+// ---- enabling and disabling ----
+
+TEST(VncAccess, IsEnabledByTheMarkerAlone) {
+    VncBox box;
+    box.SetPassword();
+    ServicesScreen t(box);
+    Select(t, kEnable);
+    t.Mark();
+    t.Press("<Enter>");
+    t.WaitFor(kDisable);
+    EXPECT_EQ(box.Read(kVncOn), "");
+    EXPECT_EQ(box.ModeOf(kVncOn), "644\n");
+    EXPECT_THAT(box.CallLines(), IsEmpty());
+    EXPECT_FALSE(LeftItsScreen(t));
+}
+
+TEST(VncAccess, IsStoppedWhenItIsDisabled) {
+    VncBox box;
+    box.SetPassword();
+    box.Make(kVncOn);
+    ServicesScreen t(box);
+    Choose(t, kDisable);
+    t.WaitFor(kEnable);
+    t.Settle();
+    EXPECT_EQ(box.CallLines(), Words{"/usr/share/tavrin/local-desktop-vnc stop"});
+    ExpectPlainTerminal(box.Calls());
+    EXPECT_FALSE(box.Exists(kVncOn));
+    // The marker had gone when it was stopped; the password stays.
+    EXPECT_THAT(box.Seen("local-desktop-vnc stop"), HasSubstr(kVncPassword));
+    EXPECT_THAT(box.Seen("local-desktop-vnc stop"), Not(HasSubstr("/etc/local.desktop.vnc\n")));
+    EXPECT_EQ(box.Read(kVncPassword), "old");
+    EXPECT_THAT(Rows(t), Contains(kChange));
+}
+
+TEST(VncAccess, WithoutAPasswordGoesBackToItsSetup) {
+    VncBox box;
+    box.Make(kVncOn);
+    ServicesScreen t(box);
+    EXPECT_THAT(Rows(t), Not(Contains(kChange)));
+    Choose(t, kDisable);
+    t.WaitFor(kSetup);
+    EXPECT_EQ(box.CallLines(), Words{"/usr/share/tavrin/local-desktop-vnc stop"});
+}
+
+// ---- changing it ----
+
+TEST(VncChange, AsksInTwoLines) {
+    VncBox box;
+    box.SetPassword();
+    ServicesScreen t(box, OfSize(24, 80));
+    AskForChange(t);
+    EXPECT_THAT(t.Row(10), HasSubstr("│ Change VNC password."));
+    EXPECT_THAT(t.Row(11),
+                HasSubstr(" Password takes effect when VNC server is started. [ESC to cancel]"));
+    t.Type("x");
+    t.WaitFor("*");
+    EXPECT_EQ(t.Cell(13, 2).text, "*");
+}
+
+TEST(VncChange, ReplacesThePasswordAndNothingElse) {
+    for (bool enabled : {false, true}) {
+        SCOPED_TRACE(enabled);
+        VncBox box;
+        box.SetPassword();
+        if (enabled) box.Make(kVncOn);
+        ServicesScreen t(box);
+        AskForChange(t);
+        t.Type("better");
+        t.Press("<Enter>");
+        box.WaitForCalls("vncpasswd", 1);
+        WaitForTitle(t, "Services");
+        t.Settle();
+        EXPECT_EQ(box.CallLines(), Words{"vncpasswd -f"});
+        ExpectPlainTerminal(box.Calls());
+        EXPECT_EQ(box.Input(), InputFor("better"));
+        EXPECT_EQ(box.Read(kVncPassword), "made");
+        EXPECT_EQ(box.ModeOf(kVncPassword), "400\n");
+        EXPECT_EQ(box.Exists(kVncOn), enabled);
+        EXPECT_THAT(Rows(t), Contains(enabled ? kDisable : kEnable));
+    }
+}
+
+TEST(VncChange, AnEmptyOrCancelledPasswordKeepsTheOldOne) {
+    VncBox box;
+    box.SetPassword();
+    ServicesScreen t(box);
+    for (const char* keys : {"<Enter>", "better<Esc>"}) {
+        AskForChange(t);
+        t.Mark();
+        t.Press(keys);
+        t.WaitForGone("Change VNC password.");
+        t.Settle();
+        EXPECT_FALSE(LeftItsScreen(t)) << keys;
+        EXPECT_EQ(box.Read(kVncPassword), "old") << keys;
+    }
+    EXPECT_THAT(box.CallLines(), IsEmpty());
+}
+
+// ---- secrecy ----
+
+TEST(VncSecrecy, NoOneElseCanEverReadTheFile) {
+    for (const char* before : {"none", "644", "666", "400"}) {
+        SCOPED_TRACE(before);
+        VncBox box;
+        const bool is_there = std::string(before) != "none";
+        if (is_there) box.SetPassword(static_cast<mode_t>(std::stoi(before, nullptr, 8)));
+        ServicesScreen t(box);
+        if (is_there) {
+            AskForChange(t);
+        } else {
+            AskForSetup(t);
+        }
+        t.Type("secret");
+        t.Press("<Enter>");
+        box.WaitForCalls("vncpasswd", 1);
+        WaitForTitle(t, "Services");
+        t.Settle();
+        EXPECT_THAT(box.Read("/mnt/seen/modes"),
+                    testing::AnyOf("600 0\n", "400 0\n"));  // while the tool ran
+        EXPECT_EQ(box.ModeOf(kVncPassword), "400\n");
+        EXPECT_EQ(box.Read(kVncPassword), "made");
+        // Files made afterwards are for all to read again.
+        if (is_there) {
+            Choose(t, kEnable);
+            t.WaitFor(kDisable);
+        }
+        EXPECT_EQ(box.ModeOf(kVncOn), "644\n");
+    }
+}
+
+TEST(VncSecrecy, NoProcessIsToldInItsArgumentsOrEnvironment) {
+    VncBox box;
+    ServicesScreen t(box);
+    AskForSetup(t);
+    t.Type(kSecret);
+    t.Press("<Enter>");
+    t.WaitFor(kDisable);
+    EXPECT_EQ(box.Input(), InputFor(kSecret));
+    const std::string processes = box.Read("/mnt/seen/processes");
+    EXPECT_THAT(processes, HasSubstr("vncpasswd -f"));  // the look was taken at the right time
+    EXPECT_THAT(processes, Not(HasSubstr("Quux7")));
+    // Nor does it stand in any file but the one that the stand-in made, or on the screen.
+    EXPECT_EQ(box.Sh("grep -arl Quux7 /mnt/.layers /run /dev/shm /mnt/seen | "
+                     "grep -v seen/input || true"),
+              "");
+    EXPECT_THAT(t.Output(), Not(HasSubstr("Quux7")));
+}
+
+TEST(VncSecrecy, TheProgramForgetsAPasswordThatWasSet) {
+    VncBox box;
+    ServicesScreen t(box);
+    AskForSetup(t);
+    t.Type(kSecret);
+    t.WaitFor(std::string(strlen(kSecret), '*'));
+    t.Settle();
+    EXPECT_NE(TracesOfSecret(t), Words{}) << "the search does not find what is there";
+    t.Press("<Enter>");
+    t.WaitFor(kDisable);
+    t.Settle();
+    EXPECT_EQ(TracesOfSecret(t), Words{});
+}
+
+TEST(VncSecrecy, TheProgramForgetsACancelledPassword) {
+    VncBox box;
+    box.SetPassword();
+    ServicesScreen t(box);
+    AskForChange(t);
+    t.Type(kSecret);
+    t.Press("<Esc>");
+    t.WaitForGone("Change VNC password.");
+    t.Settle();
+    EXPECT_EQ(TracesOfSecret(t), Words{});
+}
+
+// ---- the real tool ----
+
+TEST(VncRealTool, MakesTheFileOfTheTypedPassword) {
+    ServicesBox box;
+    box.Make(kVnc);
+    ASSERT_EQ(box.Sh("command -v vncpasswd"), "/usr/bin/vncpasswd\n");
+    ServicesScreen t(box);
+    AskForSetup(t);
+    t.Type("hello123");
+    t.Press("<Enter>");
+    t.WaitFor(kDisable);
+    // The password scrambled with the key that all VNC programs share, and an empty one for those
+    // who may only watch.
+    EXPECT_EQ(box.Sh(std::string("od -An -tx1 ") + kVncPassword),
+              " 83 9e 10 63 0d 24 87 30 5a b2 cd c0 ba dc af 13\n");
+    EXPECT_EQ(box.ModeOf(kVncPassword), "400\n");
+    AskForChange(t);
+    t.Type("Another one, longer");
+    t.Press("<Enter>");
+    WaitForTitle(t, "Services");
+    box.WaitUntil([&] { return t.Children() == 0; }, "the end of the tool");
+    t.Settle();
+    EXPECT_EQ(box.Sh(std::string("printf 'Another one, longer\\n\\n' | vncpasswd -f | cmp - ") +
+                     kVncPassword),
+              "");
+    EXPECT_EQ(box.ModeOf(kVncPassword), "400\n");
+}
+
+}  // namespace
+}  // namespace services
