@@ -349,20 +349,23 @@ TEST(LoadAccessPoints, OrdersByTheBytesOfNameAndAddress) {
     client.Reply("list_networks", kConfiguredHeader +
                                       "0\thome\tany\t\n"
                                       "1\tzebra\tany\t\n"
+                                      "3\tyard\t00:11:22:33:44:99\t\n"
                                       "2\tHome\tany\t\n"s);
     client.Reply("scan_result", kScanHeader +
                                     "b0:00:00:00:00:01\t1\t2\t[ESS]\thome\n"
                                     "00:11:22:33:44:55\t1\t2\t[ESS]\thome\n"
                                     "00:11:22:33:44:66\t1\t2\t[ESS]\t\xc3\xa4rger\n"
                                     "00:11:22:33:44:77\t1\t2\t[ESS]\thome 2\n"
+                                    "00:11:22:33:44:99\t1\t2\t[ESS]\tyard\n"
                                     "00:11:22:33:44:88\t1\t2\t[ESS]\t\n"s);
     AccessPointList list;
     LoadAccessPoints("wlan0", list);
-    EXPECT_EQ(Rows(list), (Words{"NEW -1 '' 00:11:22:33:44:88 [ESS]", "2 'Home' any ",
-                                 "NEW -1 'home' 00:11:22:33:44:55 [ESS]", "0 'home' any ",
-                                 "NEW -1 'home' b0:00:00:00:00:01 [ESS]",
-                                 "NEW -1 'home 2' 00:11:22:33:44:77 [ESS]", "1 'zebra' any ",
-                                 "NEW -1 '\xc3\xa4rger' 00:11:22:33:44:66 [ESS]"}));
+    EXPECT_EQ(Rows(list),
+              (Words{"NEW -1 '' 00:11:22:33:44:88 [ESS]", "2 'Home' any ",
+                     "NEW -1 'home' 00:11:22:33:44:55 [ESS]", "0 'home' any ",
+                     "NEW -1 'home' b0:00:00:00:00:01 [ESS]",
+                     "NEW -1 'home 2' 00:11:22:33:44:77 [ESS]", "3 'yard' 00:11:22:33:44:99 ",
+                     "1 'zebra' any ", "NEW -1 '\xc3\xa4rger' 00:11:22:33:44:66 [ESS]"}));
 }
 
 TEST(LoadAccessPoints, KeepsNothingOfAnEarlierList) {
