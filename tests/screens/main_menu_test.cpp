@@ -698,6 +698,26 @@ TEST_F(MainMenuActions, TheMenuIsWholeAfterwards) {
     EXPECT_EQ(t.WaitExit(), Exited(0));
 }
 
+TEST_F(MainMenuActions, OtherScreensOpenAndTheRowsAreMadeAnewBehindThem) {
+    box.Record("ip");
+    MainMenu t(box);
+    struct OtherScreen {
+        const char *key, *title;
+        int row;
+    };
+    for (const OtherScreen& screen :
+         {OtherScreen{"t", "Network Time Protocol configuration:", 4},
+          OtherScreen{"s", "Services", 6}, OtherScreen{"i", "Diagnostics", 7}}) {
+        t.Press(std::string(screen.key) + "<Enter>");
+        t.WaitUntil([&] { return t.Row(2) == screen.title; }, screen.title);
+        box.ForgetCalls();
+        t.Press("<Esc>");
+        WaitForTheMenuBack(t);
+        EXPECT_EQ(t.SelectedRow(), kFirstLine + screen.row);
+        EXPECT_THAT(box.CallLines("ip"), ElementsAre("ip link"));
+    }
+}
+
 TEST_F(MainMenuActions, TheExitRowEndsTheProgram) {
     for (const bool by_mouse : {false, true}) {
         MainMenu t(box);
