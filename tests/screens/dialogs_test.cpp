@@ -396,7 +396,7 @@ TEST_F(TextBox, TakesTextBeyondAscii) {
     WaitForEntry(t, "Bühé箱ne", 8);
     t.Press("<Backspace><Home><Right><Delete>");
     WaitForEntry(t, "Bhéne", 3);
-    t.SendSlowly("ß", 3);
+    t.Type("ß");
     WaitForEntry(t, "Bßhéne", 4);
     EXPECT_EQ(t.Style(13),
               "0-1 white/black; 2-7 white/blue bold underline; 8-77 white/blue underline; "
@@ -405,6 +405,22 @@ TEST_F(TextBox, TakesTextBeyondAscii) {
     t.WaitFor("for 'Bßhéne'");
     EXPECT_EQ(KernelName(), "Bßhéne");
     EXPECT_EQ(box.Read("/etc/hostname"), "Bßhéne\n");
+}
+
+// Over a slow line the bytes of one character come one by one.
+TEST_F(TextBox, ACharacterMayComeByteByByte) {
+    MainMenu t(box);
+    OpenTextBox(t);
+    t.SendSlowly("ß箱", 30);
+    t.Press("!");
+    WaitForEntry(t, "applianceß箱!", 15);
+    // What never becomes a character is no reason to lose the next key.
+    t.SendBytes("\xc3");
+    t.Press("x");
+    WaitForEntry(t, "applianceß箱!x", 16);
+    t.SendBytes("\xff\x80");
+    t.Press("<Left><Left>y");
+    WaitForEntry(t, "applianceß箱y!x", 15);
 }
 
 // The key that ends the wait is no more than that: it neither leaves the menu nor selects.
