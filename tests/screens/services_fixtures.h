@@ -85,7 +85,8 @@ class ServicesBox : public Machine {
         ServiceWithPidFile("/etc/init.d/service-tavrin4-reporting-public", kPublicReportingPid);
         StandInScript("volkeep-start",
                       "setsid /sbin/volkeep infinity </dev/null >/dev/null 2>&1 &");
-        StandInScript("volkeep-stop", "/usr/bin/killall -w volkeep");
+        StandInScript("volkeep-stop",
+                      "killall -q volkeep; while killall -q -s 0 volkeep; do sleep 0.02; done");
         Record("mv");
         Record("cp");
     }
