@@ -22,6 +22,8 @@ constexpr int kNoLine = 4;
 constexpr int kTextColumn = 2;
 constexpr int kMostPasswordCharacters = 255;
 constexpr std::size_t kMostInitialBytes = 254;
+// Of 16 ms each.
+constexpr int kCharacterWaits = 8;
 constexpr std::string_view kCancelHint = " [ESC to cancel]";
 
 enum class Answer { None, Yes, No };
@@ -158,24 +160,30 @@ bool EditField(WINDOW* window, FIELD* field, const std::vector<std::string_view>
     return !cancelled;
 }
 
+// The byte that goes on a character of several bytes, which may come over a slow line; ERR when
+// none does.
+int NextByteOfCharacter() {
+    for (int wait = 0; wait < kCharacterWaits; ++wait) {
+        const int key = ReadKey();
+        if (key >= 0x80 && key <= 0xff) return key;
+        if (key != ERR) {
+            ungetch(key);
+            return ERR;
+        }
+    }
+    return ERR;
+}
+
 // A byte beyond ASCII begins a character of several bytes on a UTF-8 terminal; the form takes whole
 // characters only.
 void TypeCharacter(FORM* form, int key) {
     std::mbstate_t state = {};
-    for (;;) {
+    for (; key != ERR; key = NextByteOfCharacter()) {
         const char byte = static_cast<char>(key);
         wchar_t character = 0;
         const std::size_t length = std::mbrtowc(&character, &byte, 1, &state);
-        if (length == 1) {
-            form_driver_w(form, OK, character);
-            return;
-        }
+        if (length == 1) form_driver_w(form, OK, character);
         if (length != static_cast<std::size_t>(-2)) return;
-        key = ReadKey();
-        if (key < 0x80 || key > 0xff) {
-            if (key != ERR) ungetch(key);
-            return;
-        }
     }
 }
 

@@ -155,7 +155,7 @@ void Print(std::string_view text) {
 }
 
 void PrintAt(int line, int column, std::string_view text) {
-    if (move(line, column) != ERR) Print(text);
+    if (move(line, column) != ERR) addwstr(DisplayText(text).c_str());
 }
 
 void ShellEscape(const std::function<void()>& work) {

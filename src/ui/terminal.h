@@ -30,10 +30,12 @@ void StartKeyboard();
 // then work as hot keys. ESC followed by anything else is ESC.
 int ReadKey();
 
-// Prints the text at the cursor, or from that place on when the place is on the screen; nothing
-// otherwise. Wraps at the right edge. Line feeds in the text break the line; other control
-// characters show as "?".
+// Prints the text at the cursor. Wraps at the right edge. Line feeds in the text break the line;
+// other control characters show as "?".
 void Print(std::string_view text);
+
+// Prints the text from that place on, when the place is on the screen; nothing otherwise. Wraps at
+// the right edge. Control characters, line feeds too, show as "?".
 void PrintAt(int line, int column, std::string_view text);
 
 // Leaves curses with a blank terminal in its plain state, runs `work` there (messages to standard
