@@ -196,7 +196,7 @@ TEST_F(InterfaceRefreshTest, WithoutAnAnswerThereAreNoInterfaces) {
     EXPECT_EQ(Names(refresh), Texts{});
 }
 
-TEST_F(InterfaceRefreshTest, WhereNoCommandCanBeStartedThereAreNoInterfaces) {
+TEST(InterfaceRefresh, WhereNoCommandCanBeStartedThereAreNoInterfaces) {
     const TemporaryFolder empty;
     const Answer answer =
         AnswerInChild([&] { return EnterRoot(empty.path); },
@@ -210,7 +210,7 @@ TEST_F(InterfaceRefreshTest, WhereNoCommandCanBeStartedThereAreNoInterfaces) {
     EXPECT_EQ(answer.value, 1);
 }
 
-TEST_F(InterfaceRefreshTest, GathersTheRealInterfaces) {
+TEST(InterfaceRefresh, GathersTheRealInterfaces) {
     const Answer answer = AnswerInChild(
         [] {
             return EnterNetwork({{"eth0", "192.0.2.2"}, {"eth1", nullptr}});

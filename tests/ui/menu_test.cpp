@@ -744,12 +744,12 @@ TEST(OddMenu, AfterEveryKeyTheSelectionIsARowInSight) {
         const std::string rows = RandomRows(random);
         const int height = 1 + static_cast<int>(random() % 30);
         Menu menu = MenuOf(rows, height);
-        std::string keys;
+        std::string keys = rows + " height " + std::to_string(height) + " keys";
         for (int press = 0; press < 100; ++press) {
             const int key = RandomKey(random);
             keys.append(" ").append(std::to_string(key));
             menu.HandleKey(key);
-            SCOPED_TRACE(rows + " height " + std::to_string(height) + " keys" + keys);
+            SCOPED_TRACE(keys);
             ASSERT_GE(menu.top, 0);
             ASSERT_LE(menu.top, menu.Count() - 1);
             ASSERT_GE(menu.selection, menu.top);

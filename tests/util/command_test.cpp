@@ -482,8 +482,10 @@ TEST(ShellWord, ReachesTheCommandAsOneWordWhateverIsInIt) {
     std::string command = "printf '%s\\000'";
     std::string expected;
     for (const std::string& name : HostileNames()) {
-        command += " " + ShellWord(name) + " " + QuotedWord(name);
-        expected += name + '\0' + name + '\0';
+        for (const std::string& word : {ShellWord(name), QuotedWord(name)}) {
+            command.append(" ").append(word);
+            expected.append(name).append(1, '\0');
+        }
     }
     EXPECT_EQ(CommandOutput(command), expected);
 }
