@@ -113,8 +113,12 @@ TEST(AccessPointScreens, ANewSizeLaysThemOutAgain) {
     List t(box);
     OpenNetwork(t, kNew);
     t.Resize(19, 40);
-    t.WaitUntil([&] { return t.Row(3) == "2B:3C:4D:5E)"; }, "the title at 40 columns");
-    t.Settle();
+    t.WaitUntil(
+        [&] {
+            return t.Style(kFirstLine) == "0-3 white/black; 4-38 white/blue dim; 39 white/black";
+        },
+        "the rows at 40 columns");
+    EXPECT_EQ(t.Row(2), std::string(kList).substr(0, 40));
     EXPECT_EQ(t.Row(kFirstLine), kNewRows[4]);
     t.Resize(43, 132);
     t.WaitUntil([&] { return t.Screen() == Screen(kNewRows, 43); }, "all rows at 132 columns");
