@@ -286,6 +286,9 @@ TEST_P(WhileResizing, NothingCrashesAndTheMenuFitsAtLast) {
     EXPECT_EQ(box.Sh("hostname"), "appliance\n");
 }
 
+// Long before the refresh that comes every five seconds.
+constexpr double kSoon = 2;
+
 TEST(Resizing, RepaintsTheMainMenu) {
     Machine box;
     Terminal t(box);
@@ -294,7 +297,7 @@ TEST(Resizing, RepaintsTheMainMenu) {
         t.Resize(size.rows, size.cols);
         const int last = size.cols - 2;
         t.WaitUntil([&] { return t.Cell(5, last).bg == kBlue && t.Cell(5, last + 1).bg == kBlack; },
-                    "the list to be as wide as the terminal");
+                    "the list to be as wide as the terminal", kSoon);
         t.WaitFor(kMainMenu.sign);
         t.Settle();
         ExpectMainMenuFits(t);
@@ -310,7 +313,8 @@ TEST(Resizing, ManyTimesAtOnce) {
             t.Resize(size.rows + round % 7, size.cols + round % 5);
     }
     t.Resize(kLarge.rows, kLarge.cols);
-    t.WaitUntil([&] { return t.Cell(5, kLarge.cols - 2).bg == kBlue; }, "the list's new width");
+    t.WaitUntil([&] { return t.Cell(5, kLarge.cols - 2).bg == kBlue; }, "the list's new width",
+                kSoon);
     t.WaitFor(kMainMenu.sign);
     t.Settle();
     ExpectMainMenuFits(t);
