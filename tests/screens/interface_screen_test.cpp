@@ -778,7 +778,7 @@ TEST(InterfaceScreen, NoScreenIsLeftShowingAnothersPicture) {
         EXPECT_EQ(t.Selected(), "Edit configuration") << leave;
     }
     t.Press("<Esc>");
-    t.WaitFor(kMenuTitle);
+    t.WaitFor(kMenuTitle, 3);  // not as late as its next look at the machine
     t.Settle();
     EXPECT_EQ(t.Screen(), menu);
 }

@@ -213,7 +213,6 @@ inline const std::set<int>& FileCalls() {
         SYS_fchmod,   SYS_fchown,          SYS_write,      SYS_pwrite64,  SYS_writev,
         SYS_sendfile, SYS_copy_file_range, SYS_fallocate,  SYS_ftruncate, SYS_truncate,
         SYS_fsync,    SYS_fdatasync,       SYS_sync,       SYS_syncfs,    SYS_close,
-        SYS_umask,
 #ifdef SYS_renameat
         SYS_renameat,
 #endif
