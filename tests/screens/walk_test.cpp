@@ -7,12 +7,14 @@
 #include <algorithm>
 #include <cctype>
 #include <fstream>
+#include <iterator>
 #include <map>
-#include <optional>
 #include <regex>
 #include <set>
 #include <sstream>
+#include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "machine.h"
@@ -48,7 +50,7 @@ struct DocumentedRow {
 };
 
 struct DocumentedScreen {
-    std::string name, title_text, parent, opened_by;
+    std::string name, parent, opened_by;
     std::regex title;
     std::vector<DocumentedRow> rows;
 };
@@ -152,7 +154,6 @@ std::vector<DocumentedScreen> ReadDocument() {
             screens.emplace_back();
             screens.back().name = line.substr(3);
         } else if (line.starts_with("Title: ")) {
-            screens.back().title_text = InBackticks(line);
             screens.back().title = PatternOf(InBackticks(line));
         } else if (line.starts_with("Opened by `")) {
             screens.back().opened_by = InBackticks(line);
