@@ -17,18 +17,34 @@ void RebuildRows(const Screen& screen, Menu& menu) {
     screen.add_rows(menu);
 }
 
+// When the rows are next made anew by themselves, and whether what they need is being gathered.
+struct Schedule {
+    double next = 0;
+    bool gathering = false;
+};
+
+void AbandonGathering(const Screen& screen, Schedule& schedule) {
+    if (schedule.gathering) screen.abandon_refresh();
+    schedule.gathering = false;
+}
+
 // Makes the rows anew when it is asked for, or when the time for it has come.
-void Refresh(const Screen& screen, Menu& menu, double& next_refresh) {
+void Refresh(const Screen& screen, Menu& menu, Schedule& schedule) {
     const double now = now_seconds();
-    const bool due = screen.refresh_seconds > 0 && now >= next_refresh;
-    if (due) next_refresh = now + screen.refresh_seconds;
+    const bool due = screen.refresh_seconds > 0 && now >= schedule.next;
+    if (due) schedule.next = now + screen.refresh_seconds;
+    if (due && !screen.start_refresh) menu.rebuild = true;
     if (menu.rebuild) {
-        if (screen.abandon_refresh) screen.abandon_refresh();
-    } else if (due && screen.start_refresh) {
+        AbandonGathering(screen, schedule);
+    } else if (due && !schedule.gathering) {
         screen.start_refresh();
+        schedule.gathering = true;
     }
-    const bool done = screen.refresh_is_done && screen.refresh_is_done();
-    if (menu.rebuild || done || (due && !screen.start_refresh)) RebuildRows(screen, menu);
+    if (schedule.gathering && screen.refresh_is_done()) {
+        schedule.gathering = false;
+        menu.rebuild = true;
+    }
+    if (menu.rebuild) RebuildRows(screen, menu);
 }
 
 void Repaint(const Screen& screen, Menu& menu) {
@@ -42,11 +58,11 @@ void Repaint(const Screen& screen, Menu& menu) {
 
 // HOME, END and the page keys can land on a row that is there to be read only, or that can't be
 // chosen now: such a row does nothing.
-void Activate(const Screen& screen, Menu& menu) {
+void Activate(const Screen& screen, Menu& menu, Schedule& schedule) {
     const MenuItem* item = menu.ItemAt(menu.selection);
     if (item == nullptr || item->Has(MenuItem::kUnselectable)) return;
     const MenuItem activated = *item;
-    if (screen.abandon_refresh) screen.abandon_refresh();
+    AbandonGathering(screen, schedule);
     screen.act(menu, activated);
 }
 
@@ -56,15 +72,15 @@ void RunScreen(const Screen& screen) {
     Menu menu;
     menu.Init();
     menu.rebuild = true;
-    double next_refresh = 0;
+    Schedule schedule;
     do {
-        Refresh(screen, menu, next_refresh);
+        Refresh(screen, menu, schedule);
         if (menu.NeedsRedraw()) Repaint(screen, menu);
         menu.Idle();
         const int key = ReadKey();
         if (key == KEY_MOUSE) menu.HandleMouse();
         if (screen.before_key) screen.before_key(menu, key);
-        if (menu.HandleKey(key) == Menu::kActivate) Activate(screen, menu);
+        if (menu.HandleKey(key) == Menu::kActivate) Activate(screen, menu, schedule);
         if (screen.after_key) screen.after_key(menu);
     } while (menu.IsRunning());
 }

@@ -27,10 +27,10 @@ struct Screen {
     // Seconds after which the rows are made anew by themselves; 0: never.
     double refresh_seconds = 0;
     // For rows that take time to gather, so that no key waits for them. When the time has come,
-    // `start_refresh` begins to gather; then each pass asks `refresh_is_done`, and when it is, the
-    // rows are added from what was gathered. Before an action, and before the rows are made anew
-    // for another reason, `abandon_refresh` drops what was begun: it would be older than the
-    // action, and `add_rows` has to gather by itself.
+    // `start_refresh` begins to gather, unless it is still at it; then each pass asks
+    // `refresh_is_done`, and when it is, the rows are added from what was gathered. Before an
+    // action, and before the rows are made anew for another reason, `abandon_refresh` drops what
+    // was begun: it would be older than the action, and `add_rows` has to gather by itself.
     std::function<void()> start_refresh = nullptr;
     std::function<bool()> refresh_is_done = nullptr;
     std::function<void()> abandon_refresh = nullptr;

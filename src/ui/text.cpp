@@ -63,6 +63,7 @@ bool any_nonzero(const void* bytes, std::size_t count) {
 
 std::wstring FitColumns(std::string_view text, int width) {
     std::wstring line;
+    if (width <= 0) return line;
     int used = 0;
     for (wchar_t character : DisplayText(text)) {
         const int columns = ColumnsOf(character);

@@ -9,6 +9,22 @@ namespace {
 
 constexpr wchar_t kUnshowable = L'?';
 
+struct CharacterRange {
+    wchar_t first;
+    wchar_t last;
+};
+
+// Printable to the C library, but without a look of their own: they hide text or turn it around.
+constexpr CharacterRange kInvisible[] = {
+    {0x200b, 0x200f}, {0x202a, 0x202e}, {0x2060, 0x206f}, {0xfeff, 0xfeff}};
+
+bool IsShowable(wchar_t character) {
+    for (const CharacterRange& range : kInvisible) {
+        if (character >= range.first && character <= range.last) return false;
+    }
+    return std::iswprint(static_cast<wint_t>(character)) != 0;
+}
+
 }  // namespace
 
 std::wstring DisplayText(std::string_view text) {
@@ -18,8 +34,7 @@ std::wstring DisplayText(std::string_view text) {
     while (!text.empty()) {
         wchar_t character = 0;
         std::size_t length = std::mbrtowc(&character, text.data(), text.size(), &state);
-        const bool valid = length != 0 && length <= text.size() &&
-                           std::iswprint(static_cast<wint_t>(character)) != 0;
+        const bool valid = length != 0 && length <= text.size() && IsShowable(character);
         if (length == 0 || length > text.size()) {
             length = 1;
             state = {};

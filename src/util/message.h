@@ -2,8 +2,9 @@
 // the screen.
 //
 // Texts are bytes in the operator's locale (LC_CTYPE). On a UTF-8 terminal a host name or a
-// network's name beyond ASCII shows as itself; a byte that is no character there, and every control
-// character, shows as "?": nothing from a text ever drives the terminal.
+// network's name beyond ASCII shows as itself; a byte that is no character there, every control
+// character, and what only hides text or turns it around, shows as "?": nothing from a text ever
+// drives the terminal.
 #pragma once
 
 #include <string>
