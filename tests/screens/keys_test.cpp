@@ -53,9 +53,11 @@ TEST(LoneEscape, ActsWithinFiftyMilliseconds) {
 
 TEST(LoneEscape, EndsTheProgramWithinFiftyMilliseconds) {
     Machine box;
+    TerminalOptions options;
+    options.environment = {{"ESCDELAY", "2000"}};  // a wish for other programs
     std::vector<double> seconds;
     for (int round = 0; round < 5; round++) {
-        Terminal t(box);
+        Terminal t(box, options);
         GoTo(t, kMainMenu);
         seconds.push_back(SecondsToAnswerEscape(t));
         EXPECT_EQ(t.WaitExit(), Exited(0));
@@ -135,13 +137,14 @@ TEST_P(KeysOnEveryType, BackspaceLeaves) {
 // Sends the bytes one by one, 5 ms apart. False when this machine was too busy to keep the pace, so
 // that the line was slower than meant.
 bool SendAtPace(Terminal& t, const std::string& bytes) {
-    double last = 0;
+    double before_last = 0;
     for (size_t i = 0; i < bytes.size(); i++) {
         const timespec pause{0, 5'000'000};
         if (i > 0) nanosleep(&pause, nullptr);
+        const double before = Now();
         t.SendBytes(bytes.substr(i, 1));
-        if (i > 0 && Now() - last > 0.012) return false;
-        last = Now();
+        if (i > 0 && Now() - before_last > 0.010) return false;
+        before_last = before;
     }
     return true;
 }

@@ -320,6 +320,18 @@ TEST(Resizing, ManyTimesAtOnce) {
     ExpectMainMenuFits(t);
 }
 
+TEST(Resizing, IsSeenWheneverItComesAtTheStart) {
+    Machine box;
+    for (int milliseconds = 0; milliseconds < 40; milliseconds += 5) {
+        SCOPED_TRACE(milliseconds);
+        Terminal t(box);
+        t.RunFor(milliseconds / 1000.0);
+        t.Resize(kLarge.rows, kLarge.cols);
+        t.WaitUntil([&] { return t.Cell(5, kLarge.cols - 2).bg == kBlue; }, "the list's width",
+                    kSoon);
+    }
+}
+
 TEST(Resizing, LeavesAnEntryItsText) {
     Machine box;
     Terminal t(box);
@@ -410,6 +422,14 @@ class UnderAShell : public testing::Test {
         EXPECT_TRUE(KeypadSendsDigits(t->Output()));
         EXPECT_TRUE(ModesAsBefore(box));
         EXPECT_EQ(t->Row(0).rfind(kPromptSeen, 0), 0u) << "what was on the screen before";
+    }
+
+    void AwaitStopped() {
+        const auto stopped = [this] {
+            const std::string states = box.Sh("cat /proc/[0-9]*/stat 2>/dev/null; true");
+            return states.find("(ifmenu) T ") != std::string::npos;
+        };
+        box.WaitUntil(stopped, "the program to stop");
     }
 
     // Afterwards the shell tells the program's exit status.
@@ -518,6 +538,35 @@ TEST_F(UnderAShell, EndingSignalsEndItWhileItIsStopped) {
     EXPECT_EQ(PrivateModes(t->Output()), kUsualModes);
 }
 
+TEST_F(UnderAShell, AStopDuringAPauseOnlyProlongsIt) {
+    box.StandIn("killall");
+    box.StandIn("/etc/init.d/service-nscd");
+    GoUnderShell(kMainMenu);
+    t->Press("f<Enter>y");
+    t->WaitFor("Restarting DNS cache...");
+    box.WaitForCalls("killall", 1);
+    StopIt();
+    EXPECT_EQ(box.Calls("/etc/init.d/service-nscd").size(), 0u);
+    ContinueIt();
+    t->WaitFor(kMainMenu.sign);
+    EXPECT_EQ(box.Calls("/etc/init.d/service-nscd").size(), 1u);
+    t->Press("s");
+    t->WaitSelected("Services");
+}
+
+TEST_F(UnderAShell, ContinuedInTheBackgroundItStopsAgain) {
+    GoUnderShell(kMainMenu);
+    const std::vector<std::string> look = Look(*t);
+    StopIt();
+    t->Type("bg\r");
+    t->WaitFor("[1] \"${IFMENU}\"");
+    AwaitStopped();
+    ContinueIt();
+    t->WaitUntil([&] { return t->AltScreen() && Look(*t) == look; }, "the screen as it was");
+    t->Press("s");
+    t->WaitSelected("Services");
+}
+
 TEST_F(UnderAShell, GoesWithTheTerminalWhileItIsStopped) {
     GoUnderShell(kMainMenu);
     StopIt();
@@ -534,11 +583,7 @@ TEST_F(UnderAShell, StartedInTheBackgroundItWaitsForTheForeground) {
     t->Press("<Esc>");
     t->WaitUntil([this] { return t->Row(t->CursorRow()) == kPromptSeen; }, "a new prompt");
     t->Type("\"$IFMENU\" &\r");
-    const auto stopped = [this] {
-        return box.Sh("cat /proc/[0-9]*/stat 2>/dev/null; true").find("(ifmenu) T ") !=
-               std::string::npos;
-    };
-    box.WaitUntil(stopped, "the program to stop");
+    AwaitStopped();
     EXPECT_TRUE(t->LineMode());
     ContinueIt();
     t->WaitFor(kMainMenu.sign);
