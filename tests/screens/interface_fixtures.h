@@ -51,15 +51,27 @@ inline std::string With(std::string file, const std::string& key, const std::str
     return file.replace(start, file.find('\n', start) - start, value);
 }
 
-// The machine: eth0 is a tap with a carrier, down; the network script only records its calls.
+// What eth0 is. Not everybody may make a card with a cable in it, so only the tests that look at
+// the link ask for one.
+enum class Card { kUnplugged, kPlugged };
+
+// The machine: eth0 is down, and the network script only records its calls.
 class Box : public Machine {
   public:
-    explicit Box(const std::string& settings = kPlain) {
-        AddTap(kName);
+    explicit Box(const std::string& settings = kPlain, Card card = Card::kUnplugged) {
+        if (card == Card::kPlugged) {
+            AddTap(kName);
+        } else {
+            AddBridge(kName);
+        }
         Sh(std::string("ip link set eth0 address ") + kAddress);
         StandIn(kNetworkScript);
         if (!settings.empty()) Write(kSettings, settings);
     }
+    explicit Box(Card card) : Box(kPlain, card) {}
+
+    // User and group of a file that is not root's; where there are no others, root's.
+    std::string OtherOwners() const { return door().own_users ? "0:0" : "12:34"; }
 };
 
 inline TerminalOptions Size(int rows, int cols) {

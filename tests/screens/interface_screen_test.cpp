@@ -61,7 +61,7 @@ void LookAgain(Terminal& t, Place place = Place::current()) {
 // ---- what it shows ----
 
 TEST(InterfaceScreen, ShowsTheStatusAndTheEntriesOfAWiredCard) {
-    Box box;
+    Box box(Card::kPlugged);
     box.Sh(
         "ip link set eth0 up; ip addr add 192.0.2.7/25 dev eth0;"
         "ip addr add 2001:db8::7/64 dev eth0 nodad; ip route add default via 192.0.2.1");
@@ -155,7 +155,7 @@ TEST(InterfaceScreen, TheFirstRowIsTwoWordsWithTwoBlanksBetween) {
 }
 
 TEST(InterfaceScreen, ACardThatVanishesLeavesItsFirstRow) {
-    Box box;
+    Box box(Card::kPlugged);
     box.Sh("ip link set eth0 up; ip addr add 192.0.2.7/24 dev eth0");
     InterfacePage t(box);
     EXPECT_EQ(t.Row(kTop), "    Link active  Interface up");
@@ -170,7 +170,7 @@ TEST(InterfaceScreen, ACardThatVanishesLeavesItsFirstRow) {
 
 // Everything at once, without a key: the screen looks every five seconds.
 TEST(InterfaceScreen, TheStatusChangesByItselfEveryFiveSeconds) {
-    Box box;
+    Box box(Card::kPlugged);
     box.Sh("ip link set eth0 up; ip addr add 2001:db8::7/64 dev eth0 nodad");
     box.Record("ip");
     Terminal t(box);
@@ -206,7 +206,7 @@ TEST(InterfaceScreen, TheStatusChangesByItselfEveryFiveSeconds) {
 class WirelessBox : public Box {
   public:
     WirelessBox() {
-        AddTap("wlan0");
+        AddBridge("wlan0");
         Sh("ip link set wlan0 address 02:ab:cd:ef:00:02");
         Cards("wlan0 name IEEE 802.11\n");
     }
@@ -229,8 +229,8 @@ const std::vector<std::string> kWiredEntries = {"Bring up this interfaces",
 
 TEST(InterfaceScreen, EachKindOfCardHasItsEntries) {
     WirelessBox box;
-    box.AddTap("wlan1");
-    box.AddTap("odd");
+    box.AddBridge("wlan1");
+    box.AddBridge("odd");
     box.Cards("wlan0 name IEEE 802.11\nwlan1 name IEEE 802.11\n");
     box.RfkillFiles("wlan1", "1\n", "0\n", "0\n");
     box.RfkillFiles("odd", "1\n", "0\n", "1\n");  // a switch, but no wireless card
@@ -599,7 +599,7 @@ TEST(InterfaceScreen, AnyAnswerButYesRunsNothing) {
 
 // What the script did is on the screen at once.
 TEST(InterfaceScreen, AnActionShowsItsEffectWithoutWaiting) {
-    Box box;
+    Box box(Card::kPlugged);
     box.StandInScript(kNetworkScript,
                       "test \"$1\" = start && state=up || state=down\n"
                       "ip link set \"$2\" $state\n"
@@ -707,7 +707,7 @@ std::vector<double> Looks(Machine& box) {
 // Nothing was done: the main menu is back at once with what it knew, and looks when its five
 // seconds are over, not before.
 TEST(InterfaceScreen, LeavingWithoutADeedShowsTheMainMenuAsItWas) {
-    Box box;
+    Box box(Card::kPlugged);
     box.Record("ip");
     Terminal t(box);
     t.WaitFor("Exit this program");
@@ -734,7 +734,7 @@ TEST(InterfaceScreen, LeavingWithoutADeedShowsTheMainMenuAsItWas) {
 }
 
 TEST(InterfaceScreen, LeavingAfterADeedHasTheMainMenuLookAgain) {
-    Box box;
+    Box box(Card::kPlugged);
     box.Record("ip");
     Terminal t(box);
     t.WaitFor("Exit this program");

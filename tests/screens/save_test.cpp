@@ -73,10 +73,11 @@ class Save : public testing::TestWithParam<Saved> {
 };
 
 TEST_P(Save, KeepsModeAndOwners) {
-    box.Sh("chmod 640 " + file.path + "; chown 12:34 " + file.path);
+    box.Sh("chmod 640 " + file.path + "; chown " + box.OtherOwners() + " " + file.path);
     Change();
     EXPECT_EQ(box.Read(file.path), file.new_text);
-    EXPECT_EQ(box.Sh("stat -c '%a %u:%g %F' " + file.path), "640 12:34 regular file\n");
+    EXPECT_EQ(box.Sh("stat -c '%a %u:%g %F' " + file.path),
+              "640 " + box.OtherOwners() + " regular file\n");
     EXPECT_EQ(Leftovers(Folder()), "");
 }
 
@@ -118,7 +119,7 @@ TEST_P(Save, OnAFullDiskKeepsTheOldFile) {
 TEST_P(Save, OnAReadOnlyDiskKeepsTheOldFile) {
     box.Sh("mkdir /etc/fixed; mount -t tmpfs none /etc/fixed; mv " + file.path +
            " /etc/fixed/file; ln -s /etc/fixed/file " + file.path +
-           "; mount -o remount,ro /etc/fixed");
+           "; mount -o remount,bind,ro /etc/fixed");
     Change();
     EXPECT_EQ(box.Read("/etc/fixed/file"), file.old_text);
 }
