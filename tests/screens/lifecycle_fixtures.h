@@ -74,10 +74,11 @@ inline void GoTo(Terminal& t, const Stop& stop, Place place = Place::Here()) {
     t.Settle(Terminal::kPatience, place);
 }
 
-// A machine with what the stops need: an interface, and the remote desktop's own tool.
+// A machine with what the stops need: an interface (a bridge, which any user can make in a machine
+// of his own), and the remote desktop's own tool.
 struct OneCard : Machine {
     OneCard() {
-        AddTap("eth0");
+        AddBridge("eth0");
         MakeDirectory("/usr/share/tavrin");
         Write("/usr/share/tavrin/local-desktop-vnc", "");
     }
