@@ -73,7 +73,7 @@ class ServicesBox : public Machine {
         for (const std::string& path : kProbed)
             all += " " + path;
         Sh("rm -rf /etc/samba /etc/TAVRIN /etc/vsftpd.conf.example" + all +
-           "; mkdir /etc/samba /mnt/seen; mkdir -p /usr/share/tavrin");
+           "; mkdir /etc/samba /etc/TAVRIN /mnt/seen; mkdir -p /usr/share/tavrin");
         look_ = "ls -d" + all + " 2>/dev/null >\"/mnt/seen/${0##*/} $1\"\n";
         for (const char* name : {"vsftpd", "smbd", "nmbd", "reporting-ingest", "reporting-rejoin",
                                  "tavrin4-reporting2"}) {
@@ -198,7 +198,8 @@ inline void ExpectPlainTerminal(const std::vector<Call>& calls, Place place = Pl
 
 // ---- what stays of a password ----
 
-constexpr const char* kSecret = "Quux7-Zebra#Plinth_42;vortex";
+// Longer than what a text grows to at first, so that copies of a growing one show.
+constexpr const char* kSecret = "Quux7-Zebra#Plinth_42;vortex:Jumbled%Wharf";
 
 // Parts of the secret, long enough not to stand anywhere by chance, as bytes or as the numbers in
 // which curses hands out keys and characters.
@@ -255,6 +256,19 @@ inline Words TracesOfSecret(const Terminal& t) {
     }
     EXPECT_GT(read, 100000u) << "hardly any memory was looked at";
     return traces;
+}
+
+// A script that reads its whole input, says so, and ends when it may.
+constexpr const char* kReadAndWait =
+    "cat >/mnt/seen/input; mkfifo /mnt/seen/gate; touch /mnt/seen/read; read -r _ </mnt/seen/gate";
+
+inline void WaitForReader(Machine& box, Place place = Place::Here()) {
+    box.WaitUntil([&] { return box.Exists("/mnt/seen/read"); }, "the tool to have read its input",
+                  Terminal::kPatience, place);
+}
+
+inline void LetReaderEnd(Machine& box, Place place = Place::Here()) {
+    box.Write("/mnt/seen/gate", "\n", 0644, place);
 }
 
 // A script's line that writes down the arguments and environments of all processes of the machine.

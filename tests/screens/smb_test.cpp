@@ -590,6 +590,20 @@ TEST(SmbPassword, TheProgramForgetsIt) {
     EXPECT_EQ(TracesOfSecret(t), Words{});
 }
 
+TEST(SmbPassword, TheProgramForgetsItAsSoonAsTheToolHasIt) {
+    SmbBox box(Listed("amy", "U"));
+    box.StandInScript("smbpasswd", kReadAndWait);
+    AccountList t(box);
+    OpenAccount(t, "amy");
+    AskForPassword(t);
+    t.Type(kSecret);
+    t.Press("<Enter>");
+    WaitForReader(box);
+    EXPECT_EQ(TracesOfSecret(t), Words{});
+    LetReaderEnd(box);
+    WaitForTitle(t, kListTitle);
+}
+
 // ---- the real tools ----
 
 // The file server's own tools with a database of this machine's own.

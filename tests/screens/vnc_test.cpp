@@ -329,6 +329,19 @@ TEST(VncSecrecy, TheProgramForgetsAPasswordThatWasSet) {
     EXPECT_EQ(TracesOfSecret(t), Words{});
 }
 
+TEST(VncSecrecy, TheProgramForgetsItAsSoonAsTheToolHasIt) {
+    VncBox box;
+    box.StandInScript("vncpasswd", kReadAndWait);
+    ServicesScreen t(box);
+    AskForSetup(t);
+    t.Type(kSecret);
+    t.Press("<Enter>");
+    WaitForReader(box);
+    EXPECT_EQ(TracesOfSecret(t), Words{});
+    LetReaderEnd(box);
+    t.WaitFor(kDisable);
+}
+
 TEST(VncSecrecy, TheProgramForgetsACancelledPassword) {
     VncBox box;
     box.SetPassword();
