@@ -175,9 +175,9 @@ void Paint(Menu& menu, const MainMenuState& state) {
 
 // Unless something was done to the interface, its rows are still true for the rest of their five
 // seconds.
-void OpenInterface(Menu& menu, std::size_t index) {
-    const InterfaceEntry interface = InterfaceTable[index];
-    if (InterfaceScreen(interface) != 0) {
+void OpenInterface(Menu& menu, int index) {
+    const std::string name = InterfaceTable[index].name;
+    if (InterfaceScreen(index, name) != 0) {
         menu.rebuild = true;
     } else {
         menu.redraw = true;
@@ -191,7 +191,7 @@ void Act(Menu& menu, const MenuItem& item, MainMenuState& state) {
         return;
     }
     if (item.id >= kFirstInterface && item.id <= kLastInterface) {
-        OpenInterface(menu, static_cast<std::size_t>(item.id - kFirstInterface));
+        OpenInterface(menu, item.id - kFirstInterface);
         return;
     }
     for (const ActionRow& row : kActionRows) {
@@ -205,12 +205,12 @@ void Act(Menu& menu, const MenuItem& item, MainMenuState& state) {
 
 int RunMainMenu() {
     MainMenuState state;
-    RunScreen({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
-               .paint = [&](Menu& menu) { Paint(menu, state); },
-               .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
-               .refresh_seconds = kRefreshSeconds,
-               .start_refresh = [&] { StartRefresh(state.refresh); },
-               .refresh_is_done = [&] { return ContinueRefresh(state.refresh); },
-               .abandon_refresh = [&] { AbandonRefresh(state.refresh); }});
+    ScreenLoop({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
+                .paint = [&](Menu& menu) { Paint(menu, state); },
+                .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
+                .refresh_seconds = kRefreshSeconds,
+                .start_refresh = [&] { StartRefresh(state.refresh); },
+                .refresh_is_done = [&] { return ContinueRefresh(state.refresh); },
+                .abandon_refresh = [&] { AbandonRefresh(state.refresh); }});
     return state.result;
 }

@@ -26,5 +26,5 @@ void Act(Menu& menu, const MenuItem& item) {
 }  // namespace
 
 void RunSystemScreen() {
-    RunScreen({.add_rows = AddRows, .paint = Paint, .act = Act});
+    ScreenLoop({.add_rows = AddRows, .paint = Paint, .act = Act});
 }

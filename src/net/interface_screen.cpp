@@ -7,6 +7,7 @@
 #include "net/interface_config.h"
 #include "net/interface_refresh.h"
 #include "net/interface_status.h"
+#include "net/interface_table.h"
 #include "net/route_table.h"
 #include "net/settings_editor.h"
 #include "ui/dialogs.h"
@@ -159,17 +160,17 @@ void Act(Menu& menu, const MenuItem& item, InterfaceState& state) {
 
 }  // namespace
 
-int InterfaceScreen(const InterfaceEntry& interface) {
+int InterfaceScreen(int index, const std::string& name) {
     InterfaceState state;
-    state.interface = interface;
-    state.is_wireless = IsWirelessInterface(interface.name);
-    state.has_rfkill = state.is_wireless && HasRfkill(interface.name);
-    RunScreen({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
-               .paint = [&](Menu& menu) { Paint(menu, state); },
-               .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
-               .refresh_seconds = kRefreshSeconds,
-               .start_refresh = [&] { StartRefresh(state.refresh, state.interface.name); },
-               .refresh_is_done = [&] { return ContinueRefresh(state.refresh); },
-               .abandon_refresh = [&] { AbandonRefresh(state.refresh); }});
+    state.interface = {name, InterfaceTable[index].address};
+    state.is_wireless = IsWirelessInterface(name);
+    state.has_rfkill = state.is_wireless && HasRfkill(name);
+    ScreenLoop({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
+                .paint = [&](Menu& menu) { Paint(menu, state); },
+                .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
+                .refresh_seconds = kRefreshSeconds,
+                .start_refresh = [&] { StartRefresh(state.refresh, state.interface.name); },
+                .refresh_is_done = [&] { return ContinueRefresh(state.refresh); },
+                .abandon_refresh = [&] { AbandonRefresh(state.refresh); }});
     return state.result;
 }

@@ -2,8 +2,9 @@
 // with it. Opened by the main menu's interface rows.
 #pragma once
 
-#include "net/interface_table.h"
+#include <string>
 
-// Runs until the operator leaves. 1 after "Main menu" or any question answered: the main menu then
-// probes all interfaces anew; 0 otherwise.
-int InterfaceScreen(const InterfaceEntry& interface);
+// Runs until the operator leaves. `index` is the interface's place in InterfaceTable
+// (net/interface_table.h), whose address text names its settings file. 1 after "Main menu" or any
+// question answered: the main menu then probes all interfaces anew; 0 otherwise.
+int InterfaceScreen(int index, const std::string& name);

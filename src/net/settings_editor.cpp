@@ -197,9 +197,9 @@ void InterfaceSettingsEditor(const std::string& interface_name, const std::strin
     state.interface_name = interface_name;
     state.config_name = config_name;
     ReadInterfaceConfig(state.config, InterfaceConfigPath(config_name));
-    RunScreen({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
-               .paint = [&](Menu& menu) { Paint(menu, state); },
-               .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
-               .before_key = [&](Menu& menu, int key) { BeforeKey(menu, key, state); },
-               .after_key = [&](Menu& menu) { AfterKey(menu, state); }});
+    ScreenLoop({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
+                .paint = [&](Menu& menu) { Paint(menu, state); },
+                .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
+                .before_key = [&](Menu& menu, int key) { BeforeKey(menu, key, state); },
+                .after_key = [&](Menu& menu) { AfterKey(menu, state); }});
 }

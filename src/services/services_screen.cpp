@@ -317,7 +317,7 @@ void RunServicesScreen() {
     mkdir("/etc", 0644);
     mkdir("/etc/TAVRIN", 0644);
     States states;
-    RunScreen({.add_rows = [&](Menu& menu) { AddRows(menu, states); },
-               .paint = Paint,
-               .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, states); }});
+    ScreenLoop({.add_rows = [&](Menu& menu) { AddRows(menu, states); },
+                .paint = Paint,
+                .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, states); }});
 }

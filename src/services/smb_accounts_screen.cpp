@@ -90,8 +90,8 @@ void Act(Menu& menu, const MenuItem& item, AccountsState& state) {
 void RunSmbAccountsScreen() {
     AccountsState state;
     state.list = ReadSmbAccounts();
-    RunScreen({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
-               .paint = [&](Menu& menu) { Paint(menu, state); },
-               .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
-               .after_key = [&](Menu& menu) { PaintHelp(menu, state.help, ""); }});
+    ScreenLoop({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
+                .paint = [&](Menu& menu) { Paint(menu, state); },
+                .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
+                .after_key = [&](Menu& menu) { PaintHelp(menu, state.help, ""); }});
 }

@@ -127,9 +127,9 @@ void Act(Menu& menu, const MenuItem& item, UserState& state) {
 bool RunSmbUserScreen(const SmbAccount& account) {
     UserState state;
     state.account = account;
-    RunScreen({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
-               .paint = [&](Menu& menu) { Paint(menu, state); },
-               .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
-               .after_key = [&](Menu& menu) { PaintHelp(menu, state.help, ""); }});
+    ScreenLoop({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
+                .paint = [&](Menu& menu) { Paint(menu, state); },
+                .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
+                .after_key = [&](Menu& menu) { PaintHelp(menu, state.help, ""); }});
     return state.changed;
 }

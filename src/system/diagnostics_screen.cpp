@@ -80,5 +80,5 @@ void Act(Menu& menu, const MenuItem& item) {
 }  // namespace
 
 void RunDiagnosticsScreen() {
-    RunScreen({.add_rows = AddRows, .paint = Paint, .act = Act});
+    ScreenLoop({.add_rows = AddRows, .paint = Paint, .act = Act});
 }

@@ -133,8 +133,8 @@ void Act(Menu& menu, const MenuItem& item, NtpState& state) {
 bool RunNtpScreen() {
     NtpState state;
     state.config = ReadNtpConfig();
-    RunScreen({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
-               .paint = Paint,
-               .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); }});
+    ScreenLoop({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
+                .paint = Paint,
+                .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); }});
     return state.left_by_row;
 }

@@ -97,14 +97,38 @@ void ShowEntryBox(WINDOW* window) {
     refresh();
 }
 
-void CloseEntryBox(EntryBox& entry) {
-    if (entry.window != nullptr) delwin(entry.window);
-    entry.window = nullptr;
+// How an entry box was left.
+enum class Outcome { Accepted, Cancelled, Resized };
+
+struct TerminalSize {
+    int lines = LINES;
+    int columns = COLS;
+
+    bool HasChanged() const { return lines != LINES || columns != COLS; }
+};
+
+// Shows the box until it is accepted or cancelled; after each change of the terminal's size it is
+// laid out anew on a blank screen, as the old cells are moved or cut.
+template <typename ShowBox>
+bool RunEntryBox(ShowBox show_box) {
+    bool shown_before = false;
+    Outcome outcome = show_box(shown_before);
+    while (outcome == Outcome::Resized) {
+        shown_before = true;
+        erase();
+        outcome = show_box(shown_before);
+    }
     curs_set(0);
+    return outcome == Outcome::Accepted;
 }
 
-void WaitForAnyKey() {
-    while (ReadKey() == ERR) {
+// On a terminal that is too small for the box, any key cancels. An entry that has begun waits for
+// room instead, and only ESC cancels it.
+Outcome WaitForRoom(bool shown_before) {
+    for (;;) {
+        const int key = ReadKey();
+        if (key == KEY_RESIZE) return Outcome::Resized;
+        if (key == kEscape || (key != ERR && !shown_before)) return Outcome::Cancelled;
     }
 }
 
@@ -132,32 +156,79 @@ FIELD* MakeEntryField(int line, const std::string& text) {
     return field;
 }
 
-std::string TrimmedText(FIELD* field) {
-    std::string text = field_buffer(field, 0);
-    return trim_space(text.data());
+// What the operator edits, apart from the box that shows it.
+struct TextEntry {
+    std::string text;
+    int cursor = -1;  // column; -1: behind the text
+};
+
+std::string FieldText(FORM* form) {
+    form_driver(form, REQ_VALIDATION);
+    std::string text = field_buffer(current_field(form), 0);
+    trim_trailing_space(text.data());
+    return text.c_str();
 }
 
-// Lets the operator edit the field in the window; whether the entry was accepted.
-bool EditField(WINDOW* window, FIELD* field, const std::vector<std::string_view>& prompt) {
-    FIELD* fields[] = {field, nullptr};
-    FORM* form = new_form(fields);
-    if (form == nullptr) return false;
-    set_form_win(form, window);
-    set_form_sub(form, window);
-    post_form(form);
-    form_driver(form, REQ_END_FIELD);
-    form_driver(form, REQ_INS_MODE);
-    PaintEntryBox(window, prompt);
-    ShowEntryBox(window);
+void PlaceCursor(FORM* form, int column) {
+    if (column < 0) {
+        form_driver(form, REQ_END_FIELD);
+        return;
+    }
+    form_driver(form, REQ_BEG_FIELD);
+    while (form->curcol < column && form_driver(form, REQ_NEXT_CHAR) == E_OK) {
+    }
+}
+
+// Feeds keys to the form and keeps what they make of the entry.
+Outcome EditEntry(WINDOW* window, FORM* form, TextEntry& entry) {
+    const TerminalSize size;
+    // Only a key changes the entry: a box too narrow for the text does not cut it.
+    std::string shown = FieldText(form);
+    int column = form->curcol;
     bool running = true;
     bool cancelled = false;
     while (running) {
         FormHandleKey(form, running, cancelled);
+        if (size.HasChanged()) return Outcome::Resized;
+        const std::string text = FieldText(form);
+        if (text != shown || !running) entry.text = shown = text;
+        if (form->curcol != column) entry.cursor = column = form->curcol;
         wrefresh(window);
     }
+    return cancelled ? Outcome::Cancelled : Outcome::Accepted;
+}
+
+// Lets the operator edit the field in the window.
+Outcome EditField(WINDOW* window, FIELD* field, const std::vector<std::string_view>& prompt,
+                  TextEntry& entry) {
+    FIELD* fields[] = {field, nullptr};
+    FORM* form = new_form(fields);
+    if (form == nullptr) return Outcome::Cancelled;
+    set_form_win(form, window);
+    set_form_sub(form, window);
+    post_form(form);
+    PaintEntryBox(window, prompt);
+    // The field's cells are the window's: what a wrapped prompt has put there would be taken for
+    // what was typed.
+    set_field_buffer(field, 0, entry.text.c_str());
+    PlaceCursor(form, entry.cursor);
+    form_driver(form, REQ_INS_MODE);
+    ShowEntryBox(window);
+    const Outcome outcome = EditEntry(window, form, entry);
     unpost_form(form);
     free_form(form);
-    return !cancelled;
+    return outcome;
+}
+
+Outcome ShowTextBox(const std::vector<std::string_view>& prompt, TextEntry& entry,
+                    bool shown_before) {
+    const EntryBox box = OpenEntryBox(prompt.size());
+    FIELD* field = box.window != nullptr ? MakeEntryField(box.entry_line, entry.text) : nullptr;
+    const Outcome outcome =
+        field != nullptr ? EditField(box.window, field, prompt, entry) : WaitForRoom(shown_before);
+    if (field != nullptr) free_field(field);
+    if (box.window != nullptr) delwin(box.window);
+    return outcome;
 }
 
 // The byte that goes on a character of several bytes, which may come over a slow line; ERR when
@@ -234,12 +305,21 @@ void AppendCharacter(const EntryBox& entry, int width, int key, std::string& val
     value += static_cast<char>(key);
 }
 
-// Takes keys until ENTER (true) or ESC (false).
-bool TypePassword(const EntryBox& entry, int width, std::string& value) {
+void PaintAsterisks(const EntryBox& entry, int width, const std::string& value) {
+    const std::size_t count = std::min(value.size(), static_cast<std::size_t>(std::max(width, 0)));
+    PrintInEntryBar(entry, kTextColumn,
+                    static_cast<int>(A_BOLD | A_UNDERLINE | PairAttribute(Colour::Selected)),
+                    std::string(count, '*').c_str());
+}
+
+// Takes keys until ENTER or ESC.
+Outcome TypePassword(const EntryBox& entry, int width, std::string& value) {
+    const TerminalSize size;
     for (;;) {
         const int key = ReadKey();
-        if (key == kEscape) return false;
-        if (key == '\n' || key == '\r') return true;
+        if (size.HasChanged()) return Outcome::Resized;
+        if (key == kEscape) return Outcome::Cancelled;
+        if (key == '\n' || key == '\r') return Outcome::Accepted;
         if (key == kBackspace || key == KEY_DC || key == KEY_BACKSPACE || key == kDelete) {
             DropLastCharacter(entry, value);
         } else if (key >= 32 && key <= 126) {
@@ -247,6 +327,20 @@ bool TypePassword(const EntryBox& entry, int width, std::string& value) {
         }
         wrefresh(entry.window);
     }
+}
+
+Outcome ShowPasswordBox(const std::vector<std::string_view>& prompt, std::string& value,
+                        bool shown_before) {
+    const EntryBox box = OpenEntryBox(prompt.size());
+    if (box.window == nullptr) return WaitForRoom(shown_before);
+    const int width = std::min(COLS - 2 * kTextColumn, kMostPasswordCharacters);
+    PaintEntryBox(box.window, prompt);
+    PaintEntryBar(box, width);
+    PaintAsterisks(box, width, value);
+    ShowEntryBox(box.window);
+    const Outcome outcome = TypePassword(box, width, value);
+    delwin(box.window);
+    return outcome;
 }
 
 }  // namespace
@@ -301,19 +395,12 @@ void FormHandleKey(FORM* form, bool& running, bool& cancelled) {
 
 bool PromptText(std::string_view prompt, std::string& value) {
     const std::vector<std::string_view> lines = LinesOf(prompt);
-    EntryBox entry = OpenEntryBox(lines.size());
-    FIELD* field =
-        entry.window != nullptr ? MakeEntryField(entry.entry_line, InitialText(value)) : nullptr;
-    bool accepted = false;
-    if (field == nullptr) {
-        WaitForAnyKey();
-    } else {
-        accepted = EditField(entry.window, field, lines);
-        if (accepted) value = TrimmedText(field);
-        free_field(field);
-    }
-    CloseEntryBox(entry);
-    return accepted;
+    TextEntry entry;
+    entry.text = InitialText(value);
+    if (!RunEntryBox([&](bool shown_before) { return ShowTextBox(lines, entry, shown_before); }))
+        return false;
+    value = trim_space(entry.text.data());
+    return true;
 }
 
 bool PromptPassword(std::string_view prompt, std::string& value) {
@@ -321,19 +408,9 @@ bool PromptPassword(std::string_view prompt, std::string& value) {
     // Growing would leave copies of the beginning behind.
     value.reserve(kMostPasswordCharacters + 1);
     const std::vector<std::string_view> lines = LinesOf(prompt);
-    EntryBox entry = OpenEntryBox(lines.size());
-    bool accepted = false;
-    if (entry.window == nullptr) {
-        WaitForAnyKey();
-    } else {
-        const int width = std::min(COLS - 2 * kTextColumn, kMostPasswordCharacters);
-        PaintEntryBox(entry.window, lines);
-        PaintEntryBar(entry, width);
-        ShowEntryBox(entry.window);
-        accepted = TypePassword(entry, width, value);
-    }
+    const bool accepted =
+        RunEntryBox([&](bool shown_before) { return ShowPasswordBox(lines, value, shown_before); });
     if (!accepted) Wipe(value);
-    CloseEntryBox(entry);
     return accepted;
 }
 

@@ -62,13 +62,15 @@ void Activate(const Screen& screen, Menu& menu, Schedule& schedule) {
     const MenuItem* item = menu.ItemAt(menu.selection);
     if (item == nullptr || item->Has(MenuItem::kUnselectable)) return;
     const MenuItem activated = *item;
+    // What was due stays due.
+    if (schedule.gathering) schedule.next = 0;
     AbandonGathering(screen, schedule);
     screen.act(menu, activated);
 }
 
 }  // namespace
 
-void RunScreen(const Screen& screen) {
+void ScreenLoop(const Screen& screen) {
     Menu menu;
     menu.Init();
     menu.rebuild = true;

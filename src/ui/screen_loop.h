@@ -1,7 +1,7 @@
 // The loop that every screen runs around its Menu, written once: rebuild the rows when asked, paint
 // when asked, read one key, let the menu take it, act on the row that was activated.
 //
-//     RunScreen({.add_rows = [](Menu& menu) { menu.AddItem("Back to main menu", 1); },
+//     ScreenLoop({.add_rows = [](Menu& menu) { menu.AddItem("Back to main menu", 1); },
 //                .paint = [](Menu& menu) { menu.SetSize(...); ... PaintTitle(menu, 2, "System"); },
 //                .act = [](Menu& menu, const MenuItem& item) { menu.running = false; }});
 #pragma once
@@ -37,7 +37,7 @@ struct Screen {
 };
 
 // Runs the screen until its menu stops: ESC, backspace, a row that ends it, or no rows left.
-void RunScreen(const Screen& screen);
+void ScreenLoop(const Screen& screen);
 
 // Prints a screen's title `above` rows above the menu's first row and four columns to its left.
 void PaintTitle(const Menu& menu, int above, std::string_view title);

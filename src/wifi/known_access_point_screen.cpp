@@ -47,7 +47,7 @@ void Act(Menu& menu, const MenuItem& item, const AccessPoint& access_point,
 
 void KnownAccessPointScreen(const AccessPoint& access_point, const WirelessCard& card) {
     HelpArea help;
-    RunScreen(
+    ScreenLoop(
         {.add_rows = [&](Menu& menu) { AddRows(menu, access_point); },
          .paint = [&](Menu& menu) { PaintAccessPoints(menu, card, help); },
          .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, access_point, card); },

@@ -104,8 +104,8 @@ void WirelessMenu(const WirelessCard& card) {
     WirelessState state;
     state.card = card;
     EnsureSupplicant(card.name, card.address);
-    RunScreen({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
-               .paint = [&](Menu& menu) { PaintAccessPoints(menu, card, state.help); },
-               .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
-               .after_key = [&](Menu& menu) { PaintNoHelp(menu, state.help); }});
+    ScreenLoop({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
+                .paint = [&](Menu& menu) { PaintAccessPoints(menu, card, state.help); },
+                .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
+                .after_key = [&](Menu& menu) { PaintNoHelp(menu, state.help); }});
 }
