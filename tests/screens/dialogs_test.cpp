@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "main_menu_test.h"
@@ -480,6 +481,31 @@ TEST_F(TextBox, OutlivesResizing) {
               "0-3 white/black; 4-6 white/blue bold; 7 white/black reverse; "
               "8-98 white/blue bold; 99 white/black");
     EXPECT_FALSE(t.CursorVisible());
+}
+
+TEST_F(TextBox, APromptThatWrapsOverTheEntryIsNotTakenForIt) {
+    MainMenu t(box, Size(12, 24));
+    t.Press("n<Enter>");
+    t.WaitUntil([&] { return t.CursorVisible(); }, "a box");
+    t.Press("x<Enter>");
+    t.WaitUntil([&] { return !t.CursorVisible(); }, "no box");
+    EXPECT_EQ(box.Read("/etc/hostname"), "appliancex\n");
+}
+
+TEST_F(TextBox, AnEntryOutlivesATerminalTooSmallForIt) {
+    MainMenu t(box);
+    OpenTextBox(t);
+    t.Press("yz<Left>");
+    t.Settle();
+    for (const auto& [lines, columns] : {std::pair(11, 80), std::pair(10, 15), std::pair(3, 5)}) {
+        t.Resize(lines, columns);
+        t.Settle();
+    }
+    t.Resize(24, 80);
+    t.WaitFor(" [ESC to cancel]");
+    t.Press("x<Enter>");
+    WaitForMainMenu(t);
+    EXPECT_EQ(box.Read("/etc/hostname"), "applianceyxz\n");
 }
 
 }  // namespace
