@@ -104,10 +104,21 @@ void CheckNetworks(const AccessPointMap& map) {
     Require(root == list.rootExists, "root is seen");
 }
 
+// Whether no line is so long that it is read in pieces.
+bool HasShortLines(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t length = std::min(text.find('\n'), text.size() - 1) + 1;
+        if (length > 1000) return false;
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
 [[maybe_unused]] void ftp(std::string_view text) {
     for (bool enable : {false, true}) {
         const std::string once = WithFtpTls(text, enable);
-        Require(WithFtpTls(once, enable) == once, "writing twice is writing once");
+        Require(!HasShortLines(once) || WithFtpTls(once, enable) == once,
+                "writing twice is writing once");
         Require(once.empty() || once.back() == '\n', "every line ends");
     }
     FtpTlsIn(text);
@@ -115,16 +126,7 @@ void CheckNetworks(const AccessPointMap& map) {
 
 [[maybe_unused]] void ntp(std::string_view text) {
     const std::string once = FormatNtpConfig(ParseNtpConfig(text));
-    const bool short_lines = [&] {
-        std::string_view rest = once;
-        while (!rest.empty()) {
-            const std::size_t length = std::min(rest.find('\n'), rest.size() - 1) + 1;
-            if (length > 1000) return false;
-            rest.remove_prefix(length);
-        }
-        return true;
-    }();
-    Require(!short_lines || FormatNtpConfig(ParseNtpConfig(once)) == once,
+    Require(!HasShortLines(once) || FormatNtpConfig(ParseNtpConfig(once)) == once,
             "saving twice is saving once");
 }
 
