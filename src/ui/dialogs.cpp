@@ -334,6 +334,8 @@ Outcome ShowPasswordBox(const std::vector<std::string_view>& prompt, std::string
     const EntryBox box = OpenEntryBox(prompt.size());
     if (box.window == nullptr) return WaitForRoom(shown_before);
     const int width = std::min(COLS - 2 * kTextColumn, kMostPasswordCharacters);
+    // The window's cells are the screen's: without this the rows behind the box would show in it.
+    werase(box.window);
     PaintEntryBox(box.window, prompt);
     PaintEntryBar(box, width);
     PaintAsterisks(box, width, value);
