@@ -474,6 +474,7 @@ TEST_F(TextBox, OutlivesResizing) {
     t.Press("b");
     t.Settle();
     t.Resize(40, 100);
+    t.WaitFor(" [ESC to cancel]");
     t.Press("c<Enter>");
     WaitForMainMenu(t);
     t.WaitSelected("Change computer name");
