@@ -92,9 +92,9 @@ void PaintEntryBox(WINDOW* window, const std::vector<std::string_view>& prompt) 
 
 void ShowEntryBox(WINDOW* window) {
     touchwin(window);
-    wrefresh(window);
+    ShowWindow(window);
     touchwin(stdscr);
-    refresh();
+    ShowScreen();
 }
 
 // How an entry box was left.
@@ -193,7 +193,7 @@ Outcome EditEntry(WINDOW* window, FORM* form, TextEntry& entry) {
         const std::string text = FieldText(form);
         if (text != shown || !running) entry.text = shown = text;
         if (form->curcol != column) entry.cursor = column = form->curcol;
-        wrefresh(window);
+        ShowWindow(window);
     }
     return cancelled ? Outcome::Cancelled : Outcome::Accepted;
 }
@@ -325,7 +325,7 @@ Outcome TypePassword(const EntryBox& entry, int width, std::string& value) {
         } else if (key >= 32 && key <= 126) {
             AppendCharacter(entry, width, key, value);
         }
-        wrefresh(entry.window);
+        ShowWindow(entry.window);
     }
 }
 
@@ -349,7 +349,7 @@ Outcome ShowPasswordBox(const std::vector<std::string_view>& prompt, std::string
 
 bool AskYesNo(std::string_view question) {
     Print(question);
-    refresh();
+    ShowScreen();
     if (MouseAvailable) {
         attrset(A_BOLD);
         PrintAt(kYesLine, kTextColumn, "[ YES  ]");
@@ -424,6 +424,6 @@ void WaitForEnter() {
 
 void WaitForEnterCurses() {
     Print("Hit enter to continue\n");
-    refresh();
+    ShowScreen();
     WaitForKeyEnter();
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string>
 
+#include "ui/terminal.h"
 #include "ui/text.h"
 
 namespace {
@@ -41,6 +42,6 @@ void PaintHelp(const Menu& menu, HelpArea& area, std::string_view help) {
         const std::wstring line = FitColumns(NextHelpLine(help), COLS - 8);
         if (move(area.row + row, kHelpColumn) != ERR) addwstr(line.c_str());
     }
-    refresh();
+    ShowScreen();
     area.shown_id = item->id;
 }

@@ -92,11 +92,11 @@ Menu::Result Menu::HandleKey(int key) {
     KeepVisible();
     if (top != old_top) {
         Draw();
-        refresh();
+        ShowScreen();
     } else if (selection != old_selection) {
         DrawItem(old_selection);
         DrawItem(selection);
-        refresh();
+        ShowScreen();
     }
     if (clickPending >= 1 && result == kNotTaken) {
         clickPending = -1;
@@ -211,7 +211,7 @@ void Menu::HandleMouse() {
         ArmClick(event.y, event.x);
         SelectAt(event.y, event.x);
     }
-    refresh();
+    ShowScreen();
 }
 
 void Menu::SetHover(int line, int column) {

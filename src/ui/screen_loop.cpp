@@ -53,7 +53,7 @@ void Repaint(const Screen& screen, Menu& menu) {
     clear();
     screen.paint(menu);
     menu.Draw();
-    refresh();
+    ShowScreen();
 }
 
 // HOME, END and the page keys can land on a row that is there to be read only, or that can't be

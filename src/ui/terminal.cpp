@@ -31,6 +31,15 @@ short WaitForInput(int milliseconds) {
     return poll(&input, 1, milliseconds) > 0 ? input.revents : static_cast<short>(0);
 }
 
+// A terminal whose output is stopped would hold the program up inside curses, where no ending
+// signal is let in.
+void WaitForOutput() {
+    pollfd output = {STDOUT_FILENO, POLLOUT, 0};
+    if (poll(&output, 1, 0) != 0) return;
+    const OpenSignalGate open;
+    poll(&output, 1, -1);
+}
+
 // At its end or hung up, standard input is ready to be read for ever, but holds no byte.
 bool InputHasEnded() {
     if (WaitForInput(0) == 0) return false;
@@ -144,6 +153,15 @@ int ReadKey() {
     return key == kEscape ? ResolveEscape() : key;
 }
 
+void ShowScreen() {
+    ShowWindow(stdscr);
+}
+
+void ShowWindow(WINDOW* window) {
+    WaitForOutput();
+    wrefresh(window);
+}
+
 void Print(std::string_view text) {
     for (;;) {
         const std::size_t line_feed = text.find('\n');
@@ -161,7 +179,7 @@ void PrintAt(int line, int column, std::string_view text) {
 void ShellEscape(const std::function<void()>& work) {
     attrset(A_NORMAL);
     clear();
-    refresh();
+    ShowScreen();
     endwin();
     {
         const PlainStop plain_stop;

@@ -5,6 +5,8 @@
 // terminal is restored and the program ends with status 1, in whatever screen or dialog it is.
 #pragma once
 
+#include <curses.h>
+
 #include <functional>
 #include <string_view>
 
@@ -29,6 +31,11 @@ void StartKeyboard();
 // the whole sequence and comes as kUnknownKey: taken byte by byte it would leave the screen and
 // then work as hot keys. ESC followed by anything else is ESC.
 int ReadKey();
+
+// Brings what was drawn on the standard screen, or on a part of it, to the terminal. While the
+// terminal takes no output (Ctrl-S) this waits, and ending signals are let in.
+void ShowScreen();
+void ShowWindow(WINDOW* window);
 
 // Prints the text at the cursor. Wraps at the right edge. Line feeds in the text break the line;
 // other control characters show as "?".

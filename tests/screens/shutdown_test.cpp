@@ -373,7 +373,7 @@ TEST(CleanUp, IsGivenFiveSeconds) {
 // A stopped terminal holds the program up in the middle of drawing, too.
 TEST(CleanUp, IsGivenFiveSecondsWhateverHoldsTheProgramUp) {
     Machine box;
-    const std::string writing = std::to_string(SYS_write) + " ";
+    const std::string waiting = std::to_string(SYS_poll) + " ";
     std::vector<std::unique_ptr<Terminal>> terminals;
     for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
         terminals.push_back(std::make_unique<Terminal>(box));
@@ -382,10 +382,11 @@ TEST(CleanUp, IsGivenFiveSecondsWhateverHoldsTheProgramUp) {
         t.Press("<C-s>");
         t.Settle();
         t.Press("<Down>");
-        // The row's colour waits to be written: the program sleeps, but not for a key.
+        // The row's colour waits to be written: the program sleeps until the terminal takes it, and
+        // not, as for a key, for some milliseconds.
         const auto held_up = [&] {
-            return ReadWhole("/proc/" + std::to_string(t.pid()) + "/syscall").rfind(writing, 0) ==
-                   0;
+            const std::string call = ReadWhole("/proc/" + std::to_string(t.pid()) + "/syscall");
+            return call.rfind(waiting, 0) == 0 && call.find(" 0x1 0xffffffff") != call.npos;
         };
         t.WaitUntil(held_up, "the program to be held up");
         t.Signal(signal);
