@@ -21,6 +21,8 @@ bool AskYesNoOnBlankScreen(std::string_view question = kDefaultQuestion);
 // (what fits of it: COLS - 4 characters, at most 254 bytes). ENTER stores the text without blanks
 // around it in `value` and gives true; ESC gives false and leaves `value` alone. So does any key
 // when the terminal is too small for the box.
+// When the terminal changes its size meanwhile, the box is laid out anew with what was typed; one
+// that has become too small for it is waited out, and only ESC cancels there.
 bool PromptText(std::string_view prompt, std::string& value);
 
 // Feeds one key to the form. ESC clears `running` and sets `cancelled`; ENTER clears `running` and
