@@ -1,6 +1,6 @@
 # shellcheck shell=sh
-# What ./run and ./test have in common, which read this file: the Debian packages that they need,
-# and a care about build folders.
+# What ./run, ./test and ./package have in common, which read this file: the Debian packages that
+# they need, and a care about build folders.
 
 # To build the program and to run it on the demo appliance.
 # shellcheck disable=SC2034
@@ -9,7 +9,11 @@ run_packages="cmake g++ make libncurses-dev ncurses-term iproute2 psmisc util-li
 # And to build and run its tests.
 # shellcheck disable=SC2034
 test_packages="libgtest-dev libgmock-dev libvterm-dev clang-format-14 shellcheck locales strace \
-procps wpasupplicant samba tigervnc-tools vsftpd openssl ntpsec iputils-ping"
+procps wpasupplicant samba tigervnc-tools vsftpd openssl ntpsec iputils-ping man-db mandoc"
+
+# To build the Debian package.
+# shellcheck disable=SC2034
+package_packages="cmake debhelper dpkg-dev g++ libncurses-dev make"
 
 # MissingPackages PACKAGE...: those that are not installed.
 MissingPackages() {

@@ -1,0 +1,100 @@
+#!/bin/sh
+# The manual pages are well formed, and name the rows, keys, commands, files and settings that there
+# are: all of them, and no others.
+set -u
+cd -- "$(dirname -- "$0")/../.." || exit 1
+LC_ALL=C.UTF-8
+export LC_ALL
+work=$(mktemp -d) || exit 1
+trap 'rm -rf "$work"' EXIT
+failed=0
+
+Fail() {
+    echo "$*"
+    failed=1
+}
+
+# Same WHAT: the file `found` of the manual against `wanted`.
+Same() {
+    [ -s "$work/wanted" ] || Fail "$1: nothing to compare with"
+    diff -u --label "$1" --label "in the manual" "$work/wanted" "$work/found" || failed=1
+}
+
+# ---- form ----
+
+# Whether a page that is referred to is installed, and whose system it is, is not the page's matter.
+CheckForm() {
+    mandoc -Tlint "$1" 2>&1 | grep -v 'referenced manual not found\|explicitly specified\|outdated'
+    MANWIDTH=80 man --warnings -E UTF-8 -l -Tutf8 -Z "$1" >"$work/roff" 2>"$work/roff.log"
+    cat "$work/roff.log"
+}
+for page in man/*; do
+    CheckForm "$page" >"$work/complaints"
+    [ -s "$work/complaints" ] && Fail "$page: $(cat "$work/complaints")"
+done
+
+# ---- rows and their keys ----
+
+# "screen: row (key)", a line each.
+awk -F ' *[|] *' '
+    /^## / { screen = substr($0, 4) }
+    $2 ~ /^`/ { print screen ": " substr($2, 2, length($2) - 2) ($3 == "" ? "" : " (" $3 ")") }
+' docs/screens.md >"$work/wanted"
+awk -F '"' '
+    sub(/^\.Ss /, "") { screen = $0 }
+    /^\.It Ic "/ { print screen ": " $2 (sub(/ Pq Cm /, "", $3) ? " (" $3 ")" : "") }
+' man/ifmenu.8 >"$work/found"
+Same "the rows of docs/screens.md"
+
+# ---- commands and files ----
+
+# The texts in the sources, adjacent ones joined, one a line.
+cat src/*/*.cpp src/*/*.h | sed 's/ *\/\/ .*//' | tr '\n' ' ' | sed 's/" *"//g' |
+    grep -o '"\(\\.\|[^"\\]\)*"' | sed -e 's/^"//' -e 's/"$//' -e 's/\\"/"/g' |
+    sort -u >"$work/texts"
+
+# The page as its reader sees it, blanks and line ends alike.
+mandoc -Tutf8 -Owidth=200 man/ifmenu.8 | sed 's/.\x08//g' | tr -s ' \n' ' ' >"$work/page"
+
+# What the sources run and open; where its output goes is of no interest to the reader. One file is
+# looked at by the services screen without any effect.
+grep -e '^/\(etc\|sbin\|usr\|var\)/' -e '^\(cp\|ip\|killall\|mkdir\|mv\|pdbedit\|ping\) ' \
+    -e '^\(smbpasswd\|vncpasswd\|wpa_cli\) ' -e '^volkeep-' -e '^ [a-z]*_network' -e '^ scan' \
+    -e '^ set ' -e '^ save_config' -e '^ disconnect' -e '^dns\.' "$work/texts" |
+    grep -v '/tavrin\.caption\.synchronizer\.pid$' |
+    sed -e 's/ >\/dev\/null 2>&1//' -e 's/%s.*//' -e 's/^ //' -e 's/ *$//' >"$work/named"
+while IFS= read -r text; do
+    grep -Fq -- "$text" "$work/page" || Fail "the manual does not name: $text"
+done <"$work/named"
+[ "$(wc -l <"$work/named")" -ge 40 ] || Fail "hardly any commands found in the sources"
+
+# And the other way round: what stands in for a name splits the commands of the manual.
+tr '\n' ' ' <"$work/texts" | tr -s ' ' >"$work/sources"
+sed -n '/^\.Sh CAVEATS/q;s/^\.Dl //p' man/ifmenu.8 |
+    sed "s/['\"]*\<[A-Z_]*[A-Z]\>['\"]*\|\<dns\.[a-z0-9.]*/\n/g" |
+    sed -e 's/^ *//' -e 's/ *$//' | grep . >"$work/pieces"
+while IFS= read -r piece; do
+    grep -Fq -- "$piece" "$work/sources" || Fail "no source has this command of the manual: $piece"
+done <"$work/pieces"
+
+# ---- settings ----
+
+# The keys of the table, in the file's order.
+sed -n '/constexpr Line kLines/,/^};/s/^ *{"\([^"]*\)".*/\1/p' src/net/interface_config.cpp \
+    >"$work/wanted"
+sed -n 's/^\.It Cm //p' man/ifmenu-network.5 >"$work/found"
+Same "the settings of src/net/interface_config.cpp"
+sed -n '/^\.Bd/,/^\.Ed/{/ =/s/ =.*//p;/^\.Ed/q}' man/ifmenu-network.5 >"$work/found"
+Same "the settings of src/net/interface_config.cpp"
+
+# ---- versions ----
+
+version=$(sed -n 's/^project(ifmenu VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+for page in man/*; do
+    grep -Fqx ".Os \"ifmenu $version\"" "$page" || Fail "$page is not of version $version"
+done
+[ "$(sed -n '1s/ifmenu (\(.*\)) .*/\1/p' debian/changelog)" = "$version" ] ||
+    Fail "debian/changelog does not begin with version $version"
+[ "$(sed -n 's/^## \[\([0-9.]*\)\].*/\1/p' CHANGELOG.md | head -n 1)" = "$version" ] ||
+    Fail "CHANGELOG.md does not begin with version $version"
+exit $failed
