@@ -280,9 +280,11 @@ bool Terminal::AwaitsKey() const {
     std::istringstream text(ReadWhole("/proc/" + std::to_string(FrontProcess()) + "/syscall"));
     long number = -1;
     if (!(text >> number)) return text.str().find("running") == std::string::npos;
-    static const std::set<long> kWaits = {SYS_read,        SYS_poll,           SYS_ppoll,
-                                          SYS_select,      SYS_pselect6,       SYS_epoll_wait,
-                                          SYS_epoll_pwait, SYS_restart_syscall};
+    static const std::set<long> kWaits = {
+#ifdef SYS_poll  // not every kind of computer has the older calls
+        SYS_poll, SYS_select, SYS_epoll_wait,
+#endif
+        SYS_read, SYS_ppoll,  SYS_pselect6,   SYS_epoll_pwait, SYS_restart_syscall};
     return kWaits.count(number) > 0;
 }
 

@@ -1,10 +1,10 @@
 // The list that every screen is built on, tried on the main menu: what the keys and the mouse do
 // to it, and how its rows look.
 #include <gtest/gtest.h>
-#include <sys/syscall.h>
 
 #include <algorithm>
 
+#include "held_output.h"
 #include "main_menu_test.h"
 
 namespace bench {
@@ -565,14 +565,6 @@ TEST_F(MenuMouse, ScrollingTakesTheHoverAlong) {
     t.WaitUntil([&] { return t.Cell(kFirstLine + 1, 40).fg == kYellow; }, "another hovered row");
     Walk(t, {{"<Home>", 0, 0}});
     EXPECT_EQ(t.Cell(kFirstLine + 3, 40).fg, kYellow);
-}
-
-// Whether the program sleeps because its terminal takes no output: in a poll() without end, where
-// a key is awaited for some milliseconds only.
-bool OutputIsHeld(const Terminal& t) {
-    const std::string call = ReadWhole("/proc/" + std::to_string(t.pid()) + "/syscall");
-    return call.rfind(std::to_string(SYS_poll) + " ", 0) == 0 &&
-           call.find(" 0x1 0xffffffff") != call.npos;
 }
 
 TEST_F(MenuMouse, AClickOlderThanFourTenthsOfASecondActivatesNothing) {

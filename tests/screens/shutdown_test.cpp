@@ -4,13 +4,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cstring>
 #include <memory>
 #include <sstream>
 
+#include "held_output.h"
 #include "lifecycle_fixtures.h"
 
 namespace bench::lifecycle {
@@ -373,7 +373,6 @@ TEST(CleanUp, IsGivenFiveSeconds) {
 // A stopped terminal holds the program up in the middle of drawing, too.
 TEST(CleanUp, IsGivenFiveSecondsWhateverHoldsTheProgramUp) {
     Machine box;
-    const std::string waiting = std::to_string(SYS_poll) + " ";
     std::vector<std::unique_ptr<Terminal>> terminals;
     for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
         terminals.push_back(std::make_unique<Terminal>(box));
@@ -384,11 +383,7 @@ TEST(CleanUp, IsGivenFiveSecondsWhateverHoldsTheProgramUp) {
         t.Press("<Down>");
         // The row's colour waits to be written: the program sleeps until the terminal takes it, and
         // not, as for a key, for some milliseconds.
-        const auto held_up = [&] {
-            const std::string call = ReadWhole("/proc/" + std::to_string(t.pid()) + "/syscall");
-            return call.rfind(waiting, 0) == 0 && call.find(" 0x1 0xffffffff") != call.npos;
-        };
-        t.WaitUntil(held_up, "the program to be held up");
+        t.WaitUntil([&] { return OutputIsHeld(t); }, "the program to be held up");
         t.Signal(signal);
     }
     for (const auto& t : terminals)
