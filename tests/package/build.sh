@@ -1,0 +1,28 @@
+#!/bin/sh
+# On a clean machine: the package is built by ./package alone; a second time without network, in
+# another folder, time zone, language and file mode, its bytes are the same; lintian has no remark.
+# The package is left in /tmp/share.
+set -eu
+# shellcheck source=tests/package/copy.sh
+. /mnt/tests/package/copy.sh
+
+first=/root/ifmenu second=/srv/some/other/folder/of/another/length/ifmenu
+CopyCheckout $first
+CopyCheckout $second
+(cd $first && ./package)
+(
+    umask 077
+    cd $second
+    TZ=Pacific/Kiritimati LC_ALL=C unshare --net ./package
+)
+for package in "$first"/build/package/*.deb; do
+    cmp "$package" "$second/build/package/$(basename "$package")"
+    echo "The same bytes twice: $(basename "$package")"
+done
+
+Install lintian >/root/lintian.log 2>&1 || { cat /root/lintian.log && exit 1; }
+cd $first/build/package
+lintian --allow-root --pedantic --display-info --fail-on error,warning,info,pedantic ./*.changes
+echo "No remarks by lintian"
+rm -f /tmp/share/*.deb
+cp ifmenu_*.deb /tmp/share

@@ -1,0 +1,78 @@
+#!/bin/sh
+# On a clean machine, with the package in /tmp/share: it installs what it names and nothing below
+# /etc, runs, replaces an older one, and leaves nothing when it is removed and purged. The
+# operator's settings are never touched.
+set -eu
+# shellcheck source=tests/package/copy.sh
+. /mnt/tests/package/copy.sh
+
+package=$(echo /tmp/share/ifmenu_*.deb)
+
+# An older version of the same.
+dpkg-deb --raw-extract "$package" /root/older
+sed -i 's/^Version: .*/Version: 0.9/' /root/older/DEBIAN/control
+dpkg-deb --build /root/older /root/older.deb >/dev/null
+
+# What the package depends on comes first: all that changes later is its doing.
+depends=$(dpkg-deb --field "$package" Depends | sed -e 's/([^)]*)//g' -e 's/,/ /g')
+# shellcheck disable=SC2086  # a list of words
+Install $depends >/root/install.log 2>&1 || { cat /root/install.log && exit 1; }
+
+# The settings of an operator, of all kinds.
+mkdir -p /etc/network /etc/samba /etc/TAVRIN
+for file in network/02:00:00:00:10:20 network/example network/default.wireless hostname hosts \
+    ntp.conf vsftpd.conf vsftpd.conf.disabled samba/smb.conf TAVRIN/disable.reporting \
+    caption-sync.disabled local.desktop.vnc local.desktop.vnc.passwd local.desktop.webui.ctl; do
+    echo "the operator's own $file" >"/etc/$file"
+    touch -d '2020-02-02 02:02:02' "/etc/$file"
+done
+chmod 600 /etc/network/02:00:00:00:10:20 /etc/local.desktop.vnc.passwd
+chown 1000:1000 /etc/network/example
+
+# Look FILE: all of /etc, and the names of all other files but those of the package tools.
+Look() {
+    {
+        find /etc -printf '%p %y %m %U %G %T@ %l\n'
+        find /etc -type f -exec sha256sum {} +
+        find / -xdev \( -path /var/lib/dpkg -o -path /var/log -o -path /var/cache -o -path /root \
+            -o -path /var/lib/apt -o -path /tmp \) -prune -o -print
+    } | sort >"$1"
+}
+
+# Unchanged WHAT: everything is as it was before the package came, but for its own files.
+Unchanged() {
+    Look /root/now
+    dpkg --listfiles ifmenu 2>/dev/null | sort >/root/own || true
+    comm -13 /root/before /root/now | grep -Fvx -f /root/own >/root/new || true
+    comm -23 /root/before /root/now >/root/gone
+    if [ -s /root/new ] || [ -s /root/gone ]; then
+        echo "$1 has changed:"
+        cat /root/new /root/gone
+        exit 1
+    fi
+    echo "$1: nothing else has changed"
+}
+
+# Works: the program is found, and ends as it should.
+Works() {
+    status=0
+    ifmenu --help 2>/root/help || status=$?
+    [ $status = 1 ] && grep -q '^Tavrin 4' /root/help
+    [ -e /usr/share/man/man8/ifmenu.8.gz ] && [ -e /usr/share/man/man5/ifmenu-network.5.gz ]
+}
+
+Look /root/before
+dpkg --install /root/older.deb >/root/dpkg.log 2>&1
+Works
+Unchanged "The installation"
+apt-get --quiet --yes install "$package" >/root/dpkg.log 2>&1
+[ "$(dpkg-query --show --showformat='${Version}' ifmenu)" = \
+    "$(dpkg-deb --field "$package" Version)" ]
+Works
+Unchanged "The upgrade"
+apt-get --quiet --yes remove ifmenu >/root/dpkg.log 2>&1
+[ ! -e /usr/sbin/ifmenu ]
+Unchanged "The removal"
+apt-get --quiet --yes install "$package" >/root/dpkg.log 2>&1
+apt-get --quiet --yes purge ifmenu >/root/dpkg.log 2>&1
+Unchanged "The purge"

@@ -1,0 +1,18 @@
+#!/bin/sh
+# The package's own test (debian/tests) on a clean machine, as package archives run it: builds the
+# package, installs it with everything that the test names, and runs the end-to-end tests on the
+# installed program. Takes about twenty minutes.
+set -eu
+if [ "${1-}" != --here ]; then
+    cd -- "$(dirname -- "$0")"
+    exec ./clean /mnt/tests/package/suite.sh
+fi
+
+# On the clean machine.
+# shellcheck source=tests/package/copy.sh
+. /mnt/tests/package/copy.sh
+CopyCheckout /root/ifmenu
+cd /root/ifmenu
+./package
+Install autopkgtest >/root/autopkgtest.log 2>&1 || { cat /root/autopkgtest.log && exit 1; }
+autopkgtest --no-built-binaries build/package/ifmenu_*.deb /root/ifmenu/ -- null
