@@ -4,7 +4,7 @@
 set -eu
 if [ "${1-}" != --here ]; then
     cd -- "$(dirname -- "$0")"
-    exec ./clean /mnt/tests/package/cross.sh
+    exec ./clean /mnt/tests/package/cross.sh --here
 fi
 
 # On the clean machine.

@@ -5,7 +5,7 @@
 set -eu
 if [ "${1-}" != --here ]; then
     cd -- "$(dirname -- "$0")"
-    exec ./clean /mnt/tests/package/suite.sh
+    exec ./clean /mnt/tests/package/suite.sh --here
 fi
 
 # On the clean machine.
