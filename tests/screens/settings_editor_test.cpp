@@ -80,7 +80,6 @@ enum : int {
 
 constexpr int kFlips[] = {
     kDisabled, kManage, kEnableIp6, kDhcp, kDhcpGateway, kDhcp6, kRouterAdvertisements, kNatEnable};
-constexpr int kTexts[] = {kStaticIp, kNetmask, kGateway, kDns, kStaticIp6};
 
 std::string WithoutTrailingBlanks(std::string text) {
     text.erase(text.find_last_not_of(' ') + 1);
