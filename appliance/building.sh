@@ -4,7 +4,8 @@
 
 # To build the program and to run it on the demo appliance.
 # shellcheck disable=SC2034
-run_packages="cmake g++ make libncurses-dev ncurses-term iproute2 psmisc util-linux hostname"
+run_packages="cmake g++ make libncurses-dev ncurses-term iproute2 psmisc util-linux hostname \
+dnsmasq-base isc-dhcp-client nftables"
 
 # And to build and run its tests.
 # shellcheck disable=SC2034
@@ -13,7 +14,7 @@ procps wpasupplicant samba tigervnc-tools vsftpd openssl ntpsec iputils-ping man
 
 # To build the Debian package.
 # shellcheck disable=SC2034
-package_packages="cmake debhelper dpkg-dev g++ libncurses-dev make"
+package_packages="build-essential cmake debhelper libncurses-dev"
 
 # MissingPackages PACKAGE...: those that are not installed.
 MissingPackages() {
