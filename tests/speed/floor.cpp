@@ -1,0 +1,82 @@
+// The least that a full-screen list costs with this curses: the rows of a file, the colours of the
+// program, two rows painted anew for a cursor key. 'r' paints everything anew. What the program
+// takes longer than this is its own.
+//
+//     floor ROWS      three lines of title, then rows: hot key or '-', 's' to select or 'd' dim,
+//     text
+#include <curses.h>
+
+#include <cctype>
+#include <clocale>
+#include <cstdio>
+#include <cstring>
+
+static char titles[3][256];
+static char rows[2048][256];
+static int count;
+
+static void DrawRow(int row, int selection) {
+    const char* text = rows[row];
+    const attr_t weight = text[1] == 's' ? A_BOLD : A_DIM;
+    attrset(static_cast<attr_t>(COLOR_PAIR(row == selection ? 2 : 1)) | weight);
+    mvprintw(5 + row, 4, "%-*.*s", COLS - 5, COLS - 5, text + 2);
+    if (text[0] == '-') return;
+    const char key[] = {text[0], static_cast<char>(std::toupper(text[0])), '\0'};
+    const char* letter = std::strpbrk(text + 2, key);
+    if (letter == nullptr) return;
+    attrset(row == selection ? A_REVERSE : static_cast<attr_t>(COLOR_PAIR(3)) | A_BOLD);
+    mvaddch(5 + row, static_cast<int>(4 + (letter - text - 2)), static_cast<chtype>(*letter));
+}
+
+static void DrawAll(int selection) {
+    attrset(static_cast<attr_t>(COLOR_PAIR(1)));
+    clear();
+    for (int i = 0; i < 3; ++i)
+        mvaddstr(1 + i, 0, titles[i]);
+    for (int row = 0; row < count && row < LINES - 6; ++row)
+        DrawRow(row, selection);
+    refresh();
+}
+
+static bool ReadLine(std::FILE* file, char (&line)[256]) {
+    if (std::fgets(line, sizeof line, file) == nullptr) return false;
+    line[std::strcspn(line, "\n")] = '\0';
+    return true;
+}
+
+int main(int argc, char** argv) {
+    std::FILE* file = argc == 2 ? std::fopen(argv[1], "r") : nullptr;
+    if (file == nullptr) return 1;
+    for (char(&title)[256] : titles)
+        ReadLine(file, title);
+    while (count < 2048 && ReadLine(file, rows[count]))
+        ++count;
+    std::fclose(file);
+
+    std::setlocale(LC_CTYPE, "");
+    initscr();
+    start_color();
+    const short pairs[3][2] = {
+        {COLOR_WHITE, COLOR_BLACK}, {COLOR_WHITE, COLOR_BLUE}, {COLOR_YELLOW, COLOR_BLACK}};
+    for (short i = 0; i < 3; ++i)
+        init_pair(static_cast<short>(i + 1), pairs[i][0], pairs[i][1]);
+    bkgd(static_cast<chtype>(COLOR_PAIR(1)));
+    keypad(stdscr, TRUE);
+    nonl();
+    cbreak();
+    noecho();
+    timeout(16);
+    mousemask(ALL_MOUSE_EVENTS | REPORT_MOUSE_POSITION, nullptr);
+    curs_set(0);
+    int selection = 0;
+    DrawAll(selection);
+    for (;;) {
+        const int key = getch();
+        if (key == 'r') DrawAll(selection);
+        if (key != KEY_DOWN && key != KEY_UP) continue;
+        const int before = selection;
+        selection += key == KEY_DOWN ? 1 : -1;
+        DrawRow(before, selection);
+        DrawRow(selection, selection);
+    }
+}

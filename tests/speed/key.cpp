@@ -1,0 +1,78 @@
+// How soon a key shows, and what it sends to the terminal.
+#include <random>
+
+#include "network.h"
+#include "sections.h"
+
+namespace {
+
+constexpr int kCards = 8;
+constexpr int kSteps = 4;  // down, and up again
+
+struct Presses {
+    std::vector<double> seconds;
+    std::vector<double> bytes[2 * kSteps];  // by the place in the way down and up
+
+    double BytesOfAWay() const {
+        double sum = 0;
+        for (const std::vector<double>& each : bytes)
+            sum += Median(each);  // a refresh in between is no key's
+        return sum;
+    }
+};
+
+void PressNext(Watched& program, Presses& presses) {
+    const size_t place = presses.seconds.size() % (2 * kSteps);
+    const long before = program.bytes();
+    presses.seconds.push_back(PressAndWait(program, Keys(place < kSteps ? "<Down>" : "<Up>")));
+    presses.bytes[place].push_back(static_cast<double>(program.bytes() - before));
+}
+
+Figure Compare(const std::string& what, double floor, double program, double most) {
+    return {.what = what,
+            .floor = Milliseconds(floor),
+            .program = Milliseconds(program),
+            .measured = program / floor,
+            .most = most};
+}
+
+}  // namespace
+
+Figures MeasureKey(const Amounts& amounts) {
+    EnterNetwork(kCards);
+    const LastRow last = LastRowOf(kCards);
+    Watched floor(TheFloor(kCards, Floor::kCxx));
+    Watched program(TheProgram());
+    floor.WaitForRow(last.line, last.text);
+    program.WaitForRow(last.line, last.text);
+    const bool same_cells = floor.Picture() == program.Picture();
+
+    Presses of_floor;
+    Presses of_program;
+    std::mt19937 chance(1);
+    std::uniform_real_distribution<double> pause(0, 0.006);
+    const int ways = amounts.key_presses / (2 * kSteps) * 2 * kSteps;
+    for (int press = 0; press < ways; ++press) {
+        floor.ReadFor(pause(chance));
+        PressNext(floor, of_floor);
+        program.ReadFor(pause(chance));
+        PressNext(program, of_program);
+    }
+    constexpr double kPresses = 2 * kSteps;
+    return {
+        {.what = "The floor paints the same cells",
+         .measured = same_cells ? 0.0 : 1.0,
+         .most = 0,
+         .unit = "differ",
+         .exact = true},
+        Compare("Key to paint, median", Median(of_floor.seconds), Median(of_program.seconds), 1.15),
+        Compare("Key to paint, 99 of 100", Quantile(of_floor.seconds, 0.99),
+                Quantile(of_program.seconds, 0.99), 2),
+        {.what = "Bytes for a key",
+         .floor = Number(of_floor.BytesOfAWay() / kPresses, "B"),
+         .program = Number(of_program.BytesOfAWay() / kPresses, "B"),
+         .measured = of_program.BytesOfAWay() / of_floor.BytesOfAWay(),
+         .most = 1,
+         .exact = true},
+    };
+}

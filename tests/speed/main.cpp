@@ -1,0 +1,92 @@
+// Measures the program against a bare curses program and its own commands run bare.
+//
+//     ifmenu_speed [--quick | --check] [SECTION...]
+//
+// Runs as root of a private machine (appliance/enter --bare). --check is for the tests: few rounds,
+// and an exit status that says whether each section gave its figures and the exact ones are met.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <string>
+#include <vector>
+
+#include "sections.h"
+#include "spawn.h"
+
+namespace {
+
+const Amounts kWhole = {.first_rounds = 40,
+                        .key_presses = 2000,
+                        .wait_presses = 500,
+                        .wait_visits = 3,
+                        .idle_seconds = 4,
+                        .refreshes = 10000,
+                        .menu_rounds = 50,
+                        .growth_cards = {1, 8, 64, 256},
+                        .growth_rounds = 10};
+const Amounts kQuick = {.first_rounds = 8,
+                        .key_presses = 240,
+                        .wait_presses = 40,
+                        .wait_visits = 1,
+                        .idle_seconds = 1,
+                        .refreshes = 200,
+                        .menu_rounds = 5,
+                        .growth_cards = {1, 8},
+                        .growth_rounds = 3};
+
+struct Section {
+    const char* name;
+    const char* title;
+    Figures (*measure)(const Amounts&);
+};
+
+constexpr Section kSections[] = {
+    {"first", "How soon the screen stands", MeasureFirst},
+    {"key", "How soon a key shows", MeasureKey},
+    {"waits", "Whether the screen ever stops answering", MeasureWaits},
+};
+
+std::string Load() {
+    double load = 0;
+    getloadavg(&load, 1);
+    return Number(load, "") + " on " + std::to_string(sysconf(_SC_NPROCESSORS_ONLN)) +
+           " processors";
+}
+
+// Whether the section gave its figures; with `check`, whether the exact ones are met, too.
+bool Run(const Section& section, const Amounts& amounts, bool check) {
+    const double begun = bench::Now();
+    Figures figures;
+    try {
+        figures = section.measure(amounts);
+    } catch (const std::exception& failure) {
+        std::printf("## %s: %s\n\nFAILED: %s\n\n", section.name, section.title, failure.what());
+        return false;
+    }
+    std::printf("## %s: %s\n\n%s\n(%.0f s, load %s)\n\n", section.name, section.title,
+                Table(figures).c_str(), bench::Now() - begun, Load().c_str());
+    std::fflush(stdout);
+    return std::none_of(figures.begin(), figures.end(), [check](const Figure& figure) {
+        return check && figure.exact && !figure.Met();
+    });
+}
+
+bool IsWanted(const Section& section, const std::vector<std::string>& names) {
+    return names.empty() || std::find(names.begin(), names.end(), section.name) != names.end();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::vector<std::string> names(argv + 1, argv + argc);
+    const bool check = std::erase(names, "--check") != 0;
+    const bool quick = std::erase(names, "--quick") != 0 || check;
+    bool good = true;
+    for (const Section& section : kSections) {
+        if (IsWanted(section, names)) good &= Run(section, quick ? kQuick : kWhole, check);
+    }
+    return good ? 0 : 1;
+}

@@ -1,0 +1,144 @@
+// Whether the screen ever stops answering: keys at random moments while the program gathers the
+// state of many interfaces, also with an `ip` that takes a second.
+#include <algorithm>
+#include <random>
+
+#include "network.h"
+#include "sections.h"
+#include "spawn.h"
+
+namespace {
+
+constexpr int kCards = 64;
+constexpr int kFirstLine = 5;
+constexpr int kServicesLine = kFirstLine + 6;
+constexpr int kClock = 10;  // a refresh is due every half second
+constexpr double kPatience = 10;
+constexpr double kMost = 20;  // milliseconds
+
+// Presses the cursor keys and waits for each to show.
+class Finger {
+  public:
+    Finger(Watched& program, int line) : program_(program), line_(line) {}
+
+    // Presses once after a random pause; the next press goes the other way.
+    void Press() {
+        program_.ReadFor(pause_(chance_));
+        const double pressed = program_.Send(down_ ? keys_down_ : keys_up_);
+        line_ += down_ ? 1 : -1;
+        down_ = !down_;
+        while (!program_.IsSelected(line_) && bench::Now() < pressed + kPatience)
+            program_.Read(kPatience);
+        seconds.push_back(program_.last_byte() - pressed);
+    }
+
+    void PressFor(double how_long) {
+        const double end = bench::Now() + how_long;
+        while (bench::Now() < end)
+            Press();
+    }
+
+    std::vector<double> seconds;
+
+  private:
+    Watched& program_;
+    int line_;
+    const std::string keys_down_ = Keys("<Down>");
+    const std::string keys_up_ = Keys("<Up>");
+    bool down_ = true;
+    std::mt19937 chance_{std::random_device{}()};
+    std::uniform_real_distribution<double> pause_{0, 0.03};
+};
+
+void Append(std::vector<double>& all, const std::vector<double>& more) {
+    all.insert(all.end(), more.begin(), more.end());
+}
+
+// From the moment that the program has taken the terminal on.
+std::vector<double> WhileFirstBuilt(const Command& command, double how_long) {
+    constexpr double kStarting = 0.03;
+    Watched program(command);
+    program.Read(kPatience);
+    program.ReadFor(kStarting);
+    Finger finger(program, kFirstLine);
+    finger.PressFor(how_long);
+    return finger.seconds;
+}
+
+// From the moment that another screen is left.
+std::vector<double> WhileBuiltAnew(Watched& program, double how_long) {
+    program.Send("s");
+    while (!program.IsSelected(kServicesLine))
+        program.Read(kPatience);
+    program.Send(Keys("<Enter>"));
+    while (program.Row(kServicesLine).find("Services") != std::string::npos)
+        program.Read(kPatience);
+    program.ReadUntilQuiet(0.02);
+    program.Send(Keys("<Backspace>"));
+    Finger finger(program, kServicesLine);
+    finger.PressFor(how_long);
+    return finger.seconds;
+}
+
+Figure Worst(const std::string& what, const std::vector<double>& seconds) {
+    const auto late = std::count_if(seconds.begin(), seconds.end(),
+                                    [](double each) { return each * 1e3 > kMost; });
+    return {
+        .what = what + ", slowest of " + std::to_string(seconds.size()) + " keys",
+        .program = "median " + Milliseconds(Median(seconds)) + ", late: " + std::to_string(late),
+        .measured = Quantile(seconds, 1) * 1e3,
+        .most = kMost,
+        .unit = "ms"};
+}
+
+struct Kind {
+    const char* name;
+    const char* script;  // of `ip`; null: the real one
+    double busy;         // how long its answers take
+};
+
+constexpr Kind kKinds[] = {
+    {"ip answers at once", nullptr, 0.3},
+    {"ip takes a second", "sleep 1; PATH=${PATH#*:} exec ip \"$@\"", 3},
+};
+
+Command ProgramWith(const Kind& kind) {
+    Command command = TheProgram();
+    if (kind.script != nullptr) {
+        command.environment["PATH"] = PathWith(StandIn("ip", kind.script));
+    }
+    return command;
+}
+
+void MeasureKind(const Kind& kind, const Amounts& amounts, Figures& figures) {
+    const std::string prefix = std::string(kind.name) + ": ";
+    const Command command = ProgramWith(kind);
+    std::vector<double> first;
+    std::vector<double> anew;
+    for (int visit = 0; visit < amounts.wait_visits; ++visit)
+        Append(first, WhileFirstBuilt(command, kind.busy));
+
+    const LastRow last = LastRowOf(kCards);
+    Watched busy(WithFastClock(command, kClock));
+    busy.WaitForRow(last.line, last.text);
+    Finger finger(busy, kFirstLine);
+    for (int press = 0; press < amounts.wait_presses; ++press)
+        finger.Press();
+    Watched program(command);
+    program.WaitForRow(last.line, last.text);
+    for (int visit = 0; visit < amounts.wait_visits; ++visit)
+        Append(anew, WhileBuiltAnew(program, kind.busy));
+    figures.push_back(Worst(prefix + "at the first screen", first));
+    figures.push_back(Worst(prefix + "refreshes", finger.seconds));
+    figures.push_back(Worst(prefix + "back from an action", anew));
+}
+
+}  // namespace
+
+Figures MeasureWaits(const Amounts& amounts) {
+    EnterNetwork(kCards);
+    Figures figures;
+    for (const Kind& kind : kKinds)
+        MeasureKind(kind, amounts, figures);
+    return figures;
+}

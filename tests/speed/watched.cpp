@@ -1,0 +1,165 @@
+#include "watched.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utmp.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+#include <stdexcept>
+
+namespace {
+
+constexpr double kPatience = 20;
+constexpr double kStill = 0.04;
+
+std::map<std::string, std::string> Environment(const Command& command) {
+    std::map<std::string, std::string> environment = {
+        {"PATH", std::getenv("PATH")}, {"HOME", "/root"},          {"USER", "root"},
+        {"LANG", "C.UTF-8"},           {"TERM", command.terminal},
+    };
+    for (const auto& [name, value] : command.environment)
+        environment[name] = value;
+    return environment;
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts)
+        pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+[[noreturn]] void Execute(int terminal, char* const* words, char* const* environment) {
+    login_tty(terminal);
+    for (int number : {SIGINT, SIGQUIT, SIGHUP, SIGPIPE, SIGCHLD})
+        std::signal(number, SIG_DFL);
+    execve(words[0], words, environment);
+    _exit(127);
+}
+
+}  // namespace
+
+Watched::Watched(const Command& command) : emulator_(kRows, kColumns, false, [](const auto&) {}) {
+    int master = -1;
+    int terminal = -1;
+    const winsize size = {kRows, kColumns, 0, 0};
+    if (openpty(&master, &terminal, nullptr, nullptr, &size) != 0) {
+        throw std::runtime_error("no terminal to be had");
+    }
+    master_ = bench::Descriptor(master);
+    fcntl(master, F_SETFD, FD_CLOEXEC);
+    fcntl(master, F_SETFL, O_NONBLOCK);
+    std::vector<std::string> words = command.words;
+    std::vector<std::string> settings;
+    for (const auto& [name, value] : Environment(command))
+        settings.push_back(name + "=" + value);
+    const std::vector<char*> word_pointers = Pointers(words);
+    const std::vector<char*> setting_pointers = Pointers(settings);
+    started_ = bench::Now();
+    pid_ = vfork();
+    if (pid_ == 0) Execute(terminal, word_pointers.data(), setting_pointers.data());
+    close(terminal);
+}
+
+Watched::~Watched() {
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+}
+
+bool Watched::Read(double seconds) {
+    pollfd input = {master_.get(), POLLIN, 0};
+    const auto whole = static_cast<time_t>(seconds);
+    const timespec wait = {whole, static_cast<long>((seconds - static_cast<double>(whole)) * 1e9)};
+    if (ppoll(&input, 1, &wait, nullptr) <= 0) return false;
+    char buffer[8192];
+    const ssize_t count = read(master_.get(), buffer, sizeof buffer);
+    const double now = bench::Now();
+    if (count <= 0) throw std::runtime_error("the program has ended");
+    last_byte_ = now;
+    bytes_ += count;
+    all_.append(buffer, static_cast<size_t>(count));
+    return true;
+}
+
+void Watched::ReadUntilQuiet(double seconds) {
+    while (Read(seconds)) {
+    }
+}
+
+void Watched::ReadFor(double seconds) {
+    const double end = bench::Now() + seconds;
+    for (double left = seconds; left > 0; left = end - bench::Now())
+        Read(left);
+}
+
+double Watched::WaitForRow(int row, const std::string& text) {
+    const double end = bench::Now() + kPatience;
+    while (Row(row) != text) {
+        if (bench::Now() > end) throw std::runtime_error("\"" + text + "\" never came");
+        Read(kPatience);
+    }
+    ReadUntilQuiet(kStill);
+    return last_byte_;
+}
+
+double Watched::Send(const std::string& bytes) {
+    const double now = bench::Now();
+    if (write(master_.get(), bytes.data(), bytes.size()) < 0) {
+        throw std::runtime_error("the terminal takes no key");
+    }
+    return now;
+}
+
+void Watched::FeedEmulator() {
+    if (fed_ == all_.size()) return;
+    emulator_.Feed(all_.substr(fed_));
+    fed_ = all_.size();
+}
+
+std::string Watched::Row(int row) {
+    FeedEmulator();
+    std::string text;
+    for (int column = 0; column < kColumns; ++column)
+        text += emulator_.At(row, column).text;
+    return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+std::string Watched::Picture() {
+    FeedEmulator();
+    std::string picture;
+    for (int row = 0; row < kRows; ++row) {
+        for (int column = 0; column < kColumns; ++column) {
+            const bench::Cell cell = emulator_.At(row, column);
+            picture += cell.text + "[" + cell.Style() + "]";
+        }
+        picture += "\n";
+    }
+    return picture;
+}
+
+bool Watched::IsSelected(int row) {
+    constexpr int kBehindTheText = 70;
+    FeedEmulator();
+    return emulator_.At(row, kBehindTheText).bg == bench::kBlue;
+}
+
+double Watched::ProcessorSeconds() const {
+    clockid_t clock = 0;
+    timespec time = {};
+    if (clock_getcpuclockid(pid_, &clock) != 0 || clock_gettime(clock, &time) != 0) return 0;
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+long Watched::MemoryKilobytes(const std::string& field) const {
+    const std::string status = bench::ReadWhole("/proc/" + std::to_string(pid_) + "/status");
+    const size_t at = status.find(field + ":");
+    return at == std::string::npos ? 0 : std::atol(status.c_str() + at + field.size() + 1);
+}
