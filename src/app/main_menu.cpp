@@ -4,12 +4,14 @@
 
 #include <cstdio>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "app/system_screen.h"
-#include "net/interface_refresh.h"
 #include "net/interface_screen.h"
 #include "net/interface_status.h"
 #include "net/interface_table.h"
+#include "net/refresh_gathering.h"
 #include "net/route_table.h"
 #include "services/services_screen.h"
 #include "system/diagnostics_screen.h"
@@ -32,10 +34,18 @@ constexpr int kLastInterface = kFirstInterface + static_cast<int>(kMostInterface
 constexpr const char* kStartAll = "/etc/init.d/network start all";
 constexpr const char* kStopAll = "/etc/init.d/network stop all";
 
+// An interface's rows without its state.
+struct ListedInterface {
+    std::string name;
+    std::string address;
+    std::size_t status_rows = 0;
+};
+
 // What the screen keeps while it is shown.
 struct MainMenuState {
     std::string host_name;
     InterfaceRefresh refresh;
+    std::vector<ListedInterface> listed;  // by the last refresh
     int result = 0;
 };
 
@@ -120,32 +130,40 @@ std::string InterfaceRow(int number, const std::string& name, const std::string&
     return text;
 }
 
-void AddInterface(Menu& menu, int number, const GatheredInterface& interface) {
-    InterfaceStatus status;
-    UnderstandGathered(interface, status);
-    const auto& hardware_address = interface.facts.hardware_address;
-    const std::string address = hardware_address ? FormatHardwareAddress(*hardware_address) : "";
-    StoreInterface(static_cast<std::size_t>(number - 1), interface.name, address);
-    menu.SetHotKey(menu.AddItem(InterfaceRow(number, interface.name, address, status),
+void AddInterface(Menu& menu, int number, const ListedInterface& interface,
+                  const InterfaceStatus& status, const std::vector<std::string>& status_rows) {
+    menu.SetHotKey(menu.AddItem(InterfaceRow(number, interface.name, interface.address, status),
                                 kFirstInterface + number - 1),
                    InterfaceHotKey(number));
-    for (const std::string& row : FormatInterfaceStatus(status)) {
+    for (const std::string& row : status_rows) {
         menu.AddInformation(row, kInformation);
     }
     menu.AddSeparator();
 }
 
-// From the refresh that has just come to its end, or else from one made here and now.
-void AddInterfaces(Menu& menu, InterfaceRefresh& refresh) {
-    if (!refresh.complete) {
-        StartRefresh(refresh);
-        FinishRefresh(refresh);
-    }
-    int number = 0;
+void AddGathered(Menu& menu, const InterfaceRefresh& refresh,
+                 std::vector<ListedInterface>& listed) {
+    listed.clear();
     for (const GatheredInterface& interface : refresh.interfaces) {
-        AddInterface(menu, ++number, interface);
+        InterfaceStatus status;
+        UnderstandGathered(interface, status);
+        const auto& hardware_address = interface.facts.hardware_address;
+        const std::string address =
+            hardware_address ? FormatHardwareAddress(*hardware_address) : "";
+        StoreInterface(listed.size(), interface.name, address);
+        const auto status_rows = FormatInterfaceStatus(status);
+        listed.push_back({interface.name, address, status_rows.size()});
+        AddInterface(menu, static_cast<int>(listed.size()), listed.back(), status, status_rows);
     }
-    AbandonRefresh(refresh);
+}
+
+// The rows as they stood, empty of all that may have changed.
+void AddListed(Menu& menu, const std::vector<ListedInterface>& listed) {
+    int number = 0;
+    for (const ListedInterface& interface : listed) {
+        AddInterface(menu, ++number, interface, {},
+                     std::vector<std::string>(interface.status_rows));
+    }
 }
 
 void AddRows(Menu& menu, MainMenuState& state) {
@@ -156,7 +174,11 @@ void AddRows(Menu& menu, MainMenuState& state) {
     menu.AddSeparator();
     UpdateRouteInfo();
     CheckMultipleGateways();
-    AddInterfaces(menu, state.refresh);
+    if (state.refresh.complete) {
+        AddGathered(menu, state.refresh, state.listed);
+    } else {
+        AddListed(menu, state.listed);
+    }
     if (multipleGateways != 0) {
         menu.SetMarked(menu.AddInformation("WARNING: Multiple gateways active", kInformation),
                        true);
@@ -205,12 +227,13 @@ void Act(Menu& menu, const MenuItem& item, MainMenuState& state) {
 
 int RunMainMenu() {
     MainMenuState state;
+    Gathering gathering = GatherInto(state.refresh, [&] { StartRefresh(state.refresh); });
+    // A digit means nothing before the interfaces are known, nor does ENTER after it.
+    gathering.keys_wait_for_first_rows = true;
     ScreenLoop({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
                 .paint = [&](Menu& menu) { Paint(menu, state); },
                 .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
                 .refresh_seconds = kRefreshSeconds,
-                .start_refresh = [&] { StartRefresh(state.refresh); },
-                .refresh_is_done = [&] { return ContinueRefresh(state.refresh); },
-                .abandon_refresh = [&] { AbandonRefresh(state.refresh); }});
+                .gathering = std::move(gathering)});
     return state.result;
 }

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "net/interface_table.h"
 #include "net/route_table.h"
@@ -66,16 +67,8 @@ void TakeAddresses(GatheredInterface& interface) {
     interface.addresses.reset();
 }
 
-// Until one of the answers goes on.
-void WaitForAnswers(const InterfaceRefresh& refresh) {
-    std::vector<pollfd> awaited;
-    if (refresh.list) awaited.push_back({refresh.list->descriptor, POLLIN, 0});
-    for (const GatheredInterface& interface : refresh.interfaces) {
-        if (interface.addresses) awaited.push_back({interface.addresses->descriptor, POLLIN, 0});
-    }
-    if (awaited.empty()) return;
-    const OpenSignalGate open;
-    poll(awaited.data(), awaited.size(), -1);
+bool CanStartMore(const InterfaceRefresh& refresh) {
+    return refresh.asked < refresh.interfaces.size() && RunningCommands(refresh) < kMostCommands;
 }
 
 }  // namespace
@@ -107,12 +100,22 @@ bool ContinueRefresh(InterfaceRefresh& refresh) {
     return refresh.complete;
 }
 
-void FinishRefresh(InterfaceRefresh& refresh) {
-    while (refresh.running && !ContinueRefresh(refresh)) {
-        // Nobody's key waits.
-        StartCommands(refresh, refresh.interfaces.size());
-        WaitForAnswers(refresh);
+bool AwaitAnswers(const InterfaceRefresh& refresh, int keyboard, double seconds) {
+    if (!refresh.running || CanStartMore(refresh)) return true;
+    std::vector<pollfd> awaited = {{keyboard, POLLIN, 0}};
+    if (refresh.list) awaited.push_back({refresh.list->descriptor, POLLIN, 0});
+    for (const GatheredInterface& interface : refresh.interfaces) {
+        if (interface.addresses) awaited.push_back({interface.addresses->descriptor, POLLIN, 0});
     }
+    const OpenSignalGate open;
+    return poll(awaited.data(), awaited.size(), static_cast<int>(std::ceil(seconds * 1000))) != 0;
+}
+
+void FinishRefresh(InterfaceRefresh& refresh) {
+    constexpr int kNoKeyboard = -1;
+    constexpr double kLong = 3600;
+    while (refresh.running && !ContinueRefresh(refresh))
+        AwaitAnswers(refresh, kNoKeyboard, kLong);
 }
 
 void AbandonRefresh(InterfaceRefresh& refresh) {

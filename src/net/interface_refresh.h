@@ -3,7 +3,7 @@
 //
 //     InterfaceRefresh refresh;
 //     StartRefresh(refresh);
-//     while (!ContinueRefresh(refresh)) { ...answer keys... }
+//     while (!ContinueRefresh(refresh)) { ...answer keys, or AwaitAnswers(...)... }
 //     use(refresh.interfaces);
 //
 // One packet socket serves a whole refresh. The kernel waits out a grace period when it is closed;
@@ -41,14 +41,18 @@ void StartRefresh(InterfaceRefresh& refresh, const std::string& name);
 // running.
 bool ContinueRefresh(InterfaceRefresh& refresh);
 
-// Waits for the answers of a refresh that is running; ending signals are let in meanwhile.
+// Waits until ContinueRefresh has something to do or the descriptor `keyboard` (-1: none) has
+// input; ending signals are let in meanwhile. False when neither was so within that time.
+bool AwaitAnswers(const InterfaceRefresh& refresh, int keyboard, double seconds);
+
+// Waits for the answers of a refresh that is running.
 void FinishRefresh(InterfaceRefresh& refresh);
 
 // Forgets what was gathered, and what may still be running: it has become old.
 void AbandonRefresh(InterfaceRefresh& refresh);
 
-// Puts what was gathered into the record, with the gateway from RouteTable (net/route_table.h),
-// which should have been refreshed just before.
+// Puts what was gathered so far into the record, with the gateway from RouteTable
+// (net/route_table.h), which should have been refreshed just before.
 void UnderstandGathered(const GatheredInterface& interface, InterfaceStatus& status);
 
 // All at once for one interface: asks, waits for the answers, and fills the record.

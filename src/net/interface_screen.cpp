@@ -5,9 +5,9 @@
 #include <string>
 
 #include "net/interface_config.h"
-#include "net/interface_refresh.h"
 #include "net/interface_status.h"
 #include "net/interface_table.h"
+#include "net/refresh_gathering.h"
 #include "net/route_table.h"
 #include "net/settings_editor.h"
 #include "ui/dialogs.h"
@@ -117,12 +117,9 @@ constexpr ActionRow kActionRows[] = {
 void AddStatusRows(Menu& menu, InterfaceState& state) {
     UpdateRouteInfo();
     CheckMultipleGateways();
-    if (!state.refresh.complete) {
-        StartRefresh(state.refresh, state.interface.name);
-        FinishRefresh(state.refresh);
-    }
+    // The kernel's own answers are here at once; the address that a command tells may not be yet.
+    if (!state.refresh.complete) state.status.ipv6.clear();
     UnderstandGathered(state.refresh.interfaces.front(), state.status);
-    AbandonRefresh(state.refresh);
     menu.AddInformation(state.status.link + "  " + state.status.up, kFirstRow);
     for (const std::string& row : FormatInterfaceStatus(state.status)) {
         menu.AddInformation(row, kInformation);
@@ -165,12 +162,11 @@ int InterfaceScreen(int index, const std::string& name) {
     state.interface = {name, InterfaceTable[index].address};
     state.is_wireless = IsWirelessInterface(name);
     state.has_rfkill = state.is_wireless && HasRfkill(name);
+    const auto start = [&] { StartRefresh(state.refresh, state.interface.name); };
     ScreenLoop({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
                 .paint = [&](Menu& menu) { Paint(menu, state); },
                 .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
                 .refresh_seconds = kRefreshSeconds,
-                .start_refresh = [&] { StartRefresh(state.refresh, state.interface.name); },
-                .refresh_is_done = [&] { return ContinueRefresh(state.refresh); },
-                .abandon_refresh = [&] { AbandonRefresh(state.refresh); }});
+                .gathering = GatherInto(state.refresh, start)});
     return state.result;
 }

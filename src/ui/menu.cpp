@@ -192,6 +192,15 @@ void Menu::KeepVisible() {
     top = std::max(std::min(top, Count() - 1), 0);
 }
 
+int Menu::SelectById(int id) {
+    if (id <= 0) return -1;
+    for (int index = 0; index < Count(); ++index) {
+        const MenuItem& item = *ItemAt(index);
+        if (!item.Has(MenuItem::kUnselectable) && item.id == id) return selection = index;
+    }
+    return -1;
+}
+
 int Menu::SelectByHotKey(int key) {
     if (key <= 0) return -1;
     for (int step = 1; step <= Count(); ++step) {

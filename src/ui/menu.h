@@ -79,6 +79,8 @@ class Menu {
     // Moves the selection by `steps` selectable rows, wrapping around.
     void MoveUp(int steps);
     void MoveDown(int steps);
+    // Selects the first row that can be selected and has that id, above 0; -1 if none has.
+    int SelectById(int id);
     // Selects the next row, after the selected one and around, that bears the key; -1 if none does.
     int SelectByHotKey(int key);
 

@@ -54,8 +54,9 @@ void Menu::DrawItem(int index) const {
     const int row = index - top;
     if (row < 0 || (row >= height && width < 1)) return;
     const MenuItem* item = ItemAt(index);
+    // On a terminal too small for the row it would land wherever the cursor is.
+    if (move(y + row, x) == ERR) return;
     attrset(RowAttribute(index));
-    move(y + row, x);
     addwstr(FitColumns(item != nullptr ? item->label : "", width).c_str());
     if (item == nullptr || item->hotKey == 0) return;
     const HotKeyMark mark = MarkOf(*item, width);

@@ -11,8 +11,23 @@
 
 #include "ui/menu.h"
 
+// For rows whose facts take time to gather: the gathering goes on while keys are answered.
+struct Gathering {
+    std::function<void()> start = nullptr;  // begins anew
+    std::function<bool()> is_done;          // takes what has come; true when that was the last
+    // Waits until more comes or the descriptor `keyboard` has input (-1: none). False when neither
+    // was so within that time.
+    std::function<bool(int keyboard, double seconds)> wait;
+    std::function<void()> abandon;  // drops what was begun: it has become too old to be shown
+    // Without its first rows the screen can't tell what a key means: keys wait for them.
+    bool keys_wait_for_first_rows = false;
+};
+
 struct Screen {
-    // Adds the rows to the cleared menu. Called at the first pass and whenever `rebuild` is set.
+    // Adds the rows to the cleared menu: at the first pass, whenever `rebuild` is set, and when the
+    // time for it has come. On a screen that gathers: when all is gathered, or earlier when a key
+    // or the operator's patience does not let it wait. Then rows show nothing that is not known,
+    // rather than what was so before.
     std::function<void(Menu&)> add_rows;
     // On the cleared screen: sets the menu's position and size for the present LINES and COLS,
     // then prints the title and what else stands above the rows.
@@ -26,14 +41,8 @@ struct Screen {
     std::function<void(Menu&)> after_key = nullptr;
     // Seconds after which the rows are made anew by themselves; 0: never.
     double refresh_seconds = 0;
-    // For rows that take time to gather, so that no key waits for them. When the time has come,
-    // `start_refresh` begins to gather, unless it is still at it; then each pass asks
-    // `refresh_is_done`, and when it is, the rows are added from what was gathered. Before an
-    // action, and before the rows are made anew for another reason, `abandon_refresh` drops what
-    // was begun: it would be older than the action, and `add_rows` has to gather by itself.
-    std::function<void()> start_refresh = nullptr;
-    std::function<bool()> refresh_is_done = nullptr;
-    std::function<void()> abandon_refresh = nullptr;
+    // Optional.
+    Gathering gathering = {};
 };
 
 // Runs the screen until its menu stops: ESC, backspace, a row that ends it, or no rows left.

@@ -153,6 +153,10 @@ int ReadKey() {
     return key == kEscape ? ResolveEscape() : key;
 }
 
+bool KeyIsWaiting() {
+    return WaitForInput(0) != 0;
+}
+
 void ShowScreen() {
     ShowWindow(stdscr);
 }

@@ -32,6 +32,9 @@ void StartKeyboard();
 // then work as hot keys. ESC followed by anything else is ESC.
 int ReadKey();
 
+// Whether a key has been pressed that ReadKey has not taken yet.
+bool KeyIsWaiting();
+
 // Brings what was drawn on the standard screen, or on a part of it, to the terminal. While the
 // terminal takes no output (Ctrl-S) this waits, and ending signals are let in.
 void ShowScreen();

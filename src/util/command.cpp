@@ -18,6 +18,9 @@
 
 namespace {
 
+constexpr int kReadsAtOnce = 64;
+constexpr std::size_t kMostOutput = 16 << 20;
+
 // What a command has instead of the terminal: an end of a pipe, or none.
 struct Redirection {
     int input = -1;
@@ -130,10 +133,13 @@ std::optional<RunningCommand> StartCommand(const std::string& command) {
 
 bool ReadAvailable(RunningCommand& command) {
     char buffer[4096];
-    while (command.descriptor >= 0) {
+    for (int reads = 0; command.descriptor >= 0; ++reads) {
+        // A command that never stops writing must not hold up the keys, nor eat the memory.
+        if (reads == kReadsAtOnce) return false;
         const ssize_t count = read(command.descriptor, buffer, sizeof buffer);
         if (count > 0) {
             command.output.append(buffer, static_cast<size_t>(count));
+            if (command.output.size() > kMostOutput) Abandon(command);
         } else if (count < 0 && errno == EAGAIN) {
             return false;
         } else if (count == 0 || errno != EINTR) {

@@ -31,7 +31,8 @@ struct RunningCommand {
 std::optional<RunningCommand> StartCommand(const std::string& command);
 
 // Takes what the command has written meanwhile, without waiting. True when it has closed its
-// output, which then is whole.
+// output, which then is whole, or when that has become longer than 16 MiB: no listing is, and the
+// rest is not wanted.
 bool ReadAvailable(RunningCommand& command);
 
 // Stops listening to the command.

@@ -421,6 +421,32 @@ TEST(MenuKeys, OtherKeysAreNotTaken) {
     }
 }
 
+// ---- ids ----
+
+TEST(MenuIds, TheFirstRowThatCanBeSelectedAndHasTheIdIsSelected) {
+    Menu menu;
+    menu.Init();
+    menu.AddItem("first", 7);
+    menu.AddInformation("to read", 9);
+    menu.AddItem("second", 9);
+    menu.AddItem("third", 9);
+    EXPECT_EQ(menu.SelectById(9), 2);
+    EXPECT_EQ(menu.selection, 2);
+    EXPECT_EQ(menu.SelectById(7), 0);
+    EXPECT_EQ(menu.selection, 0);
+}
+
+TEST(MenuIds, AnIdThatNoRowCanHaveMovesNothing) {
+    Menu menu = MenuOf("a-b");
+    menu.AddItem("without an id", 0);
+    menu.AddItem("information", -1);
+    menu.selection = 2;
+    for (int id : {0, -1, 99, 101}) {
+        EXPECT_EQ(menu.SelectById(id), -1) << id;
+        EXPECT_EQ(menu.selection, 2) << id;
+    }
+}
+
 // ---- hot keys ----
 
 TEST(MenuHotKeys, AHotKeySelectsAndDoesNotActivate) {

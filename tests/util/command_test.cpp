@@ -327,6 +327,21 @@ TEST(StartCommand, SeveralRunAtTheSameTime) {
     }
 }
 
+TEST(StartCommand, OneThatNeverStopsWritingIsReadInPiecesAndGivenUp) {
+    auto running = StartCommand("yes");
+    ASSERT_TRUE(running.has_value());
+    pollfd output = {running->descriptor, POLLIN, 0};
+    poll(&output, 1, -1);
+    ASSERT_FALSE(ReadAvailable(*running));
+    EXPECT_LE(running->output.size(), std::size_t{1} << 20) << "a key has to wait";
+    while (!ReadAvailable(*running))
+        poll(&output, 1, -1);
+    EXPECT_EQ(running->descriptor, -1);
+    EXPECT_LT(running->output.size(), std::size_t{17} << 20);
+    int status = 0;
+    EXPECT_EQ(waitpid(running->pid, &status, 0), running->pid) << "it ends, as nobody listens";
+}
+
 TEST(Abandon, StopsListening) {
     const int free_before = dup(STDERR_FILENO);
     close(free_before);

@@ -1,0 +1,205 @@
+// Screens whose rows wait for a command that answers late, or never: keys go first, and what is
+// shown meanwhile is nothing that may have changed.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "main_menu_test.h"
+
+namespace bench {
+namespace {
+
+constexpr const char* kExit = "Exit this program";
+constexpr int kFirstInterface = kFirstLine + 9;
+
+// The answers of `ip` are held back while they match a shell pattern of its arguments.
+void HoldAnswers(Machine& box, const std::string& pattern) {
+    box.Remove("/run/go");
+    box.StandInScript("ip", "case \"$*\" in " + pattern +
+                                ") while [ ! -e /run/go ]; do sleep 0.01; done;; esac;"
+                                "exec /sbin/ip \"$@\"");
+}
+
+void LetAnswersCome(Machine& box) {
+    box.Write("/run/go", "");
+}
+
+// eth0 with a cable, an address of each kind and a gateway; eth1 down.
+void AddTwoCards(Machine& box) {
+    box.AddTap("eth0");
+    box.AddTap("eth1", false);
+    box.Sh(
+        "ip link set eth0 address 02:00:00:00:00:0a up; ip addr add 10.1.2.3/24 dev eth0;"
+        "ip link set eth1 address 02:00:00:00:00:0b;"
+        "ip addr add 2001:db8::5/64 dev eth0 nodad; ip route add default via 10.1.2.1");
+}
+
+std::vector<std::string> Rows(const Terminal& t, int first, int count) {
+    std::vector<std::string> rows;
+    for (int row = first; row < first + count; ++row)
+        rows.push_back(t.Row(row));
+    return rows;
+}
+
+using Texts = std::vector<std::string>;
+
+const Texts kBothCards = {"    1. eth0    02:00:00:00:00:0A  Link active  Interface up",
+                          "       IPv4: 10.1.2.3   netmask: 255.255.255.0  gateway: 10.1.2.1",
+                          "       IPv6: 2001:db8::5/64",
+                          "",
+                          "    2. eth1    02:00:00:00:00:0B  Disconnected",
+                          "",
+                          "    Exit this program"};
+
+const Texts kBothCardsStateless = {"    1. eth0    02:00:00:00:00:0A",
+                                   "",
+                                   "",
+                                   "",
+                                   "    2. eth1    02:00:00:00:00:0B",
+                                   "",
+                                   "    Exit this program"};
+
+void WaitForInterfaces(Terminal& t, const Texts& rows, Place place = Place::current()) {
+    t.WaitUntil([&] { return Rows(t, kFirstInterface, 7) == rows; }, "the interfaces", 4, place);
+}
+
+TEST(SlowAnswers, TheFirstScreenStandsWithoutTheInterfaces) {
+    Machine box;
+    AddTwoCards(box);
+    HoldAnswers(box, "link");
+    Terminal t(box);
+    t.WaitFor(kExit, 4);
+    EXPECT_EQ(t.Row(kFirstInterface), std::string("    ") + kExit);
+    // A row that is pushed down by the interfaces keeps the selection.
+    t.Press("e");
+    t.WaitSelected(kExit, 2);
+    LetAnswersCome(box);
+    WaitForInterfaces(t, kBothCards);
+    t.WaitSelected(kExit);
+    t.Press("<Enter>");
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+}
+
+TEST(SlowAnswers, KeysTypedBeforeTheFirstScreenMeanItsRows) {
+    Machine box;
+    AddTwoCards(box);
+    HoldAnswers(box, "link");
+    Terminal t(box);
+    box.WaitForCalls("ip", 1);
+    t.SendBytes("2\r");
+    LetAnswersCome(box);
+    t.WaitFor("Network configuration: eth1 (02:00:00:00:00:0B)");
+}
+
+TEST(SlowAnswers, AfterAnActionKeysWorkOnRowsWithoutAState) {
+    Machine box;
+    AddTwoCards(box);
+    box.StandIn(kNetworkScript);
+    MainMenu t(box);
+    WaitForInterfaces(t, kBothCards);
+    HoldAnswers(box, "link");
+    const size_t before = box.Calls("ip").size();
+    OpenQuestion(t);
+    box.Sh("ip link set eth0 down; ip link set eth1 up");
+    t.Press("y");
+    box.WaitForCalls("ip", before + 1);
+    t.Press("2");
+    t.WaitSelected("2. eth1    02:00:00:00:00:0B", 2);
+    WaitForInterfaces(t, kBothCardsStateless);
+    EXPECT_FALSE(t.Shows("10.1.2.3"));
+    // The selected row stays the selected one when rows above it go.
+    LetAnswersCome(box);
+    WaitForInterfaces(t, {"    1. eth0    02:00:00:00:00:0A  Disconnected",
+                          "       IPv4: 10.1.2.3   netmask: 255.255.255.0", "",
+                          "    2. eth1    02:00:00:00:00:0B  Disconnected  Interface up", "",
+                          "    Exit this program", ""});
+    EXPECT_EQ(t.Selected(), "2. eth1    02:00:00:00:00:0B  Disconnected  Interface up");
+}
+
+TEST(SlowAnswers, ARowWithoutAStateOpensItsInterface) {
+    Machine box;
+    AddTwoCards(box);
+    MainMenu t(box);
+    WaitForInterfaces(t, kBothCards);
+    HoldAnswers(box, "link");
+    const size_t before = box.Calls("ip").size();
+    OpenQuestion(t);
+    t.Press("n");
+    box.WaitForCalls("ip", before + 1);
+    t.Press("1<Enter>");
+    t.WaitFor("Network configuration: eth0 (02:00:00:00:00:0A)", 2);
+    t.WaitFor("IPv6: 2001:db8::5/64", 2);
+    // What was begun before is not shown; the main menu asks anew and has its answer.
+    t.Press("<Esc>");
+    LetAnswersCome(box);
+    WaitForInterfaces(t, kBothCards);
+}
+
+TEST(SlowAnswers, WithoutAKeyTheRowsWithoutAStateComeByThemselves) {
+    Machine box;
+    AddTwoCards(box);
+    MainMenu t(box);
+    WaitForInterfaces(t, kBothCards);
+    HoldAnswers(box, "'addr show dev eth1 scope global'");
+    LookAgain(t);
+    WaitForInterfaces(t, kBothCardsStateless);
+    LetAnswersCome(box);
+    WaitForInterfaces(t, kBothCards);
+}
+
+TEST(SlowAnswers, AnInterfaceShowsWhatTheKernelSaysAtOnce) {
+    Machine box;
+    AddTwoCards(box);
+    MainMenu t(box);
+    WaitForInterfaces(t, kBothCards);
+    HoldAnswers(box, "'addr show'*");
+    const size_t before = box.Calls("ip").size();
+    t.Press("1<Enter>");
+    box.WaitForCalls("ip", before + 1);
+    t.Press("c");
+    t.WaitSelected("Edit configuration", 2);
+    EXPECT_EQ(Rows(t, 4, 4),
+              (Texts{"    Link active  Interface up",
+                     "       IPv4: 10.1.2.3   netmask: 255.255.255.0  gateway: 10.1.2.1", "",
+                     "    Bring up this interfaces"}));
+    LetAnswersCome(box);
+    t.WaitFor("IPv6: 2001:db8::5/64");
+    EXPECT_EQ(t.Selected(), "Edit configuration");
+
+    // After an action the address of before is not shown again.
+    HoldAnswers(box, "'addr show'*");
+    box.StandIn(kNetworkScript);
+    t.Press("d<Enter>");
+    t.WaitFor("Are you sure? [y/n]");
+    box.Sh("ip addr flush dev eth0");
+    t.Press("y");
+    t.WaitFor("Network configuration: eth0");
+    EXPECT_EQ(Rows(t, 4, 3),
+              (Texts{"    Link active  Interface up", "", "    Bring up this interfaces"}));
+    t.Press("m<Enter>");
+    WaitForMainMenu(t);
+}
+
+TEST(SlowAnswers, AScreenLeavesNothingOpenThatItWaitedFor) {
+    Machine box;
+    AddTwoCards(box);
+    MainMenu t(box);
+    WaitForInterfaces(t, kBothCards);
+    const std::string count = "ls /proc/$(pidof ifmenu)/fd | wc -l";
+    const std::string before = box.Sh(count);
+    HoldAnswers(box, "'addr show dev eth0 scope global'");
+    for (int visit = 0; visit < 3; ++visit) {
+        t.Press("1<Enter>");
+        t.WaitFor("Network configuration: eth0");
+        t.Press("<Esc>");
+        WaitForMainMenu(t);
+    }
+    LetAnswersCome(box);
+    LookAgain(t);
+    WaitForInterfaces(t, kBothCards);
+    EXPECT_EQ(box.Sh(count), before);
+}
+
+}  // namespace
+}  // namespace bench
