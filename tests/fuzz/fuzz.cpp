@@ -1,11 +1,17 @@
-// Fuzz targets for every reader of outside text, and for the menu engine. Each is built as a
-// program of its own (fuzz_NAME) that takes any bytes, checks what must hold of them whatever they
-// are, and aborts when it does not.
+// Fuzz targets for every reader of outside text, for what quotes and shows such texts, and for the
+// menu engine. Each takes any bytes, checks what must hold of them whatever they are, and aborts
+// when it does not. The program's own name tells which one it is: fuzz_routes, say.
 //
 //     ./fuzz NAME SECONDS
-#include <curses.h>
+#include "fuzz.h"
+
+#include <fcntl.h>
+#include <strings.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cinttypes>
 #include <clocale>
 #include <cstdint>
 #include <cstdio>
@@ -13,7 +19,6 @@
 #include <cstring>
 #include <cwchar>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "net/interface_config.h"
@@ -24,14 +29,11 @@
 #include "services/smb_accounts.h"
 #include "services/unmount.h"
 #include "system/ntp_config.h"
-#include "ui/menu.h"
 #include "ui/text.h"
 #include "util/command.h"
 #include "util/lines.h"
 #include "util/utility.h"
 #include "wifi/supplicant.h"
-
-namespace {
 
 void Require(bool holds, const char* what) {
     if (holds) return;
@@ -39,7 +41,34 @@ void Require(bool holds, const char* what) {
     std::abort();
 }
 
-[[maybe_unused]] void settings(std::string_view text) {
+namespace {
+
+// Every reader has a longest line; longer ones come in pieces. It is at least this, with its end.
+constexpr std::size_t kPlainLine = 1000;
+
+// The lines of a text, without their ends.
+std::vector<std::string> LinesOf(std::string_view text) {
+    std::vector<std::string> lines;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        std::string line(text.substr(0, end));
+        line.resize(std::min(line.find('\0'), line.size()));
+        while (!line.empty() && line.back() == '\r')
+            line.pop_back();
+        lines.push_back(std::move(line));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return lines;
+}
+
+bool HasPlainLines(std::string_view text) {
+    const auto lines = LinesOf(text);
+    return text.find('\0') == std::string_view::npos &&
+           std::all_of(lines.begin(), lines.end(),
+                       [](const std::string& line) { return line.size() < kPlainLine; });
+}
+
+void Settings(std::string_view text) {
     InterfaceConfig first;
     SetConfigDefaults(first);
     ParseInterfaceConfig(text, first);
@@ -47,118 +76,244 @@ void Require(bool holds, const char* what) {
     InterfaceConfig second;
     SetConfigDefaults(second);
     ParseInterfaceConfig(written, second);
-    const bool fits = written.size() < 1000;
-    Require(!fits || FormatInterfaceConfig(second) == written, "what was written reads the same");
+    Require(!HasPlainLines(written) || FormatInterfaceConfig(second) == written,
+            "what was written reads the same");
     Require(std::count(written.begin(), written.end(), '\n') == 14, "fourteen lines are written");
 }
 
-[[maybe_unused]] void routes(std::string_view text) {
+void Routes(std::string_view text) {
     RouteTable = ParseRouteTable(text);
     CheckMultipleGateways();
+    Require(multipleGateways == 0 || RouteTable.size() > 1, "several gateways are several routes");
     for (const RouteEntry& route : RouteTable) {
         Require(!route.iface.empty(), "a route has an interface");
+        Require(route.iface.find_first_of(" \t\n") == std::string::npos, "a name is one word");
         const RouteEntry* found = FindGateway(route.iface);
         Require(found == nullptr || found->iface == route.iface, "a gateway is its interface's");
+        Require(found != nullptr || (route.flags & 2) == 0, "a gateway is found");
     }
 }
 
-[[maybe_unused]] void interfaces(std::string_view text) {
+void Interfaces(std::string_view text) {
     for (const std::string& name : ParseInterfaceList(text)) {
         Require(!name.empty() && name.size() <= 127, "a name has 1 to 127 bytes");
         Require(name.find_first_of(": \t\n") == std::string::npos, "a name is one word");
-        const std::string word = ShellWord(name);
-        Require(word == name || (word.front() == '\'' && word.back() == '\''), "a name is quoted");
+        Require(strcasecmp(name.c_str(), "lo") != 0, "lo is none");
+        Require(!HasPlainLines(text) || text.find(name) != std::string_view::npos,
+                "a name is in the text");
     }
 }
 
-[[maybe_unused]] void addresses(std::string_view text) {
+void Addresses(std::string_view text) {
     const std::string address = LastGlobalIPv6(text);
     Require(address.size() <= 255, "an address fits its line");
-    Require(address.find_first_of(" \n") == std::string::npos, "an address is one word");
+    Require(address.find_first_of(" \r\n") == std::string::npos, "an address is one word");
+    Require(text.find(address) != std::string_view::npos, "an address is in the text");
 }
 
 void CheckNetworks(const AccessPointMap& map) {
     for (const auto& [key, network] : map) {
         Require(!network.bssid.empty(), "a network has a BSSID");
         Require(key.first == network.ssid && key.second == network.bssid, "the key is its own");
+        Require(network.ssid.find_first_of("\t\n") == std::string::npos, "a column is one");
     }
 }
 
-[[maybe_unused]] void networks(std::string_view text) {
+void Networks(std::string_view text) {
     AccessPointMap map;
     ParseConfiguredNetworks(text, map);
-    const std::size_t configured = map.size();
     CheckNetworks(map);
-    ParseScanResults(text, map);
-    CheckNetworks(map);
-    Require(map.size() >= configured, "the scan takes nothing away");
+    for (const auto& [key, network] : map)
+        Require(!network.isNew, "what is configured is not new");
 }
 
-[[maybe_unused]] void accounts(std::string_view text) {
+void Scan(std::string_view text) {
+    AccessPointMap map;
+    ParseConfiguredNetworks(text, map);
+    const AccessPointMap configured = map;
+    ParseScanResults(text, map);
+    CheckNetworks(map);
+    for (const auto& [key, network] : configured) {
+        Require(map.at(key).networkId == network.networkId, "what is configured stays");
+    }
+    for (const auto& [key, network] : map) {
+        Require(network.isNew != configured.contains(key), "what is not configured is new");
+        Require(!network.isNew || network.networkId == -1, "what is new has no number");
+    }
+}
+
+void Accounts(std::string_view text) {
     const SmbAccountList list = ParseSmbAccounts(text);
     bool root = false;
     for (const SmbAccount& account : list.accounts) {
         Require(!account.name.empty(), "an account has a name");
+        Require(account.name.find('\n') == std::string::npos, "a name is in one line");
         root = root || account.name == "root";
     }
     Require(root == list.rootExists, "root is seen");
 }
 
-// Whether no line is so long that it is read in pieces.
-bool HasShortLines(std::string_view text) {
-    while (!text.empty()) {
-        const std::size_t length = std::min(text.find('\n'), text.size() - 1) + 1;
-        if (length > 1000) return false;
-        text.remove_prefix(length);
-    }
-    return true;
+bool IsFtpTlsLine(std::string line) {
+    line.erase(0, line.find_first_not_of(" \t"));
+    return line.starts_with("ssl_enable=") || line.starts_with("ssl_enable =");
 }
 
-[[maybe_unused]] void ftp(std::string_view text) {
+void Ftp(std::string_view text) {
+    FtpTlsIn(text);
+    if (!HasPlainLines(text)) return;
+    const auto before = LinesOf(text);
     for (bool enable : {false, true}) {
         const std::string once = WithFtpTls(text, enable);
-        Require(!HasShortLines(once) || WithFtpTls(once, enable) == once,
-                "writing twice is writing once");
-        Require(once.empty() || once.back() == '\n', "every line ends");
+        Require(WithFtpTls(once, enable) == once, "writing twice is writing once");
+        const auto after = LinesOf(once);
+        Require(after.size() == before.size(), "no line comes or goes");
+        for (std::size_t line = 0; line < before.size(); ++line) {
+            Require(IsFtpTlsLine(before[line])
+                        ? after[line] == (enable ? "ssl_enable=YES" : "ssl_enable=NO")
+                        : after[line] == before[line],
+                    "only the setting's lines change");
+        }
     }
-    FtpTlsIn(text);
 }
 
-[[maybe_unused]] void ntp(std::string_view text) {
-    const std::string once = FormatNtpConfig(ParseNtpConfig(text));
-    Require(!HasShortLines(once) || FormatNtpConfig(ParseNtpConfig(once)) == once,
-            "saving twice is saving once");
+void Ntp(std::string_view text) {
+    const NtpConfig config = ParseNtpConfig(text);
+    const std::string once = FormatNtpConfig(config);
+    if (!HasPlainLines(text)) return;
+    Require(FormatNtpConfig(ParseNtpConfig(once)) == once, "saving twice is saving once");
+    std::vector<std::string> others = LinesOf(text);
+    std::erase_if(others, [](const std::string& line) {
+        return line.starts_with("server ") || line.starts_with("server\t");
+    });
+    Require(config.otherLines == others, "the other lines stay as they are");
 }
 
-[[maybe_unused]] void mounts(std::string_view text) {
+void Mounts(std::string_view text) {
     std::string line;
     while (NextLine(text, 1024, line)) {
         const auto mounted = ParseMountLine(line);
         if (!mounted) continue;
         Require(mounted->device.starts_with("/dev/"), "a device is below /dev");
         Require(mounted->mount_point != "/", "the root stays");
+        for (const auto* field : {&mounted->device, &mounted->mount_point, &mounted->type})
+            Require(field->find(' ') == std::string::npos, "a field is one word");
     }
 }
 
-[[maybe_unused]] void utility(std::string_view text) {
-    std::string copy(text);
-    chomp(copy.data());
-    const std::size_t length = std::strlen(copy.c_str());
-    Require(length == 0 || (copy[length - 1] != '\n' && copy[length - 1] != '\r'), "chomped");
-    for (char* rest = copy.data(); *rest != '\0';)
+void CheckLineEnds(const std::string& text) {
+    std::string expected(text.c_str());
+    expected.resize(expected.find_last_not_of("\r\n") + 1);
+    std::string cut = text;
+    chomp(cut.data());
+    Require(expected == cut.c_str(), "line ends are cut and nothing else");
+    std::string walked = text;
+    std::string joined;
+    for (char* rest = walked.data(); *rest != '\0';) {
+        const char* line = rest;
         rest = cut_line(rest);
-    if (text.size() >= sizeof(std::int64_t)) {
-        std::int64_t bytes = 0;
-        std::memcpy(&bytes, text.data(), sizeof bytes);
-        Require(format_size_string(bytes).empty() == (bytes < 0), "a size has a text");
+        joined += line;
+        if (rest != line + std::strlen(line)) joined += '\n';
     }
-    skip_prefix(copy.c_str(), "Enable");
+    Require(joined == text.c_str(), "all lines are walked");
 }
 
-[[maybe_unused]] void display(std::string_view text) {
+void CheckSize(std::int64_t bytes) {
+    const std::string size = format_size_string(bytes);
+    Require(size.size() < kSizeTextBytes, "a size fits its buffer");
+    Require(size.empty() == (bytes < 0), "a size has a text");
+    if (bytes < 0) return;
+    // Thousands are cut off until the whole part fits: a size never reads as more than it is.
+    const double shown = std::strtod(size.c_str(), nullptr);
+    double unit = 1;
+    for (const char* name : {"KB", "MB", "GB", "TB", "PB"}) {
+        unit *= 1000;
+        if (!size.ends_with(name)) continue;
+        const double exact = static_cast<double>(bytes) / unit;
+        Require(shown <= exact * 1.000001 && shown > exact - 0.00101, "a size is the count's");
+    }
+    Require(!size.ends_with(" bytes") || shown == static_cast<double>(bytes), "bytes are exact");
+}
+
+void CheckSmallFile(const std::string& text) {
+    static const int file = memfd_create("small", MFD_CLOEXEC);
+    static const std::string path = "/proc/self/fd/" + std::to_string(file);
+    Require(write_small_file(path.c_str(), text.c_str()) == 0, "a file is written");
+    char buffer[64];
+    Require(read_small_file(path.c_str(), buffer, sizeof buffer) == 0, "and read");
+    Require(std::string(text.c_str()).substr(0, sizeof buffer - 1) == buffer, "as it was written");
+    std::string line = std::string(text.c_str()).substr(0, 1023);
+    line.resize(line.find_last_not_of("\r\n") + 1);
+    Require(read_file_line(path.c_str()) == line, "its line is all but the end");
+}
+
+void CheckPrefix(const std::string& text) {
+    const std::size_t middle = std::strlen(text.c_str()) / 2;
+    const std::string prefix = text.substr(0, middle);
+    Require(skip_prefix(text.c_str(), prefix.c_str()) == text.c_str() + middle, "a prefix is one");
+    const char* behind = skip_prefix(text.c_str(), "Enable");
+    Require(behind == nullptr || behind == text.c_str() + 6, "a text goes on behind its prefix");
+}
+
+void CheckTrim(const std::string& text) {
+    constexpr std::string_view kSpaces = "\t\n\r ";
+    std::string expected(text.c_str());
+    expected.resize(expected.find_last_not_of(kSpaces) + 1);
+    expected.erase(0, std::min(expected.find_first_not_of(kSpaces), expected.size()));
+    std::string copy = text;
+    Require(expected == trim_space(copy.data()), "white space goes from both ends");
+    copy = text;
+    strip_leading_space(copy.data());
+    trim_trailing_space(copy.data());
+    Require(expected == copy.c_str(), "in either way");
+}
+
+void Utility(std::string_view text) {
+    const std::string copy(text);
+    CheckLineEnds(copy);
+    CheckSmallFile(copy);
+    CheckPrefix(copy);
+    CheckTrim(copy);
+    std::int64_t bytes = 0;
+    std::memcpy(&bytes, text.data(), std::min(text.size(), sizeof bytes));
+    CheckSize(bytes);
+}
+
+// What the shell makes of a text: blanks end the word, and outside single quotes only what no shell
+// takes for more than itself may stand. Nothing when it is not exactly one word.
+bool IsOneWord(std::string_view quoted, std::string& word) {
+    constexpr std::string_view kPlain = "%+,-./:=@_";
+    word.clear();
+    bool inside = false;
+    for (std::size_t at = 0; at < quoted.size(); ++at) {
+        const char c = quoted[at];
+        const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+                           (c >= '0' && c <= '9') || kPlain.find(c) != std::string_view::npos;
+        if (c == '\'') {
+            inside = !inside;
+        } else if (!inside && c == '\\' && at + 1 < quoted.size()) {
+            word += quoted[++at];
+        } else if (inside || plain) {
+            word += c;
+        } else {
+            return false;
+        }
+    }
+    return !inside && !quoted.empty();
+}
+
+void Words(std::string_view text) {
+    std::string word;
+    Require(IsOneWord(QuotedWord(text), word) && word == text, "a quoted text is one word");
+    Require(IsOneWord(ShellWord(text), word) && word == text, "a name is one word");
+    Require(!IsQuotable(text) || IsOneWord("'\"" + std::string(text) + "\"'", word),
+            "a text to be quoted leaves no quotes");
+}
+
+void Display(std::string_view text) {
     for (wchar_t character : DisplayText(text)) {
         Require(character >= 0x20 && !(character >= 0x7f && character < 0xa0), "nothing drives");
     }
+    Require(PrintableText(PrintableText(text)) == PrintableText(text), "what is shown shows so");
     for (int width : {-1, 0, 1, 2, 79}) {
         const std::wstring line = FitColumns(text, width);
         const int columns = wcswidth(line.c_str(), line.size());
@@ -166,47 +321,76 @@ bool HasShortLines(std::string_view text) {
     }
 }
 
-// Bytes as a session: what rows there are, how large the list is, which keys come.
-[[maybe_unused]] void menu(std::string_view text) {
-    constexpr int kKeys[] = {KEY_DOWN,   KEY_UP,    KEY_HOME, KEY_END,  KEY_NPAGE, KEY_PPAGE,
-                             KEY_RESIZE, KEY_MOUSE, ERR,      '\n',     'a',       'b',
-                             '1',        KEY_LEFT,  0x10000,  KEY_RIGHT};
-    Menu list;
-    list.Init();
-    for (char each : text) {
-        const auto byte = static_cast<unsigned char>(each);
-        switch (byte >> 5) {
-            case 0:
-                list.SetHotKey(list.AddItem("Row", byte), "ab1"[byte % 3]);
-                break;
-            case 1:
-                list.AddSeparator();
-                break;
-            case 2:
-                list.SetSize((byte & 31) - 4, (byte & 31) - 4);
-                break;
-            case 3:
-                if (byte == 0x7f) list.Clear();
-                list.clickPending = (byte & 3) - 1;
-                break;
-            default:
-                list.HandleKey(kKeys[byte & 15]);
-                Require(list.selection >= 0, "the selection is not negative");
-                Require(list.top >= 0, "the top is not negative");
-                Require(list.Count() == 0 || list.top < list.Count(), "the top is a row");
-                break;
-        }
-    }
+// The kernel's answers: the first bytes are numbers, the rest a network's name.
+void Status(std::string_view text) {
+    InterfaceFacts facts;
+    facts.packet_socket = facts.inet_socket = facts.is_wireless = facts.has_rfkill = true;
+    struct {
+        std::int32_t mantissa;
+        std::int16_t exponent;
+        std::uint16_t family;
+        in_addr ipv4, netmask;
+        std::uint8_t state, hard, soft;
+    } numbers = {};
+    const std::size_t taken = std::min(text.size(), sizeof numbers);
+    std::memcpy(&numbers, text.data(), taken);
+    facts.frequency_mantissa = numbers.mantissa;
+    facts.frequency_exponent = numbers.exponent;
+    facts.address_family = numbers.family;
+    facts.ipv4 = numbers.ipv4;
+    facts.netmask = numbers.netmask;
+    facts.rfkill_state = numbers.state - 1;
+    facts.rfkill_hard = numbers.hard - 1;
+    facts.rfkill_soft = numbers.soft - 1;
+    facts.essid = text.substr(taken);
+    facts.global_addresses = text.substr(taken);
+    InterfaceStatus status;
+    UnderstandInterface(facts, numbers.ipv4.s_addr, status);
+    const auto rows = FormatInterfaceStatus(status);
+    Require(rows.size() >= 1 && rows.size() <= 3, "one row, two or three");
+    for (const std::string& row : rows)
+        Require(row.starts_with("   "), "a row is indented");
+    Require(rows.back().starts_with("   Wireless: '" + *facts.essid + "' "), "a name is shown");
 }
+
+struct Target {
+    const char* name;
+    void (*take)(std::string_view bytes);
+};
+
+constexpr Target kTargets[] = {
+    {"accounts", Accounts},
+    {"addresses", Addresses},
+    {"display", Display},
+    {"ftp", Ftp},
+    {"interfaces", Interfaces},
+    {"menu", FuzzMenu},
+    {"mounts", Mounts},
+    {"networks", Networks},
+    {"ntp", Ntp},
+    {"routes", Routes},
+    {"scan", Scan},
+    {"settings", Settings},
+    {"status", Status},
+    {"utility", Utility},
+    {"words", Words},
+};
+
+const Target* chosen = nullptr;
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
+extern "C" int LLVMFuzzerInitialize(int*, char*** arguments) {
+    const std::string_view program = **arguments;
+    for (const Target& target : kTargets) {
+        if (program.ends_with(std::string("fuzz_") + target.name)) chosen = &target;
+    }
+    Require(chosen != nullptr, "the program's name is fuzz_NAME");
     setlocale(LC_CTYPE, "C.UTF-8");
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    FUZZ_TARGET(std::string_view(reinterpret_cast<const char*>(data), size));
+    chosen->take(std::string_view(reinterpret_cast<const char*>(data), size));
     return 0;
 }
