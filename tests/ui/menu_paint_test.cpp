@@ -351,4 +351,17 @@ TEST_F(MenuRepaint, AKeyThatMovesNothingRepaintsNothing) {
     }
 }
 
+// ---- terminals too small ----
+
+TEST_F(MenuPaint, ARowThatHasNoPlaceOnTheTerminalIsDrawnNowhere) {
+    menu.AddItem("first", 1);
+    menu.AddItem("second", 2);
+    menu.SetPosition(kColumn, LINES - 1);
+    menu.SetSize(kWidth, 0);
+    UnseenScreen::Fill('#');
+    move(2, 3);
+    menu.DrawItem(1);
+    EXPECT_EQ(UnseenScreen::Line(2), std::string(80, '#'));
+}
+
 }  // namespace
