@@ -1,0 +1,95 @@
+#include "journey.h"
+
+#include "stage.h"
+
+namespace pictures {
+namespace {
+
+constexpr double kLook = 2.2;     // at a new screen, with the keys that come next
+constexpr double kMove = 1.2;     // at what a key has changed
+constexpr double kLetter = 0.13;  // while typing
+constexpr double kEnd = 5;
+
+constexpr const char* kAddress = "192.168.21.5";
+
+// Each frame shows what is pressed next: that is decided before it is pressed.
+class Recorder {
+  public:
+    explicit Recorder(Stage& stage) : terminal_(stage, OptionsOf(24, 80)) {}
+
+    bench::Terminal& terminal() { return terminal_; }
+    std::vector<Frame> frames() { return std::move(frames_); }
+
+    void Show(const std::vector<std::string>& next_keys, const std::string& caption,
+              double seconds) {
+        frames_.push_back({TakeSnapshot(terminal_), next_keys, caption, seconds});
+    }
+
+    // Letter by letter, under the caption of the frame before.
+    void Type(const std::string& text) {
+        const Frame before = frames_.back();
+        for (size_t length = 1; length <= text.size(); length++) {
+            Go(terminal_, text.substr(length - 1, 1), text.substr(0, length));
+            Show(before.keys, before.caption, kLetter);
+        }
+    }
+
+  private:
+    bench::Terminal terminal_;
+    std::vector<Frame> frames_;
+};
+
+}  // namespace
+
+const Label kJourneyLabel = {
+    "A new card gets a fixed address",
+    "From the main menu to the second interface; its settings are opened, DHCP is turned off, an "
+    "address is typed in and saved; the interface is started anew and shows the address."};
+
+std::vector<Frame> RecordJourney() {
+    Stage stage;
+    stage.Remove("/etc/network/02:00:00:00:10:21");
+    stage.HoldNetworkScript();
+    Recorder film(stage);
+    bench::Terminal& t = film.terminal();
+
+    Go(t, "", "2. eth1");
+    film.Show({"2"}, "selects the second interface", kLook);
+    Go(t, "2", "2. eth1");
+    film.Show({"ENTER"}, "opens it", kMove);
+    Go(t, "<Enter>", "Network configuration: eth1");
+    film.Show({"C"}, "selects \"Edit configuration\"", kLook);
+    Go(t, "c", "Edit configuration");
+    film.Show({"ENTER"}, "opens the settings", kMove);
+    Go(t, "<Enter>", "Configuration for eth1");
+    film.Show({"D"}, "selects \"Use DHCP\"", kLook);
+    Go(t, "d", "Use DHCP:                      yes");
+    film.Show({"SPACE"}, "turns it off", kMove);
+    Go(t, "<Space>", "Use DHCP:                      no");
+    film.Show({"I"}, "selects \"Static IP address\"", kMove);
+    Go(t, "i", "Static IP address:");
+    film.Show({"ENTER"}, "opens it to be typed in", kMove);
+    Go(t, "<Enter>", "[ESC to cancel");
+    film.Show({}, "typing the address", kMove);
+    film.Type(kAddress);
+    film.Show({"ENTER"}, "takes it", kMove);
+    Go(t, "<Enter>", std::string("Static IP address:             ") + kAddress);
+    film.Show({"S"}, "selects \"Save changes\"", kMove);
+    Go(t, "s", "Save changes");
+    film.Show({"ENTER"}, "writes the settings file", kMove);
+    Go(t, "<Enter>", "Network configuration: eth1");
+    film.Show({"U", "U"}, "selects \"Update interface from config\"", kLook);
+    Go(t, "uu", "Update interface from config");
+    film.Show({"ENTER"}, "starts it anew", kMove);
+    Go(t, "<Enter>", "re you sure?");
+    film.Show({"Y"}, "is asked first", kMove);
+    Go(t, "y", std::string("eth1: ") + kAddress);
+    film.Show({}, "the network script at work", kLook);
+    stage.Continue();
+    t.WaitFor("Network configuration: eth1");
+    Go(t, "", std::string("IPv4: ") + kAddress);
+    film.Show({}, "the interface has its address", kEnd);
+    return film.frames();
+}
+
+}  // namespace pictures

@@ -1,0 +1,14 @@
+// The typical journey, as a moving picture: a new card gets a fixed address.
+#pragma once
+
+#include <vector>
+
+#include "svg.h"
+
+namespace pictures {
+
+extern const Label kJourneyLabel;
+
+std::vector<Frame> RecordJourney();
+
+}  // namespace pictures

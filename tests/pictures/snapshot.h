@@ -1,0 +1,23 @@
+// What stood on a terminal at one moment: its cells and its cursor.
+#pragma once
+
+#include <vector>
+
+#include "emulator.h"
+#include "terminal.h"
+
+namespace pictures {
+
+struct Snapshot {
+    int rows = 0, cols = 0;
+    std::vector<bench::Cell> cells;        // row by row
+    int cursor_row = -1, cursor_col = -1;  // -1: hidden
+
+    const bench::Cell& At(int row, int col) const {
+        return cells.at(static_cast<size_t>(row * cols + col));
+    }
+};
+
+Snapshot TakeSnapshot(const bench::Terminal& terminal);
+
+}  // namespace pictures

@@ -1,0 +1,74 @@
+#include "stage.h"
+
+namespace pictures {
+namespace {
+
+// What the packages of this computer leave in /etc, and what the operator of the appliance has set
+// up on it.
+constexpr const char* kServices = R"(
+rm -rf /etc/vsftpd.conf* /etc/samba /etc/TAVRIN /etc/local.desktop.vnc* /etc/local.desktop.webui.ctl
+mkdir /etc/samba
+: >/etc/samba/smb.conf
+echo ssl_enable=NO >/etc/vsftpd.conf
+/etc/init.d/service-apache start
+/etc/init.d/service-control-api start
+)";
+
+constexpr const char* kAccounts =
+    "---------------\n"
+    "Unix username:        editor\n"
+    "Account Flags:        [U          ]\n"
+    "---------------\n"
+    "Unix username:        ingest\n"
+    "Account Flags:        [DU         ]\n"
+    "---------------\n"
+    "Unix username:        root\n"
+    "Account Flags:        [DU         ]\n";
+
+// What the cards answer. The demo's own description of the wireless card is the same; whether the
+// others have a link would be the kernel's to say, and not every kernel can make the demo's cards.
+constexpr const char* kCards =
+    "eth0 link 1\n"
+    "eth1 link 0\n"
+    "br0 link 0\n"
+    "wlan0 name IEEE 802.11\n"
+    "wlan0 essid studio\n"
+    "wlan0 freq 2437 6\n"
+    "wlan0 ap 02:00:00:00:20:01\n"
+    "wlan0 link 1\n";
+
+constexpr const char* kGate = "/mnt/gate";
+
+}  // namespace
+
+Stage::Stage() : Machine(bench::Kind::kDemo) {
+    Cards(kCards);
+    Sh(kServices);
+    StandIn("pdbedit", kAccounts);
+}
+
+void Stage::HoldNetworkScript() {
+    Sh(std::string("mv /etc/init.d/network /etc/init.d/network.real; mkfifo ") + kGate);
+    StandInScript("/etc/init.d/network",
+                  "/etc/init.d/network.real \"$@\"\n"
+                  "[ $1 = stop ] || read -r _ </mnt/gate\n");
+}
+
+void Stage::Continue() {
+    Sh(std::string("echo >") + kGate);
+}
+
+bench::TerminalOptions OptionsOf(int rows, int cols) {
+    bench::TerminalOptions options;
+    options.rows = rows;
+    options.cols = cols;
+    return options;
+}
+
+void Go(bench::Terminal& terminal, const std::string& keys, const std::string& wait_for) {
+    terminal.Press(keys);
+    terminal.WaitFor(wait_for);
+    if (terminal.AltScreen()) terminal.Settle();
+}
+
+}  // namespace pictures

@@ -1,0 +1,24 @@
+// The demo appliance as the pictures show it: the same on every computer, whatever is installed
+// there, and with something on every screen.
+#pragma once
+
+#include "machine.h"
+#include "terminal.h"
+
+namespace pictures {
+
+class Stage : public bench::Machine {
+  public:
+    Stage();
+
+    // The network script holds its last message on the terminal until Continue().
+    void HoldNetworkScript();
+    void Continue();
+};
+
+bench::TerminalOptions OptionsOf(int rows, int cols);
+
+// Presses the keys and waits until the text stands on the screen and all is drawn.
+void Go(bench::Terminal& terminal, const std::string& keys, const std::string& wait_for);
+
+}  // namespace pictures
