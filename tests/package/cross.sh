@@ -16,11 +16,21 @@ dpkg --add-architecture arm64
 Install cmake make g++-aarch64-linux-gnu qemu-user-static file iproute2 ncurses-term psmisc procps \
     libncurses-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64 libvterm-dev:arm64 \
     >/root/install.log 2>&1 || { cat /root/install.log && exit 1; }
-{ cmake --preset arm64 && cmake --build --preset arm64 --parallel 2; } >/root/build.log 2>&1 || {
-    cat /root/build.log && exit 1
+
+# Build TARGET
+Build() {
+    cmake --build --preset arm64 --parallel 2 --target "$1" >/root/build.log 2>&1 || {
+        cat /root/build.log && exit 1
+    }
+    echo "Built for arm64: $1"
 }
+
+cmake --preset arm64
+Build ifmenu
 file -L build/arm64/ifmenu | grep 'ARM aarch64'
 status=0
 qemu-aarch64-static build/arm64/ifmenu --help || status=$?
 [ $status = 1 ]
+Build ifmenu_unit_tests
 ctest --preset arm64 --label-regex unit --parallel 2 --no-tests=error
+Build all
