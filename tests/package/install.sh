@@ -65,7 +65,7 @@ Look /root/before
 dpkg --install /root/older.deb >/root/dpkg.log 2>&1
 Works
 Unchanged "The installation"
-apt-get --quiet --yes install "$package" >/root/dpkg.log 2>&1
+apt-get --quiet --yes install --no-install-recommends "$package" >/root/dpkg.log 2>&1
 [ "$(dpkg-query --show --showformat='${Version}' ifmenu)" = \
     "$(dpkg-deb --field "$package" Version)" ]
 Works
@@ -73,6 +73,6 @@ Unchanged "The upgrade"
 apt-get --quiet --yes remove ifmenu >/root/dpkg.log 2>&1
 [ ! -e /usr/sbin/ifmenu ]
 Unchanged "The removal"
-apt-get --quiet --yes install "$package" >/root/dpkg.log 2>&1
+apt-get --quiet --yes install --no-install-recommends "$package" >/root/dpkg.log 2>&1
 apt-get --quiet --yes purge ifmenu >/root/dpkg.log 2>&1
 Unchanged "The purge"
