@@ -80,9 +80,9 @@ std::vector<Frame> RecordJourney() {
     Go(t, "<Enter>", "Network configuration: eth1");
     film.Show({"U", "U"}, "selects \"Update interface from config\"", kLook);
     Go(t, "uu", "Update interface from config");
-    film.Show({"ENTER"}, "starts it anew", kMove);
+    film.Show({"ENTER"}, "asks before it acts", kMove);
     Go(t, "<Enter>", "re you sure?");
-    film.Show({"Y"}, "is asked first", kMove);
+    film.Show({"Y"}, "stops the interface and starts it again", kLook);
     Go(t, "y", std::string("eth1: ") + kAddress);
     film.Show({}, "the network script at work", kLook);
     stage.Continue();
