@@ -12,12 +12,14 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <new>
 #include <string>
 
 #include "ui/colours.h"
 #include "ui/terminal.h"
 #include "util/assertion.h"
 #include "util/command.h"
+#include "util/message.h"
 #include "util/signal_gate.h"
 
 namespace {
@@ -25,6 +27,7 @@ namespace {
 constexpr const char* kMouseTerminal = "xterm-1003";
 constexpr mmask_t kMouseEvents = ALL_MOUSE_EVENTS | REPORT_MOUSE_POSITION;
 constexpr unsigned kCleanUpSeconds = 5;
+constexpr int kOutOfMemory = 1;
 
 void OpenMissingDescriptors() {
     for (int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
@@ -70,6 +73,7 @@ void PrintRootRefusal() {
 void PrepareProcess() {
     OpenMissingDescriptors();
     before_assertion_report = RestoreTerminal;
+    std::set_new_handler(OnMemoryExhausted);
     CloseSignalGate();
     std::signal(SIGCHLD, SIG_IGN);
     struct sigaction action = {};
@@ -78,6 +82,14 @@ void PrepareProcess() {
     for (int number : {SIGINT, SIGQUIT, SIGTERM})
         sigaction(number, &action, nullptr);
     if (!IsIgnored(SIGHUP)) sigaction(SIGHUP, &action, nullptr);
+}
+
+void OnMemoryExhausted() {
+    // What follows may ask for memory, too.
+    std::set_new_handler(nullptr);
+    RestoreTerminal();
+    Say("Out of memory.\n");
+    std::_Exit(kOutOfMemory);
 }
 
 void OnTerminateSignal(int signal_number) {

@@ -11,8 +11,13 @@ void PrintRootRefusal();
 // SIGCHLD is ignored, so that the kernel reaps children. SIGINT, SIGQUIT, SIGTERM and SIGHUP go to
 // OnTerminateSignal (a SIGHUP that was ignored when the program was started stays ignored), and
 // are let in only while the program waits (util/signal_gate.h). Descriptors 0 to 2 that are closed
-// are opened on /dev/null, so that no file of ours takes their place.
+// are opened on /dev/null, so that no file of ours takes their place. When memory runs out,
+// OnMemoryExhausted is called.
 void PrepareProcess();
+
+// Called when there is no memory for the program's own records: restores the terminal, says so and
+// ends the program with 1. A save that was under way has left the old file or the new one.
+[[noreturn]] void OnMemoryExhausted();
 
 // Restores the terminal and ends the program with 128 + signal. Gives itself five seconds: a
 // clean-up that hangs is ended by SIGALRM. Any other signal number is ignored.
