@@ -1,0 +1,198 @@
+// Commands and a machine that misbehave: whatever a command does, the screens come up, answer keys
+// and are left in order.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tour.h"
+
+namespace bench::faults {
+namespace {
+
+// A command's misbehaviour, as a script.
+struct Oddity {
+    const char* name;
+    const char* script;
+};
+
+std::ostream& operator<<(std::ostream& out, const Oddity& oddity) {
+    return out << oddity.name;
+}
+
+constexpr Oddity kOddities[] = {
+    {"AMegabyteOfLines", "yes 'words without a meaning: here' | head -c 1000000"},
+    {"AMegabyteWithoutALineEnd", "head -c 1000000 /dev/zero | tr '\\0' x"},
+    {"AMegabyteOfNoise", "head -c 1000000 /dev/urandom | tr '\\016\\017\\033\\233' x"},
+    {"KilledInTheMiddle", "printf 'half a li'; kill -KILL $$"},
+    {"Crashing", "kill -SEGV $$"},
+    {"Failing", "echo no >&2; exit 3"},
+    {"Silent", ":"},
+    {"ClosingItsOutputBeforeItEnds", "exec >&- 2>&-; sleep 0.2"},
+};
+
+class OddCommand : public testing::TestWithParam<Oddity> {
+  protected:
+    TourBox box;
+};
+
+INSTANTIATE_TEST_SUITE_P(Commands, OddCommand, testing::ValuesIn(kOddities),
+                         testing::PrintToStringParamName());
+
+// Those that are asked beside the screen.
+TEST_P(OddCommand, IsNoHarmToTheScreensThatAskIt) {
+    for (const char* name : {"wpa_cli", "pdbedit"})
+        box.StandInScript(name, GetParam().script);
+    Terminal t(box, lifecycle::AtAPrompt());
+    t.WaitFor("1. wlan0");
+    t.Press("1<Enter>w<Enter>");
+    t.WaitFor("Wireless access points for wlan0");
+    t.Press("<End><Down>r<Enter>");
+    t.WaitFor("Network configuration: wlan0");
+    // From here on there may be no list of interfaces any more, but there is a menu.
+    box.StandInScript("ip", GetParam().script);
+    t.Press("m<Enter>s<Enter>");
+    t.WaitFor("Configure SMB/CIFS user accounts");
+    t.Press("ss<Enter>");
+    t.WaitFor("SMB/CIFS configuration");
+    t.Press("r<Enter>");
+    t.WaitFor("Configure SMB/CIFS user accounts");
+    t.Press("m<Enter>");
+    t.WaitFor("Bring up all interfaces");
+    t.Press("d<Enter>n");
+    t.WaitFor("Bring up all interfaces");
+    t.Press("<Esc>");
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+    lifecycle::ExpectTerminalAsBefore(t);
+}
+
+// Those that have the plain terminal.
+class OddCommandOnTheTerminal : public OddCommand {};
+
+constexpr Oddity kTerminalOddities[] = {
+    {"ALongLineWithoutAnEnd", "head -c 100000 /dev/zero | tr '\\0' x"},
+    {"KilledInTheMiddle", "printf 'half a li'; kill -KILL $$"},
+    {"ClosingItsOutputBeforeItEnds", "exec >&- 2>&-; sleep 0.2"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Commands, OddCommandOnTheTerminal, testing::ValuesIn(kTerminalOddities),
+                         testing::PrintToStringParamName());
+
+TEST_P(OddCommandOnTheTerminal, IsNoHarmToTheScreenAfterIt) {
+    box.StandInScript(lifecycle::kNetwork, GetParam().script);
+    Terminal t(box, lifecycle::AtAPrompt());
+    t.WaitFor("Exit this program");
+    t.Settle();
+    const std::vector<std::string> look = lifecycle::Look(t);
+    t.Press("u<Enter>y");
+    t.WaitUntil([&] { return !box.Calls(lifecycle::kNetwork).empty(); }, "the command");
+    t.WaitUntil([&] { return t.AltScreen() && t.Shows("Exit this program"); }, "the menu");
+    t.Press("<Home>");
+    t.WaitUntil([&] { return lifecycle::Look(t) == look; }, "the menu as it was");
+    t.Press("<Esc>");
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+    EXPECT_EQ(TerminalDamage(t), "");
+}
+
+// It would have the program wait as long as it runs: Ctrl-C is the way out, for both.
+TEST(EndlessCommand, BesideAScreenIsEndedTogetherWithTheProgramByCtrlC) {
+    TourBox box;
+    box.StandInScript("wpa_cli", "exec >&- 2>&-; echo $$ >/tmp/endless; exec sleep 1000");
+    Terminal t(box, lifecycle::AtAPrompt());
+    t.WaitFor("1. wlan0");
+    t.Press("1<Enter>w<Enter>");
+    box.WaitForCalls("wpa_cli", 1);
+    box.WaitUntil([&] { return box.Exists("/tmp/endless") && box.Read("/tmp/endless") != ""; },
+                  "the command's number");
+    t.Press("<C-c>");
+    EXPECT_EQ(t.WaitExit(), Exited(130));
+    lifecycle::ExpectTerminalAsBefore(t);
+    box.WaitUntil(
+        [&] {
+            return box.Sh("kill -0 $(cat /tmp/endless) 2>/dev/null && echo runs || true").empty();
+        },
+        "the command's end");
+}
+
+TEST(EndlessCommand, BeforeTheFirstScreenIsEndedTogetherWithTheProgramByCtrlC) {
+    TourBox box;
+    box.StandInScript("ip", "exec sleep 1000");
+    Terminal t(box, lifecycle::AtAPrompt());
+    box.WaitForCalls("ip", 1);
+    t.Press("<C-c>");
+    EXPECT_EQ(t.WaitExit(), Exited(130));
+    lifecycle::ExpectTerminalAsBefore(t);
+}
+
+// ---- a machine that lacks things ----
+
+// A tour whose steps may all come to nothing.
+void ExpectATour(TourBox& box, TerminalOptions options) {
+    Terminal t(box, options);
+    RushTour(t);
+    EXPECT_TRUE(IsOrderly(EndTour(t)));
+    EXPECT_EQ(TerminalDamage(t), "");
+    EXPECT_EQ(box.Damage(), "");
+}
+
+TEST(PoorMachine, WithoutAnyCommandEveryScreenComesUp) {
+    TourBox box;
+    box.Sh("rm -rf /etc/init.d/*");
+    TerminalOptions options = Traced(box);
+    options.environment["PATH"] = "/nowhere";
+    ExpectATour(box, options);
+    EXPECT_NE(box.Read("/etc/ntp.conf").find("ntp.example.net"), std::string::npos);
+}
+
+TEST(PoorMachine, WithoutAShellEveryScreenComesUp) {
+    TourBox box;
+    Terminal t(box, Traced(box));
+    t.WaitFor("Exit this program");
+    // The machine has no other: what follows finds no way to look at it, but its files.
+    box.Sh("mount --bind /dev/null /usr/bin/dash");
+    WalkTour(t);
+    EXPECT_TRUE(IsOrderly(EndTour(t)));
+    EXPECT_EQ(TerminalDamage(t), "");
+    EXPECT_EQ(box.Damage(), "");
+}
+
+TEST(PoorMachine, WithoutProcEveryScreenComesUp) {
+    TourBox box;
+    TerminalOptions options = lifecycle::AtAPrompt();
+    options.environment = lifecycle::WithoutLeakSearch(box);  // it needs /proc
+    Terminal t(box, options);
+    t.WaitFor("1. wlan0");
+    box.Sh("mount -t tmpfs none /proc");
+    t.Press("s<Enter>");
+    t.WaitFor("Start volkeep disk management");
+    t.Press("m<Enter>d<Enter>n");
+    t.WaitFor("IPv4: 10.1.2.3");
+    t.Press("1<Enter>");
+    t.WaitFor("Network configuration: wlan0");
+    t.Press("m<Enter>i<Enter>");
+    t.WaitFor("Ping test");
+    t.Press("m<Enter>");
+    t.WaitFor("Exit this program");
+    t.Press("<Esc>");
+    box.Sh("/usr/bin/umount /proc");
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+    lifecycle::ExpectTerminalAsBefore(t);
+}
+
+TEST(PoorMachine, OnAReadOnlyDiskNothingIsSavedAndNothingLost) {
+    TourBox box;
+    box.Sh("mount --bind /etc /etc; mount -o remount,bind,ro /etc");
+    ExpectATour(box, Traced(box));
+    EXPECT_EQ(box.Read("/etc/ntp.conf").find("ntp.example.net"), std::string::npos);
+}
+
+TEST(PoorMachine, OnAFullDiskNothingIsSavedAndNothingLost) {
+    TourBox box;
+    box.Sh(
+        "mkdir /mnt/etc; mount -t tmpfs -o size=16m none /mnt/etc; cp -a /etc/. /mnt/etc;"
+        "mount --bind /mnt/etc /etc; cat /dev/zero >/etc/filler 2>/dev/null || true");
+    ExpectATour(box, Traced(box));
+    EXPECT_EQ(box.Read("/etc/ntp.conf").find("ntp.example.net"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace bench::faults

@@ -1,0 +1,78 @@
+// A preloaded library under which one request of the program fails. FAULTY names it:
+//
+//     FAULTY="memory 2000"     the two thousandth request for memory is refused
+//     FAULTY="memory 2000+"    ... and all that follow
+//     FAULTY="close 7"         the seventh file closed reports an error (and is closed, as ever)
+//
+// When it has come to that there is the file /tmp/failed. The program's commands are spared.
+#include <errno.h>
+#include <fcntl.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <initializer_list>
+
+extern "C" {
+void* __libc_malloc(size_t size);
+void* __libc_calloc(size_t count, size_t size);
+void* __libc_realloc(void* memory, size_t size);
+}
+
+namespace {
+
+struct Fault {
+    const char* what;
+    int error;
+    long number = 0;  // of the request that fails; 0: none
+    bool all_that_follow = false;
+    long requests = 0;
+
+    bool Strikes() {
+        if (number == 0 || ++requests < number) return false;
+        if (requests > number && !all_that_follow) return false;
+        if (requests == number) {
+            syscall(SYS_close, open("/tmp/failed", O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+        }
+        errno = error;
+        return true;
+    }
+};
+
+Fault memory = {"memory ", ENOMEM};
+Fault closing = {"close ", EIO};
+
+__attribute__((constructor)) void Begin() {
+    const char* text = getenv("FAULTY");
+    if (text == nullptr || strcmp(program_invocation_short_name, "ifmenu") != 0) return;
+    for (Fault* fault : {&memory, &closing}) {
+        const size_t length = strlen(fault->what);
+        if (strncmp(text, fault->what, length) != 0) continue;
+        fault->all_that_follow = strchr(text, '+') != nullptr;
+        fault->number = strtol(text + length, nullptr, 10);
+    }
+    unsetenv("LD_PRELOAD");
+}
+
+}  // namespace
+
+extern "C" {
+
+void* malloc(size_t size) {
+    return memory.Strikes() ? nullptr : __libc_malloc(size);
+}
+
+void* calloc(size_t count, size_t size) {
+    return memory.Strikes() ? nullptr : __libc_calloc(count, size);
+}
+
+void* realloc(void* old, size_t size) {
+    return memory.Strikes() ? nullptr : __libc_realloc(old, size);
+}
+
+int close(int descriptor) {
+    const auto result = static_cast<int>(syscall(SYS_close, descriptor));
+    return closing.Strikes() ? -1 : result;
+}
+}

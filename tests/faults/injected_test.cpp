@@ -1,0 +1,138 @@
+// System calls that fail on a tour through every screen, one call at a time: the program ends in
+// order, every file that it saves is the old or the new one, and the terminal is as it was.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tour.h"
+
+namespace bench::faults {
+namespace {
+
+// A way for a system call to fail.
+struct Fault {
+    const char* call;
+    const char* error;
+};
+
+std::ostream& operator<<(std::ostream& out, const Fault& fault) {
+    return out << fault.call << "_" << fault.error;
+}
+
+constexpr Fault kFaults[] = {
+    {"openat", "EMFILE"},     {"openat", "EACCES"},
+    {"read", "EIO"},          {"read", "EINTR"},
+    {"write", "ENOSPC"},      {"write", "EINTR"},
+    {"clone", "EAGAIN"},      {"clone3", "EAGAIN"},
+    {"pipe2", "EMFILE"},      {"socket", "EMFILE"},
+    {"socket", "EPERM"},      {"connect", "EACCES"},
+    {"ioctl", "EIO"},         {"ioctl", "ENODEV"},
+    {"rename", "ENOSPC"},     {"rename", "EBUSY"},
+    {"fsync", "EIO"},         {"unlink", "EPERM"},
+    {"chmod", "EPERM"},       {"fchmod", "EPERM"},
+    {"fchown", "EPERM"},      {"mkdir", "EACCES"},
+    {"wait4", "EINTR"},       {"wait4", "ECHILD"},
+    {"newfstatat", "EACCES"}, {"readlink", "EACCES"},
+    {"readlinkat", "EACCES"}, {"getdents64", "EIO"},
+    {"fcntl", "EINVAL"},      {"lseek", "ESPIPE"},
+    {"sethostname", "EPERM"}, {"poll", "EINTR"},
+    {"poll", "ENOMEM"},       {"prlimit64", "EPERM"},
+    {"mmap", "ENOMEM"},       {"access", "EACCES"},
+    {"getrandom", "EAGAIN"},  {"clock_nanosleep", "EINTR"},
+};
+
+// A sanitizer ends the program when it gets no memory for itself.
+bool IsLeftOut(const Fault& fault) {
+#ifdef __SANITIZE_ADDRESS__
+    return fault.call == std::string("mmap");
+#else
+    return fault.call == nullptr;
+#endif
+}
+
+// The names of the calls that the program made on an undisturbed tour, in order.
+std::vector<std::string> CallsOfATour(TourBox& box, void (*tour)(Terminal&)) {
+    Terminal t(box, Traced(box, "/.*"));
+    tour(t);
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+    std::vector<std::string> calls;
+    std::istringstream trace(box.Read(kTrace));
+    for (std::string line; std::getline(trace, line);)
+        calls.push_back(line.substr(0, line.find('(')));
+    return calls;
+}
+
+// Which occurrences of a call there are to disturb: what the loader does before the program itself
+// begins (with a command for its settings folder) is left out.
+struct Occurrences {
+    int first;
+    int last;
+};
+
+Occurrences OccurrencesOf(const std::string& call, const std::vector<std::string>& calls) {
+    const auto start = std::find_if(calls.begin(), calls.end(),
+                                    [](const auto& each) { return each.starts_with("clone"); });
+    return {1 + static_cast<int>(std::count(calls.begin(), start, call)),
+            static_cast<int>(std::count(calls.begin(), calls.end(), call))};
+}
+
+// The line of the trace that tells of the injection; empty when the program made fewer calls.
+std::string InjectedCall(TourBox& box, const std::string& call) {
+    std::istringstream trace(box.Read(kTrace));
+    for (std::string line; std::getline(trace, line);) {
+        if (line.starts_with(call + "(") && line.find("(INJECTED)") != std::string::npos)
+            return line;
+    }
+    return "";
+}
+
+// One tour with one call that fails; false when the program did not make it so often.
+bool TourWithFault(TourBox& box, const Fault& fault, int occurrence, void (*tour)(Terminal&),
+                   std::map<int, int>& endings) {
+    box.Reset();
+    const std::string which = ":when=" + std::to_string(occurrence);
+    Terminal t(box,
+               Traced(box, fault.call, std::string(fault.call) + ":error=" + fault.error + which));
+    tour(t);
+    const Ending ending = EndTour(t);
+    ++endings[ending.signal != 0 ? 128 + ending.signal : ending.status];
+    const std::string injected = InjectedCall(box, fault.call);
+    const std::string damage = TerminalDamage(t) + box.Damage();
+    if (!IsOrderly(ending) || !damage.empty()) {
+        ADD_FAILURE() << fault << which << ": " << ending << "\n"
+                      << injected << "\n"
+                      << damage
+                      << t.Output().substr(std::max<size_t>(t.Output().size(), 300) - 300);
+    }
+    return !injected.empty();
+}
+
+class WholeTour : public testing::TestWithParam<Fault> {};
+
+TEST_P(WholeTour, OutlivesEachFault) {
+    if (IsLeftOut(GetParam())) GTEST_SKIP() << "not with a sanitizer";
+    TourBox box;
+    const Occurrences range = OccurrencesOf(GetParam().call, CallsOfATour(box, RushTour));
+    std::map<int, int> endings;
+    int injected = 0;
+    for (int n = range.first;
+         TourWithFault(box, GetParam(), n, RushTour, endings) || n < range.last; ++n)
+        ++injected;
+    std::cout << "FAULTS " << GetParam() << ": " << injected << " injected; ended with";
+    for (const auto& [status, count] : endings)
+        std::cout << " " << status << " (" << count << ")";
+    std::cout << std::endl;
+}
+
+INSTANTIATE_TEST_SUITE_P(Whole, WholeTour, testing::ValuesIn(kFaults),
+                         testing::PrintToStringParamName());
+
+}  // namespace
+}  // namespace bench::faults

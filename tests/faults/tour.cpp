@@ -1,0 +1,271 @@
+#include "tour.h"
+
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <sstream>
+
+#include "../screens/main_menu_test.h"
+
+namespace bench::faults {
+namespace {
+
+constexpr const char* kSettings = "/etc/network/02:00:00:00:10:40";
+constexpr double kLegSeconds = 20;
+constexpr double kStartSeconds = 5;
+
+const std::string kOldSettings =
+    "manage = 1\ndhcp = 1\ndhcp6 = 0\ndhcp_gw = 1\nenable_ip6 = 1\ndisabled = 0\nstatic ip = \n"
+    "ipv6_router_adv = 1\nstatic ip netmask = 255.255.255.0\nstatic ip6 = \ngateway = \ndns = \n"
+    "nat enable = 0\nnat role = \n";
+const std::string kNewSettings =
+    "manage = 1\ndhcp = 1\ndhcp6 = 0\ndhcp_gw = 0\nenable_ip6 = 1\ndisabled = 0\n"
+    "static ip = 10.9.8.7\n"
+    "ipv6_router_adv = 1\nstatic ip netmask = 255.255.255.0\nstatic ip6 = \ngateway = \ndns = \n"
+    "nat enable = 0\nnat role = \n";
+
+struct SavedFile {
+    const char* path;
+    std::string before, after;
+    mode_t mode;
+};
+
+const SavedFile kSaved[] = {
+    {"/etc/hostname", "appliance\n", "appliance-2\n", 0644},
+    {"/etc/ntp.conf", "driftfile /var/lib/ntp/drift\nserver time.example.org iburst\n",
+     "driftfile /var/lib/ntp/drift\nserver time.example.org iburst\nserver ntp.example.net\n",
+     0640},
+    {kSettings, kOldSettings, kNewSettings, 0600},
+    {"/etc/vsftpd.conf", "listen=YES\nssl_enable=NO\n", "listen=YES\nssl_enable=YES\n", 0644},
+};
+
+constexpr const char* kAccounts =
+    "---------------\n"
+    "Unix username:        editor\n"
+    "Account Flags:        [U          ]\n";
+
+constexpr const char* kSupplicant =
+    "case $3 in\n"
+    "list_networks) printf 'network id / ssid / bssid / flags\\n0\\tstudio\\tany\\t[CURRENT]\\n' "
+    ";;\n"
+    "scan_result) printf 'bssid / frequency / signal level / flags / ssid\\n"
+    "02:00:00:00:20:07\\t2412\\t-58\\t[WPA2-PSK-CCMP][ESS]\\tBackstage\\n' ;;\n"
+    "add_network) echo 1 ;;\n"
+    "*) echo OK ;;\n"
+    "esac\n";
+
+// A text may change to what a tour makes of it, and only to that; a setting that the tour makes
+// twice may also stand alone.
+bool IsWhole(const SavedFile& file, const std::string& text) {
+    if (text == file.before || text == file.after) return true;
+    if (std::string(file.path) != kSettings) return false;
+    for (const char* gateway : {"0", "1"}) {
+        for (const char* address : {"", "10.9.8.7"}) {
+            std::string other = kOldSettings;
+            other.replace(other.find("dhcp_gw = 1"), 11, std::string("dhcp_gw = ") + gateway);
+            other.replace(other.find("static ip = "), 12, std::string("static ip = ") + address);
+            if (text == other) return true;
+        }
+    }
+    return false;
+}
+
+mode_t ModeOf(const Machine& box, const std::string& path) {
+    struct stat about {};
+    stat(box.OutsidePath(path).c_str(), &about);
+    return about.st_mode & 07777;
+}
+
+}  // namespace
+
+TourBox::TourBox() {
+    Sh("ip link add wlan0 address 02:00:00:00:10:40 type bridge; ip link set wlan0 up;"
+       "ip addr add 10.1.2.3/24 dev wlan0; ip addr add 2001:db8::7/64 dev wlan0 nodad;"
+       "ip route add default via 10.1.2.1; ip route add default via 10.1.2.9 metric 7");
+    Cards("wlan0 name IEEE 802.11\nwlan0 essid studio\nwlan0 freq 2437 6\nwlan0 link 1\n");
+    RfkillFiles("wlan0", "1\n", "0\n", "0\n");
+    MakeDirectory("/var/network/02:00:00:00:10:40");
+    Write("/var/network/02:00:00:00:10:40/wpa_supplicant.pid", "4711\n");
+    StandInScript("wpa_cli", kSupplicant);
+    for (const char* service :
+         {"network", "service-nscd", "service-vsftpd", "service-smbd", "service-nmbd",
+          "service-tavrin4-reporting", "service-tavrin4-reporting2",
+          "service-tavrin4-reporting-public", "service-reporting-ingest",
+          "service-reporting-rejoin", "service-caption-synchronizer", "service-apache",
+          "service-control-api", "service-ntpd"})
+        StandIn(std::string("/etc/init.d/") + service);
+    for (const char* command :
+         {"smbpasswd", "vncpasswd", "volkeep-start", "volkeep-stop", "ping", "killall"})
+        StandIn(command);
+    StandIn("pdbedit", kAccounts);
+    StandIn("/usr/share/tavrin/local-desktop-vnc");
+    MakeDirectory("/etc/samba");
+    MakeDirectory("/etc/TAVRIN");
+    Write("/usr/share/tavrin/local-desktop", "");
+    Reset();
+}
+
+void TourBox::Reset() {
+    for (const std::string& path : Leftovers())
+        Remove(path);
+    for (const char* path :
+         {"/etc/vsftpd.conf.disabled", "/etc/vsftpd.conf.tmp", "/etc/samba/smb.conf.disabled",
+          "/etc/local.desktop.webui.ctl", "/etc/TAVRIN/disable.reporting.ui"})
+        Remove(path);
+    for (const SavedFile& file : kSaved)
+        Write(file.path, file.before, file.mode);
+    for (const char* file : {"/etc/local.desktop.vnc", "/etc/local.desktop.vnc.passwd",
+                             "/etc/samba/smb.conf", "/etc/TAVRIN/disable.reporting"})
+        Write(file, "");
+    Write("/sys/class/net/wlan0/phy80211/rfkill0/soft", "0\n");
+    SetHostName(*this, "appliance");
+    ForgetCalls();
+}
+
+std::vector<std::string> TourBox::Leftovers() const {
+    std::vector<std::string> leftovers;
+    for (const std::string folder : {"/etc/", "/etc/network/"}) {
+        for (const auto& entry : std::filesystem::directory_iterator(OutsidePath(folder))) {
+            const std::string name = entry.path().filename().string();
+            if (name.starts_with(".ifmenu-")) leftovers.push_back(folder + name);
+        }
+    }
+    return leftovers;
+}
+
+std::string TourBox::Damage() {
+    std::string damage;
+    for (const SavedFile& file : kSaved) {
+        const std::string parked = std::string(file.path) + ".disabled";
+        const std::string path = Exists(parked) && !Exists(file.path) ? parked : file.path;
+        const std::string text = Exists(path) ? Read(path) : "(missing)\n";
+        if (!IsWhole(file, text)) damage += path + " holds:\n" + text;
+        if (Exists(path) && ModeOf(*this, path) != file.mode)
+            damage += path + " has another mode\n";
+    }
+    for (const std::string& path : Leftovers())
+        damage += path + " was left behind\n";
+    return damage;
+}
+
+bool TourBox::AllSaved() {
+    for (const SavedFile& file : kSaved) {
+        if (Read(file.path) != file.after) return false;
+    }
+    return true;
+}
+
+const std::vector<Leg>& Tour() {
+    static const std::vector<Leg> tour = {
+        {"", "Exit this program"},
+        {"n<Enter>", "New computer host name"},
+        {"-2<Enter>", "main menu for 'appliance-2'"},
+        {"d<Enter>", "Are you sure? [y/n]"},
+        {"y", "Tavrin 4"},
+        {"f<Enter>y", "Tavrin 4"},
+        {"t<Enter>", "Network Time Protocol configuration:"},
+        {"n<Enter>ntp.example.net<Enter>", "Server ntp.example.net"},
+        {"s<Enter>y", "Server ntp.example.net"},
+        {"o<Enter>y", "Server ntp.example.net"},
+        {"m<Enter>i<Enter>", "Diagnostics"},
+        {"r<Enter>", "Hit ENTER to continue."},
+        {"<Enter>p<Enter>", "Hit ENTER to continue."},
+        {"<Enter>m<Enter>", "Tavrin 4"},
+        {"s<Enter>", "Disable FTP service"},
+        {"f<Enter>", "Enable FTP service"},
+        {"f<Enter>", "Disable FTP service"},
+        {"<Down><Enter>", "Disable FTP SSL/TLS"},
+        {"b<Enter>b<Enter>l<Enter>", "Disallow web interface"},
+        {"v<Enter>v<Enter>", "Disable remote VNC"},
+        {"<Down><Enter>", "Change VNC password."},
+        {"secret12<Enter>", "Set remote VNC access password"},
+        {"s<Enter>", "SMB/CIFS configuration"},
+        {"c<Enter>", "Enter user account."},
+        {"<Enter>", "Configure user 'editor'"},
+        {"<End><Enter>p<Enter>", "SMB/CIFS account password?"},
+        {"secret12<Enter>", "Configure user 'editor'"},
+        {"<Enter>", "SMB/CIFS user 'editor' configuration"},
+        {"d<Enter>", "Configure user 'editor'"},
+        {"r<Enter>w<Enter>d<Enter>", "Start volkeep disk management"},
+        {"m<Enter>1<Enter>", "Network configuration: wlan0"},
+        {"r<Enter>", "Disable soft RF-kill"},
+        {"u<Enter>y", "Network configuration: wlan0"},
+        {"c<Enter>", "Configuration for wlan0"},
+        {"h<Space>i<Enter>", "[ESC to cancel]"},
+        {"10.9.8.7<Enter>", "10.9.8.7"},
+        {"s<Enter>", "Network configuration: wlan0"},
+        {"w<Enter>", "Backstage"},
+        {"s<Enter><End><Enter>", "SSID: 'studio'"},
+        {"r<Enter>", "Backstage"},
+        {"<End><Up><Enter>", "SSID: 'Backstage'"},
+        {"c<Enter>", "Access point password?"},
+        {"secret12<Enter>", "Backstage"},
+        {"r<Enter>", "Network configuration: wlan0"},
+        {"m<Enter>", "Tavrin 4"},
+        {"e<Enter>", ""},
+    };
+    return tour;
+}
+
+void WalkTour(Terminal& t, bool watched) {
+    for (const Leg& leg : Tour()) {
+        if (!t.Running()) return;
+        t.Press(leg.keys);
+        if (watched) t.WaitFor(leg.sign);
+        t.Settle(kLegSeconds);
+    }
+}
+
+void RushTour(Terminal& t) {
+    std::string keys;
+    for (const Leg& leg : Tour())
+        keys += leg.keys;
+    const auto begun = [&] { return !t.Running() || t.Shows("Exit this program"); };
+    t.machine().Await(begun, kStartSeconds);
+    t.Press(keys);
+    t.Settle(kLegSeconds);
+}
+
+TerminalOptions Traced(const Machine& box, const std::string& calls, const std::string& injection) {
+    TerminalOptions options;
+    options.rows = 30;
+    // No leak is looked for while there is a tracer.
+    options.environment = lifecycle::WithoutLeakSearch(box);
+    options.program = "/usr/bin/strace";
+    // The tracer stands apart (-DDD): the program is the terminal's own child as always.
+    options.arguments = {"-DDD",        "-qq", "-s",   "400", "-e",
+                         "signal=none", "-o",  kTrace, "-e",  "inject=clock_nanosleep:retval=0"};
+    const auto add = [&](const std::string& expression) {
+        options.arguments.insert(options.arguments.end(), {"-e", expression});
+    };
+    add("trace=clock_nanosleep" + (calls.empty() ? "" : "," + calls));
+    if (!injection.empty()) add("inject=" + injection);
+    options.arguments.push_back(IFMENU_PROGRAM);
+    return options;
+}
+
+Ending EndTour(Terminal& t) {
+    for (int i = 0; i < 4 && t.Running(); ++i) {
+        t.Press("<Enter>");
+        t.Settle(kLegSeconds);
+        t.Press("<C-c>");
+        t.Settle(kLegSeconds);
+    }
+    return t.WaitExit();
+}
+
+bool IsOrderly(const Ending& ending) {
+    return ending == Exited(0) || ending == Exited(1) || ending == Exited(130);
+}
+
+std::string TerminalDamage(Terminal& t) {
+    std::ostringstream damage;
+    if (!t.LineMode()) damage << "the terminal is not in line mode\n";
+    if (!t.CursorVisible()) damage << "the cursor is hidden\n";
+    if (t.AltScreen()) damage << "the screen is still up\n";
+    if (!t.MouseReporting().empty()) damage << "the mouse is still reported\n";
+    if (!lifecycle::KeypadSendsDigits(t.Output())) damage << "the keypad sends no digits\n";
+    return damage.str();
+}
+
+}  // namespace bench::faults

@@ -1,0 +1,30 @@
+// The tour itself: that it comes to every screen, so that faults on it meet all of the program.
+#include "tour.h"
+
+#include <gtest/gtest.h>
+
+namespace bench::faults {
+namespace {
+
+TEST(Tour, ComesToEveryScreenAndSavesEveryFile) {
+    TourBox box;
+    Terminal t(box, Traced(box));
+    WalkTour(t, true);
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+    EXPECT_EQ(TerminalDamage(t), "");
+    EXPECT_EQ(box.Damage(), "");
+    EXPECT_TRUE(box.AllSaved());
+}
+
+TEST(Tour, CanBeTypedInOneGo) {
+    TourBox box;
+    Terminal t(box, Traced(box));
+    RushTour(t);
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+    EXPECT_EQ(TerminalDamage(t), "");
+    EXPECT_EQ(box.Damage(), "");
+    EXPECT_TRUE(box.AllSaved());
+}
+
+}  // namespace
+}  // namespace bench::faults
