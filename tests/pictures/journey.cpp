@@ -85,6 +85,7 @@ std::vector<Frame> RecordJourney() {
     film.Show({"Y"}, "stops the interface and starts it again", kLook);
     Go(t, "y", std::string("eth1: ") + kAddress);
     film.Show({}, "the network script at work", kLook);
+    stage.ShowLink(true);
     stage.Continue();
     t.WaitFor("Network configuration: eth1");
     Go(t, "", std::string("IPv4: ") + kAddress);

@@ -11,6 +11,9 @@ class Stage : public bench::Machine {
   public:
     Stage();
 
+    // What the second card says of its link: a card that is down has none.
+    void ShowLink(bool link);
+
     // The network script holds its last message on the terminal until Continue().
     void HoldNetworkScript();
     void Continue();
