@@ -14,7 +14,7 @@ CopyCheckout /root/ifmenu
 cd /root/ifmenu
 dpkg --add-architecture arm64
 Install cmake make g++-aarch64-linux-gnu qemu-user-static file iproute2 ncurses-term psmisc procps \
-    libncurses-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64 libvterm-dev:arm64 \
+    libncurses-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64 libvterm-dev:arm64 libstdc++6:arm64 \
     >/root/install.log 2>&1 || { cat /root/install.log && exit 1; }
 
 # Build TARGET
