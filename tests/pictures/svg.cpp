@@ -1,9 +1,10 @@
 #include "svg.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <iterator>
-#include <map>
+#include <set>
 
 namespace pictures {
 namespace {
@@ -285,27 +286,32 @@ std::string Placed(int x, int y, const std::vector<std::string>& markup) {
 
 // ---- frames ----
 
-// The same rows stand in many frames: each is drawn once and used by its number.
+// The same rows stand in many frames: each is drawn once and used by its name, which its content
+// gives it, so that a row more in one frame changes nothing about the others.
 class RowStore {
   public:
-    // 0 for a blank row.
-    size_t NumberOf(const std::vector<std::string>& markup) {
-        if (markup.empty()) return 0;
-        const auto [found, is_new] = numbers_.try_emplace(markup, numbers_.size() + 1);
-        if (is_new) definitions_ += Definition(found->second, markup);
-        return found->second;
+    // "" for a blank row.
+    std::string NameOf(const std::vector<std::string>& markup) {
+        if (markup.empty()) return "";
+        std::string content;
+        for (const std::string& line : markup)
+            content += line + "\n";
+        std::string name = Format("r%08x", Digest(content));
+        if (names_.insert(name).second)
+            definitions_ += "<g id=\"" + name + "\">\n" + content + "</g>\n";
+        return name;
     }
     const std::string& Definitions() const { return definitions_; }
 
   private:
-    static std::string Definition(size_t number, const std::vector<std::string>& markup) {
-        std::string svg = Format("<g id=\"r%zu\">\n", number);
-        for (const std::string& line : markup)
-            svg += line + "\n";
-        return svg + "</g>\n";
+    static uint32_t Digest(const std::string& text) {
+        uint32_t digest = 2166136261;  // FNV-1a
+        for (const char c : text)
+            digest = (digest ^ static_cast<unsigned char>(c)) * 16777619;
+        return digest;
     }
 
-    std::map<std::vector<std::string>, size_t> numbers_;
+    std::set<std::string> names_;
     std::string definitions_;
 };
 
@@ -333,9 +339,9 @@ std::vector<std::string> CaptionMarkup(const Frame& frame) {
 std::string FrameMarkup(const Frame& frame, int x, RowStore& rows) {
     std::string svg = Format("<g transform=\"translate(%d 0)\">\n", x);
     for (int row = 0; row < frame.shot.rows; row++) {
-        const size_t number = rows.NumberOf(RowMarkup(frame.shot, row));
-        if (number == 0) continue;
-        svg += Format("<use href=\"#r%zu\" y=\"%d\"/>\n", number, row * kCellHeight);
+        const std::string name = rows.NameOf(RowMarkup(frame.shot, row));
+        if (name.empty()) continue;
+        svg += "<use href=\"#" + name + Format("\" y=\"%d\"/>\n", row * kCellHeight);
     }
     svg += Placed(0, ScreenHeight(frame.shot) + kMargin + (kCaptionBar - kKeyHeight) / 2,
                   CaptionMarkup(frame));

@@ -125,7 +125,7 @@ TEST(MovingPicture, DrawsARowOnceHoweverManyFramesShowIt) {
     Add(frame.shot, Letters("the same"));
     const std::string svg = MovingPicture({frame, frame}, {"", ""});
     EXPECT_EQ(svg.find("the same"), svg.rfind("the same"));
-    EXPECT_NE(svg.find("<use href=\"#r1\""), svg.rfind("<use href=\"#r1\""));
+    EXPECT_NE(svg.find("<use "), svg.rfind("<use "));
 }
 
 TEST(MovingPicture, ShowsEachFrameForItsTime) {
