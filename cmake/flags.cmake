@@ -1,14 +1,24 @@
-# The compiler flags of every target: ifmenu_flags is linked privately by each of them.
+# The compiler flags of every target. Each links one of these privately: the program and what is
+# built from its sources ifmenu_flags, the tests ifmenu_test_flags.
 add_library(ifmenu_flags INTERFACE)
+add_library(ifmenu_test_flags INTERFACE)
+add_library(ifmenu_common_flags INTERFACE)
+target_link_libraries(ifmenu_flags INTERFACE ifmenu_common_flags)
+target_link_libraries(ifmenu_test_flags INTERFACE ifmenu_common_flags)
 
 # NCURSES_WIDECHAR: the wide-character calls of curses.h, whatever the system headers define.
-target_compile_definitions(ifmenu_flags INTERFACE _GNU_SOURCE NCURSES_WIDECHAR=1)
-target_compile_options(ifmenu_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+target_compile_definitions(ifmenu_common_flags INTERFACE _GNU_SOURCE NCURSES_WIDECHAR=1)
+target_compile_options(ifmenu_common_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
 # g++ 12 sees overlaps in std::string's own assignments, where there are none.
-target_compile_options(ifmenu_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+target_compile_options(ifmenu_common_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 if(IFMENU_WARNINGS_AS_ERRORS)
-    target_compile_options(ifmenu_flags INTERFACE -Werror)
+    target_compile_options(ifmenu_common_flags INTERFACE -Werror)
 endif()
+
+# Test code is compiled as it stands: optimising or instrumenting it takes three times as long to
+# build, and it is the program that is under test.
+target_compile_options(ifmenu_test_flags INTERFACE -O0 $<$<CONFIG:Debug>:-g1>)
 
 if(IFMENU_FUZZ)
     target_compile_options(ifmenu_flags INTERFACE -fsanitize=fuzzer-no-link)
@@ -16,9 +26,22 @@ endif()
 if(IFMENU_SANITIZE)
     target_compile_options(ifmenu_flags INTERFACE
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
-    target_link_options(ifmenu_flags INTERFACE -fsanitize=address,undefined)
+    target_link_options(ifmenu_common_flags INTERFACE -fsanitize=address,undefined)
 else()
-    target_compile_options(ifmenu_flags INTERFACE -fstack-protector-strong
-        $<$<CONFIG:Release,RelWithDebInfo>:-U_FORTIFY_SOURCE> $<$<CONFIG:Release,RelWithDebInfo>:-D_FORTIFY_SOURCE=2>)
+    # What a fault in the program could be used for is kept small; tests/hardening looks for all of it
+    # in the program that was built.
+    target_compile_options(ifmenu_flags INTERFACE -fstack-protector-strong -fstack-clash-protection)
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|amd64|AMD64")
+        target_compile_options(ifmenu_flags INTERFACE -fcf-protection)
+    endif()
+    target_compile_definitions(ifmenu_flags INTERFACE _GLIBCXX_ASSERTIONS)
+    # The C library's checks need an optimising compiler.
+    target_compile_options(ifmenu_flags INTERFACE
+        $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
+        $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=3>)
     target_link_options(ifmenu_flags INTERFACE -Wl,-z,relro,-z,now)
 endif()
+
+# A position-independent program, also where the compiler makes none by itself.
+include(CheckPIESupported)
+check_pie_supported()
