@@ -443,7 +443,9 @@ size_t NextWithKey(const std::vector<std::string>& keys, size_t selected, const 
 
 // A key's letter stands out in its row, and in the others none does. The selected row is left out.
 void ExpectMarks(const Walker& t, const DocumentedScreen& screen) {
-    for (const auto& [line, text] : t.List(screen)) {
+    for (const auto& shown : t.List(screen)) {
+        const int line = shown.first;
+        const std::string& text = shown.second;
         if (line == t.SelectedRow()) continue;
         std::string marked;
         for (int col = 0; col < t.cols(); col++) {

@@ -230,9 +230,10 @@ TEST(WirelessList, ANewSizeLaysItOutWithoutFetchingIt) {
     const struct {
         int lines, last_row;
     } sizes[] = {{24, 18}, {43, 37}, {19, 13}, {40, 34}, {18, 16}, {12, 10}};
-    for (const auto& [lines, last_row] : sizes) {
-        SCOPED_TRACE(lines);
-        t.Resize(lines, 60);
+    for (const auto& size : sizes) {
+        const int last_row = size.last_row;
+        SCOPED_TRACE(size.lines);
+        t.Resize(size.lines, 60);
         char last[16];
         snprintf(last, sizeof last, "net%05d", last_row - kFirstLine - kRowsAbove + 1);
         t.WaitUntil([&] { return t.Row(last_row).find(last) != std::string::npos; },
