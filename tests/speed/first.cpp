@@ -1,4 +1,6 @@
 // How soon the screen stands.
+#include <sys/resource.h>
+
 #include <cstdio>
 #include <cstdlib>
 
@@ -17,41 +19,42 @@ std::string ReadAll(std::FILE* pipe) {
     return text;
 }
 
-// The program's commands without the program.
-double RunCommands(int cards) {
-    const double begun = bench::Now();
-    if (std::system(FolderCommand().c_str()) != 0) return 0;
+// What a refresh runs.
+void RunRefreshCommands(int cards) {
     ReadAll(popen(ListCommand().c_str(), "r"));
     std::vector<std::FILE*> pipes;
     for (int number = 1; number <= cards; ++number)
         pipes.push_back(popen(AddressCommand(number).c_str(), "r"));
     for (std::FILE* pipe : pipes)
         ReadAll(pipe);
-    return bench::Now() - begun;
 }
 
-Figure MeasureWith(int cards, int rounds) {
-    EnterNetwork(cards);
-    const Command floor = TheFloor(cards, Floor::kPlain);
-    std::vector<double> floors;
-    std::vector<double> commands;
-    std::vector<double> programs;
-    std::vector<double> ratios;
-    for (int round = 0; round < rounds; ++round) {
-        floors.push_back(FirstScreen(floor, cards));
-        commands.push_back(RunCommands(cards));
-        programs.push_back(FirstScreen(TheProgram(), cards));
-        ratios.push_back(programs.back() / (floors.back() + commands.back()));
-    }
-    return {.what = "First full screen, " + std::to_string(cards) + " interfaces",
-            .floor = Milliseconds(Median(floors)) + " + commands " + Milliseconds(Median(commands)),
-            .program = Milliseconds(Median(programs)),
-            .measured = Median(ratios),
-            .most = 1.15};
+double Seconds(const timeval& time) {
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
+double ProcessorSecondsOfChildren() {
+    rusage usage = {};
+    getrusage(RUSAGE_CHILDREN, &usage);
+    return Seconds(usage.ru_utime) + Seconds(usage.ru_stime);
+}
+
+// The program's commands without the program.
+void RunCommands(int cards, FirstScreens& firsts) {
+    const double begun = bench::Now();
+    const int status = std::system(FolderCommand().c_str());
+    const double folder_made = bench::Now();
+    const double processor = ProcessorSecondsOfChildren();
+    RunRefreshCommands(cards);
+    const double ended = bench::Now();
+    firsts.folder.push_back(status == 0 ? folder_made - begun : 0);
+    firsts.commands.push_back(ended - folder_made);
+    firsts.command_processor.push_back(ProcessorSecondsOfChildren() - processor);
 }
 
 Figure MeasureFloors(int rounds) {
     constexpr int kCards = 8;
+    EnterNetwork(kCards);
     std::vector<double> plain;
     std::vector<double> cxx;
     for (int round = 0; round < rounds; ++round) {
@@ -64,7 +67,37 @@ Figure MeasureFloors(int rounds) {
 
 }  // namespace
 
+FirstScreens MeasureFirstScreens(int cards, int rounds) {
+    const Command floor = TheFloor(cards, Floor::kPlain);
+    FirstScreens firsts;
+    for (int round = 0; round < rounds; ++round) {
+        firsts.floor.push_back(FirstScreen(floor, cards));
+        RunCommands(cards, firsts);
+        firsts.program.push_back(FirstScreen(TheProgram(), cards));
+        firsts.ratios.push_back(
+            firsts.program.back() /
+            (firsts.floor.back() + firsts.folder.back() + firsts.commands.back()));
+    }
+    return firsts;
+}
+
+Figure FirstScreens::AsFigure(const std::string& what, double most) const {
+    return {.what = what,
+            .floor = Milliseconds(Median(floor)) + " + commands " +
+                     Milliseconds(Median(folder) + Median(commands)),
+            .program = Milliseconds(Median(program)),
+            .measured = Median(ratios),
+            .most = most};
+}
+
 Figures MeasureFirst(const Amounts& amounts) {
-    return {MeasureWith(8, amounts.first_rounds), MeasureWith(64, amounts.first_rounds),
-            MeasureFloors(amounts.first_rounds)};
+    Figures figures;
+    for (int cards : {8, 64}) {
+        EnterNetwork(cards);
+        figures.push_back(
+            MeasureFirstScreens(cards, amounts.first_rounds)
+                .AsFigure("First full screen, " + std::to_string(cards) + " interfaces", 1.15));
+    }
+    figures.push_back(MeasureFloors(amounts.first_rounds));
+    return figures;
 }

@@ -13,7 +13,7 @@ std::string Format(const char* format, double number, const std::string& unit) {
 }
 
 std::string Measured(double number, const std::string& unit) {
-    return Format(unit == "times" ? "%.2f" : "%.6g", number, unit == "times" ? "" : unit);
+    return Format(unit == "times" ? "%.2f" : "%.3g", number, unit == "times" ? "" : unit);
 }
 
 std::string Line(const Figure& figure) {

@@ -12,8 +12,10 @@ struct Amounts {
     int first_rounds;
     int key_presses;
     int wait_presses;
-    int wait_visits;  // first pictures and returns to the main menu among the waits
+    int wait_visits;     // first pictures and returns to the main menu among the waits
+    double wait_answer;  // how long the slow `ip` takes
     double idle_seconds;
+    int idle_refreshes;
     int refreshes;
     int menu_rounds;
     std::vector<int> growth_cards;
@@ -47,6 +49,19 @@ LastRow LastRowOf(int cards);
 
 // From the start to the last byte of the first full screen.
 double FirstScreen(const Command& command, int cards);
+
+// Seconds of first screens, round by round: the floor's, the commands' run bare, the program's.
+struct FirstScreens {
+    std::vector<double> floor;
+    std::vector<double> folder;             // the command that prepares the program's folder
+    std::vector<double> commands;           // those of a refresh
+    std::vector<double> command_processor;  // their processor time
+    std::vector<double> program;
+    std::vector<double> ratios;  // the program's to all the others
+
+    Figure AsFigure(const std::string& what, double most) const;
+};
+FirstScreens MeasureFirstScreens(int cards, int rounds);
 
 // From a key to the last byte of what it paints.
 double PressAndWait(Watched& program, const std::string& key);

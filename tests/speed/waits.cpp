@@ -91,43 +91,36 @@ Figure Worst(const std::string& what, const std::vector<double>& seconds) {
         .unit = "ms"};
 }
 
-struct Kind {
-    const char* name;
-    const char* script;  // of `ip`; null: the real one
-    double busy;         // how long its answers take
-};
-
-constexpr Kind kKinds[] = {
-    {"ip answers at once", nullptr, 0.3},
-    {"ip takes a second", "sleep 1; PATH=${PATH#*:} exec ip \"$@\"", 3},
-};
-
-Command ProgramWith(const Kind& kind) {
+// The program with an `ip` that takes so long to answer.
+Command ProgramWith(double answer) {
     Command command = TheProgram();
-    if (kind.script != nullptr) {
-        command.environment["PATH"] = PathWith(StandIn("ip", kind.script));
+    if (answer > 0) {
+        command.environment["PATH"] = PathWith(
+            StandIn("ip", "sleep " + Number(answer, "") + "; PATH=${PATH#*:} exec ip \"$@\""));
     }
     return command;
 }
 
-void MeasureKind(const Kind& kind, const Amounts& amounts, Figures& figures) {
-    const std::string prefix = std::string(kind.name) + ": ";
-    const Command command = ProgramWith(kind);
+void MeasureWith(double answer, const Amounts& amounts, Figures& figures) {
+    const std::string prefix =
+        answer > 0 ? "`ip` takes " + Number(answer, "s") + ": " : "`ip` answers at once: ";
+    const double busy = 0.3 + 2.5 * answer;  // a list, and then the addresses
+    const Command command = ProgramWith(answer);
     std::vector<double> first;
     std::vector<double> anew;
     for (int visit = 0; visit < amounts.wait_visits; ++visit)
-        Append(first, WhileFirstBuilt(command, kind.busy));
+        Append(first, WhileFirstBuilt(command, busy));
 
     const LastRow last = LastRowOf(kCards);
-    Watched busy(WithFastClock(command, kClock));
-    busy.WaitForRow(last.line, last.text);
-    Finger finger(busy, kFirstLine);
+    Watched refreshing(WithFastClock(command, kClock));
+    refreshing.WaitForRow(last.line, last.text);
+    Finger finger(refreshing, kFirstLine);
     for (int press = 0; press < amounts.wait_presses; ++press)
         finger.Press();
     Watched program(command);
     program.WaitForRow(last.line, last.text);
     for (int visit = 0; visit < amounts.wait_visits; ++visit)
-        Append(anew, WhileBuiltAnew(program, kind.busy));
+        Append(anew, WhileBuiltAnew(program, busy));
     figures.push_back(Worst(prefix + "at the first screen", first));
     figures.push_back(Worst(prefix + "refreshes", finger.seconds));
     figures.push_back(Worst(prefix + "back from an action", anew));
@@ -138,7 +131,7 @@ void MeasureKind(const Kind& kind, const Amounts& amounts, Figures& figures) {
 Figures MeasureWaits(const Amounts& amounts) {
     EnterNetwork(kCards);
     Figures figures;
-    for (const Kind& kind : kKinds)
-        MeasureKind(kind, amounts, figures);
+    for (double answer : {0.0, amounts.wait_answer})
+        MeasureWith(answer, amounts, figures);
     return figures;
 }

@@ -3,7 +3,8 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
-#include <sys/ioctl.h>
+#include <sched.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utmp.h>
@@ -17,7 +18,12 @@
 namespace {
 
 constexpr double kPatience = 20;
+
 constexpr double kStill = 0.04;
+
+struct Ended : std::runtime_error {
+    Ended() : std::runtime_error("the program has ended") {}
+};
 
 std::map<std::string, std::string> Environment(const Command& command) {
     std::map<std::string, std::string> environment = {
@@ -37,24 +43,33 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     return pointers;
 }
 
-[[noreturn]] void Execute(int terminal, char* const* words, char* const* environment) {
+[[noreturn]] void Execute(int terminal, char* const* words, char* const* environment,
+                          double* started) {
     login_tty(terminal);
-    for (int number : {SIGINT, SIGQUIT, SIGHUP, SIGPIPE, SIGCHLD})
-        std::signal(number, SIG_DFL);
+    *started = bench::Now();
     execve(words[0], words, environment);
     _exit(127);
 }
 
 }  // namespace
 
-Watched::Watched(const Command& command) : emulator_(kRows, kColumns, false, [](const auto&) {}) {
+SharedNumber MakeSharedNumber() {
+    void* page =
+        mmap(nullptr, sizeof(double), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (page == MAP_FAILED) throw std::runtime_error("no memory to be had");
+    return {static_cast<double*>(page), [](double* number) { munmap(number, sizeof *number); }};
+}
+
+Watched::Watched(const Command& command)
+    : started_(MakeSharedNumber()), emulator_(kRows, kColumns, false, [](const auto&) {}) {
+    const winsize size = {kRows, kColumns, 0, 0};
     int master = -1;
     int terminal = -1;
-    const winsize size = {kRows, kColumns, 0, 0};
     if (openpty(&master, &terminal, nullptr, nullptr, &size) != 0) {
         throw std::runtime_error("no terminal to be had");
     }
     master_ = bench::Descriptor(master);
+    const bench::Descriptor other_end(terminal);
     fcntl(master, F_SETFD, FD_CLOEXEC);
     fcntl(master, F_SETFL, O_NONBLOCK);
     std::vector<std::string> words = command.words;
@@ -63,10 +78,10 @@ Watched::Watched(const Command& command) : emulator_(kRows, kColumns, false, [](
         settings.push_back(name + "=" + value);
     const std::vector<char*> word_pointers = Pointers(words);
     const std::vector<char*> setting_pointers = Pointers(settings);
-    started_ = bench::Now();
-    pid_ = vfork();
-    if (pid_ == 0) Execute(terminal, word_pointers.data(), setting_pointers.data());
-    close(terminal);
+    pid_ = fork();
+    if (pid_ == 0) {
+        Execute(terminal, word_pointers.data(), setting_pointers.data(), started_.get());
+    }
 }
 
 Watched::~Watched() {
@@ -82,7 +97,7 @@ bool Watched::Read(double seconds) {
     char buffer[8192];
     const ssize_t count = read(master_.get(), buffer, sizeof buffer);
     const double now = bench::Now();
-    if (count <= 0) throw std::runtime_error("the program has ended");
+    if (count <= 0) throw Ended();
     last_byte_ = now;
     bytes_ += count;
     all_.append(buffer, static_cast<size_t>(count));
@@ -98,6 +113,14 @@ void Watched::ReadFor(double seconds) {
     const double end = bench::Now() + seconds;
     for (double left = seconds; left > 0; left = end - bench::Now())
         Read(left);
+}
+
+void Watched::ReadToEnd() {
+    try {
+        ReadUntilQuiet(kPatience);
+    } catch (const Ended&) {
+        return;
+    }
 }
 
 double Watched::WaitForRow(int row, const std::string& text) {
@@ -158,8 +181,8 @@ double Watched::ProcessorSeconds() const {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
 
-long Watched::MemoryKilobytes(const std::string& field) const {
-    const std::string status = bench::ReadWhole("/proc/" + std::to_string(pid_) + "/status");
-    const size_t at = status.find(field + ":");
-    return at == std::string::npos ? 0 : std::atol(status.c_str() + at + field.size() + 1);
+long Watched::MemoryKilobytes(const std::string& file, const std::string& field) const {
+    const std::string text = bench::ReadWhole("/proc/" + std::to_string(pid_) + "/" + file);
+    const size_t at = text.find("\n" + field + ":");
+    return at == std::string::npos ? 0 : std::atol(text.c_str() + at + field.size() + 2);
 }

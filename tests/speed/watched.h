@@ -23,6 +23,10 @@ struct Command {
     std::string terminal = "xterm-1003";
 };
 
+// What a child can tell this process.
+using SharedNumber = std::unique_ptr<double, void (*)(double*)>;
+SharedNumber MakeSharedNumber();
+
 class Watched {
   public:
     static constexpr int kRows = 24, kColumns = 80;
@@ -33,7 +37,7 @@ class Watched {
     Watched& operator=(const Watched&) = delete;
 
     pid_t pid() const { return pid_; }
-    double started() const { return started_; }      // when it was started, as Now() tells
+    double started() const { return *started_; }     // when it was executed, as Now() tells
     double last_byte() const { return last_byte_; }  // when the last byte came
     long bytes() const { return bytes_; }            // how many came so far
 
@@ -43,8 +47,10 @@ class Watched {
     void ReadUntilQuiet(double seconds);
     // Takes all for so long.
     void ReadFor(double seconds);
-    // The same for the time that something outlasts: until that row shows exactly that text, and
-    // then until nothing comes any more. Returns when the last byte came.
+    // Takes all until the program has ended.
+    void ReadToEnd();
+    // Takes all until that row shows exactly that text and nothing more comes. Returns when the
+    // last byte came.
     double WaitForRow(int row, const std::string& text);
 
     // Sends the bytes; returns the time just before.
@@ -54,18 +60,19 @@ class Watched {
     std::string Picture();     // all rows with their styles, for comparing
     bool IsSelected(int row);  // whether the row is painted as the selected one
     bool EverShowed(const std::string& text) const { return all_.find(text) != std::string::npos; }
-    double ProcessorSeconds() const;                       // its own, so far
-    long MemoryKilobytes(const std::string& field) const;  // "VmRSS", "VmHWM" ...
+    double ProcessorSeconds() const;  // its own, so far
+    // A field of its file below /proc, e.g. VmRSS of status.
+    long MemoryKilobytes(const std::string& file, const std::string& field) const;
 
   private:
     void FeedEmulator();
 
+    SharedNumber started_;
     pid_t pid_ = -1;
     bench::Descriptor master_;
     bench::Emulator emulator_;
     std::string all_;  // what has come
     size_t fed_ = 0;   // how much of it the emulator has seen
-    double started_ = 0;
     double last_byte_ = 0;
     long bytes_ = 0;
 };

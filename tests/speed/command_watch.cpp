@@ -1,0 +1,52 @@
+#include "command_watch.h"
+
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <stdexcept>
+
+namespace {
+
+// Where Debian has it; /sbin/ip and /usr/sbin/ip lead there.
+constexpr const char* kCommand = "/bin/ip";
+constexpr double kOver = 0.3;
+constexpr double kPatience = 20;
+
+}  // namespace
+
+CommandWatch::CommandWatch() : events_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+    if (inotify_add_watch(events_.get(), kCommand, IN_OPEN | IN_CLOSE_NOWRITE) < 0) {
+        throw std::runtime_error("cannot watch the ip command");
+    }
+}
+
+void CommandWatch::Look() {
+    alignas(inotify_event) char buffer[16384];
+    ssize_t count = 0;
+    while ((count = read(events_.get(), buffer, sizeof buffer)) > 0) {
+        const double now = bench::Now();
+        // A watch on a file itself has events without names: all of one size.
+        for (ssize_t at = 0; at < count; at += static_cast<ssize_t>(sizeof(inotify_event))) {
+            const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
+            if (first_ == 0) first_ = now;
+            last_ = now;
+            if ((event->mask & IN_CLOSE_NOWRITE) != 0) ++ended_;
+        }
+    }
+}
+
+void CommandWatch::Reset() {
+    Look();
+    first_ = last_ = 0;
+    ended_ = 0;
+}
+
+void CommandWatch::WaitForRefresh(Watched& program) {
+    Reset();
+    const double end = bench::Now() + kPatience;
+    while (!seen() || bench::Now() < last_ + kOver) {
+        if (bench::Now() > end) throw std::runtime_error("no refresh came to its end");
+        program.ReadFor(0.002);
+        Look();
+    }
+}

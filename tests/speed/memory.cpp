@@ -1,0 +1,78 @@
+// How much memory the program has, and that it stays so.
+#include <cstdlib>
+
+#include "command_watch.h"
+#include "network.h"
+#include "sections.h"
+#include "spawn.h"
+
+namespace {
+
+constexpr int kCards = 8;
+constexpr double kSettled = 0.3;
+
+Figure Compare(const std::string& what, long floor, long program, double most) {
+    return {.what = what,
+            .floor = Number(static_cast<double>(floor), "kB"),
+            .program = Number(static_cast<double>(program), "kB"),
+            .measured = static_cast<double>(program) / static_cast<double>(floor),
+            .most = most};
+}
+
+Figures Resident() {
+    EnterNetwork(kCards);
+    const LastRow last = LastRowOf(kCards);
+    Watched floor(TheFloor(kCards, Floor::kCxx));
+    Watched program(TheProgram());
+    floor.WaitForRow(last.line, last.text);
+    program.WaitForRow(last.line, last.text);
+    program.ReadFor(kSettled);
+    return {
+        Compare("Resident memory (VmRSS)", floor.MemoryKilobytes("status", "VmRSS"),
+                program.MemoryKilobytes("status", "VmRSS"), 1.15),
+        Compare("Its own share of it (PSS)", floor.MemoryKilobytes("smaps_rollup", "Pss"),
+                program.MemoryKilobytes("smaps_rollup", "Pss"), -1),
+        Compare("Data of its own (RssAnon)", floor.MemoryKilobytes("status", "RssAnon"),
+                program.MemoryKilobytes("status", "RssAnon"), -1),
+    };
+}
+
+void WaitForRefreshes(Watched& program, CommandWatch& watch, int refreshes) {
+    constexpr int kCommands = 2;  // the list, and the one card's addresses
+    while (watch.ended() < refreshes * kCommands) {
+        program.ReadFor(0.05);
+        watch.Look();
+    }
+}
+
+// With one card, so that a refresh is short, and a clock with which the next is always due.
+Figure Growth(int refreshes) {
+    constexpr int kClock = 100000;
+    EnterNetwork(1);
+    Command command = WithFastClock(TheProgram(), kClock);
+    command.environment["FAST_WAIT"] = "1";
+    const LastRow last = LastRowOf(1);
+    CommandWatch watch;
+    Watched program(command);
+    while (program.Row(last.line) != last.text)
+        program.Read(1);
+    WaitForRefreshes(program, watch, refreshes / 10);
+    const long before = program.MemoryKilobytes("status", "VmHWM");
+    WaitForRefreshes(program, watch, refreshes);
+    const long after = program.MemoryKilobytes("status", "VmHWM");
+    return {.what = "Growth of the peak (VmHWM), refresh " + std::to_string(refreshes / 10) +
+                    " to " + std::to_string(refreshes),
+            .program = Number(static_cast<double>(before), "kB") + " to " +
+                       Number(static_cast<double>(after), "kB"),
+            .measured = static_cast<double>(after - before),
+            .most = 0,
+            .unit = "kB"};
+}
+
+}  // namespace
+
+Figures MeasureMemory(const Amounts& amounts) {
+    Figures figures = Resident();
+    figures.push_back(Growth(amounts.refreshes));
+    return figures;
+}

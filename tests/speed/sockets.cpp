@@ -1,0 +1,110 @@
+// What a refresh asks of the kernel, and what its commands may not do to the screen.
+//
+// The kernel waits some 10 ms when a packet socket is closed: one for a refresh is enough, and the
+// program must not be the one that waits.
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+
+#include "network.h"
+#include "sections.h"
+#include "spawn.h"
+
+namespace {
+
+constexpr int kCards = 8;
+constexpr const char* kStrace = "/usr/bin/strace";
+constexpr const char* kTraces = "/tmp/traces";
+constexpr const char* kComplaint = "ip has something to complain about";
+
+// The program under strace, with a refresh every half second and a file of calls for each process.
+Command Traced() {
+    std::filesystem::create_directory(kTraces);
+    Command command = TheProgram();
+    command.words = {kStrace, "-ff", "-T", "-s", "200", "-o", std::string(kTraces) + "/trace"};
+    for (const char* word : {"-e", "trace=execve,socket,close", "-e", "signal=none"})
+        command.words.emplace_back(word);
+    for (const auto& [name, value] : WithFastClock(TheProgram(), 10).environment)
+        command.words.insert(command.words.end(), {"-E", name + "=" + value});
+    command.words.emplace_back(IFMENU_PROGRAM);
+    return command;
+}
+
+struct Calls {
+    int refreshes = 0;
+    int packet_sockets = 0;
+    double longest_close = 0;  // among the program's own
+};
+
+bool Contains(const std::string& line, const std::string& text) {
+    return line.find(text) != std::string::npos;
+}
+
+// "close(5) = 0 <0.000123>"
+double SecondsOf(const std::string& line) {
+    return std::atof(line.c_str() + line.rfind('<') + 1);
+}
+
+void Count(const std::string& trace, Calls& calls) {
+    const bool is_program = Contains(trace, std::string("execve(\"") + IFMENU_PROGRAM);
+    std::istringstream lines(trace);
+    std::string line;
+    while (std::getline(lines, line)) {
+        if (Contains(line, "\"" + ListCommand() + "\"]")) ++calls.refreshes;
+        if (Contains(line, "socket(AF_PACKET")) ++calls.packet_sockets;
+        if (is_program && Contains(line, "close(")) {
+            calls.longest_close = std::max(calls.longest_close, SecondsOf(line));
+        }
+    }
+}
+
+Calls Trace() {
+    constexpr double kSomeRefreshes = 1.3;
+    const LastRow last = LastRowOf(kCards);
+    {
+        Watched program(Traced());
+        program.WaitForRow(last.line, last.text);
+        program.ReadFor(kSomeRefreshes);
+    }
+    Calls calls;
+    for (const auto& file : std::filesystem::directory_iterator(kTraces))
+        Count(bench::ReadWhole(file.path().string()), calls);
+    std::filesystem::remove_all(kTraces);
+    return calls;
+}
+
+bool ShowsComplaints() {
+    Command command = WithFastClock(TheProgram(), 10);
+    command.environment["PATH"] = PathWith(
+        StandIn("ip", "echo " + std::string(kComplaint) + " >&2; PATH=${PATH#*:} exec ip \"$@\""));
+    const LastRow last = LastRowOf(kCards);
+    Watched program(command);
+    program.WaitForRow(last.line, last.text);
+    program.ReadFor(1);
+    return program.EverShowed(kComplaint);
+}
+
+}  // namespace
+
+Figures MeasureSockets(const Amounts&) {
+    EnterNetwork(kCards);
+    const Calls calls = Trace();
+    return {{.what = "Packet sockets in a refresh",
+             .program = std::to_string(calls.packet_sockets) + " in " +
+                        std::to_string(calls.refreshes) + " refreshes",
+             .measured = static_cast<double>(calls.packet_sockets) / calls.refreshes,
+             .most = 1,
+             .unit = "sockets",
+             .exact = true},
+            {.what = "Longest wait of the program to close something",
+             .program = Milliseconds(calls.longest_close),
+             .measured = calls.longest_close * 1e3,
+             .most = 5,
+             .unit = "ms"},
+            {.what = "Complaints of `ip` on the screen",
+             .measured = ShowsComplaints() ? 1.0 : 0.0,
+             .most = 0,
+             .unit = "seen",
+             .exact = true}};
+}
