@@ -1,0 +1,233 @@
+#!/bin/sh
+# What the demo's /etc/init.d/network promises by itself, for root and for an ordinary user: a stop
+# undoes a start, a settings file may hold anything, and nothing is waited for without end.
+#
+# Exit status 0: kept, 1: broken (each broken promise is printed), 77: no machine can be made here.
+# shellcheck disable=SC2016  # what stands in single quotes is for the shells in the machine
+set -u
+appliance=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd -P)
+PATH=$PATH:/usr/sbin:/sbin
+"$appliance/enter" --bare true || exit 77
+
+scratch=$(mktemp -d)
+chmod 755 "$scratch"
+trap 'rm -rf "$scratch"' EXIT
+broken=0
+
+# What the shells in the machine have in common; eth1 is the card that they work on.
+cat >"$scratch/common" <<'END'
+file=/etc/network/02:00:00:00:10:21
+network=/etc/init.d/network
+
+# Settings LINE...: the card's settings are the template's, and these lines.
+Settings() {
+    { cat /etc/network/example && printf '%s\n' "$@"; } >$file
+}
+
+# Picture: what a start of eth1 may change. Lifetimes run by themselves, and eth0 hears its router.
+Picture() {
+    {
+        ip -oneline addr show dev eth1 | sed 's/valid_lft.*//'
+        ip -oneline link show dev eth1 | sed 's/ qdisc .*//'
+        ip -4 route show table all
+        ip -6 route show table all | sed 's/ expires [^ ]*//'
+        sysctl -a --pattern '^net\.ipv[46]\.(ip_forward|conf\.)' 2>/dev/null
+        nft list ruleset 2>/dev/null
+        cat /etc/resolv.conf
+        echo "clients: $(pgrep -c -f 'dhclient.* eth1$')"
+    } | grep -v ' dev eth0'
+}
+
+# Await CONDITION: a command line that will succeed within ten seconds.
+Await() {
+    for _ in $(seq 200); do
+        if eval "$1"; then return; fi
+        sleep 0.05
+    done
+    return 1
+}
+END
+
+# Promise WORDS EXPECTED ACTUAL
+Promise() {
+    [ "$2" = "$3" ] && return
+    printf '%s (%s)\n    expected: %s\n    seen:     %s\n' "$1" "$who" "$2" "$3"
+    broken=1
+}
+
+# Demo SCRIPT: what a shell script prints on the demo machine.
+Demo() {
+    $as "$appliance/enter" --quiet sh -c '. "$1/common"; eval "$2"' sh "$scratch" "$1" 2>&1
+}
+
+CheckStop() {
+    Promise "A stop undoes a start, with all settings on" "" "$(Demo '
+        cd /run
+        $network stop eth1 >/dev/null
+        Picture >before
+        Settings "dhcp6 = 1" "dns = 192.0.2.53" "static ip6 = 2001:db8:21::5/64" \
+            "nat enable = 1" "nat role = public"
+        $network start eth1 >/dev/null
+        Await "ip -6 route | grep -q default.*eth1" || echo "no advertisement"
+        Picture >during
+        ! cmp -s before during || echo "no start"
+        $network stop eth1 >/dev/null
+        Picture >after
+        diff before after')"
+    Promise "A stop undoes a start without IPv6" "" "$(Demo '
+        cd /run
+        $network stop eth1 >/dev/null
+        Picture >before
+        Settings "enable_ip6 = 0" "dhcp = 0" "static ip = 192.168.21.5" "gateway = 192.168.21.1"
+        $network start eth1 >/dev/null
+        Picture >during
+        ! cmp -s before during || echo "no start"
+        $network stop eth1 >/dev/null
+        Picture >after
+        diff before after')"
+    Promise "A start after a start changes nothing" "" "$(Demo '
+        cd /run
+        Settings "dhcp6 = 1" "ipv6_router_adv = 0" "nat enable = 1" "nat role = lan"
+        $network start eth1 >/dev/null
+        Picture >once
+        $network start eth1 >/dev/null
+        Picture >twice
+        diff once twice')"
+    Promise "Translation stays while another interface has a role" "1 1 0" "$(Demo '
+        Settings "dhcp = 0" "nat enable = 1" "nat role = public"
+        cp $file /etc/network/02:00:00:00:10:30
+        Forwards() { cat /proc/sys/net/ipv4/ip_forward; }
+        $network start eth1 >/dev/null
+        $network start br0 >/dev/null
+        one=$(Forwards)
+        $network stop eth1 >/dev/null
+        two=$(Forwards)
+        $network stop br0 >/dev/null
+        echo "$one $two $(Forwards)"')"
+}
+
+CheckValues() {
+    Promise "Values are data" "" "$(Demo '
+        for value in "\$(touch /run/owned)" "\`touch /run/owned\`" ";touch /run/owned" \
+            "\" ;touch /run/owned; \"" "-help" "*" "dev lo" "help" "a\\cb" "%s%n"; do
+            Settings "dhcp = 0" "dhcp6 = $value" "static ip = $value" "gateway = $value" \
+                "static ip6 = $value" "dns = $value" "nat enable = 1" "nat role = $value" \
+                "enable_ip6 = $value" "dhcp_gw = $value"
+            $network start eth1 >/dev/null 2>&1 || echo "status $?: $value"
+            Settings "dhcp = $value" "static ip = 192.168.21.5" "gateway = $value" \
+                "static ip netmask = $value"
+            $network start eth1 >/dev/null 2>&1 || echo "status $?: $value"
+            Settings "manage = $value" "disabled = $value"
+            $network start eth1 >/dev/null 2>&1 || echo "status $?: $value"
+        done
+        [ ! -e /run/owned ] || echo "a value was run"')"
+    Promise "What one setting cannot have leaves the others" \
+        "192.168.21.5/24 2001:db8:21::5/64 192.0.2.53" "$(Demo '
+        Settings "dhcp = 0" "ipv6_router_adv = 0" "static ip = 192.168.21.5" "gateway = 10.9.9.9" \
+            "static ip6 = 2001:db8:21::5/64" "dns = nobody 192.0.2.53" "nat enable = 1" \
+            "nat role = wan"
+        $network start eth1 >/dev/null 2>&1
+        echo $(ip -brief addr show dev eth1 scope global | cut -c 33-) \
+            $(sed -n "s/nameserver 192.0.2/192.0.2/p" /etc/resolv.conf)')"
+    Promise "A refused value is told, as plain text" "eth1: static ip = ?[31m1.2: not an IPv4 address" \
+        "$(Demo '
+        Settings "dhcp = 0" "enable_ip6 = 0" "static ip = ?$(printf "\033")[31m1.2"
+        $network start eth1 2>&1 >/dev/null')"
+    Promise "Values are read as the settings editor reads them" \
+        "1 on: on; 0 on: off; -1: off; yes: off; 5x: on; oN: on; 007: on; +3: on; 0x1: off; : off; on : off; " "$(Demo '
+        for value in "1 on" "0 on" -1 yes 5x oN 007 +3 0x1 "" "on "; do
+            Settings "dhcp = 0" "disabled = $value"
+            state=off
+            ! $network start eth1 | grep -q disabled || state=on
+            printf "%s: %s; " "$value" $state
+        done')"
+    Promise "Lines are read as the settings editor reads them" "192.168.21.7/16" "$(Demo '
+        Settings "dhcp=1" "dhcp   =   0" "	static ip = 192.168.21.5" "  static ip = 192.168.21.7" \
+            "# static ip = 192.168.21.8" "static ip= 192.168.21.9" "Static IP = 192.168.21.10" \
+            "enable_ip6 = 0" "$(printf "static ip netmask = 255.255.0.0 \r")" "no equals sign" "="
+        $network start eth1 >/dev/null
+        echo $(ip -brief addr show dev eth1 | cut -c 33-)')"
+}
+
+CheckFiles() {
+    Promise "A settings file may be in any state" "" "$(Demo '
+        Try() {
+            timeout 20 $network start eth1 >/dev/null 2>&1 || echo "$1: status $?"
+            ip link show dev eth1 up | grep -q eth1 || echo "$1: not up"
+            timeout 20 $network stop eth1 >/dev/null 2>&1 || echo "$1: stop: status $?"
+            rm -rf $file
+        }
+        rm -f $file
+        Try missing
+        : >$file
+        Try empty
+        mkdir $file
+        Try "a folder"
+        mkfifo $file
+        Try "a pipe"
+        ln -s /nowhere $file
+        Try "a link to nowhere"
+        head -c 100000 /dev/zero | tr "\0" "=" >$file
+        Try "a long line"
+        yes "dns = 192.0.2.1" | head -n 20000 >$file
+        Try "many lines"
+        head -c 4000 /bin/sh >$file
+        Try "a program"')"
+    Promise "An interface that is not there is refused" "1 1 1" "$(Demo '
+        for name in eth7 .. "-a b"; do
+            $network start "$name" >/dev/null 2>&1
+            echo $?
+        done' | xargs)"
+}
+
+CheckServers() {
+    Promise "A server that is silent is asked on" \
+        "eth1: no answer from a DHCP server yet, asking on; 192.168.21.21/24; 0" "$(Demo '
+        kill -STOP $(pidof dnsmasq)
+        Settings "enable_ip6 = 0"
+        printf "%s; " "$($network start eth1 | tail -n 1)"
+        kill -CONT $(pidof dnsmasq)
+        Await "ip -4 addr show dev eth1 | grep -q inet"
+        printf "%s; " $(ip -brief addr show dev eth1 | cut -c 33-)
+        $network stop eth1 >/dev/null
+        pgrep -c -f "dhclient.* eth1$"')"
+    Promise "Without a link nobody waits" "br0: no link" "$(Demo '
+        cp /etc/network/example /etc/network/02:00:00:00:10:30
+        timeout 4 $network start br0 | sed -n 2p')"
+    Promise "The client ends when the interface is not managed any more" "1 0 192.168.21.21/24" \
+        "$(Demo '
+        Settings "enable_ip6 = 0"
+        $network start eth1 >/dev/null
+        before=$(pgrep -c -f "dhclient.* eth1$")
+        Settings "manage = 0"
+        $network stop eth1 >/dev/null
+        echo $before $(pgrep -c -f "dhclient.* eth1$") $(ip -brief addr show dev eth1 | cut -c 33-)')"
+}
+
+# CheckMissing: root can take the programs away.
+CheckMissing() {
+    Promise "What is missing is told, and the rest holds" \
+        "eth1: nft is missing (Debian: nftables): no NAT
+eth1: dhclient is missing (Debian: isc-dhcp-client): no address from a server
+2001:db8:21::5/64" "$(Demo '
+        rm "$(readlink -f "$(command -v nft)")" "$(readlink -f "$(command -v dhclient)")"
+        Settings "ipv6_router_adv = 0" "static ip6 = 2001:db8:21::5/64" "nat enable = 1" \
+            "nat role = lan"
+        $network start eth1 | grep missing
+        echo $(ip -brief addr show dev eth1 scope global | cut -c 33-)')"
+}
+
+who="this user" as=
+CheckStop
+CheckValues
+CheckFiles
+CheckServers
+if [ "$(id -u)" = 0 ]; then
+    CheckMissing
+    ordinary="setpriv --reuid 65534 --regid 65534 --clear-groups"
+    if $ordinary "$appliance/enter" --bare true 2>/dev/null; then
+        who="an ordinary user" as=$ordinary
+        CheckStop
+    fi
+fi
+exit $broken
