@@ -71,7 +71,6 @@ void CheckPlace(const Session& session) {
     const Menu& menu = session.menu;
     Require(menu.selection >= 0, "the selection is not negative");
     Require(menu.top >= 0, "the top is not negative");
-    Require(menu.Count() == 0 || menu.top < menu.Count(), "the top is a row");
     if (!session.sound || menu.Count() == 0) return;
     Require(menu.selection < menu.Count(), "the selection is a row");
 }
@@ -143,6 +142,7 @@ void PressKey(Session& session, int key) {
     // A page of no row at all leads anywhere; a selection that is no row is ignored.
     if (!session.sound || menu.height < 1) session.sound = menu.selection < menu.Count();
     CheckPlace(session);
+    Require(menu.Count() == 0 || menu.top < menu.Count(), "the top is a row");
     CheckVisible(session);
     const bool is_enter = key == '\n' || key == '\r' || key == KEY_ENTER;
     Require(!is_enter || result == Menu::kActivate, "ENTER activates");
@@ -173,7 +173,8 @@ void MoveMouse(Session& session, Bytes& bytes) {
     event.x = bytes.NextBelow(144) - 2;
     const bool was_armed = menu.clickPending >= 1;
     if (ungetmouse(&event) != OK) return;
-    Require(getch() == KEY_MOUSE, "the event comes as a key");
+    // The key that tells of it is not read: behind it curses would look for a mouse's bytes.
+    flushinp();
     menu.HandleMouse();
     CheckPlace(session);
     int hovered = 0;
