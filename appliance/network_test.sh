@@ -191,7 +191,7 @@ CheckServers() {
         printf "%s; " $(ip -brief addr show dev eth1 | cut -c 33-)
         $network stop eth1 >/dev/null
         pgrep -c -f "dhclient.* eth1$"')"
-    Promise "Without a link nobody waits" "br0: no link" "$(Demo '
+    Promise "Without a link nobody waits" "br0: no link yet, a server will be asked when there is" "$(Demo '
         cp /etc/network/example /etc/network/02:00:00:00:10:30
         timeout 4 $network start br0 | sed -n 2p')"
     Promise "The client ends when the interface is not managed any more" "1 0 192.168.21.21/24" \
