@@ -1,5 +1,7 @@
 #include "system/ntp_config.h"
 
+#include <cerrno>
+
 #include "util/files.h"
 #include "util/lines.h"
 #include "util/save_file.h"
@@ -42,10 +44,12 @@ std::string FormatNtpConfig(const NtpConfig& config) {
 }
 
 NtpConfig ReadNtpConfig() {
-    const auto text = ReadWholeFile(kPath);
-    return text ? ParseNtpConfig(*text) : NtpConfig();
+    if (const auto text = ReadWholeFile(kPath)) return ParseNtpConfig(*text);
+    NtpConfig config;
+    config.unread = errno != ENOENT;
+    return config;
 }
 
 void WriteNtpConfig(const NtpConfig& config) {
-    SaveFile(kPath, FormatNtpConfig(config));
+    if (!config.unread) SaveFile(kPath, FormatNtpConfig(config));
 }

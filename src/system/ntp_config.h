@@ -8,6 +8,7 @@
 struct NtpConfig {
     std::vector<std::string> servers;     // what follows "server", options included
     std::vector<std::string> otherLines;  // every other line, as it stands
+    bool unread = false;                  // the file is there, but could not be read
 };
 
 // A line that begins with "server" and a blank or tab is a server's; one with nothing behind that
@@ -19,6 +20,6 @@ NtpConfig ParseNtpConfig(std::string_view text);
 std::string FormatNtpConfig(const NtpConfig& config);
 
 // /etc/ntp.conf: empty when it can't be read; rewritten as a whole (util/save_file.h), a failure is
-// not reported.
+// not reported. One that is there and could not be read is not rewritten: its lines would be lost.
 NtpConfig ReadNtpConfig();
 void WriteNtpConfig(const NtpConfig& config);

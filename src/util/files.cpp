@@ -16,7 +16,9 @@ std::optional<std::string> ReadWholeFile(const char* path) {
         count = read(descriptor, buffer, sizeof buffer);
         if (count > 0) text.append(buffer, static_cast<size_t>(count));
     } while (count > 0 || (count < 0 && errno == EINTR));
+    const int error = errno;
     close(descriptor);
+    errno = error;
     if (count < 0) return std::nullopt;
     return text;
 }
