@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <sstream>
 
@@ -30,11 +31,13 @@ struct SavedFile {
     mode_t mode;
 };
 
+const SavedFile kNtp = {
+    "/etc/ntp.conf", "driftfile /var/lib/ntp/drift\nserver time.example.org iburst\n",
+    "driftfile /var/lib/ntp/drift\nserver time.example.org iburst\nserver ntp.example.net\n", 0640};
+
 const SavedFile kSaved[] = {
     {"/etc/hostname", "appliance\n", "appliance-2\n", 0644},
-    {"/etc/ntp.conf", "driftfile /var/lib/ntp/drift\nserver time.example.org iburst\n",
-     "driftfile /var/lib/ntp/drift\nserver time.example.org iburst\nserver ntp.example.net\n",
-     0640},
+    kNtp,
     {kSettings, kOldSettings, kNewSettings, 0600},
     {"/etc/vsftpd.conf", "listen=YES\nssl_enable=NO\n", "listen=YES\nssl_enable=YES\n", 0644},
 };
@@ -149,10 +152,17 @@ std::string TourBox::Damage() {
 }
 
 bool TourBox::AllSaved() {
-    for (const SavedFile& file : kSaved) {
-        if (Read(file.path) != file.after) return false;
-    }
-    return true;
+    return std::all_of(std::begin(kSaved), std::end(kSaved),
+                       [this](const SavedFile& file) { return Read(file.path) == file.after; });
+}
+
+bool TourBox::AllUntouched() {
+    return std::all_of(std::begin(kSaved), std::end(kSaved),
+                       [this](const SavedFile& file) { return Read(file.path) == file.before; });
+}
+
+bool TourBox::NtpUntouched() {
+    return Read(kNtp.path) == kNtp.before;
 }
 
 const std::vector<Leg>& Tour() {

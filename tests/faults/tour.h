@@ -30,6 +30,9 @@ class TourBox : public Machine {
     std::string Damage();
     // Whether every file is the new one.
     bool AllSaved();
+    // Whether none of them has changed; and of the time servers alone.
+    bool AllUntouched();
+    bool NtpUntouched();
 
   private:
     std::vector<std::string> Leftovers() const;

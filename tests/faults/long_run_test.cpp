@@ -1,0 +1,112 @@
+// The program left alone for a long time, on a clock that runs faster; and whether it gives back
+// what it takes.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <sstream>
+#include <string>
+
+#include "tour.h"
+
+namespace bench::faults {
+namespace {
+
+// What a process holds, as the kernel tells it.
+struct Holdings {
+    long descriptors = 0;
+    long kilobytes = 0;  // of its own memory: heap, stack, what it has written to
+    int children = 0;
+};
+
+Holdings HoldingsOf(const Terminal& t) {
+    const std::string proc = "/proc/" + std::to_string(t.pid());
+    Holdings holdings;
+    for (const auto& entry : std::filesystem::directory_iterator(proc + "/fd")) {
+        holdings.descriptors += entry.path().empty() ? 0 : 1;
+    }
+    std::istringstream status(ReadWhole(proc + "/status"));
+    for (std::string word; status >> word;)
+        if (word == "RssAnon:") status >> holdings.kilobytes;
+    holdings.children = t.Children();
+    return holdings;
+}
+
+size_t Refreshes(TourBox& box) {
+    size_t refreshes = 0;
+    for (const std::string& line : box.CallLines("ip"))
+        refreshes += line == "ip link" ? 1 : 0;
+    return refreshes;
+}
+
+// After so many refreshes, and between two of them: what is only held while one is made is left
+// out.
+Holdings HoldingsAfter(TourBox& box, Terminal& t, size_t refreshes) {
+    box.WaitUntil([&] { return Refreshes(box) >= refreshes; },
+                  std::to_string(refreshes) + " refreshes", 600);
+    Holdings least = HoldingsOf(t);
+    for (int look = 0; look < 30; ++look) {
+        t.RunFor(0.005);
+        const Holdings now = HoldingsOf(t);
+        least.descriptors = std::min(least.descriptors, now.descriptors);
+        least.kilobytes = std::min(least.kilobytes, now.kilobytes);
+        least.children = std::min(least.children, now.children);
+    }
+    return least;
+}
+
+void Refresh(size_t warm, size_t refreshes) {
+    TourBox box;
+    box.Record("ip");
+    TerminalOptions options = lifecycle::AtAPrompt();
+    options.environment = {{"FAST_CLOCK", "100"}, {"LD_PRELOAD", FAULTS_CLOCK ":" FAULTS_CARDS}};
+    Terminal t(box, options);
+    t.WaitFor("1. wlan0");
+    const Holdings early = HoldingsAfter(box, t, warm);
+    const Holdings late = HoldingsAfter(box, t, refreshes);
+    EXPECT_EQ(late.descriptors, early.descriptors);
+    EXPECT_EQ(late.children, early.children);
+#ifndef __SANITIZE_ADDRESS__  // which keeps what was given back for a while
+    EXPECT_LE(late.kilobytes, early.kilobytes + 64);
+#endif
+    std::cout << "FAULTS refreshes: " << warm << " to " << refreshes << ": descriptors "
+              << early.descriptors << " and " << late.descriptors << ", own memory "
+              << early.kilobytes << " KB and " << late.kilobytes << " KB" << std::endl;
+    t.Press("<Esc>");
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+    lifecycle::ExpectTerminalAsBefore(t);
+}
+
+TEST(Refreshing, ForFiveMinutesTakesNothing) {
+    Refresh(20, 60);
+}
+
+TEST(WholeRefreshing, ForAnHourTakesNothing) {
+    Refresh(20, 720);
+}
+
+// The C library's and curses' own records are still reachable at the end; nothing may be lost.
+TEST(WholeTourInValgrind, LosesNothingAndReadsNothingWrong) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "not with a sanitizer";
+#endif
+    TourBox box;
+    TerminalOptions options;
+    options.rows = 30;
+    options.program = "/usr/bin/valgrind";
+    options.arguments = {
+        "--leak-check=full",   "--show-leak-kinds=definite,indirect,possible",
+        "--error-exitcode=99", "--errors-for-leak-kinds=definite,indirect,possible",
+        "--track-fds=yes",     "--log-file=/tmp/valgrind",
+        "--trace-children=no", IFMENU_PROGRAM};
+    Terminal t(box, options);
+    t.machine().Await([&] { return t.Shows("Exit this program"); }, 60);
+    WalkTour(t);
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+    EXPECT_TRUE(box.AllSaved());
+    std::cout << "FAULTS valgrind:\n" << box.Read("/tmp/valgrind") << std::endl;
+}
+
+}  // namespace
+}  // namespace bench::faults

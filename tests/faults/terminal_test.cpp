@@ -1,0 +1,322 @@
+// Terminals that misbehave on a tour through every screen: they hang up, stop and interrupt the
+// program, change their size, send noise.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "keys.h"
+#include "seed.h"
+#include "tour.h"
+
+namespace bench::faults {
+namespace {
+
+using testing::AnyOf;
+using testing::IsEmpty;
+
+// The tour's keys one by one, as the terminal sends them.
+std::vector<std::string> KeysOfTheTour() {
+    std::string keys, error;
+    for (const Leg& leg : Tour())
+        keys += leg.keys;
+    std::vector<std::string> bytes;
+    for (const KeyPress& press : KeyPresses("xterm-256color", keys, error))
+        bytes.push_back(press.bytes);
+    return bytes;
+}
+
+// Goes a part of the tour's way, and a little time further.
+void GoUpTo(Terminal& t, size_t keys, int milliseconds) {
+    const std::vector<std::string> tour = KeysOfTheTour();
+    std::string bytes;
+    for (size_t i = 0; i < keys; ++i)
+        bytes += tour[i];
+    t.machine().Await([&] { return t.Shows("Exit this program"); }, 5);
+    t.SendBytes(bytes);
+    t.RunFor(milliseconds / 1000.0);
+}
+
+// ---- the terminal goes ----
+
+void HangUpAfter(TourBox& box, size_t keys, int milliseconds) {
+    SCOPED_TRACE(std::to_string(keys) + " keys and " + std::to_string(milliseconds) + " ms");
+    box.Reset();
+    Terminal t(box, Traced(box));
+    GoUpTo(t, keys, milliseconds);
+    t.HangUp();
+    EXPECT_THAT(t.WaitExit(), AnyOf(Exited(129), Exited(1), Exited(0)));
+    EXPECT_EQ(box.Damage(), "");
+}
+
+TEST(HangUp, AtSomeMomentsEndsTheProgramAndLosesNothing) {
+    Chance chance(Game::kSame);
+    TourBox box;
+    const int keys = static_cast<int>(KeysOfTheTour().size());
+    for (int i = 0; i < 6; ++i)
+        HangUpAfter(box, static_cast<size_t>(chance.Between(0, keys)), chance.Between(0, 300));
+}
+
+TEST(WholeHangUp, AfterEveryKeyEndsTheProgramAndLosesNothing) {
+    Chance chance(Game::kNew);
+    TourBox box;
+    const size_t keys = KeysOfTheTour().size();
+    for (size_t i = 0; i <= keys; ++i)
+        HangUpAfter(box, i, chance.Between(0, 30));
+    std::cout << "FAULTS hang-ups: " << keys + 1 << std::endl;
+}
+
+// ---- Ctrl-C ----
+
+void InterruptAfter(TourBox& box, size_t keys, int milliseconds) {
+    SCOPED_TRACE(std::to_string(keys) + " keys and " + std::to_string(milliseconds) + " ms");
+    box.Reset();
+    Terminal t(box, Traced(box));
+    GoUpTo(t, keys, milliseconds);
+    t.SendBytes("\x03");
+    t.Settle();
+    // It may have been for a command.
+    EXPECT_THAT(EndTour(t), AnyOf(Exited(130), Exited(0)));
+    EXPECT_EQ(TerminalDamage(t), "");
+    EXPECT_EQ(box.Damage(), "");
+}
+
+TEST(CtrlC, AtSomeMomentsEndsTheProgramOrItsCommand) {
+    Chance chance(Game::kSame);
+    TourBox box;
+    const int keys = static_cast<int>(KeysOfTheTour().size());
+    for (int i = 0; i < 6; ++i)
+        InterruptAfter(box, static_cast<size_t>(chance.Between(0, keys)), chance.Between(0, 300));
+}
+
+TEST(WholeCtrlC, AfterEveryKeyEndsTheProgramOrItsCommand) {
+    Chance chance(Game::kNew);
+    TourBox box;
+    const size_t keys = KeysOfTheTour().size();
+    for (size_t i = 0; i <= keys; ++i)
+        InterruptAfter(box, i, chance.Between(0, 30));
+    std::cout << "FAULTS interrupts: " << keys + 1 << std::endl;
+}
+
+// ---- Ctrl-Z ----
+
+// The program under a shell that continues it as soon as it has stopped, and says so.
+TerminalOptions UnderAnEagerShell(const Machine& box) {
+    TerminalOptions options = Traced(box);
+    std::string command = "set -m; " + options.program;
+    for (const std::string& argument : options.arguments)
+        command += " '" + argument + "'";
+    // 148: stopped by Ctrl-Z.
+    command +=
+        "; status=$?; while [ $status = 148 ]; do echo >>/tmp/stops; fg >/dev/null;"
+        " status=$?; done; exit $status";
+    options.program = "/bin/sh";
+    options.arguments = {"-c", command};
+    return options;
+}
+
+TEST(CtrlZ, AfterEveryPartOfTheTourLeavesItAsItWas) {
+    TourBox box;
+    Terminal t(box, UnderAnEagerShell(box));
+    size_t stops = 0;
+    for (const Leg& leg : Tour()) {
+        t.Press(leg.keys);
+        if (leg.sign[0] == '\0') break;
+        t.WaitFor(leg.sign);
+        t.Settle();
+        t.Press("<C-z>");
+        ++stops;
+        box.WaitUntil(
+            [&] { return box.Exists("/tmp/stops") && box.Read("/tmp/stops").size() == stops; },
+            "the stop");
+        t.WaitFor(leg.sign);
+        t.Settle();
+    }
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+    EXPECT_EQ(TerminalDamage(t), "");
+    EXPECT_TRUE(box.AllSaved());
+}
+
+// ---- sizes ----
+
+// Whether the program has drawn what fits the present size. Nobody draws on the plain terminal, and
+// a question is not drawn anew.
+bool HasDrawn(const Terminal& t, const Leg& leg) {
+    if (!t.AltScreen() || std::string(leg.sign).starts_with("Are you sure?")) return true;
+    const std::vector<std::string> screen = t.Screen();
+    const auto empty = std::count(screen.begin(), screen.end(), std::string());
+    return static_cast<int>(empty) < t.rows() - 1;
+}
+
+// A list may be left scrolled, so what it shows on the way is not looked at.
+void StormAfterEveryLeg(int sizes, Game game) {
+    Chance chance(game);
+    TourBox box;
+    const TerminalOptions options = Traced(box);
+    Terminal t(box, options);
+    t.WaitFor("Exit this program");
+    for (const Leg& leg : Tour()) {
+        t.Press(leg.keys);
+        t.Settle();
+        if (!t.Running()) break;
+        for (int i = 0; i < sizes; ++i)
+            t.Resize(chance.Between(1, 300), chance.Between(1, 500));
+        t.Resize(1, 1);
+        t.Settle();
+        t.Resize(options.rows, options.cols);
+        t.WaitUntil([&] { return HasDrawn(t, leg); }, "the picture of the last size");
+        t.Settle();
+    }
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+    EXPECT_EQ(TerminalDamage(t), "");
+    EXPECT_TRUE(box.AllSaved());
+}
+
+TEST(ResizeStorm, OnEveryScreenChangesNothing) {
+    StormAfterEveryLeg(3, Game::kSame);
+}
+
+TEST(WholeResizeStorm, OnEveryScreenChangesNothing) {
+    StormAfterEveryLeg(1000, Game::kNew);
+    std::cout << "FAULTS sizes: " << (Tour().size() - 1) * 1002 << std::endl;
+}
+
+// ---- noise on the line ----
+
+// Where the noise begins.
+constexpr const char* kWays[] = {
+    "",                                       // main menu
+    "d<Enter>",                               // question
+    "n<Enter>",                               // text entry
+    "t<Enter>",                               // time servers
+    "i<Enter>",                               // diagnostics
+    "s<Enter>",                               // services
+    "s<Enter>v<Enter>v<Enter><Down><Enter>",  // password entry
+    "1<Enter>",                               // interface
+    "1<Enter>c<Enter>",                       // its settings
+    "1<Enter>w<Enter>",                       // access points
+};
+
+// What a noise must not do.
+struct Noise {
+    std::string name;
+    std::function<bool(unsigned char)> allowed;  // which bytes may come
+    std::function<std::string(TourBox&)> wrong;  // what was done and should not have been
+};
+
+// Signal keys end or stop the program: rightly so, but they keep the noise short.
+bool IsSignalKey(unsigned char byte) {
+    return byte == 0x03 || byte == 0x1c || byte == 0x1a;
+}
+
+std::string CallsAs(TourBox& box, const std::function<bool(const std::string&)>& wrong) {
+    std::string calls;
+    for (const std::string& line : box.CallLines())
+        if (wrong(line)) calls += line + "\n";
+    return calls;
+}
+
+// Nothing is done without ENTER or a mouse's click.
+std::string AnythingDone(TourBox& box) {
+    std::string done = CallsAs(box, [](const std::string& line) {
+        // To look is not to do.
+        return !line.ends_with("list_networks") && !line.ends_with("scan_result");
+    });
+    return done + (box.AllUntouched() ? "" : "a file was changed\n");
+}
+
+// What asks "Are you sure?" is not done without a yes.
+std::string UnconfirmedDone(TourBox& box) {
+    std::string done = CallsAs(box, [](const std::string& line) {
+        for (const char* asked : {"/etc/init.d/network ", "killall ", "/etc/init.d/service-nscd ",
+                                  "/etc/init.d/service-ntpd ", "volkeep-stop", "smbpasswd -x"})
+            if (line.starts_with(asked)) return true;
+        return line.find(" remove_network ") != std::string::npos;
+    });
+    return done + (box.NtpUntouched() ? "" : "the time servers were saved\n");
+}
+
+std::string NothingWrong(TourBox&) {
+    return "";
+}
+
+const Noise kNoises[] = {
+    {"WithoutEnter",
+     [](unsigned char byte) {
+         return !IsSignalKey(byte) &&
+                std::string("\n\ryYM<").find(static_cast<char>(byte)) == std::string::npos;
+     },
+     AnythingDone},
+    {"WithoutAYes",
+     [](unsigned char byte) {
+         return !IsSignalKey(byte) &&
+                std::string("yYM<").find(static_cast<char>(byte)) == std::string::npos;
+     },
+     UnconfirmedDone},
+    {"OfAnyKind", [](unsigned char) { return true; }, NothingWrong},
+};
+
+std::string RandomBytes(Chance& chance, const Noise& noise, int count) {
+    std::string bytes;
+    while (static_cast<int>(bytes.size()) < count) {
+        const auto byte = static_cast<unsigned char>(chance.Between(0, 255));
+        if (noise.allowed(byte)) bytes += static_cast<char>(byte);
+    }
+    return bytes;
+}
+
+// Noise from one place on, as long as the program lives; how many bytes it was.
+int MakeNoise(TourBox& box, Chance& chance, const Noise& noise, const char* way, int bytes) {
+    SCOPED_TRACE(noise.name + " after \"" + way + "\"");
+    box.Reset();
+    Terminal t(box, Traced(box));
+    t.WaitFor("Exit this program");
+    t.Press(way);
+    t.Settle();
+    box.ForgetCalls();
+    int sent = 0;
+    while (sent < bytes && t.Running()) {
+        const int size = std::min(bytes - sent, chance.Between(1, 500));
+        // A line that was stopped by Ctrl-S is let go on.
+        t.SendBytes(RandomBytes(chance, noise, size) + "\x11");
+        t.Settle(60);
+        sent += size;
+    }
+    EXPECT_EQ(noise.wrong(box), "");
+    const Ending ending = EndTour(t);
+    EXPECT_THAT(ending, AnyOf(Exited(0), Exited(1), Exited(130), Exited(131)));
+    EXPECT_EQ(TerminalDamage(t), "");
+    return sent;
+}
+
+TEST(Noise, EndsNothingInDisorderAndDoesNothingUnasked) {
+    Chance chance(Game::kSame);
+    TourBox box;
+    for (const Noise& noise : kNoises)
+        for (const char* way : kWays)
+            MakeNoise(box, chance, noise, way, 150);
+}
+
+class WholeNoise : public testing::TestWithParam<int> {};
+
+TEST_P(WholeNoise, EndsNothingInDisorderAndDoesNothingUnasked) {
+    const Noise& noise = kNoises[GetParam()];
+    Chance chance(Game::kNew);
+    TourBox box;
+    constexpr int kMegabyte = 1000000;
+    int sent = 0, programs = 0;
+    for (; sent < kMegabyte && !HasFailure(); ++programs)
+        sent += MakeNoise(box, chance, noise, kWays[programs % std::size(kWays)], 20000);
+    std::cout << "FAULTS noise " << noise.name << ": " << sent << " bytes to " << programs
+              << " programs" << std::endl;
+}
+
+INSTANTIATE_TEST_SUITE_P(Whole, WholeNoise, testing::Range(0, 3),
+                         [](const auto& each) { return kNoises[each.param].name; });
+
+}  // namespace
+}  // namespace bench::faults
