@@ -1,0 +1,65 @@
+// What holds of the moves in every menu.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "ui/menu.h"
+#include "ui/screen_fixture.h"
+#include "util/random_fixtures.h"
+
+namespace {
+
+class MenuProperties : public testing::Test {
+  protected:
+    void SetUp() override { ASSERT_TRUE(screen.IsReady()); }
+
+    // Up to 40 rows, some only to read; the selection is on one that can be selected.
+    void Fill() {
+        menu.Clear();
+        menu.Init();
+        const int rows = 1 + random.Below(40);
+        for (int row = 0; row < rows; ++row) {
+            if (random.OneIn(3)) {
+                menu.AddSeparator();
+            } else {
+                menu.AddItem("row " + std::to_string(row), row);
+            }
+        }
+        menu.AddItem("last", rows);
+        menu.SetSize(20, 1 + random.Below(30));
+        menu.MoveDown(1 + random.Below(50));
+    }
+
+    UnseenScreen screen;
+    Random random;
+    Menu menu;
+};
+
+TEST_F(MenuProperties, AsManyMovesUpAsDownLeadBack) {
+    for (int i = 0; i < 500 && !HasFailure(); ++i) {
+        Fill();
+        const int before = menu.selection;
+        const int moves = random.Below(100);
+        menu.MoveDown(moves);
+        menu.MoveUp(moves);
+        EXPECT_EQ(menu.selection, before) << moves << " moves, " << menu.Count() << " rows";
+    }
+}
+
+TEST_F(MenuProperties, AsManyKeysUpAsDownLeadBackAndTheRowIsVisible) {
+    for (int i = 0; i < 50 && !HasFailure(); ++i) {
+        Fill();
+        const int before = menu.selection;
+        const int moves = random.Below(60);
+        for (int key : {KEY_DOWN, KEY_UP}) {
+            for (int move = 0; move < moves; ++move) {
+                menu.HandleKey(key);
+                EXPECT_GE(menu.selection, menu.top);
+                EXPECT_LT(menu.selection, menu.top + menu.height);
+            }
+        }
+        EXPECT_EQ(menu.selection, before) << moves << " moves, " << menu.Count() << " rows";
+    }
+}
+
+}  // namespace
