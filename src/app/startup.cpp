@@ -3,6 +3,7 @@
 #include <curses.h>
 #include <fcntl.h>
 #include <strings.h>
+#include <sys/stat.h>
 #include <term.h>
 #include <unistd.h>
 
@@ -27,6 +28,7 @@ namespace {
 constexpr const char* kMouseTerminal = "xterm-1003";
 constexpr mmask_t kMouseEvents = ALL_MOUSE_EVENTS | REPORT_MOUSE_POSITION;
 constexpr unsigned kCleanUpSeconds = 5;
+constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
 constexpr int kOutOfMemory = 1;
 
 void OpenMissingDescriptors() {
@@ -72,6 +74,7 @@ void PrintRootRefusal() {
 
 void PrepareProcess() {
     OpenMissingDescriptors();
+    umask(umask(0) | kOthersWrite);
     before_assertion_report = RestoreTerminal;
     std::set_new_handler(OnMemoryExhausted);
     CloseSignalGate();

@@ -11,7 +11,8 @@ void PrintRootRefusal();
 // SIGCHLD is ignored, so that the kernel reaps children. SIGINT, SIGQUIT, SIGTERM and SIGHUP go to
 // OnTerminateSignal (a SIGHUP that was ignored when the program was started stays ignored), and
 // are let in only while the program waits (util/signal_gate.h). Descriptors 0 to 2 that are closed
-// are opened on /dev/null, so that no file of ours takes their place. When memory runs out,
+// are opened on /dev/null, so that no file of ours takes their place. What the program and its
+// commands make can be written by nobody else, whatever the umask was. When memory runs out,
 // OnMemoryExhausted is called.
 void PrepareProcess();
 
