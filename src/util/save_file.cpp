@@ -131,8 +131,10 @@ bool SaveFile(const std::string& path, std::string_view text) {
 bool SaveFileThrough(const std::string& temporary, const std::string& path, std::string_view text) {
     struct stat old = {};
     const bool exists = stat(path.c_str(), &old) == 0;
+    // Never into what is there under that name: a link, or a file that others have open.
+    unlink(temporary.c_str());
     const int descriptor =
-        open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode);
+        open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kNewFileMode);
     if (descriptor < 0) return false;
     if (!FillFile(descriptor, text, exists ? &old : nullptr)) {
         unlink(temporary.c_str());

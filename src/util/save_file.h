@@ -19,7 +19,7 @@
 // with line feeds over what the old one had more.
 bool SaveFile(const std::string& path, std::string_view text);
 
-// The same for a file whose temporary neighbour has a name of its own, which is overwritten if it
-// is there. Links are not followed: `path` itself is replaced. When the new file can't take the old
-// one's place, it stays under its temporary name.
+// The same for a file whose temporary neighbour has a name of its own; what is there under that
+// name is removed first. Links are not followed: `path` itself is replaced. When the new file can't
+// take the old one's place, it stays under its temporary name.
 bool SaveFileThrough(const std::string& temporary, const std::string& path, std::string_view text);

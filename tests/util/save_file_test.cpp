@@ -426,6 +426,17 @@ TEST_F(SaveFileThroughFaults, NothingDisturbed) {
     }
 }
 
+TEST_F(SaveFileThroughFaults, ALinkUnderTheTemporaryNameIsNotFollowed) {
+    StartAgain();
+    const std::string elsewhere = folder_.path + "/elsewhere";
+    MakeFile(elsewhere, "other");
+    std::filesystem::create_symlink(elsewhere, temporary_);
+    EXPECT_TRUE(save_());
+    EXPECT_EQ(ContentOf(elsewhere), "other");
+    EXPECT_EQ(ContentOf(path_), kNew);
+    EXPECT_EQ(NamesIn(folder_.path), (Names{"elsewhere", "settings"}));
+}
+
 TEST_F(SaveFileThroughFaults, AKillLeavesTheOldFileOrTheNewOne) {
     const auto look = [&](const Trial& trial) {
         const std::string content = ContentOf(path_);
