@@ -54,15 +54,23 @@ void Append(std::vector<double>& all, const std::vector<double>& more) {
     all.insert(all.end(), more.begin(), more.end());
 }
 
+struct FirstKeys {
+    std::vector<double> early;  // pressed while the screen may still be empty
+    std::vector<double> later;
+};
+
 // From the moment that the program has taken the terminal on.
-std::vector<double> WhileFirstBuilt(const Command& command, double how_long) {
+void PressWhileFirstBuilt(const Command& command, double how_long, FirstKeys& keys) {
     constexpr double kStarting = 0.03;
     Watched program(command);
     program.Read(kPatience);
     program.ReadFor(kStarting);
     Finger finger(program, kFirstLine);
+    finger.Press();
+    Append(keys.early, finger.seconds);
+    finger.seconds.clear();
     finger.PressFor(how_long);
-    return finger.seconds;
+    Append(keys.later, finger.seconds);
 }
 
 // From the moment that another screen is left.
@@ -106,10 +114,10 @@ void MeasureWith(double answer, const Amounts& amounts, Figures& figures) {
         answer > 0 ? "`ip` takes " + Number(answer, "s") + ": " : "`ip` answers at once: ";
     const double busy = 0.3 + 2.5 * answer;  // a list, and then the addresses
     const Command command = ProgramWith(answer);
-    std::vector<double> first;
+    FirstKeys first;
     std::vector<double> anew;
     for (int visit = 0; visit < amounts.wait_visits; ++visit)
-        Append(first, WhileFirstBuilt(command, busy));
+        PressWhileFirstBuilt(command, busy, first);
 
     const LastRow last = LastRowOf(kCards);
     Watched refreshing(WithFastClock(command, kClock));
@@ -121,7 +129,8 @@ void MeasureWith(double answer, const Amounts& amounts, Figures& figures) {
     program.WaitForRow(last.line, last.text);
     for (int visit = 0; visit < amounts.wait_visits; ++visit)
         Append(anew, WhileBuiltAnew(program, busy));
-    figures.push_back(Worst(prefix + "at the first screen", first));
+    figures.push_back(Worst(prefix + "before the first rows stand", first.early));
+    figures.push_back(Worst(prefix + "on the first rows", first.later));
     figures.push_back(Worst(prefix + "refreshes", finger.seconds));
     figures.push_back(Worst(prefix + "back from an action", anew));
 }
