@@ -34,14 +34,18 @@ Command Traced() {
 struct Calls {
     int refreshes = 0;
     int packet_sockets = 0;
-    double longest_close = 0;  // among the program's own
+    double longest_close = 0;  // of such a socket by the program itself
 };
 
 bool Contains(const std::string& line, const std::string& text) {
     return line.find(text) != std::string::npos;
 }
 
-// "close(5) = 0 <0.000123>"
+// "socket(AF_PACKET, SOCK_RAW|SOCK_CLOEXEC, htons(ETH_P_IP)) = 5 <0.000123>"
+int ResultOf(const std::string& line) {
+    return std::atoi(line.c_str() + line.rfind('=') + 1);
+}
+
 double SecondsOf(const std::string& line) {
     return std::atof(line.c_str() + line.rfind('<') + 1);
 }
@@ -50,11 +54,16 @@ void Count(const std::string& trace, Calls& calls) {
     const bool is_program = Contains(trace, std::string("execve(\"") + IFMENU_PROGRAM);
     std::istringstream lines(trace);
     std::string line;
+    std::string close_packet_socket = "none yet";
     while (std::getline(lines, line)) {
         if (Contains(line, "\"" + ListCommand() + "\"]")) ++calls.refreshes;
-        if (Contains(line, "socket(AF_PACKET")) ++calls.packet_sockets;
-        if (is_program && Contains(line, "close(")) {
+        if (Contains(line, "socket(AF_PACKET")) {
+            ++calls.packet_sockets;
+            close_packet_socket = "close(" + std::to_string(ResultOf(line)) + ")";
+        }
+        if (is_program && Contains(line, close_packet_socket)) {
             calls.longest_close = std::max(calls.longest_close, SecondsOf(line));
+            close_packet_socket = "none any more";
         }
     }
 }
@@ -97,7 +106,7 @@ Figures MeasureSockets(const Amounts&) {
              .most = 1,
              .unit = "sockets",
              .exact = true},
-            {.what = "Longest wait of the program to close something",
+            {.what = "Longest wait of the program itself to close one",
              .program = Milliseconds(calls.longest_close),
              .measured = calls.longest_close * 1e3,
              .most = 5,
