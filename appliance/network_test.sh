@@ -24,13 +24,14 @@ Settings() {
     { cat /etc/network/example && printf '%s\n' "$@"; } >$file
 }
 
-# Picture: what a start of eth1 may change. Lifetimes run by themselves, and eth0 hears its router.
+# Picture: what a start of eth1 may change. Lifetimes run by themselves, the kernel takes its time to
+# have an address in use, and eth0 hears its router.
 Picture() {
     {
-        ip -oneline addr show dev eth1 | sed 's/valid_lft.*//'
+        ip -oneline addr show dev eth1 | sed 's/tentative //; s/valid_lft.*//'
         ip -oneline link show dev eth1 | sed 's/ qdisc .*//'
         ip -4 route show table all
-        ip -6 route show table all | sed 's/ expires [^ ]*//'
+        ip -6 route | sed 's/ expires [^ ]*//'
         sysctl -a --pattern '^net\.ipv[46]\.(ip_forward|conf\.)' 2>/dev/null
         nft list ruleset 2>/dev/null
         cat /etc/resolv.conf
