@@ -4,6 +4,7 @@
 //
 // Runs as root of a private machine (appliance/enter --bare). --check is for the tests: few rounds,
 // and an exit status that says whether each section gave its figures and the exact ones are met.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -52,6 +53,8 @@ const Amounts kCheck = {.first_rounds = 1,
                         .growth_cards = {1, 8},
                         .growth_rounds = 1};
 
+constexpr int kSkipped = 77;
+
 struct Section {
     const char* name;
     const char* title;
@@ -99,6 +102,11 @@ bool IsWanted(const Section& section, const std::vector<std::string>& names) {
     return names.empty() || std::find(names.begin(), names.end(), section.name) != names.end();
 }
 
+// The machine of an ordinary user has none.
+bool HasTerminals() {
+    return bench::Descriptor(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)).get() >= 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -106,6 +114,10 @@ int main(int argc, char** argv) {
     const bool check = std::erase(names, "--check") != 0;
     const bool quick = std::erase(names, "--quick") != 0;
     const Amounts& amounts = check ? kCheck : quick ? kQuick : kWhole;
+    if (!HasTerminals()) {
+        std::fputs("This machine has no terminals to measure on: run it as root.\n", stderr);
+        return kSkipped;
+    }
     bool good = true;
     for (const Section& section : kSections) {
         if (IsWanted(section, names)) good &= Run(section, amounts, check);
