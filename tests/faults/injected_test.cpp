@@ -125,7 +125,7 @@ TEST(Faults, SomeOfEveryKindAreOutlived) {
     std::map<int, int> endings;
     for (const Fault& fault : kFaults) {
         const Occurrences range = OccurrencesOf(fault.call, calls);
-        if (IsLeftOut(fault) || range.last < range.first || chance.Between(0, 2) != 0) continue;
+        if (IsLeftOut(fault) || range.last < range.first || chance.Between(0, 3) != 0) continue;
         TourWithFault(box, fault, chance.Between(range.first, range.last), RushTour, endings);
     }
 }

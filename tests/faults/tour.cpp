@@ -255,11 +255,10 @@ TerminalOptions Traced(const Machine& box, const std::string& calls, const std::
 }
 
 Ending EndTour(Terminal& t) {
+    // The first may be for a command.
     for (int i = 0; i < 4 && t.Running(); ++i) {
-        t.Press("<Enter>");
-        t.Settle(kLegSeconds);
         t.Press("<C-c>");
-        t.Settle(kLegSeconds);
+        t.machine().Await([&] { return !t.Running(); }, 1);
     }
     return t.WaitExit();
 }

@@ -59,8 +59,7 @@ TerminalOptions Traced(const Machine& box, const std::string& calls = "",
                        const std::string& injection = "");
 inline constexpr const char* kTrace = "/tmp/trace";
 
-// Ends a program that a fault has led astray: ENTER for whatever waits for one, then Ctrl-C. Tells
-// how it ended.
+// Ends a program that a fault has led astray, by Ctrl-C, and tells how it ended.
 Ending EndTour(Terminal& t);
 
 // Whether an end is one that the program may come to by itself: through its last row, refused,
