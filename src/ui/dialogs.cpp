@@ -162,9 +162,12 @@ struct TextEntry {
     int cursor = -1;  // column; -1: behind the text
 };
 
-std::string FieldText(FORM* form) {
+// The text in the field; `otherwise` when curses has no memory to tell it.
+std::string FieldText(FORM* form, const std::string& otherwise) {
     form_driver(form, REQ_VALIDATION);
-    std::string text = field_buffer(current_field(form), 0);
+    const char* buffer = field_buffer(current_field(form), 0);
+    if (buffer == nullptr) return otherwise;
+    std::string text = buffer;
     trim_trailing_space(text.data());
     return text.c_str();
 }
@@ -183,14 +186,14 @@ void PlaceCursor(FORM* form, int column) {
 Outcome EditEntry(WINDOW* window, FORM* form, TextEntry& entry) {
     const TerminalSize size;
     // Only a key changes the entry: a box too narrow for the text does not cut it.
-    std::string shown = FieldText(form);
+    std::string shown = FieldText(form, entry.text);
     int column = form->curcol;
     bool running = true;
     bool cancelled = false;
     while (running) {
         FormHandleKey(form, running, cancelled);
         if (size.HasChanged()) return Outcome::Resized;
-        const std::string text = FieldText(form);
+        const std::string text = FieldText(form, shown);
         if (text != shown || !running) entry.text = shown = text;
         if (form->curcol != column) entry.cursor = column = form->curcol;
         ShowWindow(window);

@@ -57,7 +57,7 @@ constexpr int kFirstScreenStands = 600;
 TEST(Memory, RefusedOnceOrForeverNothingIsLost) {
     if (kHasSanitizer) return;
     FaultyTours tours;
-    for (const char* request : {"700", "2000+", "3500", "4500+", "6000"})
+    for (const char* request : {"694", "700", "852", "2000+", "3500", "4428", "4500+"})
         EXPECT_TRUE(tours.Walk(std::string("memory ") + request)) << request;
 }
 
