@@ -20,7 +20,8 @@ void PrepareProcess();
 // ends the program with 1. A save that was under way has left the old file or the new one.
 [[noreturn]] void OnMemoryExhausted();
 
-// Restores the terminal and ends the program with 128 + signal. Gives itself five seconds: a
+// Restores the terminal and ends the program with 128 + signal; what was typed ahead of Ctrl-C is
+// dropped. Gives itself five seconds: a
 // clean-up that hangs is ended by SIGALRM. Any other signal number is ignored.
 void OnTerminateSignal(int signal_number);
 

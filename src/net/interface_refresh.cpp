@@ -1,9 +1,11 @@
 #include "net/interface_refresh.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 
 #include "net/interface_table.h"
@@ -17,11 +19,23 @@ namespace {
 constexpr std::ptrdiff_t kMostCommands = 64;
 constexpr std::size_t kStartsAtOnce = 4;
 
-// Closes the socket in a child: whoever closes it last waits for the kernel.
+// Closes the socket in a child: whoever closes it last waits for the kernel. The child closes it
+// when it ends, and ends when the pipe does, after the program has closed its own.
 void CloseBeside(int socket) {
     if (socket < 0) return;
-    if (fork() == 0) _exit(0);
+    int pipe_ends[2] = {-1, -1};
+    const bool has_pipe = pipe2(pipe_ends, O_CLOEXEC) == 0;
+    if (has_pipe && fork() == 0) {
+        close(pipe_ends[1]);
+        char nothing = 0;
+        while (read(pipe_ends[0], &nothing, 1) < 0 && errno == EINTR) {
+        }
+        _exit(0);
+    }
     close(socket);
+    if (!has_pipe) return;
+    close(pipe_ends[0]);
+    close(pipe_ends[1]);
 }
 
 void AskKernel(InterfaceRefresh& refresh) {
@@ -107,8 +121,8 @@ bool AwaitAnswers(const InterfaceRefresh& refresh, int keyboard, double seconds)
     for (const GatheredInterface& interface : refresh.interfaces) {
         if (interface.addresses) awaited.push_back({interface.addresses->descriptor, POLLIN, 0});
     }
-    const OpenSignalGate open;
-    return poll(awaited.data(), awaited.size(), static_cast<int>(std::ceil(seconds * 1000))) != 0;
+    return PollWithOpenGate(awaited.data(), awaited.size(),
+                            static_cast<int>(std::ceil(seconds * 1000))) != 0;
 }
 
 void FinishRefresh(InterfaceRefresh& refresh) {

@@ -31,6 +31,12 @@ short WaitForInput(int milliseconds) {
     return poll(&input, 1, milliseconds) > 0 ? input.revents : static_cast<short>(0);
 }
 
+// The same for ReadKey, which waits all day: one call to the kernel.
+bool InputComes(int milliseconds) {
+    pollfd input = {STDIN_FILENO, POLLIN, 0};
+    return PollWithOpenGate(&input, 1, milliseconds) > 0;
+}
+
 // A terminal whose output is stopped would hold the program up inside curses, where no ending
 // signal is let in.
 void WaitForOutput() {
@@ -52,8 +58,9 @@ struct ByteRead {
     char byte;
 };
 
-// Waiting apart from reading lets ending signals in.
+// Waits for a byte; ending signals are let in meanwhile.
 ByteRead ReadByte() {
+    const OpenSignalGate open;
     for (;;) {
         if (WaitForInput(-1) == 0) continue;
         ByteRead result = {0, 0};
@@ -141,15 +148,20 @@ void StartKeyboard() {
     set_escdelay(kEscapeWaitMs);
     cbreak();
     noecho();
+    // Ctrl-C would take keys away that curses has already seen waiting: it would then wait for
+    // others, with the signal held back.
+    noqiflush();
 }
 
 int ReadKey() {
     int key = wgetch(stdscr);
     if (key == ERR) {
-        WaitForInput(kKeyWaitMs);
+        if (!InputComes(kKeyWaitMs)) return ERR;
         key = wgetch(stdscr);
         if (key == ERR && InputHasEnded()) EndProgram(kNoMoreInput);
     }
+    // Ctrl-C goes before the keys that were typed behind it.
+    if (key != ERR) PollWithOpenGate(nullptr, 0, 0);
     return key == kEscape ? ResolveEscape() : key;
 }
 

@@ -1,6 +1,17 @@
 #include "util/signal_gate.h"
 
+#include <ctime>
 #include <initializer_list>
+
+namespace {
+
+// The mask that lets the gated signals in; none until the gate has been closed.
+struct OpenMask {
+    bool known = false;
+    sigset_t signals = {};
+} open_mask;
+
+}  // namespace
 
 sigset_t GatedSignals() {
     sigset_t signals;
@@ -12,7 +23,21 @@ sigset_t GatedSignals() {
 
 void CloseSignalGate() {
     const sigset_t signals = GatedSignals();
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    sigprocmask(SIG_BLOCK, &signals, &open_mask.signals);
+    for (int number = 1; number < NSIG; ++number) {
+        if (sigismember(&signals, number) == 1) sigdelset(&open_mask.signals, number);
+    }
+    open_mask.known = true;
+}
+
+int PollWithOpenGate(pollfd* descriptors, nfds_t count, int milliseconds) {
+    constexpr int kMsPerSecond = 1000;
+    constexpr long kNsPerMs = 1'000'000;
+    timespec wait = {};
+    wait.tv_sec = milliseconds / kMsPerSecond;
+    wait.tv_nsec = milliseconds % kMsPerSecond * kNsPerMs;
+    return ppoll(descriptors, count, milliseconds < 0 ? nullptr : &wait,
+                 open_mask.known ? &open_mask.signals : nullptr);
 }
 
 OpenSignalGate::OpenSignalGate() : before{} {

@@ -6,6 +6,8 @@
 //     { OpenSignalGate open; poll(...); }  // what has come meanwhile is delivered here
 #pragma once
 
+#include <poll.h>
+
 #include <csignal>
 
 // The signals that pass the gate.
@@ -13,6 +15,10 @@ sigset_t GatedSignals();
 
 // Holds the gated signals back from now on.
 void CloseSignalGate();
+
+// poll() with the gate open while it waits, in one call to the kernel. What is ready at once is
+// returned at once, and lets no signal in; without descriptors, those that wait come in.
+int PollWithOpenGate(pollfd* descriptors, nfds_t count, int milliseconds);
 
 // Lets the gated signals in for as long as it lives; afterwards the mask is as it was.
 struct OpenSignalGate {

@@ -296,6 +296,27 @@ TEST(DuringARefresh, EndingSignalsRestoreTheTerminal) {
     }
 }
 
+// ---- keys around Ctrl-C ----
+
+// They are neither obeyed nor left for the shell to run.
+TEST(TypedAround, CtrlCIsDropped) {
+    Machine box;
+    TerminalOptions options;
+    options.program = "/bin/sh";
+    options.arguments = {"-c",
+                         "trap : INT; " IFMENU_PROGRAM
+                         "; echo status $?; stty -icanon min 0 time 0; cat >/run/left; echo end"};
+    Terminal t(box, options);
+    t.WaitFor(kMainMenu.sign);
+    box.Sh("kill -STOP $(pidof ifmenu)");
+    t.SendBytes("n\r\x03my box\r");
+    box.Sh("kill -CONT $(pidof ifmenu)");
+    t.WaitFor("end");
+    EXPECT_TRUE(t.Shows("status 130"));
+    EXPECT_EQ(box.Read("/run/left"), "");
+    EXPECT_EQ(box.Sh("uname -n"), "appliance\n");
+}
+
 // ---- right at the start ----
 
 TEST(DuringTheStart, CtrlCIsForTheCommand) {

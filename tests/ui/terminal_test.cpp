@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include "ui/screen_fixture.h"
+#include "util/signal_fixtures.h"
+#include "util/signal_gate.h"
 #include "util/utility_fixtures.h"
 
 namespace {
@@ -52,6 +55,19 @@ TEST(ReadLineRaw, WhereThereIsNoMoreInputTheProgramEnds) {
             _exit(0);
         },
         testing::ExitedWithCode(1), "");
+}
+
+TEST(ReadKey, AnEndingSignalGoesBeforeTheKeysBehindIt) {
+    const UnseenScreen screen;
+    ASSERT_TRUE(screen.IsReady());
+    const SavedSignalMask saved;
+    const SignalAction counted(SIGINT, CountSignal);
+    signals_counted = 0;
+    CloseSignalGate();
+    raise(SIGINT);
+    ungetch('x');
+    EXPECT_EQ(ReadKey(), 'x');
+    EXPECT_EQ(signals_counted, 1);
 }
 
 TEST(EndProgram, EndsWithTheStatusWhereThereIsNoScreenYet) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
 
 #include "util/signal_fixtures.h"
@@ -79,6 +80,35 @@ TEST(SignalGate, LeavesOtherSignalsAlone) {
     EXPECT_FALSE(IsBlocked(SIGUSR1));
     const OpenSignalGate open;
     EXPECT_TRUE(IsBlocked(SIGUSR2));
+}
+
+TEST(PollWithOpenGate, LetsSignalsInThatWait) {
+    const SavedSignalMask saved;
+    const SignalAction counted(SIGINT, CountSignal);
+    signals_counted = 0;
+    CloseSignalGate();
+    raise(SIGINT);
+    Pipe pipe;
+    pollfd input = {pipe.Reader(), POLLIN, 0};
+    constexpr int kLong = 10'000;
+    EXPECT_EQ(PollWithOpenGate(&input, 1, kLong), -1);
+    EXPECT_EQ(errno, EINTR);
+    EXPECT_EQ(signals_counted, 1);
+    raise(SIGINT);
+    EXPECT_EQ(signals_counted, 1) << "it is closed again";
+    PollWithOpenGate(nullptr, 0, 0);
+    EXPECT_EQ(signals_counted, 2);
+}
+
+TEST(PollWithOpenGate, TellsWhatIsReady) {
+    const SavedSignalMask saved;
+    CloseSignalGate();
+    Pipe pipe;
+    pollfd input = {pipe.Reader(), POLLIN, 0};
+    EXPECT_EQ(PollWithOpenGate(&input, 1, 0), 0);
+    pipe.Write("x");
+    EXPECT_EQ(PollWithOpenGate(&input, 1, -1), 1);
+    EXPECT_EQ(input.revents, POLLIN);
 }
 
 }  // namespace
