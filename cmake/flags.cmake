@@ -20,6 +20,10 @@ endif()
 # build, and it is the program that is under test.
 target_compile_options(ifmenu_test_flags INTERFACE -O0 $<$<CONFIG:Debug>:-g1>)
 
+# The program waits for keys and commands; what an operator feels is how much of it has to be
+# loaded.
+target_compile_options(ifmenu_flags INTERFACE $<$<CONFIG:Release>:-Os>)
+
 if(IFMENU_FUZZ)
     target_compile_options(ifmenu_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()

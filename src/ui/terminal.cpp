@@ -31,10 +31,15 @@ short WaitForInput(int milliseconds) {
     return poll(&input, 1, milliseconds) > 0 ? input.revents : static_cast<short>(0);
 }
 
-// The same for ReadKey, which waits all day: one call to the kernel.
-bool InputComes(int milliseconds) {
+// Whether curses may have a key of its own to give (one put back, a new size of the terminal), or
+// something to draw that waits for wgetch().
+bool curses_has_news = true;
+
+// The wait of ReadKey, in which the program spends its days: one call to the kernel. False when
+// the time has passed and nothing else has happened.
+bool SomethingHappens(int milliseconds) {
     pollfd input = {STDIN_FILENO, POLLIN, 0};
-    return PollWithOpenGate(&input, 1, milliseconds) > 0;
+    return PollWithOpenGate(&input, 1, milliseconds) != 0;
 }
 
 // A terminal whose output is stopped would hold the program up inside curses, where no ending
@@ -154,10 +159,12 @@ void StartKeyboard() {
 }
 
 int ReadKey() {
-    int key = wgetch(stdscr);
+    int key = curses_has_news || is_wintouched(stdscr) ? wgetch(stdscr) : ERR;
+    curses_has_news = key != ERR;
     if (key == ERR) {
-        if (!InputComes(kKeyWaitMs)) return ERR;
+        if (!SomethingHappens(kKeyWaitMs)) return ERR;
         key = wgetch(stdscr);
+        curses_has_news = true;
         if (key == ERR && InputHasEnded()) EndProgram(kNoMoreInput);
     }
     // Ctrl-C goes before the keys that were typed behind it.
@@ -176,6 +183,7 @@ void ShowScreen() {
 void ShowWindow(WINDOW* window) {
     WaitForOutput();
     wrefresh(window);
+    curses_has_news = true;
 }
 
 void Print(std::string_view text) {

@@ -16,7 +16,7 @@ struct OpenMask {
 sigset_t GatedSignals() {
     sigset_t signals;
     sigemptyset(&signals);
-    for (int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGTSTP})
+    for (int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGTSTP, SIGWINCH})
         sigaddset(&signals, number);
     return signals;
 }

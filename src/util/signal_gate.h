@@ -1,6 +1,7 @@
 // The signals that end or stop the program (SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGTSTP) restore the
 // terminal, which is only safe while nothing is half drawn. They are therefore held back
 // all the time but where the program merely waits: for a key, for a command, for a pause to pass.
+// So is SIGWINCH: that the terminal has another size is news only there.
 //
 //     CloseSignalGate();                 // once, at start-up
 //     { OpenSignalGate open; poll(...); }  // what has come meanwhile is delivered here

@@ -11,13 +11,13 @@
 
 namespace {
 
-constexpr int kGated[] = {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGTSTP};
+constexpr int kGated[] = {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGTSTP, SIGWINCH};
 
 bool IsGated(int number) {
     return std::find(std::begin(kGated), std::end(kGated), number) != std::end(kGated);
 }
 
-TEST(SignalGate, GatesWhatEndsOrStopsTheProgramAndNothingElse) {
+TEST(SignalGate, GatesWhatEndsOrStopsTheProgramAndANewSize) {
     const sigset_t signals = GatedSignals();
     for (int number = 1; number < SIGRTMIN; ++number) {
         EXPECT_EQ(sigismember(&signals, number) == 1, IsGated(number)) << number;
