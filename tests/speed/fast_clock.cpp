@@ -65,3 +65,20 @@ extern "C" int poll(pollfd* descriptors, nfds_t count, int milliseconds) {
     static const auto real = reinterpret_cast<Poll>(dlsym(RTLD_NEXT, "poll"));
     return real(descriptors, count, Wait(milliseconds));
 }
+
+extern "C" int ppoll(pollfd* descriptors, nfds_t count, const timespec* time,
+                     const sigset_t* mask) {
+    using Poll = int (*)(pollfd*, nfds_t, const timespec*, const sigset_t*);
+    static const auto real = reinterpret_cast<Poll>(dlsym(RTLD_NEXT, "ppoll"));
+    if (time == nullptr || time->tv_sec > 0 || time->tv_nsec <= longest_wait * 1'000'000L) {
+        return real(descriptors, count, time, mask);
+    }
+    const timespec shorter = {0, Wait(static_cast<int>(time->tv_nsec / 1'000'000)) * 1'000'000L};
+    return real(descriptors, count, &shorter, mask);
+}
+
+// The name that the C library's checks give it.
+extern "C" int __ppoll_chk(pollfd* descriptors, nfds_t count, const timespec* time,
+                           const sigset_t* mask, size_t) {
+    return ppoll(descriptors, count, time, mask);
+}
