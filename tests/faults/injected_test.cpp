@@ -42,7 +42,8 @@ constexpr Fault kFaults[] = {
     {"readlinkat", "EACCES"}, {"getdents64", "EIO"},
     {"fcntl", "EINVAL"},      {"lseek", "ESPIPE"},
     {"sethostname", "EPERM"}, {"poll", "EINTR"},
-    {"poll", "ENOMEM"},       {"prlimit64", "EPERM"},
+    {"poll", "ENOMEM"},       {"ppoll", "EINTR"},
+    {"ppoll", "ENOMEM"},      {"prlimit64", "EPERM"},
     {"mmap", "ENOMEM"},       {"access", "EACCES"},
     {"getrandom", "EAGAIN"},  {"clock_nanosleep", "EINTR"},
 };
