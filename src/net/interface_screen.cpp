@@ -131,11 +131,7 @@ void AddRows(Menu& menu, InterfaceState& state) {
     AddStatusRows(menu, state);
     for (const ActionRow& row : kActionRows) {
         if (row.shown != nullptr && !row.shown(state)) continue;
-        if (row.label == kSeparator) {
-            menu.AddSeparator();
-        } else {
-            menu.SetHotKey(menu.AddItem(row.label, row.id), row.hot_key);
-        }
+        AddTableRow(menu, row.label, row.id, row.hot_key);
     }
 }
 

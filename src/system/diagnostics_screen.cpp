@@ -54,13 +54,8 @@ constexpr ActionRow kActionRows[] = {
 };
 
 void AddRows(Menu& menu) {
-    for (const ActionRow& row : kActionRows) {
-        if (row.label == nullptr) {
-            menu.AddSeparator();
-        } else {
-            menu.SetHotKey(menu.AddItem(row.label, row.id), row.hot_key);
-        }
-    }
+    for (const ActionRow& row : kActionRows)
+        AddTableRow(menu, row.label, row.id, row.hot_key);
 }
 
 void Paint(Menu& menu) {

@@ -98,13 +98,8 @@ void AddRows(Menu& menu, const NtpState& state) {
     for (const std::string& server : state.config.servers)
         menu.AddItem("Server " + server, id++);
     if (!state.config.servers.empty()) menu.AddSeparator();
-    for (const ActionRow& row : kActionRows) {
-        if (row.label == nullptr) {
-            menu.AddSeparator();
-        } else {
-            menu.SetHotKey(menu.AddItem(row.label, row.id), row.hot_key);
-        }
-    }
+    for (const ActionRow& row : kActionRows)
+        AddTableRow(menu, row.label, row.id, row.hot_key);
 }
 
 void Paint(Menu& menu) {

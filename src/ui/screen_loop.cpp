@@ -146,6 +146,14 @@ void ScreenLoop(const Screen& screen) {
     AbandonGathering(screen, schedule);
 }
 
+void AddTableRow(Menu& menu, const char* label, int id, int hot_key) {
+    if (label == nullptr) {
+        menu.AddSeparator();
+    } else {
+        menu.SetHotKey(menu.AddItem(label, id), hot_key);
+    }
+}
+
 void PaintTitle(const Menu& menu, int above, std::string_view title) {
     PrintAt(menu.y - above, menu.x - kTitleIndent, title);
 }

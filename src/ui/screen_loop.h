@@ -48,5 +48,9 @@ struct Screen {
 // Runs the screen until its menu stops: ESC, backspace, a row that ends it, or no rows left.
 void ScreenLoop(const Screen& screen);
 
+// Adds one row of a screen's table: the label with its id and hot key, or a separator where there
+// is no label.
+void AddTableRow(Menu& menu, const char* label, int id, int hot_key);
+
 // Prints a screen's title `above` rows above the menu's first row and four columns to its left.
 void PaintTitle(const Menu& menu, int above, std::string_view title);

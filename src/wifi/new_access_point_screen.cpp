@@ -3,24 +3,10 @@
 #include <string>
 
 #include "ui/dialogs.h"
-#include "ui/screen_loop.h"
 #include "ui/terminal.h"
 #include "util/wipe.h"
 
 namespace {
-
-constexpr int kInformation = -1;
-constexpr int kBack = 1;
-constexpr int kConnect = 16;
-
-void AddRows(Menu& menu, const AccessPoint& access_point) {
-    menu.AddInformation("BSSID: " + access_point.bssid, kInformation);
-    menu.AddInformation("SSID: '" + access_point.ssid + "'", kInformation);
-    menu.AddSeparator();
-    menu.SetHotKey(menu.AddItem("Return to wifi ap menu", kBack), 'r');
-    menu.AddSeparator();
-    menu.SetHotKey(menu.AddItem("Connect to access point", kConnect), 'c');
-}
 
 // Whether the supplicant took the network. When it gives no number for it, nothing is said and the
 // screen is never left.
@@ -42,19 +28,10 @@ void Connect(Menu& menu, const AccessPoint& access_point, const WirelessCard& ca
     Wipe(password);
 }
 
-void Act(Menu& menu, const MenuItem& item, const AccessPoint& access_point,
-         const WirelessCard& card) {
-    if (item.id == kBack) menu.running = false;
-    if (item.id == kConnect) Connect(menu, access_point, card);
-}
+constexpr AccessPointAction kActions[] = {{"Connect to access point", 16, 'c', Connect}};
 
 }  // namespace
 
 void NewAccessPointScreen(const AccessPoint& access_point, const WirelessCard& card) {
-    HelpArea help;
-    ScreenLoop(
-        {.add_rows = [&](Menu& menu) { AddRows(menu, access_point); },
-         .paint = [&](Menu& menu) { PaintAccessPoints(menu, card, help); },
-         .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, access_point, card); },
-         .after_key = [&](Menu& menu) { PaintNoHelp(menu, help); }});
+    RunAccessPointScreen(access_point, card, kActions);
 }

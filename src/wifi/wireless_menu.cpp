@@ -76,11 +76,7 @@ std::string NetworkLabel(const AccessPoint& network) {
 void AddRows(Menu& menu, WirelessState& state) {
     LoadAccessPoints(state.card.name, state.list);
     for (const ActionRow& row : kActionRows) {
-        if (row.label == nullptr) {
-            menu.AddSeparator();
-        } else {
-            menu.SetHotKey(menu.AddItem(row.label, row.id), row.hot_key);
-        }
+        AddTableRow(menu, row.label, row.id, row.hot_key);
     }
     int id = kFirstNetwork;
     for (const AccessPointKey& key : state.list.keys) {
