@@ -235,7 +235,9 @@ void Machine::Start(Kind kind, const Place& place) {
     MakeDirectory(kStandIns);
     chmod(OutsidePath(kReports).c_str(), 01777);
     Write(kLog, "", 0666, place);
-    std::filesystem::create_symlink(BENCH_RECORD, OutsidePath(kRecorder));
+    // A copy: not every user may look into the folder that the original lies in.
+    std::filesystem::copy_file(BENCH_RECORD, OutsidePath(kRecorder));
+    chmod(OutsidePath(kRecorder).c_str(), 0755);
     watch_ = Descriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     inotify_add_watch(watch_.get(), OutsidePath(kLog).c_str(), IN_MODIFY);
 }

@@ -181,6 +181,7 @@ TEST(MenuEnds, HomeAndEndMayLandOnWhatCannotBeSelected) {
     Machine box;
     box.AddTap("wlan0");
     box.Cards("wlan0 name IEEE 802.11\n");
+    box.StandIn(kNetworkScript);
     box.StandIn("wpa_cli");
     MainMenu t(box);
     t.Press("1<Enter>");
