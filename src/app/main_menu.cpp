@@ -174,7 +174,7 @@ void AddRows(Menu& menu, MainMenuState& state) {
     menu.AddSeparator();
     UpdateRouteInfo();
     CheckMultipleGateways();
-    if (state.refresh.complete) {
+    if (state.refresh.listed) {
         AddGathered(menu, state.refresh, state.listed);
     } else {
         AddListed(menu, state.listed);

@@ -5,7 +5,6 @@
 #include <strings.h>
 #include <sys/stat.h>
 #include <term.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <clocale>
@@ -106,8 +105,7 @@ void OnTerminateSignal(int signal_number) {
         // Curses turns mouse reporting off only when it believes that it is on.
         mousemask(kMouseEvents, nullptr);
     }
-    // The terminal has kept them for the program (StartKeyboard); the shell must not run them.
-    if (signal_number == SIGINT || signal_number == SIGQUIT) tcflush(STDIN_FILENO, TCIFLUSH);
+    if (signal_number == SIGINT || signal_number == SIGQUIT) DropTypedKeys();
     EndProgram(128 + signal_number);
 }
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <utility>
 
 #include "net/interface_table.h"
 #include "net/route_table.h"
@@ -18,6 +19,8 @@ namespace {
 // answered.
 constexpr std::ptrdiff_t kMostCommands = 64;
 constexpr std::size_t kStartsAtOnce = 4;
+// No key is answered while the kernel is asked about them all.
+constexpr std::size_t kMostListed = 4096;
 
 // Closes the socket in a child: whoever closes it last waits for the kernel. The child closes it
 // when it ends, and ends when the pipe does, after the program has closed its own.
@@ -65,10 +68,12 @@ void StartCommands(InterfaceRefresh& refresh, std::size_t starts) {
 void AskAll(InterfaceRefresh& refresh) {
     StartCommands(refresh, kStartsAtOnce);
     AskKernel(refresh);
+    refresh.listed = refresh.news = true;
 }
 
 void TakeList(InterfaceRefresh& refresh) {
     for (std::string& name : ParseInterfaceList(refresh.list->output)) {
+        if (refresh.interfaces.size() == kMostListed) break;
         refresh.interfaces.push_back({.name = std::move(name), .facts = {}});
     }
     refresh.list.reset();
@@ -138,6 +143,10 @@ void AbandonRefresh(InterfaceRefresh& refresh) {
         if (interface.addresses) Abandon(*interface.addresses);
     }
     refresh = {};
+}
+
+bool TakeNews(InterfaceRefresh& refresh) {
+    return std::exchange(refresh.news, false);
 }
 
 void UnderstandGathered(const GatheredInterface& interface, InterfaceStatus& status) {

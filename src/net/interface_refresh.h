@@ -6,6 +6,8 @@
 //     while (!ContinueRefresh(refresh)) { ...answer keys, or AwaitAnswers(...)... }
 //     use(refresh.interfaces);
 //
+// More interfaces than 4096 are not looked at.
+//
 // One packet socket serves a whole refresh. The kernel waits out a grace period when it is closed;
 // a child does that waiting.
 #pragma once
@@ -26,8 +28,10 @@ struct GatheredInterface {
 
 struct InterfaceRefresh {
     bool running = false;
-    bool complete = false;                      // all answers are there
-    std::optional<RunningCommand> list;         // "ip link", while it runs
+    bool complete = false;               // all answers are there
+    bool listed = false;                 // the interfaces are known, and what the kernel says
+    bool news = false;                   // that has just become so
+    std::optional<RunningCommand> list;  // "ip link", while it runs
     std::vector<GatheredInterface> interfaces;  // in the order listed
     std::size_t asked = 0;                      // how many of them have been asked about
 };
@@ -50,6 +54,9 @@ void FinishRefresh(InterfaceRefresh& refresh);
 
 // Forgets what was gathered, and what may still be running: it has become old.
 void AbandonRefresh(InterfaceRefresh& refresh);
+
+// Whether the interfaces have become known since the last call.
+bool TakeNews(InterfaceRefresh& refresh);
 
 // Puts what was gathered so far into the record, with the gateway from RouteTable
 // (net/route_table.h), which should have been refreshed just before.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
 #include <vector>
 
@@ -169,7 +170,8 @@ std::string FieldText(FORM* form, const std::string& otherwise) {
     if (buffer == nullptr) return otherwise;
     std::string text = buffer;
     trim_trailing_space(text.data());
-    return text.c_str();
+    text.resize(std::strlen(text.c_str()));
+    return text;
 }
 
 void PlaceCursor(FORM* form, int column) {
@@ -348,9 +350,14 @@ Outcome ShowPasswordBox(const std::vector<std::string_view>& prompt, std::string
     return outcome;
 }
 
-}  // namespace
+void BlankScreen() {
+    attrset(A_NORMAL);
+    clear();
+    // That line is below the screen: the move fails and what is printed next stands at the top.
+    move(LINES, 1);
+}
 
-bool AskYesNo(std::string_view question) {
+void ShowQuestion(std::string_view question) {
     Print(question);
     ShowScreen();
     if (MouseAvailable) {
@@ -358,17 +365,26 @@ bool AskYesNo(std::string_view question) {
         PrintAt(kYesLine, kTextColumn, "[ YES  ]");
         PrintAt(kNoLine, kTextColumn, "[  NO  ]");
     }
+}
+
+}  // namespace
+
+bool AskYesNo(std::string_view question) {
+    ShowQuestion(question);
     Answer answer = Answer::None;
-    while (answer == Answer::None)
-        answer = AnswerOfKey(ReadKey());
+    while (answer == Answer::None) {
+        const int key = ReadKey();
+        if (key == KEY_RESIZE) {
+            BlankScreen();
+            ShowQuestion(question);
+        }
+        answer = AnswerOfKey(key);
+    }
     return answer == Answer::Yes;
 }
 
 bool AskYesNoOnBlankScreen(std::string_view question) {
-    attrset(A_NORMAL);
-    clear();
-    // That line is below the screen: the move fails and the question stands at the top.
-    move(LINES, 1);
+    BlankScreen();
     return AskYesNo(question);
 }
 

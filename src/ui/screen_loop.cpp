@@ -59,6 +59,7 @@ void ShowGathered(const Screen& screen, Menu& menu, Schedule& schedule) {
 }
 
 void ShowWhatIsKnown(const Screen& screen, Menu& menu, Schedule& schedule) {
+    screen.gathering.has_news();  // is shown now
     RebuildAroundSelection(screen, menu);
     schedule.partial = true;
 }
@@ -89,6 +90,8 @@ void GatherRows(const Screen& screen, Menu& menu, Schedule& schedule, bool due) 
         StartGathering(screen, schedule);
     } else if (schedule.gathering && screen.gathering.is_done()) {
         ShowGathered(screen, menu, schedule);
+    } else if (schedule.partial && screen.gathering.has_news()) {
+        ShowWhatIsKnown(screen, menu, schedule);
     }
 }
 

@@ -15,6 +15,8 @@
 struct Gathering {
     std::function<void()> start = nullptr;  // begins anew
     std::function<bool()> is_done;          // takes what has come; true when that was the last
+    // Whether there is more to show than before, though not all; asked while rows stand without it.
+    std::function<bool()> has_news;
     // Waits until more comes or the descriptor `keyboard` has input (-1: none). False when neither
     // was so within that time.
     std::function<bool(int keyboard, double seconds)> wait;

@@ -3,6 +3,7 @@
 #include <curses.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -82,9 +83,17 @@ bool IsBetween(int key, int first, int last) {
     return key >= first && key <= last;
 }
 
+// What curses has for a key; ERR when nothing. It may have to wait for the rest of what it took for
+// the beginning of a mouse report: ending signals are let in, with nothing left to be drawn.
+int KeyFromCurses() {
+    if (is_wintouched(stdscr)) ShowScreen();
+    const OpenSignalGate open;
+    return wgetch(stdscr);
+}
+
 // The next byte of a sequence; ERR when none follows. A byte that can't belong to one is put back.
 int NextInSequence() {
-    const int key = wgetch(stdscr);
+    const int key = KeyFromCurses();
     if (key == ERR || IsBetween(key, 0x20, 0x7e)) return key;
     ungetch(key);
     return ERR;
@@ -111,7 +120,7 @@ void SwallowSingleShift() {
 
 // Curses has returned an ESC. It waited for what may follow, so that is here already.
 int ResolveEscape() {
-    const int follower = wgetch(stdscr);
+    const int follower = KeyFromCurses();
     if (follower == ERR) return kEscape;
     if (follower != '[' && follower != 'O') {
         ungetch(follower);
@@ -143,7 +152,29 @@ struct PlainStop {
     struct sigaction before;
 };
 
+void (*stop_of_curses)(int) = SIG_DFL;
+
+void DropKeysAndStop(int signal_number) {
+    DropTypedKeys();
+    stop_of_curses(signal_number);
+}
+
+// What was typed ahead of Ctrl-Z was meant for the program. The rest is done by the handler that
+// curses has set up, if it has.
+void KeepKeysFromTheShell() {
+    struct sigaction stop = {};
+    sigaction(SIGTSTP, nullptr, &stop);
+    if (stop.sa_handler == SIG_DFL || stop.sa_handler == SIG_IGN) return;
+    stop_of_curses = stop.sa_handler;
+    stop.sa_handler = DropKeysAndStop;
+    sigaction(SIGTSTP, &stop, nullptr);
+}
+
 }  // namespace
+
+void DropTypedKeys() {
+    tcflush(STDIN_FILENO, TCIFLUSH);
+}
 
 void StartKeyboard() {
     keypad(stdscr, TRUE);
@@ -153,22 +184,21 @@ void StartKeyboard() {
     set_escdelay(kEscapeWaitMs);
     cbreak();
     noecho();
-    // Ctrl-C would take keys away that curses has already seen waiting: it would then wait for
-    // others, with the signal held back.
+    // Ctrl-C and Ctrl-Z would take keys away that curses has already seen waiting: it would then
+    // wait for others, and the screen with it.
     noqiflush();
+    KeepKeysFromTheShell();
 }
 
 int ReadKey() {
-    int key = curses_has_news || is_wintouched(stdscr) ? wgetch(stdscr) : ERR;
+    int key = curses_has_news || is_wintouched(stdscr) ? KeyFromCurses() : ERR;
     curses_has_news = key != ERR;
     if (key == ERR) {
         if (!SomethingHappens(kKeyWaitMs)) return ERR;
-        key = wgetch(stdscr);
+        key = KeyFromCurses();
         curses_has_news = true;
         if (key == ERR && InputHasEnded()) EndProgram(kNoMoreInput);
     }
-    // Ctrl-C goes before the keys that were typed behind it.
-    if (key != ERR) PollWithOpenGate(nullptr, 0, 0);
     return key == kEscape ? ResolveEscape() : key;
 }
 

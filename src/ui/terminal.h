@@ -69,6 +69,9 @@ void ReadLineOrEnd();
 // has such a low byte therefore counts as ENTER too.
 void WaitForKeyEnter();
 
+// Drops the keys that were typed for the program and that it will not read: a shell would run them.
+void DropTypedKeys();
+
 // Restores the terminal if curses has it: mouse reporting off, cursor on, main screen.
 void RestoreTerminal();
 

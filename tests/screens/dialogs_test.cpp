@@ -27,6 +27,22 @@ class Question : public testing::Test {
     Machine box;
 };
 
+TEST_F(Question, ComesBackWhenTheTerminalHasRoomAgain) {
+    MainMenu t(box);
+    OpenQuestion(t);
+    t.WaitFor("[  NO  ]");
+    const std::vector<std::string> screen = t.Screen();
+    for (const auto& [lines, columns] : {std::pair{1, 1}, {2, 80}, {24, 3}}) {
+        t.Resize(lines, columns);
+        t.Settle();
+        t.Resize(24, 80);
+        t.WaitUntil([&] { return t.Screen() == screen; }, "the whole question");
+    }
+    EXPECT_EQ(t.Style(2), "0-1 white/black; 2-9 white/black bold; 10-79 white/black");
+    t.Press("n");
+    WaitForMainMenu(t);
+}
+
 TEST_F(Question, StandsAloneAtTheTopLeftWithTwoButtons) {
     MainMenu t(box);
     OpenQuestion(t);

@@ -317,6 +317,35 @@ TEST(TypedAround, CtrlCIsDropped) {
     EXPECT_EQ(box.Sh("uname -n"), "appliance\n");
 }
 
+TEST(TypedAround, CtrlZLeavesNothingForTheShell) {
+    Machine box;
+    TerminalOptions options;
+    options.program = "/bin/sh";
+    options.arguments = {"-c", "set -m; " IFMENU_PROGRAM
+                               "; echo stopped; stty -icanon min 0 time 0; cat >/run/left; fg"};
+    Terminal t(box, options);
+    t.WaitFor(kMainMenu.sign);
+    t.SendBytes("xxxxxxxxxxxxxxxxxxxxxxxxx\r\x1a");
+    t.WaitUntil([&] { return box.Exists("/run/left") && t.Shows(kMainMenu.sign); }, "the return");
+    EXPECT_EQ(box.Read("/run/left"), "");
+    t.Press("<Esc>");
+    t.WaitExit();
+}
+
+// ---- a mouse report that is cut off ----
+
+TEST(HalfAMouseReport, HoldsNoEndingSignalUp) {
+    Machine box;
+    for (const char* keys : {"\x1b[<", "\x1b[<0;1"}) {
+        Terminal t(box, AtAPrompt());
+        t.WaitFor(kMainMenu.sign);
+        t.SendBytes(keys);
+        t.Signal(SIGTERM);
+        EXPECT_EQ(t.WaitExit(kOneSecond), Exited(143));
+        ExpectTerminalAsBefore(t);
+    }
+}
+
 // ---- right at the start ----
 
 TEST(DuringTheStart, CtrlCIsForTheCommand) {

@@ -62,6 +62,15 @@ const Texts kBothCardsStateless = {"    1. eth0    02:00:00:00:00:0A",
                                    "",
                                    "    Exit this program"};
 
+const Texts kBothCardsWithoutIPv6 = {
+    "    1. eth0    02:00:00:00:00:0A  Link active  Interface up",
+    "       IPv4: 10.1.2.3   netmask: 255.255.255.0  gateway: 10.1.2.1",
+    "",
+    "    2. eth1    02:00:00:00:00:0B  Disconnected",
+    "",
+    "    Exit this program",
+    ""};
+
 void WaitForInterfaces(Terminal& t, const Texts& rows, Place place = Place::current()) {
     t.WaitUntil([&] { return Rows(t, kFirstInterface, 7) == rows; }, "the interfaces", 4, place);
 }
@@ -143,11 +152,50 @@ TEST(SlowAnswers, WithoutAKeyTheRowsWithoutAStateComeByThemselves) {
     AddTwoCards(box);
     MainMenu t(box);
     WaitForInterfaces(t, kBothCards);
-    HoldAnswers(box, "'addr show dev eth1 scope global'");
+    HoldAnswers(box, "link");
     LookAgain(t);
     WaitForInterfaces(t, kBothCardsStateless);
     LetAnswersCome(box);
     WaitForInterfaces(t, kBothCards);
+}
+
+// Only what an `ip addr` tells is missing while it does not answer.
+TEST(SlowAnswers, OneThatNeverComesHidesNothingElse) {
+    Machine box;
+    AddTwoCards(box);
+    HoldAnswers(box, "'addr show dev eth0 scope global'");
+    Terminal t(box);
+    WaitForInterfaces(t, kBothCardsWithoutIPv6);
+    t.Press("2<Enter>");
+    t.WaitFor("Network configuration: eth1 (02:00:00:00:00:0B)");
+    t.Press("<Esc>");
+    WaitForInterfaces(t, kBothCardsWithoutIPv6);
+    LetAnswersCome(box);
+    WaitForInterfaces(t, kBothCards);
+}
+
+TEST(SlowAnswers, TheListIsShownAsSoonAsItIsThere) {
+    Machine box;
+    AddTwoCards(box);
+    box.StandInScript("ip",
+                      "case \"$*\" in link) while [ ! -e /run/list ]; do sleep 0.01; done;;"
+                      "*) while [ ! -e /run/go ]; do sleep 0.01; done;; esac;"
+                      "exec /sbin/ip \"$@\"");
+    Terminal t(box);
+    t.WaitFor(kExit, 4);
+    box.Write("/run/list", "");
+    WaitForInterfaces(t, kBothCardsWithoutIPv6);
+    LetAnswersCome(box);
+    WaitForInterfaces(t, kBothCards);
+}
+
+TEST(SlowAnswers, AListWithoutEndLeavesTheProgramInReach) {
+    Machine box;
+    box.StandInScript("ip", "case \"$*\" in link) exec yes '1: eth0: x';; esac");
+    Terminal t(box);
+    t.WaitFor("    2. eth0", 20);
+    t.Press("<C-c>");
+    EXPECT_EQ(t.WaitExit(), Exited(130));
 }
 
 TEST(SlowAnswers, AnInterfaceShowsWhatTheKernelSaysAtOnce) {
