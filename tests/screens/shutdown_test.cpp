@@ -308,9 +308,9 @@ TEST(TypedAround, CtrlCIsDropped) {
                          "; echo status $?; stty -icanon min 0 time 0; cat >/run/left; echo end"};
     Terminal t(box, options);
     t.WaitFor(kMainMenu.sign);
-    box.Sh("kill -STOP $(pidof ifmenu)");
+    box.Sh("kill -STOP $(pgrep -ox ifmenu)");
     t.SendBytes("n\r\x03my box\r");
-    box.Sh("kill -CONT $(pidof ifmenu)");
+    box.Sh("kill -CONT $(pgrep -ox ifmenu)");
     t.WaitFor("end");
     EXPECT_TRUE(t.Shows("status 130"));
     EXPECT_EQ(box.Read("/run/left"), "");
