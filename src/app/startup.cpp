@@ -44,6 +44,25 @@ bool IsIgnored(int signal_number) {
     return action.sa_handler == SIG_IGN;
 }
 
+// The program's own end by such a signal leaves a terminal to type on. Only once: a terminal that
+// can't be restored is left as it is.
+void OnFault(int signal_number) {
+    RestoreTerminal();
+    raise(signal_number);
+}
+
+void CatchFaults() {
+    struct sigaction action = {};
+    action.sa_handler = OnFault;
+    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
+    for (int number : {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV}) {
+        struct sigaction present = {};
+        sigaction(number, nullptr, &present);
+        // A sanitizer has its own.
+        if (present.sa_handler == SIG_DFL) sigaction(number, &action, nullptr);
+    }
+}
+
 bool TerminalTypeExists(const char* name) {
     int found = 0;
     if (setupterm(name, STDOUT_FILENO, &found) != OK) return false;
@@ -85,6 +104,7 @@ void PrepareProcess() {
     for (int number : {SIGINT, SIGQUIT, SIGTERM})
         sigaction(number, &action, nullptr);
     if (!IsIgnored(SIGHUP)) sigaction(SIGHUP, &action, nullptr);
+    CatchFaults();
 }
 
 void OnMemoryExhausted() {

@@ -332,6 +332,17 @@ TEST(TypedAround, CtrlZLeavesNothingForTheShell) {
     t.WaitExit();
 }
 
+// ---- a fault of its own ----
+
+TEST(Fault, LeavesATerminalToTypeOn) {
+    Machine box;
+    Terminal t(box, AtAPrompt());
+    t.WaitFor(kMainMenu.sign);
+    t.Signal(SIGABRT);
+    EXPECT_EQ(t.WaitExit(), Killed(SIGABRT));
+    ExpectTerminalAsBefore(t);
+}
+
 // ---- a mouse report that is cut off ----
 
 TEST(HalfAMouseReport, HoldsNoEndingSignalUp) {
