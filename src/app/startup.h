@@ -13,8 +13,8 @@ void PrintRootRefusal();
 // are let in only while the program waits (util/signal_gate.h). Descriptors 0 to 2 that are closed
 // are opened on /dev/null, so that no file of ours takes their place. What the program and its
 // commands make can be written by nobody else, whatever the umask was. When memory runs out,
-// OnMemoryExhausted is called. A fault of the program's own (SIGSEGV, SIGABRT and their like) ends it
-// as ever, but restores the terminal before.
+// OnMemoryExhausted is called. A fault of the program's own (SIGSEGV, SIGABRT and their like) ends
+// it as ever, but restores the terminal before.
 void PrepareProcess();
 
 // Called when there is no memory for the program's own records: restores the terminal, says so and
