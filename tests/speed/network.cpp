@@ -67,7 +67,7 @@ bench::Descriptor MakeNetwork(int cards) {
     return bench::Descriptor(open("/proc/self/ns/net", O_RDONLY | O_CLOEXEC));
 }
 
-constexpr Row kSeparator = {'-', 'd', ""};
+const Row kSeparator = {'-', 'd', ""};
 
 void AddCard(int number, std::vector<Row>& rows) {
     const char key = number > 10 ? '-' : static_cast<char>('0' + number % 10);
