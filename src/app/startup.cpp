@@ -44,9 +44,10 @@ bool IsIgnored(int signal_number) {
     return action.sa_handler == SIG_IGN;
 }
 
-// The program's own end by such a signal leaves a terminal to type on. Only once: a terminal that
-// can't be restored is left as it is.
+// The program's own end by such a signal leaves a terminal to type on. Its modes come first: where
+// the fault is in curses, taking the screen down may be the next one, and ends the program there.
 void OnFault(int signal_number) {
+    reset_shell_mode();
     RestoreTerminal();
     raise(signal_number);
 }
@@ -61,6 +62,11 @@ void CatchFaults() {
         // A sanitizer has its own.
         if (present.sa_handler == SIG_DFL) sigaction(number, &action, nullptr);
     }
+}
+
+// Without memory curses ends the program by itself, and leaves the terminal as it is.
+void LeaveLineMode() {
+    if (!isendwin()) reset_shell_mode();
 }
 
 bool TerminalTypeExists(const char* name) {
@@ -141,6 +147,7 @@ void ChooseTerminalType() {
 
 void StartTerminal() {
     std::setlocale(LC_CTYPE, "");
+    std::atexit(LeaveLineMode);
     initscr();
     StartColours();
     StartKeyboard();

@@ -145,13 +145,12 @@ std::string InitialText(const std::string& value) {
     return value.substr(0, length);
 }
 
-FIELD* MakeEntryField(int line, const std::string& text) {
+FIELD* MakeEntryField(int line) {
     FIELD* field = new_field(1, COLS - 2 * kTextColumn, line, kTextColumn, 0, 0);
     if (field == nullptr) return nullptr;
     set_field_back(field, A_UNDERLINE | PairAttribute(Colour::Selected));
     set_field_fore(field, A_BOLD);
     set_field_just(field, JUSTIFY_LEFT);
-    set_field_buffer(field, 0, text.c_str());
     field_opts_on(field, O_VISIBLE | O_ACTIVE | O_PUBLIC | O_EDIT);
     field_opts_off(field, O_BLANK);
     return field;
@@ -163,12 +162,13 @@ struct TextEntry {
     int cursor = -1;  // column; -1: behind the text
 };
 
-// The text in the field; `otherwise` when curses has no memory to tell it.
-std::string FieldText(FORM* form, const std::string& otherwise) {
-    form_driver(form, REQ_VALIDATION);
-    const char* buffer = field_buffer(current_field(form), 0);
-    if (buffer == nullptr) return otherwise;
-    std::string text = buffer;
+// The text in the field, read from its cells: field_buffer() asks for memory on each call, and
+// crashes when there is none.
+std::string FieldText(const FORM* form) {
+    std::wstring cells(static_cast<std::size_t>(getmaxx(form->w)) * CCHARW_MAX, L'\0');
+    mvwinnwstr(form->w, 0, 0, cells.data(), static_cast<int>(cells.size()));
+    wmove(form->w, form->currow, form->curcol);
+    std::string text = BytesOf(cells.c_str());
     trim_trailing_space(text.data());
     text.resize(std::strlen(text.c_str()));
     return text;
@@ -184,18 +184,34 @@ void PlaceCursor(FORM* form, int column) {
     }
 }
 
+// Shows the form with the entry in the window. False, with nothing to edit, when memory is short.
+bool ShowEntry(WINDOW* window, FORM* form, const std::vector<std::string_view>& prompt,
+               const TextEntry& entry) {
+    set_form_win(form, window);
+    set_form_sub(form, window);
+    if (post_form(form) != E_OK) return false;
+    PaintEntryBox(window, prompt);
+    // Only now: the field's cells are the window's, and what a wrapped prompt has put there would
+    // be taken for what was typed.
+    if (set_field_buffer(current_field(form), 0, entry.text.c_str()) != E_OK) return false;
+    PlaceCursor(form, entry.cursor);
+    form_driver(form, REQ_INS_MODE);
+    ShowEntryBox(window);
+    return true;
+}
+
 // Feeds keys to the form and keeps what they make of the entry.
 Outcome EditEntry(WINDOW* window, FORM* form, TextEntry& entry) {
     const TerminalSize size;
     // Only a key changes the entry: a box too narrow for the text does not cut it.
-    std::string shown = FieldText(form, entry.text);
+    std::string shown = FieldText(form);
     int column = form->curcol;
     bool running = true;
     bool cancelled = false;
     while (running) {
         FormHandleKey(form, running, cancelled);
         if (size.HasChanged()) return Outcome::Resized;
-        const std::string text = FieldText(form, shown);
+        const std::string text = FieldText(form);
         if (text != shown || !running) entry.text = shown = text;
         if (form->curcol != column) entry.cursor = column = form->curcol;
         ShowWindow(window);
@@ -203,36 +219,18 @@ Outcome EditEntry(WINDOW* window, FORM* form, TextEntry& entry) {
     return cancelled ? Outcome::Cancelled : Outcome::Accepted;
 }
 
-// Lets the operator edit the field in the window.
-Outcome EditField(WINDOW* window, FIELD* field, const std::vector<std::string_view>& prompt,
-                  TextEntry& entry) {
-    FIELD* fields[] = {field, nullptr};
-    FORM* form = new_form(fields);
-    if (form == nullptr) return Outcome::Cancelled;
-    set_form_win(form, window);
-    set_form_sub(form, window);
-    post_form(form);
-    PaintEntryBox(window, prompt);
-    // The field's cells are the window's: what a wrapped prompt has put there would be taken for
-    // what was typed.
-    set_field_buffer(field, 0, entry.text.c_str());
-    PlaceCursor(form, entry.cursor);
-    form_driver(form, REQ_INS_MODE);
-    ShowEntryBox(window);
-    const Outcome outcome = EditEntry(window, form, entry);
-    unpost_form(form);
-    free_form(form);
-    return outcome;
-}
-
 Outcome ShowTextBox(const std::vector<std::string_view>& prompt, TextEntry& entry,
                     bool shown_before) {
     const EntryBox box = OpenEntryBox(prompt.size());
-    FIELD* field = box.window != nullptr ? MakeEntryField(box.entry_line, entry.text) : nullptr;
-    const Outcome outcome =
-        field != nullptr ? EditField(box.window, field, prompt, entry) : WaitForRoom(shown_before);
-    if (field != nullptr) free_field(field);
-    if (box.window != nullptr) delwin(box.window);
+    FIELD* fields[] = {box.window != nullptr ? MakeEntryField(box.entry_line) : nullptr, nullptr};
+    FORM* form = fields[0] != nullptr ? new_form(fields) : nullptr;
+    const Outcome outcome = form != nullptr && ShowEntry(box.window, form, prompt, entry)
+                                ? EditEntry(box.window, form, entry)
+                                : WaitForRoom(shown_before);
+    unpost_form(form);
+    free_form(form);
+    free_field(fields[0]);
+    delwin(box.window);
     return outcome;
 }
 

@@ -45,15 +45,19 @@ std::wstring DisplayText(std::string_view text) {
     return shown;
 }
 
-std::string PrintableText(std::string_view text) {
-    std::string printable;
+std::string BytesOf(std::wstring_view characters) {
+    std::string text;
     char bytes[MB_LEN_MAX];
-    for (wchar_t character : DisplayText(text)) {
+    for (wchar_t character : characters) {
         std::mbstate_t state = {};
         const std::size_t length = std::wcrtomb(bytes, character, &state);
-        if (length <= sizeof bytes) printable.append(bytes, length);
+        if (length <= sizeof bytes) text.append(bytes, length);
     }
-    return printable;
+    return text;
+}
+
+std::string PrintableText(std::string_view text) {
+    return BytesOf(DisplayText(text));
 }
 
 void Say(std::string_view message) {

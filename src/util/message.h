@@ -13,7 +13,10 @@
 // The text's characters as they may be drawn.
 std::wstring DisplayText(std::string_view text);
 
-// The same as bytes. A text of printable characters is itself.
+// Characters as bytes; what the locale has no bytes for is left out.
+std::string BytesOf(std::wstring_view characters);
+
+// The text as it may be drawn, as bytes. A text of printable characters is itself.
 std::string PrintableText(std::string_view text);
 
 // Writes a message to standard error, as it stands.

@@ -1,8 +1,9 @@
 // A preloaded library under which one request of the program fails. FAULTY names it:
 //
-//     FAULTY="memory 2000"     the two thousandth request for memory is refused
-//     FAULTY="memory 2000+"    ... and all that follow
-//     FAULTY="close 7"         the seventh file closed reports an error (and is closed, as ever)
+//     FAULTY="memory 20"     the twentieth request for memory from the second key on is refused
+//     FAULTY="memory 20+"    ... and all that follow
+//     FAULTY="early 20"      the twentieth of all requests
+//     FAULTY="close 7"       the seventh file closed reports an error (and is closed, as ever)
 //
 // When it has come to that there is the file /tmp/failed. The program's commands are spared.
 #include <errno.h>
@@ -27,10 +28,11 @@ struct Fault {
     int error;
     long number = 0;  // of the request that fails; 0: none
     bool all_that_follow = false;
+    bool begun = true;
     long requests = 0;
 
     bool Strikes() {
-        if (number == 0 || ++requests < number) return false;
+        if (number == 0 || !begun || ++requests < number) return false;
         if (requests > number && !all_that_follow) return false;
         if (requests == number) {
             syscall(SYS_close, open("/tmp/failed", O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
@@ -40,13 +42,15 @@ struct Fault {
     }
 };
 
-Fault memory = {"memory ", ENOMEM};
+Fault memory = {.what = "memory ", .error = ENOMEM, .begun = false};
+Fault early = {"early ", ENOMEM};
+int keys = 0;
 Fault closing = {"close ", EIO};
 
 __attribute__((constructor)) void Begin() {
     const char* text = getenv("FAULTY");
     if (text == nullptr || strcmp(program_invocation_short_name, "ifmenu") != 0) return;
-    for (Fault* fault : {&memory, &closing}) {
+    for (Fault* fault : {&memory, &early, &closing}) {
         const size_t length = strlen(fault->what);
         if (strncmp(text, fault->what, length) != 0) continue;
         fault->all_that_follow = strchr(text, '+') != nullptr;
@@ -55,20 +59,31 @@ __attribute__((constructor)) void Begin() {
     unsetenv("LD_PRELOAD");
 }
 
+bool NoMemory() {
+    return memory.Strikes() || early.Strikes();
+}
+
 }  // namespace
 
 extern "C" {
 
+ssize_t read(int descriptor, void* bytes, size_t size) {
+    const ssize_t length = syscall(SYS_read, descriptor, bytes, size);
+    // The first key makes curses compare screens, and what it sets up for that it has to get.
+    if (descriptor == STDIN_FILENO && length > 0) memory.begun = ++keys > 1;
+    return length;
+}
+
 void* malloc(size_t size) {
-    return memory.Strikes() ? nullptr : __libc_malloc(size);
+    return NoMemory() ? nullptr : __libc_malloc(size);
 }
 
 void* calloc(size_t count, size_t size) {
-    return memory.Strikes() ? nullptr : __libc_calloc(count, size);
+    return NoMemory() ? nullptr : __libc_calloc(count, size);
 }
 
 void* realloc(void* old, size_t size) {
-    return memory.Strikes() ? nullptr : __libc_realloc(old, size);
+    return NoMemory() ? nullptr : __libc_realloc(old, size);
 }
 
 int close(int descriptor) {

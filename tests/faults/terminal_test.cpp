@@ -284,8 +284,9 @@ int MakeNoise(TourBox& box, Chance& chance, const Noise& noise, const char* way,
     int sent = 0;
     while (sent < bytes && t.Running()) {
         const int size = std::min(bytes - sent, chance.Between(1, 500));
-        // A line that was stopped by Ctrl-S is let go on.
-        t.SendBytes(RandomBytes(chance, noise, size) + "\x11");
+        // A line that was stopped by Ctrl-S is let go on; by the second Ctrl-Q where Ctrl-V has
+        // quoted the first.
+        t.SendBytes(RandomBytes(chance, noise, size) + "\x11\x11");
         t.Settle(60);
         sent += size;
     }
@@ -313,7 +314,8 @@ TEST_P(WholeNoise, EndsNothingInDisorderAndDoesNothingUnasked) {
     constexpr int kMegabyte = 1000000;
     int sent = 0, programs = 0;
     for (; sent < kMegabyte && !HasFailure(); ++programs)
-        sent += MakeNoise(box, chance, noise, kWays[programs % std::size(kWays)], 20000);
+        sent += MakeNoise(box, chance, noise,
+                          kWays[static_cast<size_t>(programs) % std::size(kWays)], 20000);
     std::cout << "FAULTS noise " << noise.name << ": " << sent << " bytes to " << programs
               << " programs" << std::endl;
 }
