@@ -55,6 +55,12 @@ struct TerminalOptions {
     std::vector<int> ignored_signals = {};  // e.g. {SIGHUP}; all others at their defaults
     std::string input = {};  // a path inside, read as standard input instead of the terminal
 };
+inline TerminalOptions OfSize(int rows, int cols) {
+    TerminalOptions options;
+    options.rows = rows;
+    options.cols = cols;
+    return options;
+}
 
 // How a program ended: by itself with a status, or killed by a signal.
 struct Ending {

@@ -12,15 +12,14 @@
 #include <string>
 #include <vector>
 
+#include "../screens/full_machine.h"
 #include "../screens/lifecycle_fixtures.h"
 #include "machine.h"
 #include "terminal.h"
 
 namespace bench::faults {
 
-// A machine with a wireless card and everything else that makes a screen show its rows. Every
-// command that changes something is a stand-in.
-class TourBox : public Machine {
+class TourBox : public FullMachine {
   public:
     TourBox();
     // Puts everything back that a tour changes.

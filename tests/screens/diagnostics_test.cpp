@@ -35,13 +35,6 @@ class Box : public Machine {
     }
 };
 
-TerminalOptions Size(int rows, int cols) {
-    TerminalOptions options;
-    options.rows = rows;
-    options.cols = cols;
-    return options;
-}
-
 void WaitForRows(Terminal& t, Place place = Place::current()) {
     t.WaitFor("Ping test", Terminal::kPatience, place);
     t.WaitFor("Main menu", Terminal::kPatience, place);
@@ -83,7 +76,7 @@ TerminalOptions WithMessages(const std::string& file) {
 TEST(DiagnosticsScreen, ShowsItsRows) {
     Box box;
     for (const auto& [rows, cols] : {std::pair{24, 80}, {43, 132}}) {
-        DiagnosticsPage t(box, Size(rows, cols));
+        DiagnosticsPage t(box, OfSize(rows, cols));
         std::vector<std::string> screen = {
             "", "", "Diagnostics", "", "    Show resolv.conf", "    Ping test", "", "    Main menu",
         };
@@ -368,7 +361,7 @@ TEST_F(RealPing, CtrlCEndsOnlyThePingWhoseSummaryPrints) {
 TEST_F(RealPing, LeftToRunItEndsByItselfAndWaitsForEnter) {
     box.StandInScript("ping",
                       "exec $(PATH=/usr/bin:/bin command -v ping) -c \"$2\" -i 0.01 \"$5\"");
-    DiagnosticsPage t(box, Size(40, 80));
+    DiagnosticsPage t(box, OfSize(40, 80));
     Check(t, "p<Enter>");
     EXPECT_TRUE(t.Shows("20 packets transmitted, 20 received"));
     EXPECT_TRUE(t.Running());

@@ -175,7 +175,7 @@ TEST_F(Question, OtherClicksAreNoAnswer) {
 }
 
 TEST_F(Question, FitsAnyTerminal) {
-    MainMenu t(box, Size(4, 10));
+    MainMenu t(box, OfSize(4, 10));
     t.Press("d<Enter>");
     t.WaitFor("re? [y/n]");
     EXPECT_EQ(t.Row(0), "Are you su");
@@ -265,7 +265,7 @@ class TextBox : public testing::Test {
 
 TEST_F(TextBox, StandsInTheMiddleOverTheScreen) {
     for (const auto& [rows, cols, top] : {std::tuple(24, 80, 9), {25, 80, 9}, {43, 132, 18}}) {
-        MainMenu t(box, Size(rows, cols));
+        MainMenu t(box, OfSize(rows, cols));
         OpenTextBox(t);
         const size_t inside = static_cast<size_t>(cols - 2);
         const std::string bar = Repeated("─", cols - 2);
@@ -380,7 +380,7 @@ TEST_F(TextBox, BlanksAroundTheEntryAreDropped) {
 }
 
 TEST_F(TextBox, AnEntryEndsWithTheBar) {
-    MainMenu t(box, Size(24, 60));  // a bar of 56 columns
+    MainMenu t(box, OfSize(24, 60));  // a bar of 56 columns
     OpenTextBox(t);
     const std::string full = "<" + std::string(46, '-') + "appliance";
     t.Press("<Home>");
@@ -395,7 +395,7 @@ TEST_F(TextBox, AnEntryEndsWithTheBar) {
 TEST_F(TextBox, AnOldTextLongerThanTheBarIsCut) {
     const std::string name = "abcdefghijklmnopqrstuvwxyz-0123456789-ABCDEFGHIJKLMNOPQRSTUVWXYZ";
     SetHostName(box, name);
-    MainMenu t(box, Size(24, 60));  // a bar of 56 columns
+    MainMenu t(box, OfSize(24, 60));  // a bar of 56 columns
     OpenTextBox(t);
     t.WaitUntil([&] { return Entry(t, EntryLine(t)) == name.substr(0, 56); }, "56 characters");
     t.Press("<Enter>");
@@ -442,7 +442,7 @@ TEST_F(TextBox, ACharacterMayComeByteByByte) {
 
 // The key that ends the wait is no more than that: it neither leaves the menu nor selects.
 TEST_F(TextBox, WithoutRoomAnyKeyCancels) {
-    MainMenu t(box, Size(5, 80));
+    MainMenu t(box, OfSize(5, 80));
     for (const char* key : {"e", "<Esc>", "<Enter>"}) {
         t.Press("n<Enter>");
         t.WaitUntil([&] { return t.CursorVisible(); }, "the wait for a key");
@@ -459,7 +459,7 @@ TEST_F(TextBox, WithoutRoomAnyKeyCancels) {
 }
 
 TEST_F(TextBox, FitsATerminalOfSixLines) {
-    MainMenu t(box, Size(6, 80));
+    MainMenu t(box, OfSize(6, 80));
     OpenTextBox(t);
     EXPECT_EQ(t.Row(0), "┌" + Repeated("─", 78) + "┐");
     EXPECT_EQ(t.Row(5), "└" + Repeated("─", 78) + "┘");
@@ -469,7 +469,7 @@ TEST_F(TextBox, FitsATerminalOfSixLines) {
 
 TEST_F(TextBox, TerminalsOfAFewColumns) {
     for (const int columns : {6, 5, 4, 1}) {
-        Terminal t(box, Size(24, columns));
+        Terminal t(box, OfSize(24, columns));
         t.Press("n<Enter>");
         t.WaitUntil([&] { return t.CursorVisible(); }, "the box");
         t.Press("<Esc>");
@@ -501,7 +501,7 @@ TEST_F(TextBox, OutlivesResizing) {
 }
 
 TEST_F(TextBox, APromptThatWrapsOverTheEntryIsNotTakenForIt) {
-    MainMenu t(box, Size(12, 24));
+    MainMenu t(box, OfSize(12, 24));
     t.Press("n<Enter>");
     t.WaitUntil([&] { return t.CursorVisible(); }, "a box");
     t.Press("x<Enter>");

@@ -74,13 +74,6 @@ class Box : public Machine {
     std::string OtherOwners() const { return door().own_users ? "0:0" : "12:34"; }
 };
 
-inline TerminalOptions Size(int rows, int cols) {
-    TerminalOptions options;
-    options.rows = rows;
-    options.cols = cols;
-    return options;
-}
-
 inline void OpenInterface(Terminal& t, Place place = Place::current()) {
     t.WaitFor("Tavrin 4", Terminal::kPatience, place);
     t.Press("1<Enter>", place);

@@ -425,7 +425,7 @@ TEST(InterfaceScreen, ClicksSelectAndActivate) {
 
 TEST(InterfaceScreen, FitsItselfToTheTerminal) {
     Box box;
-    InterfacePage t(box, Size(9, 40));  // four rows of list
+    InterfacePage t(box, OfSize(9, 40));  // four rows of list
     EXPECT_EQ(t.Row(2), "Network configuration: eth0 (02:AB:CD:EF");
     EXPECT_EQ(t.Row(kUp), "    Bring up this interfaces");
     EXPECT_EQ(t.Row(kDown), "    Bring down this interfaces");

@@ -75,7 +75,7 @@ TEST(MainMenuRows, TapsAndBridgesShowWhatTheyAre) {
         "ip link set enp130s0f1np1 address 02:00:00:00:00:0d master br0 up;"
         "ip addr add 10.1.2.3/20 dev eth0; ip addr add 2001:db8::5/64 dev eth0;"
         "ip addr add 192.168.30.1/32 dev br0; ip route add default via 10.1.2.1");
-    MainMenu t(box, Size(30, 80));
+    MainMenu t(box, OfSize(30, 80));
     WaitForScreen(t, Screen("appliance",
                             {"    1. eth0    02:00:00:00:00:0A  Link active  Interface up",
                              "       IPv4: 10.1.2.3   netmask: 255.255.240.0  gateway: 10.1.2.1",
@@ -92,7 +92,7 @@ TEST(MainMenuRows, TapsAndBridgesShowWhatTheyAre) {
 TEST(MainMenuRows, OnlyTheFirstTenInterfacesHaveHotKeys) {
     Machine box;
     AddBridges(box, 12);
-    MainMenu t(box, Size(40, 80));
+    MainMenu t(box, OfSize(40, 80));
     t.WaitFor("Exit this program");
     t.Press("e");
     t.WaitSelected("Exit this program");
@@ -172,7 +172,7 @@ TEST(MainMenuRows, OddLinesOfTheIpCommand) {
                   long_name + "Z: <UP>\n" + full_line +
                   "15: behind: <UP>\n"
                   "16: last");
-    MainMenu t(box, Size(40, 160));
+    MainMenu t(box, OfSize(40, 160));
     WaitForScreen(t, Screen("appliance",
                             {"    1. veth0@if3", "", "    2. tight", "", "    3. blank", "",
                              "    4. lo0", "", "    5. many", "", "    6. " + long_name, "",
@@ -211,7 +211,7 @@ TEST(MainMenuRows, MoreThanSixtyFourInterfaces) {
         links += std::to_string(n + 1) + ": if" + std::to_string(n) + ": <UP>\n";
     ListLinks(box, links);
     box.Cards("if64 hwaddr 02:00:00:00:00:40\nif65 hwaddr 02:00:00:00:00:41\n");
-    MainMenu t(box, Size(160, 80));
+    MainMenu t(box, OfSize(160, 80));
     t.WaitFor("Exit this program");
     EXPECT_EQ(t.Row(kFirstInterfaceLine), "    1. if1");
     EXPECT_EQ(t.Row(kFirstInterfaceLine + 2 * 64), "    65. if65    02:00:00:00:00:41");
@@ -436,7 +436,7 @@ TEST(MainMenuRefresh, EveryFiveSecondsTheRowsFollowTheMachine) {
         "ip link set br0 address 02:00:00:00:00:0c; ip route add default via 10.1.2.1;"
         "ip link set eth2 address 02:00:00:00:00:0d master br0 up");
     box.Record("ip");
-    MainMenu t(box, Size(32, 80));
+    MainMenu t(box, OfSize(32, 80));
     WaitForScreen(
         t, Screen("appliance",
                   {"    1. eth0    02:00:00:00:00:0A  Link active  Interface up",
@@ -794,7 +794,7 @@ TEST_F(Renaming, ANameThatTheKernelRefusesIsStillWritten) {
 }
 
 TEST_F(Renaming, ALongNameIsCut) {
-    MainMenu t(box, Size(24, 160));
+    MainMenu t(box, OfSize(24, 160));
     Rename(t, std::string(140, 'a'));
     WaitForScreen(t, Screen("appliance", {kExitRow}));
     EXPECT_EQ(box.Read("/etc/hostname"), std::string(126, 'a') + "\n");

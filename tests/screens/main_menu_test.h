@@ -31,13 +31,6 @@ inline const std::vector<std::string> kActionRows = {"Bring up all interfaces",
                                                      "Services",
                                                      "Diagnostics"};
 
-inline TerminalOptions Size(int rows, int cols) {
-    TerminalOptions options;
-    options.rows = rows;
-    options.cols = cols;
-    return options;
-}
-
 // The program on its terminal, with its main menu on the screen.
 class MainMenu : public Terminal {
   public:

@@ -88,7 +88,7 @@ constexpr int kExitLine = kFirstLine + 14;
 using MenuKeys = TwelveBridges;
 
 TEST_F(MenuKeys, UpAndDownSkipSeparatorsAndWrap) {
-    MainMenu t(box, Size(40, 80));
+    MainMenu t(box, OfSize(40, 80));
     WaitForView(t, 0, 0);
     std::vector<Step> down;
     for (int row = 1; row <= 7; row++)
@@ -112,7 +112,7 @@ TEST_F(RowsOfEveryKind, UpAndDownSkipInformation) {
 }
 
 TEST_F(MenuKeys, TheListScrollsWithTheSelection) {
-    MainMenu t(box, Size(12, 80));  // six rows
+    MainMenu t(box, OfSize(12, 80));  // six rows
     WaitForView(t, 0, 0);
     // Down: a row more only when the selection would leave the screen.
     Walk(t, {{"<Down><Down><Down><Down><Down>", 0, 5}, {"<Down>", 1, 6}, {"<Down>", 2, 7}});
@@ -127,7 +127,7 @@ TEST_F(MenuKeys, TheListScrollsWithTheSelection) {
 }
 
 TEST_F(MenuKeys, PagesGoToTheEdgeFirstThenByAPageLessOneRow) {
-    MainMenu t(box, Size(12, 80));  // six rows
+    MainMenu t(box, OfSize(12, 80));  // six rows
     WaitForView(t, 0, 0);
     Walk(t, {{"<PageDown>", 0, 5},
              {"<PageDown>", 5, 10},
@@ -151,21 +151,21 @@ TEST_F(MenuKeys, PagesGoToTheEdgeFirstThenByAPageLessOneRow) {
 }
 
 TEST_F(MenuKeys, PagesOfATallTerminalGoToTheEnds) {
-    MainMenu t(box, Size(50, 80));
+    MainMenu t(box, OfSize(50, 80));
     WaitForView(t, 0, 0);
     Walk(t, {{"<PageDown>", 0, 33}, {"<PageDown>", 0, 33}, {"<PageUp>", 0, 0}});
     Walk(t, {{"<End>", 0, 33}, {"<Up>", 0, 31}, {"<Home>", 0, 0}});
 }
 
 TEST_F(MenuKeys, PagesOfOneRowStay) {
-    MainMenu t(box, Size(7, 80));
+    MainMenu t(box, OfSize(7, 80));
     WaitForView(t, 0, 0);
     Walk(t, {{"<PageDown><Down>", 1, 1}, {"<PageDown><PageUp><Down>", 2, 2}});
 }
 
 TEST_F(MenuKeys, PagesMayEndOnASeparator) {
     box.StandIn(kNetworkScript);
-    MainMenu t(box, Size(12, 80));
+    MainMenu t(box, OfSize(12, 80));
     WaitForView(t, 0, 0);
     Walk(t, {{"<PageDown><PageDown>", 5, 10}});
     EXPECT_EQ(t.Style(kFirstLine + 5), "0-3 white/black; 4-78 white/blue dim; 79 white/black");
@@ -203,7 +203,7 @@ TEST(MenuEnds, HomeAndEndMayLandOnWhatCannotBeSelected) {
 
 TEST_F(MenuKeys, HotKeysSelectAndNeverActivate) {
     box.StandIn(kNetworkScript);
-    MainMenu t(box, Size(40, 80));
+    MainMenu t(box, OfSize(40, 80));
     WaitForView(t, 0, 0);
     Walk(t, {{"d", 0, 1}, {"n", 0, 3}, {"t", 0, 4}, {"f", 0, 5}, {"s", 0, 6}, {"i", 0, 7}});
     Walk(t, {{"e", 0, 33}, {"d", 0, 1}, {"d", 0, 1}});
@@ -213,14 +213,14 @@ TEST_F(MenuKeys, HotKeysSelectAndNeverActivate) {
 }
 
 TEST_F(MenuKeys, ASharedHotKeyGoesToTheNextRowThatBearsIt) {
-    MainMenu t(box, Size(40, 80));
+    MainMenu t(box, OfSize(40, 80));
     WaitForView(t, 0, 0);
     Walk(t, {{"u", 0, 2}, {"u", 0, 0}, {"u", 0, 2}});
     Walk(t, {{"d", 0, 1}, {"u", 0, 2}, {"n", 0, 3}, {"u", 0, 0}});
 }
 
 TEST_F(MenuKeys, OtherKeysDoNothing) {
-    MainMenu t(box, Size(40, 80));
+    MainMenu t(box, OfSize(40, 80));
     WaitForView(t, 0, 0);
     t.Press("d");
     WaitForView(t, 0, 1);
@@ -320,7 +320,7 @@ TEST_F(MenuLook, WhatCannotBeSelectedIsDim) {
 }
 
 TEST_F(MenuLook, AnInformationRowMayBeSelected) {
-    MainMenu t(box, Size(17, 80));  // eleven rows: the last in sight is the address
+    MainMenu t(box, OfSize(17, 80));  // eleven rows: the last in sight is the address
     t.Press("<PageDown>");
     t.WaitSelected("IPv4: 10.1.2.3");
     EXPECT_EQ(t.Style(kAddressLine), "0-3 white/black; 4-78 white/blue dim; 79 white/black");
@@ -329,7 +329,7 @@ TEST_F(MenuLook, AnInformationRowMayBeSelected) {
 }
 
 TEST_F(MenuLook, ASelectedWarningIsReversed) {
-    MainMenu t(box, Size(19, 80));  // thirteen rows: the last in sight is the warning
+    MainMenu t(box, OfSize(19, 80));  // thirteen rows: the last in sight is the warning
     t.Press("<PageDown>");
     const std::string reversed = "0-3 white/black; 4-78 red/black dim reverse; 79 white/black";
     t.WaitUntil([&] { return t.Style(kWarningLine) == reversed; }, reversed);
@@ -339,7 +339,7 @@ TEST_F(MenuLook, ASelectedWarningIsReversed) {
 
 // On narrow terminals the title lines wrap and stand above and beside the first rows.
 TEST_F(MenuLook, LabelsAreCutAtTheWidthButTheirHotKeysAreNot) {
-    MainMenu t(box, Size(24, 11));  // rows of six columns, and one more column behind them
+    MainMenu t(box, OfSize(24, 11));  // rows of six columns, and one more column behind them
     t.WaitUntil([&] { return t.Row(kFirstLine + 3) == "    Change"; }, "rows of six columns");
     EXPECT_EQ(t.Row(kFirstLine + 6), "    Servic");
     EXPECT_EQ(t.Row(kFirstLine).substr(4), "Bring u");
@@ -415,7 +415,7 @@ TEST_F(MenuLook, DimRowsStayAsTheyAreUnderThePointer) {
 }
 
 TEST_F(MenuLook, ASelectedDimRowUnderThePointerIsCyan) {
-    MainMenu t(box, Size(17, 80));  // eleven rows: the last in sight is the address
+    MainMenu t(box, OfSize(17, 80));  // eleven rows: the last in sight is the address
     t.Hover(kAddressLine, 20);
     t.Press("<PageDown>");
     const std::string hovered = "0-3 white/black; 4-78 cyan/blue dim; 79 white/black";
@@ -456,7 +456,7 @@ TEST_F(MenuMouse, AClickCountsFromTheFirstToTheLastColumnOfARow) {
 // Wherever there is no row to hit, the first row is selected; and only selected, when it was so
 // before.
 TEST_F(MenuMouse, AClickBesideTheRowsSelectsTheFirst) {
-    MainMenu t(box, Size(45, 80));
+    MainMenu t(box, OfSize(45, 80));
     struct Spot {
         int line;
         const char* what;
@@ -486,7 +486,7 @@ TEST_F(RowsOfEveryKind, AClickOnInformationSelectsTheFirstRow) {
 
 // A separator that pages have selected is the selected row, and still no click hits it.
 TEST_F(MenuMouse, ASelectedSeparatorIsNoTarget) {
-    MainMenu t(box, Size(12, 80));
+    MainMenu t(box, OfSize(12, 80));
     Walk(t, {{"<PageDown><PageDown>", 5, 10}});
     t.Click(kFirstLine + 5, 20);
     WaitForView(t, 0, 0);
@@ -543,7 +543,7 @@ TEST_F(MenuMouse, OtherButtonsOnlyPoint) {
 }
 
 TEST_F(MenuMouse, AScrolledListIsHitWhereItsRowsAre) {
-    MainMenu t(box, Size(12, 80));
+    MainMenu t(box, OfSize(12, 80));
     Walk(t, {{"9", 20, 25}});
     t.Click(kFirstLine + 1, 20);
     WaitForView(t, 20, 21);
@@ -554,7 +554,7 @@ TEST_F(MenuMouse, AScrolledListIsHitWhereItsRowsAre) {
 // The pointer is looked at for the rows in sight only: a row that was scrolled away under it comes
 // back as it went.
 TEST_F(MenuMouse, ScrollingTakesTheHoverAlong) {
-    MainMenu t(box, Size(12, 80));
+    MainMenu t(box, OfSize(12, 80));
     WaitForView(t, 0, 0);
     t.Hover(kFirstLine + 3, 20);
     t.WaitUntil([&] { return t.Cell(kFirstLine + 3, 20).fg == kYellow; }, "a hovered row");
@@ -607,7 +607,7 @@ TEST_F(MenuSize, RowsFollowTheTerminal) {
 }
 
 TEST_F(MenuSize, ASmallerTerminalScrollsToTheSelection) {
-    MainMenu t(box, Size(40, 80));
+    MainMenu t(box, OfSize(40, 80));
     Walk(t, {{"<End>", 0, 33}});
     t.Resize(12, 80);
     WaitForView(t, 28, 33);
@@ -620,7 +620,7 @@ TEST_F(MenuSize, ASmallerTerminalScrollsToTheSelection) {
 TEST_F(MenuSize, WithoutRoomForRowsTheKeysStillWork) {
     box.StandIn(kNetworkScript);
     for (const auto& [lines, columns] : {std::pair(6, 80), {5, 10}, {3, 3}, {1, 1}}) {
-        Terminal t(box, Size(lines, columns));
+        Terminal t(box, OfSize(lines, columns));
         t.Press("<Down><Up><PageDown><PageUp><End><Home>d<Enter>y");
         box.WaitForCalls(kNetworkScript, 1);
         t.Press("<End><Enter>");

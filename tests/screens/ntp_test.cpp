@@ -60,13 +60,6 @@ class Box : public Machine {
     }
 };
 
-TerminalOptions Size(int rows, int cols) {
-    TerminalOptions options;
-    options.rows = rows;
-    options.cols = cols;
-    return options;
-}
-
 void WaitForRows(Terminal& t, Place place = Place::current()) {
     t.WaitFor(kTitle, Terminal::kPatience, place);
     t.WaitFor("Start NTP service", Terminal::kPatience, place);
@@ -157,7 +150,7 @@ void Save(Terminal& t, Place place = Place::current()) {
 TEST(NtpScreen, ShowsTheServersOfTheFileAndItsActions) {
     Box box;
     for (const auto& [rows, cols] : {std::pair{24, 80}, {43, 132}}) {
-        NtpPage t(box, Size(rows, cols));
+        NtpPage t(box, OfSize(rows, cols));
         std::vector<std::string> screen = {
             "",
             "",

@@ -201,7 +201,7 @@ class WirelessProbe : public testing::Test {
         box.Cards("wlan0 name IEEE 802.11\n");
     }
 
-    static TerminalOptions Wide() { return Size(24, 160); }
+    static TerminalOptions Wide() { return OfSize(24, 160); }
 
     // The rows with these pieces behind "Wireless: ".
     void ExpectPieces(Terminal& t, const std::string& pieces, Place place = Place::current()) {

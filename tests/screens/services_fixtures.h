@@ -2,17 +2,13 @@
 // what the tests of the services, the SMB/CIFS accounts and the VNC password share.
 #pragma once
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdint>
-#include <cstdio>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "machine.h"
+#include "secret.h"
 #include "terminal.h"
 
 namespace services {
@@ -122,13 +118,6 @@ class ServicesBox : public Machine {
     std::string look_;
 };
 
-inline TerminalOptions OfSize(int rows, int cols) {
-    TerminalOptions options;
-    options.rows = rows;
-    options.cols = cols;
-    return options;
-}
-
 inline void WaitForTitle(Terminal& t, const std::string& title, Place place = Place::Here()) {
     t.WaitUntil([&] { return t.Row(2) == title; }, "the title \"" + title + "\"",
                 Terminal::kPatience, place);
@@ -200,63 +189,6 @@ inline void ExpectPlainTerminal(const std::vector<Call>& calls, Place place = Pl
 
 // Longer than what a text grows to at first, so that copies of a growing one show.
 constexpr const char* kSecret = "Quux7-Zebra#Plinth_42;vortex:Jumbled%Wharf";
-
-// Parts of the secret, long enough not to stand anywhere by chance, as bytes or as the numbers in
-// which curses hands out keys and characters.
-template <typename Number>
-Words PartsAs(const std::string& secret) {
-    constexpr size_t kLength = 7;
-    Words parts;
-    for (size_t start = 0; start + kLength <= secret.size(); start += kLength) {
-        const std::string part = secret.substr(start, kLength);
-        const std::vector<Number> numbers(part.begin(), part.end());
-        parts.emplace_back(reinterpret_cast<const char*>(numbers.data()),
-                           numbers.size() * sizeof(Number));
-    }
-    return parts;
-}
-
-inline std::string ReadMemory(int memory, uint64_t start, uint64_t end) {
-    std::string bytes(end - start, '\0');
-    size_t have = 0;
-    while (have < bytes.size()) {
-        const ssize_t got = pread(memory, bytes.data() + have, bytes.size() - have,
-                                  static_cast<off_t>(start + have));
-        if (got <= 0) break;
-        have += static_cast<size_t>(got);
-    }
-    bytes.resize(have);
-    return bytes;
-}
-
-// Where parts of the secret stand in the program's writable memory.
-inline Words TracesOfSecret(const Terminal& t) {
-    // A sanitizer's own notes about the memory: of a size that no program of ours has, and no text.
-    constexpr uint64_t kLargestMapping = uint64_t{1} << 30;
-    const std::string proc = "/proc/" + std::to_string(t.pid());
-    const Descriptor memory(open((proc + "/mem").c_str(), O_RDONLY | O_CLOEXEC));
-    EXPECT_TRUE(memory) << "the program's memory cannot be read";
-    Words parts = PartsAs<char>(kSecret);
-    for (const std::string& part : PartsAs<int32_t>(kSecret))
-        parts.push_back(part);
-    Words traces;
-    size_t read = 0;
-    std::istringstream maps(ReadWhole(proc + "/maps"));
-    for (std::string line; std::getline(maps, line);) {
-        uint64_t start = 0, end = 0;
-        char access[8] = "";
-        if (sscanf(line.c_str(), "%lx-%lx %7s", &start, &end, access) != 3) continue;
-        if (access[0] != 'r' || access[1] != 'w' || end - start > kLargestMapping) continue;
-        const std::string bytes = ReadMemory(memory.get(), start, end);
-        read += bytes.size();
-        for (const std::string& part : parts) {
-            if (bytes.find(part) == std::string::npos) continue;
-            traces.push_back(part.substr(0, 4) + " in " + line);
-        }
-    }
-    EXPECT_GT(read, 100000u) << "hardly any memory was looked at";
-    return traces;
-}
 
 // A script that reads its whole input, says so, and ends when it may.
 constexpr const char* kReadAndWait =

@@ -92,7 +92,7 @@ std::string RowText(int row, const std::string& value) {
 
 // A terminal on which the whole list is in sight.
 TerminalOptions Tall() {
-    return Size(32, 80);
+    return OfSize(32, 80);
 }
 
 // Where a row of the list is on the screen while the list is not scrolled.
@@ -137,7 +137,7 @@ TEST(SettingsEditor, ShowsEverySettingInItsColumn) {
         "ipv6_router_adv = 0\nstatic ip = 192.0.2.7\nstatic ip netmask = 255.255.0.0\n"
         "gateway = 192.0.2.1\ndns = 192.0.2.1 192.0.2.2\nstatic ip6 = 2001:db8::7/64\n"
         "nat enable = 1\nnat role = public\n");
-    EditorPage t(box, Size(26, 80));
+    EditorPage t(box, OfSize(26, 80));
     Finish(t);
     const std::vector<std::string> screen = {
         "",
@@ -551,7 +551,7 @@ std::vector<std::string> PromptLines(const Terminal& t) {
 
 TEST(SettingsEditor, EveryTextIsAskedForWithItsOwnWords) {
     Box box(FilledFile());
-    EditorPage t(box, Size(32, 132));
+    EditorPage t(box, OfSize(32, 132));
     for (const Prompt& prompt : kPrompts) {
         OpenPrompt(t, prompt.row);
         const std::vector<std::string> lines = PromptLines(t);
@@ -756,13 +756,13 @@ TEST(SettingsEditor, HelpIsUnderTheListOn24LinesBy80) {
 
 TEST(SettingsEditor, HelpIsUnderTheListOn43LinesBy132) {
     Box box;
-    EditorPage t(box, Size(43, 132));
+    EditorPage t(box, OfSize(43, 132));
     ExpectEveryHelp(t, 38);
 }
 
 TEST(SettingsEditor, HelpIsCutOnANarrowTerminal) {
     Box box;
-    EditorPage t(box, Size(24, 40));
+    EditorPage t(box, OfSize(24, 40));
     ExpectEveryHelp(t, 19);
     t.Resize(24, 20);
     t.WaitUntil([&] { return t.Row(19) == "    If you would"; }, "twelve characters of help");
@@ -812,7 +812,7 @@ TEST(SettingsEditor, TheListScrollsAboveTheHelp) {
 
 TEST(SettingsEditor, NineteenLinesAreEnoughForTheHelp) {
     Box box;
-    EditorPage t(box, Size(19, 80));
+    EditorPage t(box, OfSize(19, 80));
     EXPECT_EQ(t.Row(1), kEditorTitle);
     EXPECT_EQ(TextAt(t, 13), RowText(kGateway, ""));
     ExpectHelp(t, 14, kRows[kDisabled].help);
@@ -823,7 +823,7 @@ TEST(SettingsEditor, NineteenLinesAreEnoughForTheHelp) {
 // On a smaller terminal the first help line is above the screen, and the others are over the title.
 TEST(SettingsEditor, OnEighteenLinesTheHelpIsOverTheTitle) {
     Box box;
-    EditorPage t(box, Size(18, 80));
+    EditorPage t(box, OfSize(18, 80));
     const auto expect_top = [&](const std::string& second, const std::string& third) {
         Finish(t);
         EXPECT_EQ(t.Row(0), second.empty() ? "" : "    " + second);
@@ -854,7 +854,7 @@ TEST(SettingsEditor, OnEighteenLinesTheHelpIsOverTheTitle) {
 
 TEST(SettingsEditor, AfterShrinkingTheHelpKeepsItsLines) {
     Box box;
-    EditorPage t(box, Size(19, 80));
+    EditorPage t(box, OfSize(19, 80));
     t.Resize(18, 80);
     // Rows 14 to 16 belong to the list now, and the help is over them.
     t.WaitUntil([&] { return t.Row(17).empty() && t.Row(13) == "    " + RowText(kGateway, ""); },
@@ -961,7 +961,7 @@ TEST(SettingsEditor, AFileChangedMeanwhileIsOverwrittenAsAWhole) {
 TEST(SettingsEditor, RowsAreCutAt254Characters) {
     const std::string value = std::string(150, 'a') + std::string(150, 'b');
     Box box(With(kPlain, "static ip", value));
-    EditorPage t(box, Size(32, 300));
+    EditorPage t(box, OfSize(32, 300));
     EXPECT_EQ(TextAt(t, Line(kStaticIp)), kRows[kStaticIp].label + value.substr(0, 223));
     // The entry starts with 254 characters; what a cancelled one leaves is the whole value.
     OpenPrompt(t, kStaticIp);

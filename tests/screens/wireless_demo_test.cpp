@@ -15,7 +15,7 @@ class Demo : public Machine {
         Cards("");  // the library comes with it; the demo has its own description
     }
     static TerminalOptions Options() {
-        TerminalOptions options = Size(30, 100);
+        TerminalOptions options = OfSize(30, 100);
         options.environment = {{"APPLIANCE_CARDS", "/run/air/cards"}};
         return options;
     }

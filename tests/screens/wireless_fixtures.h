@@ -127,13 +127,6 @@ class List : public Terminal {
     }
 };
 
-inline TerminalOptions Size(int rows, int cols) {
-    TerminalOptions options;
-    options.rows = rows;
-    options.cols = cols;
-    return options;
-}
-
 // The keys from anywhere in the list to its n-th network, counted from 0, by the arrow keys: they
 // pass over the separators.
 inline std::string ToNetwork(int n) {

@@ -1,13 +1,7 @@
 // The password of a network: its entry on the screen, and that nothing of it stays anywhere.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cstdint>
-#include <cstdio>
 #include <cstring>
-#include <sstream>
-#include <utility>
 
+#include "secret.h"
 #include "wireless_fixtures.h"
 
 namespace wireless {
@@ -104,7 +98,7 @@ TEST(PasswordEntry, HoldsNoMoreThanItsLineNorThan255Characters) {
     for (const auto& [columns, most] : cases) {
         SCOPED_TRACE(columns);
         box.ForgetCalls();
-        Entry t(box, Size(24, columns));
+        Entry t(box, OfSize(24, columns));
         std::string typed;
         for (size_t i = 0; i < most + 5; i++)
             typed += static_cast<char>('a' + i % 26);
@@ -126,78 +120,17 @@ TEST(PasswordEntry, HoldsNoMoreThanItsLineNorThan255Characters) {
 constexpr const char* kSecret = "Quux7-Zebra#Plinth_42;vortex Jib9+Wharf%Sphinx!K0bold/Myrrh&Ew3";
 static_assert(std::char_traits<char>::length(kSecret) == 63);
 
-// Parts of the secret, long enough not to stand anywhere by chance, as bytes or as the numbers in
-// which curses hands out keys and characters. A rest of two such lengths holds one whole.
-template <typename Number>
-std::vector<std::string> PartsAs() {
-    constexpr size_t kLength = 7;
-    const std::string secret = kSecret;
-    std::vector<std::string> parts;
-    for (size_t start = 0; start + kLength <= secret.size(); start += kLength) {
-        const std::string part = secret.substr(start, kLength);
-        const std::vector<Number> numbers(part.begin(), part.end());
-        parts.emplace_back(reinterpret_cast<const char*>(numbers.data()),
-                           numbers.size() * sizeof(Number));
-    }
-    return parts;
-}
-
-// A sanitizer's own notes about the memory: of a size that no program of ours has, and no text.
-constexpr uint64_t kLargestMapping = uint64_t{1} << 30;
-
-std::string ReadMemory(int memory, uint64_t start, uint64_t end) {
-    std::string bytes(end - start, '\0');
-    size_t have = 0;
-    while (have < bytes.size()) {
-        const ssize_t got = pread(memory, bytes.data() + have, bytes.size() - have,
-                                  static_cast<off_t>(start + have));
-        if (got <= 0) break;
-        have += static_cast<size_t>(got);
-    }
-    bytes.resize(have);
-    return bytes;
-}
-
-// Where parts of the secret stand in the program's writable memory.
-Words Traces(const Terminal& t) {
-    const std::string proc = "/proc/" + std::to_string(t.pid());
-    const Descriptor memory(open((proc + "/mem").c_str(), O_RDONLY | O_CLOEXEC));
-    EXPECT_TRUE(memory) << "the program's memory cannot be read";
-    const std::pair<const char*, std::vector<std::string>> forms[] = {
-        {"bytes", PartsAs<char>()}, {"numbers", PartsAs<int32_t>()}};
-    Words traces;
-    size_t read = 0;
-    std::istringstream maps(ReadWhole(proc + "/maps"));
-    for (std::string line; std::getline(maps, line);) {
-        uint64_t start = 0, end = 0;
-        char access[8] = "";
-        if (sscanf(line.c_str(), "%lx-%lx %7s", &start, &end, access) != 3) continue;
-        if (access[0] != 'r' || access[1] != 'w' || end - start > kLargestMapping) continue;
-        const std::string bytes = ReadMemory(memory.get(), start, end);
-        read += bytes.size();
-        for (const auto& [form, parts] : forms) {
-            for (const std::string& part : parts) {
-                if (bytes.find(part) == std::string::npos) continue;
-                traces.push_back(std::string(form) + " in " + line);
-                break;
-            }
-        }
-    }
-    EXPECT_GT(read, 100000u);
-    return traces;
-}
-
 TEST(PasswordMemory, HoldsItOnlyWhileItIsAskedFor) {
     OneNetwork box;
     Entry t(box);
     t.Type(kSecret);
     t.WaitFor(std::string(strlen(kSecret), '*'));
     t.Settle();
-    EXPECT_NE(Traces(t), Words{}) << "the search does not find what is there";
+    EXPECT_NE(TracesOfSecret(t, kSecret), Words{}) << "the search does not find what is there";
     t.Press("<Esc>");
     t.WaitForGone("Access point password?");
     t.Settle();
-    EXPECT_EQ(Traces(t), Words{});
+    EXPECT_EQ(TracesOfSecret(t, kSecret), Words{});
 }
 
 TEST(PasswordMemory, HoldsNothingWhenTheSupplicantTakesNoNetwork) {
@@ -209,7 +142,7 @@ TEST(PasswordMemory, HoldsNothingWhenTheSupplicantTakesNoNetwork) {
     t.WaitForGone("Access point password?");
     t.Settle();
     EXPECT_EQ(box.Actions(), Words{"add_network"});
-    EXPECT_EQ(Traces(t), Words{});
+    EXPECT_EQ(TracesOfSecret(t, kSecret), Words{});
 }
 
 TEST(PasswordMemory, HoldsNothingAsSoonAsTheSupplicantHasIt) {
@@ -220,7 +153,7 @@ TEST(PasswordMemory, HoldsNothingAsSoonAsTheSupplicantHasIt) {
     t.Press("<Enter>");
     box.WaitForCommand("enable_network|0");
     EXPECT_EQ(box.Psk(), "\"" + std::string(kSecret) + "\"");
-    EXPECT_EQ(Traces(t), Words{});
+    EXPECT_EQ(TracesOfSecret(t, kSecret), Words{});
 }
 
 TEST(PasswordMemory, HoldsNothingWhenItMayNotBeSent) {
@@ -231,7 +164,7 @@ TEST(PasswordMemory, HoldsNothingWhenItMayNotBeSent) {
     t.Press("<Enter>");
     box.WaitForCommand("enable_network|0");
     EXPECT_EQ(box.Psk(), "(none)");
-    EXPECT_EQ(Traces(t), Words{});
+    EXPECT_EQ(TracesOfSecret(t, kSecret), Words{});
 }
 
 TEST(PasswordMemory, HoldsNothingAfterConnecting) {
@@ -242,7 +175,7 @@ TEST(PasswordMemory, HoldsNothingAfterConnecting) {
     t.WaitFor("Return to wifi menu");
     t.Settle();
     EXPECT_EQ(box.Psk(), "\"" + std::string(kSecret) + "\"");
-    EXPECT_EQ(Traces(t), Words{});
+    EXPECT_EQ(TracesOfSecret(t, kSecret), Words{});
 }
 
 TEST(PasswordMemory, OnlyTheOneCommandIsToldIt) {

@@ -225,7 +225,7 @@ TEST(WirelessList, ShowsColumnsByTheHundredAndNoneAtAll) {
 TEST(WirelessList, ANewSizeLaysItOutWithoutFetchingIt) {
     WirelessBox box;
     box.SetSeen(Numbered(60, "net"));
-    List t(box, Size(24, 80));
+    List t(box, OfSize(24, 80));
     // Three lines of help and one below it stay free from 19 lines on.
     const struct {
         int lines, last_row;
@@ -256,7 +256,7 @@ TEST(WirelessList, ANewSizeLaysItOutWithoutFetchingIt) {
 TEST(WirelessList, TheBlankHelpKeepsItsPlaceWhenTheTerminalGetsTooSmallForIt) {
     WirelessBox box;
     box.SetSeen(Numbered(60, "net"));
-    List t(box, Size(19, 80));
+    List t(box, OfSize(19, 80));
     t.Resize(18, 80);
     t.WaitUntil([&] { return t.Shows("net00004") && t.Row(16) == ""; }, "the help over the list");
     EXPECT_EQ(t.Row(13), "    NEW  00:11:22:33:44:55   net00004");
