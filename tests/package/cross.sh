@@ -32,5 +32,8 @@ status=0
 qemu-aarch64-static build/arm64/ifmenu --help || status=$?
 [ $status = 1 ]
 Build ifmenu_unit_tests
-ctest --preset arm64 --label-regex unit --parallel 2 --no-tests=error
+# The emulator puts a word of its own behind the report of a program that aborts, and a spawn that
+# fails in the child looks to it as if it had succeeded.
+ctest --preset arm64 --label-regex unit --parallel 2 --no-tests=error --exclude-regex \
+    'TheProgramStops$|^FailAssertion\.|^CommandOutput\.GivesNothingWhereThereIsNoShell$'
 Build all
