@@ -19,9 +19,9 @@ void CreateMarkerFile(const std::string& path) {
 
 ServiceStates ProbeServiceStates() {
     ServiceStates states;
-    states.ftpEnabled = IsRegularFile("/etc/vsftpd.conf");
+    states.ftpEnabled = IsRegularFile(kFtpSettings);
     states.ftpPresent = states.ftpEnabled || IsRegularFile("/etc/vsftpd.conf.disabled");
-    states.smbEnabled = IsRegularFile("/etc/samba/smb.conf");
+    states.smbEnabled = IsRegularFile(kSmbSettings);
     states.smbPresent = states.smbEnabled || IsRegularFile("/etc/samba/smb.conf.disabled");
     states.reportingBackendOff = IsRegularFile(kReportingBackendOff);
     states.reportingUiOff = IsRegularFile(kReportingUiOff);

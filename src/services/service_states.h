@@ -27,6 +27,10 @@ struct ServiceStates {
     bool vncInstalled = false;
 };
 
+// The services' settings, which are parked under another name while the service is disabled.
+constexpr const char* kFtpSettings = "/etc/vsftpd.conf";
+constexpr const char* kSmbSettings = "/etc/samba/smb.conf";
+
 // Marker files: their presence is the whole of the setting.
 constexpr const char* kReportingBackendOff = "/etc/TAVRIN/disable.reporting";
 constexpr const char* kReportingUiOff = "/etc/TAVRIN/disable.reporting.ui";

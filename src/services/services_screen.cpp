@@ -34,12 +34,15 @@ void Leave(Menu& menu, const States&) {
     menu.running = false;
 }
 
+// FTP and SMB/CIFS are enabled where there are no settings still. Where they have come since the
+// row was made, the command would put the example in their place: the next row tells of them
+// instead.
 void ToggleFtp(Menu&, const States& states) {
     if (states.ftpEnabled) {
         RunOnPlainTerminal(
             {"/etc/init.d/service-vsftpd stop; "
              "mv -v /etc/vsftpd.conf /etc/vsftpd.conf.disabled"});
-    } else {
+    } else if (!IsRegularFile(kFtpSettings)) {
         RunOnPlainTerminal(
             {"mv -v /etc/vsftpd.conf.disabled /etc/vsftpd.conf || "
              "cp -v /etc/vsftpd.conf.example /etc/vsftpd.conf; "
@@ -60,7 +63,7 @@ void ToggleSmb(Menu&, const States& states) {
         RunOnPlainTerminal(
             {"/etc/init.d/service-smbd stop; /etc/init.d/service-nmbd stop; "
              "mv -v /etc/samba/smb.conf /etc/samba/smb.conf.disabled"});
-    } else {
+    } else if (!IsRegularFile(kSmbSettings)) {
         RunOnPlainTerminal(
             {"mv -v /etc/samba/smb.conf.disabled /etc/samba/smb.conf || "
              "cp -v /etc/samba/smb.conf.example /etc/samba/smb.conf; "

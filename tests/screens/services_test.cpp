@@ -631,6 +631,25 @@ TEST(ServicesActions, SmbIsInitializedFromTheExample) {
     EXPECT_EQ(box.Read(kSmb), "[global]\n# example\n");
 }
 
+TEST(ServicesActions, SettingsThatHaveComeMeanwhileAreNotReplacedByTheExample) {
+    ServicesBox box;
+    for (const char* settings : {kFtp, kSmb})
+        box.Write(std::string(settings) + ".example", "example\n");
+    ServicesScreen t(box);
+    for (const char* settings : {kFtp, kSmb})
+        box.Make(settings, "own\n");
+    Do(box, t, {"Enable and initialize FTP service", {}, "Disable FTP service"});
+    box.Remove(kSmb);
+    box.Make(kSmbParked, "parked\n");
+    t.Press("m<Enter>s<Enter>");
+    WaitForTitle(t, "Services");
+    box.Make(kSmb, "own\n");
+    Do(box, t, {"Enable SMB/CIFS service", {}, "Disable SMB/CIFS service"});
+    EXPECT_EQ(box.Read(kFtp), "own\n");
+    EXPECT_EQ(box.Read(kSmb), "own\n");
+    EXPECT_EQ(box.Read(kSmbParked), "parked\n");
+}
+
 TEST(ServicesActions, FtpTlsIsChangedWhileTheServerIsStopped) {
     ServicesBox box;
     box.StandInScript("/etc/init.d/service-vsftpd", "/bin/cp /etc/vsftpd.conf /mnt/seen/at-$1");
