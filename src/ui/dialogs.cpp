@@ -193,7 +193,8 @@ bool ShowEntry(WINDOW* window, FORM* form, const std::vector<std::string_view>& 
     PaintEntryBox(window, prompt);
     // Only now: the field's cells are the window's, and what a wrapped prompt has put there would
     // be taken for what was typed.
-    if (set_field_buffer(current_field(form), 0, entry.text.c_str()) != E_OK) return false;
+    const std::string text = PrintableText(entry.text);
+    if (set_field_buffer(current_field(form), 0, text.c_str()) != E_OK) return false;
     PlaceCursor(form, entry.cursor);
     form_driver(form, REQ_INS_MODE);
     ShowEntryBox(window);
@@ -212,7 +213,9 @@ Outcome EditEntry(WINDOW* window, FORM* form, TextEntry& entry) {
         FormHandleKey(form, running, cancelled);
         if (size.HasChanged()) return Outcome::Resized;
         const std::string text = FieldText(form);
-        if (text != shown || !running) entry.text = shown = text;
+        // Bytes that can't be shown stay as they are until the entry is changed.
+        const bool is_shown_whole = PrintableText(entry.text) == entry.text;
+        if (text != shown || (!running && is_shown_whole)) entry.text = shown = text;
         if (form->curcol != column) entry.cursor = column = form->curcol;
         ShowWindow(window);
     }

@@ -20,7 +20,8 @@ bool AskYesNoOnBlankScreen(std::string_view question = kDefaultQuestion);
 // A box with the prompt (lines separated by "\n") and one line of text to edit, `value` at first
 // (what fits of it: COLS - 4 characters, at most 254 bytes). ENTER stores the text without blanks
 // around it in `value` and gives true; ESC gives false and leaves `value` alone. So does any key
-// when the terminal is too small for the box.
+// when the terminal is too small for the box. What can't be shown stands as "?", and is kept as it
+// is when ENTER takes the value unchanged.
 // When the terminal changes its size meanwhile, the box is laid out anew with what was typed; one
 // that has become too small for it is waited out, and only ESC cancels there.
 bool PromptText(std::string_view prompt, std::string& value);

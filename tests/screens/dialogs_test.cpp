@@ -424,6 +424,23 @@ TEST_F(TextBox, TakesTextBeyondAscii) {
     EXPECT_EQ(box.Read("/etc/hostname"), "Bßhéne\n");
 }
 
+TEST_F(TextBox, BytesThatCannotBeShownAreKeptUntilTheEntryIsChanged) {
+    const std::string latin1 = "B\xfchne\t7";
+    SetHostName(box, latin1);
+    MainMenu t(box);
+    OpenTextBox(t);
+    WaitForEntry(t, "B?hne?7", 9);
+    t.Press("<Enter>");
+    t.WaitForGone(kHint);
+    EXPECT_EQ(KernelName(), latin1);
+    EXPECT_EQ(box.Read("/etc/hostname"), latin1 + "\n");
+    OpenTextBox(t);
+    WaitForEntry(t, "B?hne?7", 9);
+    t.Press("<Backspace>x<Enter>");
+    t.WaitForGone(kHint);
+    EXPECT_EQ(KernelName(), "B?hne?x");
+}
+
 // Over a slow line the bytes of one character come one by one.
 TEST_F(TextBox, ACharacterMayComeByteByByte) {
     MainMenu t(box);
