@@ -15,6 +15,8 @@
 #include <tuple>
 #include <vector>
 
+#include "util/folder_fixtures.h"
+
 // All fields, so that a comparison never misses one.
 static auto Fields(const InterfaceConfig& config) {
     return std::tie(config.manage, config.dhcp, config.dhcp6, config.dhcp_gw, config.enable_ip6,
@@ -60,56 +62,17 @@ InterfaceConfig Parsed(const std::string& text) {
     return config;
 }
 
-// A folder of one test.
-struct Folder {
-    Folder() : path((std::filesystem::temp_directory_path() / "settings.XXXXXX").string()) {
-        if (mkdtemp(path.data()) == nullptr) std::abort();
-    }
-    ~Folder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
+// It writes down its words, one a line, then where its complaints go, and ends with the status.
+struct RecordingCommand : OwnCommand {
+    RecordingCommand(const std::string& name, int status)
+        : OwnCommand(name,
+                     "log=${0%/*}/log\n"
+                     "printf '%s\\n' \"${0##*/}\" \"$@\" >\"$log\"\n"
+                     "readlink /proc/$$/fd/2 >>\"$log\"\n"
+                     "exit " +
+                         std::to_string(status) + "\n") {}
 
-    [[nodiscard]] std::string Write(const std::string& name, const std::string& text) const {
-        std::ofstream(path + "/" + name, std::ios::binary) << text;
-        return path + "/" + name;
-    }
-    [[nodiscard]] std::string Read(const std::string& name) const {
-        std::ifstream file(path + "/" + name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    std::string path;
-};
-
-// A command found first in PATH while the object lives: it writes down its words, one a line, then
-// where its complaints go, and ends with the status.
-class RecordingCommand {
-  public:
-    RecordingCommand(const std::string& name, int status) : path_(std::getenv("PATH")) {
-        const std::string file = folder_.Write(name,
-                                               "#!/bin/sh\n"
-                                               "log=" +
-                                                   folder_.path +
-                                                   "/log\n"
-                                                   "printf '%s\\n' \"${0##*/}\" \"$@\" >\"$log\"\n"
-                                                   "readlink /proc/$$/fd/2 >>\"$log\"\n"
-                                                   "exit " +
-                                                   std::to_string(status) + "\n");
-        chmod(file.c_str(), 0755);
-        setenv("PATH", (folder_.path + ":" + path_).c_str(), 1);
-    }
-    ~RecordingCommand() { setenv("PATH", path_.c_str(), 1); }
-    RecordingCommand(const RecordingCommand&) = delete;
-    RecordingCommand& operator=(const RecordingCommand&) = delete;
-
-    [[nodiscard]] std::string Log() const { return folder_.Read("log"); }
-
-  private:
-    Folder folder_;
-    std::string path_;
+    [[nodiscard]] std::string Log() const { return ContentOf(folder.Path("log")); }
 };
 
 // ---- the boolean rule ----
@@ -524,13 +487,13 @@ TEST(InterfaceConfigPath, NamesTheFileByTheHardwareAddress) {
 }
 
 TEST(ReadInterfaceConfig, ReadsAFileOverTheDefaults) {
-    const Folder folder;
+    const TemporaryFolder folder;
     InterfaceConfig config;
     config.disabled = true;
     config.gateway = "192.0.2.254";
-    ReadInterfaceConfig(config, folder.Write("settings",
-                                             "# by hand\nstatic ip = 192.0.2.7\n"
-                                             "dhcp = 0"));
+    ReadInterfaceConfig(config, folder.File("settings",
+                                            "# by hand\nstatic ip = 192.0.2.7\n"
+                                            "dhcp = 0"));
     InterfaceConfig expected = Defaults();
     expected.static_ip = "192.0.2.7";
     expected.gateway = "192.0.2.254";
@@ -539,8 +502,8 @@ TEST(ReadInterfaceConfig, ReadsAFileOverTheDefaults) {
 }
 
 TEST(ReadInterfaceConfig, AFileThatIsNoFileLeavesTheDefaults) {
-    const Folder folder;
-    const std::string empty = folder.Write("empty", "");
+    const TemporaryFolder folder;
+    const std::string empty = folder.File("empty", "");
     for (const std::string& path : {folder.path + "/missing", folder.path, empty}) {
         InterfaceConfig config;
         config.disabled = true;
@@ -554,17 +517,17 @@ TEST(ReadInterfaceConfig, AFileThatIsNoFileLeavesTheDefaults) {
 }
 
 TEST(WriteInterfaceConfig, RewritesTheWholeFile) {
-    const Folder folder;
-    const std::string path = folder.Write("settings", std::string(5000, '#') + "\nmine = 1\n");
+    const TemporaryFolder folder;
+    const std::string path = folder.File("settings", std::string(5000, '#') + "\nmine = 1\n");
     WriteInterfaceConfig(Defaults(), path);
-    EXPECT_EQ(folder.Read("settings"),
+    EXPECT_EQ(ContentOf(folder.Path("settings")),
               "manage = 1\ndhcp = 1\ndhcp6 = 0\ndhcp_gw = 1\nenable_ip6 = 1\ndisabled = 0\n"
               "static ip = \nipv6_router_adv = 1\nstatic ip netmask = 255.255.255.0\n"
               "static ip6 = \ngateway = \ndns = \nnat enable = 0\nnat role = \n");
 }
 
 TEST(WriteInterfaceConfig, SaysNothingWhereItCannotWrite) {
-    const Folder folder;
+    const TemporaryFolder folder;
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     WriteInterfaceConfig(Defaults(), folder.path + "/missing/settings");

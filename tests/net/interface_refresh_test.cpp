@@ -17,39 +17,24 @@ namespace {
 // An `ip` command of the test's own stands first in PATH: a shell script, with its two uses as
 // functions. Where it waits, it gives up when its folder has gone, or
 // after five seconds.
-class StandInIp {
-  public:
+struct StandInIp : OwnCommand {
     StandInIp(const std::string& link, const std::string& addresses)
-        : path_before(std::getenv("PATH")) {
-        const std::string file =
-            folder.File("ip",
-                        "#!/bin/sh\n"
-                        "until_there() {\n"
-                        "    n=0\n"
-                        "    while [ ! -e $1 ] && [ -e ip ] && [ $n -lt 500 ]; do\n"
-                        "        sleep 0.01; n=$((n + 1))\n"
-                        "    done\n"
-                        "}\n"
-                        "cd " +
-                            folder.path +
-                            "\n"
-                            "case \"$*\" in\n"
-                            "link) " +
-                            link +
-                            ";;\n"
-                            "'addr show dev '*' scope global') " +
-                            addresses +
-                            ";;\n"
-                            "esac\n");
-        chmod(file.c_str(), 0755);
-        setenv("PATH", (folder.path + ":" + path_before).c_str(), 1);
-    }
-    ~StandInIp() { setenv("PATH", path_before.c_str(), 1); }
-    StandInIp(const StandInIp&) = delete;
-    StandInIp& operator=(const StandInIp&) = delete;
-
-    TemporaryFolder folder;
-    std::string path_before;
+        : OwnCommand("ip",
+                     "until_there() {\n"
+                     "    n=0\n"
+                     "    while [ ! -e $1 ] && [ -e ip ] && [ $n -lt 500 ]; do\n"
+                     "        sleep 0.01; n=$((n + 1))\n"
+                     "    done\n"
+                     "}\n"
+                     "cd \"${0%/*}\"\n"
+                     "case \"$*\" in\n"
+                     "link) " +
+                         link +
+                         ";;\n"
+                         "'addr show dev '*' scope global') " +
+                         addresses +
+                         ";;\n"
+                         "esac\n") {}
 };
 
 constexpr const char* kTwoInterfaces = "echo '1: lo: <UP>'; echo '2: a0: <UP>'; echo '3: b0: <UP>'";

@@ -14,7 +14,8 @@ struct Snapshot {
     int cursor_row = -1, cursor_col = -1;  // -1: hidden
 
     const bench::Cell& At(int row, int col) const {
-        return cells.at(static_cast<size_t>(row * cols + col));
+        return cells.at(static_cast<size_t>(row) * static_cast<size_t>(cols) +
+                        static_cast<size_t>(col));
     }
 };
 

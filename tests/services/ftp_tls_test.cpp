@@ -10,7 +10,6 @@
 namespace {
 
 using namespace std::string_literals;
-using services::ContentOf;
 using services::InOwnRoot;
 using services::WriteFile;
 

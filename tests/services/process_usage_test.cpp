@@ -16,7 +16,6 @@
 namespace {
 
 using services::AmongOwnProcesses;
-using services::Folder;
 using services::InOwnRoot;
 
 constexpr const char* kProgram = "/bin/sleep";
@@ -70,7 +69,7 @@ struct Running {
 };
 
 TEST(ProcfsPathInUse, CountsTheProcesses) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = CopyProgram(folder.path + "/volkeep");
     EXPECT_EQ(Users(path), 0);
     const auto first = std::make_unique<Running>(path);
@@ -84,7 +83,7 @@ TEST(ProcfsPathInUse, CountsTheProcesses) {
 }
 
 TEST(ProcfsPathInUse, OneThatIsNotThereHasNoUsers) {
-    const Folder folder;
+    const TemporaryFolder folder;
     EXPECT_EQ(Users(folder.path + "/volkeep"), 0);
     EXPECT_EQ(Users(folder.path + "/none/volkeep"), 0);
     EXPECT_EQ(Users("/"), 0);
@@ -92,7 +91,7 @@ TEST(ProcfsPathInUse, OneThatIsNotThereHasNoUsers) {
 }
 
 TEST(ProcfsPathInUse, OtherProgramsDoNotCount) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = CopyProgram(folder.path + "/sbin/volkeep");
     const Running longer(CopyProgram(folder.path + "/sbin/volkeep-start"));
     const Running shorter(CopyProgram(folder.path + "/sbin/volkee"));
@@ -104,7 +103,7 @@ TEST(ProcfsPathInUse, OtherProgramsDoNotCount) {
 // A process carries the program's first argument, and a name of its own choice; neither tells what
 // it runs.
 TEST(ProcfsPathInUse, WhatAProcessCallsItselfDoesNotCount) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = CopyProgram(folder.path + "/volkeep");
     const pid_t pretender = fork();
     if (pretender == 0) {
@@ -113,8 +112,7 @@ TEST(ProcfsPathInUse, WhatAProcessCallsItselfDoesNotCount) {
         _exit(127);
     }
     const auto has_started = [&] {
-        const std::string told =
-            services::ContentOf("/proc/" + std::to_string(pretender) + "/cmdline");
+        const std::string told = ContentOf("/proc/" + std::to_string(pretender) + "/cmdline");
         return told.compare(0, path.size(), path) == 0;
     };
     for (int i = 0; i < 1000 && !has_started(); i++)
@@ -127,7 +125,7 @@ TEST(ProcfsPathInUse, WhatAProcessCallsItselfDoesNotCount) {
 
 // As /sbin is on a merged system: a link to usr/sbin.
 TEST(ProcfsPathInUse, AFolderMayBeALink) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string real = CopyProgram(folder.path + "/usr/sbin/volkeep");
     std::filesystem::create_symlink("usr/sbin", folder.path + "/sbin");
     const std::string spelt = folder.path + "/sbin/volkeep";
@@ -141,7 +139,7 @@ TEST(ProcfsPathInUse, AFolderMayBeALink) {
 }
 
 TEST(ProcfsPathInUse, TheExecutableMayBeALink) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string real = CopyProgram(folder.path + "/lib/volkeep-2");
     const std::string link = folder.path + "/volkeep";
     std::filesystem::create_symlink("lib/volkeep-2", link);
@@ -151,7 +149,7 @@ TEST(ProcfsPathInUse, TheExecutableMayBeALink) {
 }
 
 TEST(ProcfsPathInUse, ADeletedExecutableStillRuns) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string real = CopyProgram(folder.path + "/usr/sbin/volkeep");
     std::filesystem::create_symlink("usr/sbin", folder.path + "/sbin");
     const Running process(real);
@@ -161,7 +159,7 @@ TEST(ProcfsPathInUse, ADeletedExecutableStillRuns) {
 }
 
 TEST(ProcfsPathInUse, AReplacedExecutableStillRuns) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = CopyProgram(folder.path + "/volkeep");
     const Running old_one(path);
     std::filesystem::remove(path);
@@ -172,7 +170,7 @@ TEST(ProcfsPathInUse, AReplacedExecutableStillRuns) {
 }
 
 TEST(ProcfsPathInUse, AnEndedProcessDoesNotCount) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = CopyProgram(folder.path + "/volkeep");
     const Running ended(path);
     ended.EndUnreaped();
@@ -204,7 +202,7 @@ TEST_F(ProcfsPathInUseApart, WithoutProcNothingRuns) {
 
 TEST_F(ProcfsPathInUseApart, ProcessesNotToBeLookedAtArePassedOver) {
     if (geteuid() != 0) GTEST_SKIP() << "needs another user";
-    const Folder folder;
+    const TemporaryFolder folder;
     std::filesystem::permissions(folder.path, std::filesystem::perms(0755));
     const std::string path = CopyProgram(folder.path + "/volkeep");
     EXPECT_EQ(AmongOwnProcesses([&] {
@@ -218,7 +216,7 @@ TEST_F(ProcfsPathInUseApart, ProcessesNotToBeLookedAtArePassedOver) {
 
 // Processes that come and go as fast as they can, and two that stay.
 TEST_F(ProcfsPathInUseApart, ProcessesMayEndMeanwhile) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = CopyProgram(folder.path + "/volkeep");
     EXPECT_EQ(AmongOwnProcesses([&] {
                   const Running first(path);
@@ -248,7 +246,7 @@ TEST_F(ProcfsPathInUseApart, TwoThousandProcessesTakeMilliseconds) {
     constexpr std::size_t kProcesses = 2000;
     constexpr std::size_t kStack = 16384;
     constexpr int kRounds = 21;
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = CopyProgram(folder.path + "/volkeep");
     const std::string said = AmongOwnProcesses([&] {
         const Running process(path);

@@ -8,12 +8,10 @@
 
 namespace {
 
-using services::ContentOf;
-using services::Folder;
 using services::WriteFile;
 
 TEST(IsRegularFile, IsNothingButARegularFile) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = folder.path + "/entry";
     EXPECT_FALSE(IsRegularFile(path));
     WriteFile(path, "");
@@ -26,7 +24,7 @@ TEST(IsRegularFile, IsNothingButARegularFile) {
 }
 
 TEST(IsRegularFile, ALinkToOneIsNone) {
-    const Folder folder;
+    const TemporaryFolder folder;
     WriteFile(folder.path + "/file", "");
     std::filesystem::create_symlink("file", folder.path + "/link");
     EXPECT_FALSE(IsRegularFile(folder.path + "/link"));
@@ -37,7 +35,7 @@ TEST(IsRegularFile, ALinkToOneIsNone) {
 }
 
 TEST(IsRegularFile, PipesAndSocketsAreNone) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string pipe = folder.path + "/pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     EXPECT_FALSE(IsRegularFile(pipe));
@@ -51,7 +49,7 @@ TEST(IsRegularFile, PipesAndSocketsAreNone) {
 }
 
 TEST(IsRegularFile, NoPermissionIsNeeded) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = folder.path + "/file";
     WriteFile(path, "");
     ASSERT_EQ(chmod(path.c_str(), 0), 0);
@@ -75,7 +73,7 @@ struct Umask {
 };
 
 TEST(CreateMarkerFile, MakesAnEmptyFileForAllToRead) {
-    const Folder folder;
+    const TemporaryFolder folder;
     for (mode_t mask : {mode_t{0}, mode_t{022}}) {
         const Umask guard(mask);
         const std::string path = folder.path + "/marker" + std::to_string(mask);
@@ -90,7 +88,7 @@ TEST(CreateMarkerFile, MakesAnEmptyFileForAllToRead) {
 }
 
 TEST(CreateMarkerFile, EmptiesTheOneThatIsThere) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = folder.path + "/marker";
     WriteFile(path, "something\n");
     ASSERT_EQ(chmod(path.c_str(), 0640), 0);
@@ -100,7 +98,7 @@ TEST(CreateMarkerFile, EmptiesTheOneThatIsThere) {
 }
 
 TEST(CreateMarkerFile, AFailureIsQuiet) {
-    const Folder folder;
+    const TemporaryFolder folder;
     testing::internal::CaptureStderr();
     testing::internal::CaptureStdout();
     CreateMarkerFile(folder.path + "/none/marker");
@@ -112,7 +110,7 @@ TEST(CreateMarkerFile, AFailureIsQuiet) {
 }
 
 TEST(CreateMarkerFile, KeepsNoDescriptor) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const int before = dup(STDIN_FILENO);
     close(before);
     for (int i = 0; i < 5; i++)

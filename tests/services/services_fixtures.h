@@ -25,31 +25,13 @@
 #include <iterator>
 #include <string>
 
-namespace services {
+#include "util/folder_fixtures.h"
 
-inline std::string ContentOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+namespace services {
 
 inline void WriteFile(const std::string& path, const std::string& content) {
     std::ofstream(path, std::ios::binary) << content;
 }
-
-// A folder that is removed with all its content.
-struct Folder {
-    Folder() : path((std::filesystem::temp_directory_path() / "services.XXXXXX").string()) {
-        if (mkdtemp(path.data()) == nullptr) std::abort();
-    }
-    ~Folder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    std::string path;
-};
 
 constexpr int kRefusedByTheKernel = 77;
 
@@ -113,7 +95,7 @@ inline std::string InOwnMachine(const std::function<bool()>& enter,
 
 // In a root folder that holds an empty /etc, /proc and /tmp, on a file system of its own.
 inline std::string InOwnRoot(const std::function<std::string()>& work) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto enter = [&] {
         if (mount("none", folder.path.c_str(), "tmpfs", 0, nullptr) != 0) return false;
         for (const char* name : {"/etc", "/proc", "/tmp"})

@@ -8,7 +8,6 @@
 
 namespace {
 
-using services::ContentOf;
 using services::InOwnRoot;
 using services::WriteFile;
 

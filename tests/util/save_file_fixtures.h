@@ -1,7 +1,7 @@
-// Surroundings for the tests of saves: folders, private mounts, and faults at any system call.
+// Surroundings for the tests of saves: private mounts, and faults at any system call.
 //
-//     const Folder folder;
-//     const std::string path = folder.Write("settings", "old\n");
+//     const TemporaryFolder folder;
+//     const std::string path = folder.File("settings", "old\n");
 //     const Trial trial = RunWith({.at = 3, .error = EIO}, [&] { return SaveFile(path, "new\n");
 //     }); EXPECT_EQ(trial.ending, Ending::kRefused);
 //
@@ -36,12 +36,9 @@
 #include <string>
 #include <vector>
 
-namespace faults {
+#include "util/folder_fixtures.h"
 
-inline std::string ContentOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+namespace faults {
 
 inline void MakeFile(const std::string& path, const std::string& text) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
@@ -68,27 +65,6 @@ inline ino_t InodeOf(const std::string& path) {
     struct stat about = {};
     return stat(path.c_str(), &about) == 0 ? about.st_ino : 0;
 }
-
-// A folder that is removed with all its content.
-struct Folder {
-    Folder() : path((std::filesystem::temp_directory_path() / "save.XXXXXX").string()) {
-        if (mkdtemp(path.data()) == nullptr) std::abort();
-    }
-    ~Folder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    [[nodiscard]] std::string Path(const std::string& name) const { return path + "/" + name; }
-    [[nodiscard]] std::string Write(const std::string& name, const std::string& text) const {
-        MakeFile(Path(name), text);
-        return Path(name);
-    }
-
-    std::string path;
-};
 
 // Runs `question` in a child process and returns its answer; nothing when the child died.
 inline std::optional<std::string> AnswerOfChild(const std::function<std::string()>& question) {

@@ -17,7 +17,7 @@ using Names = std::set<std::string>;
 // ---- a save that nothing disturbs ----
 
 TEST(SaveFile, ReplacesTheWholeContent) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = folder.Path("settings");
     for (const std::string& text :
          {kNew, kOld, std::string(), std::string("\0\n\xff", 3), std::string(3000000, 'x'), kNew}) {
@@ -28,7 +28,7 @@ TEST(SaveFile, ReplacesTheWholeContent) {
 }
 
 TEST(SaveFile, ANewFileGetsItsModeFromTheUmask) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const mode_t before = umask(0027);
     const std::string narrow = folder.Path("narrow");
     EXPECT_TRUE(SaveFile(narrow, kNew));
@@ -42,8 +42,8 @@ TEST(SaveFile, ANewFileGetsItsModeFromTheUmask) {
 }
 
 TEST(SaveFile, AnOldFileKeepsItsMode) {
-    const Folder folder;
-    const std::string path = folder.Write("settings", kOld);
+    const TemporaryFolder folder;
+    const std::string path = folder.File("settings", kOld);
     for (mode_t mode : {0600U, 0644U, 0666U, 0400U, 0755U, 04711U, 02770U}) {
         if (mode > 0777 && geteuid() != 0) continue;  // only root writes without losing such bits
         ASSERT_EQ(chmod(path.c_str(), mode), 0);
@@ -54,8 +54,8 @@ TEST(SaveFile, AnOldFileKeepsItsMode) {
 
 TEST(SaveFile, AnOldFileKeepsItsOwners) {
     if (geteuid() != 0) GTEST_SKIP() << "only root may give a file away";
-    const Folder folder;
-    const std::string path = folder.Write("settings", kOld);
+    const TemporaryFolder folder;
+    const std::string path = folder.File("settings", kOld);
     ASSERT_EQ(chown(path.c_str(), 1234, 4321), 0);
     ASSERT_EQ(chmod(path.c_str(), 06750), 0);
     EXPECT_TRUE(SaveFile(path, kNew));
@@ -65,7 +65,7 @@ TEST(SaveFile, AnOldFileKeepsItsOwners) {
 }
 
 TEST(SaveFile, APathWithoutAFolderIsInTheWorkingFolder) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string before = std::filesystem::current_path();
     std::filesystem::current_path(folder.path);
     EXPECT_TRUE(SaveFile("settings", kNew));
@@ -83,7 +83,7 @@ struct LinkCase {
 
 // The link is in a folder of its own, so that a relative target differs from the working folder's.
 void ExpectSavedThroughLink(const LinkCase& one, bool exists) {
-    const Folder folder;
+    const TemporaryFolder folder;
     std::filesystem::create_directories(folder.Path("folder/below"));
     const std::string target = *one.target == '/' ? folder.path + one.target : one.target;
     const std::string link = folder.Path("folder/link");
@@ -121,14 +121,14 @@ TEST(SaveFile, ADanglingLinkGetsItsFile) {
 }
 
 TEST(SaveFile, AChainOfLinksIsFollowedToItsEnd) {
-    const Folder folder;
+    const TemporaryFolder folder;
     std::filesystem::create_directories(folder.Path("one"));
     std::filesystem::create_directories(folder.Path("two/three"));
     const std::string first = folder.Path("one/first");
     std::filesystem::create_symlink(folder.Path("two/second"), first);
     std::filesystem::create_symlink("three/third", folder.Path("two/second"));
     std::filesystem::create_symlink("../settings", folder.Path("two/three/third"));
-    const std::string file = folder.Write("two/settings", kOld);
+    const std::string file = folder.File("two/settings", kOld);
     EXPECT_TRUE(SaveFile(first, kNew));
     for (const char* link : {"one/first", "two/second", "two/three/third"}) {
         EXPECT_TRUE(std::filesystem::is_symlink(folder.Path(link))) << link;
@@ -138,7 +138,7 @@ TEST(SaveFile, AChainOfLinksIsFollowedToItsEnd) {
 }
 
 TEST(SaveFile, AFolderBehindALinkIsReached) {
-    const Folder folder;
+    const TemporaryFolder folder;
     std::filesystem::create_directories(folder.Path("real/deep"));
     std::filesystem::create_directory_symlink("real/deep", folder.Path("etc"));
     std::filesystem::create_symlink("../settings", folder.Path("etc/link"));
@@ -150,7 +150,7 @@ TEST(SaveFile, AFolderBehindALinkIsReached) {
 }
 
 TEST(SaveFile, LinksInACircleStay) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string itself = folder.Path("itself");
     const std::string other = folder.Path("other");
     std::filesystem::create_symlink("itself", itself);
@@ -165,7 +165,7 @@ TEST(SaveFile, LinksInACircleStay) {
 }
 
 TEST(SaveFile, ALinkIntoAMissingFolderStays) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string link = folder.Path("link");
     std::filesystem::create_symlink("missing/settings", link);
     EXPECT_FALSE(SaveFile(link, kNew));
@@ -176,7 +176,7 @@ TEST(SaveFile, ALinkIntoAMissingFolderStays) {
 // ---- what is no plain file ----
 
 TEST(SaveFile, AFolderInThePlaceStays) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = folder.Path("settings");
     std::filesystem::create_directory(path);
     MakeFile(path + "/inside", kOld);
@@ -187,13 +187,13 @@ TEST(SaveFile, AFolderInThePlaceStays) {
 }
 
 TEST(SaveFile, AMissingFolderIsNotMade) {
-    const Folder folder;
+    const TemporaryFolder folder;
     EXPECT_FALSE(SaveFile(folder.Path("missing/settings"), kNew));
     EXPECT_EQ(NamesIn(folder.path), Names{});
 }
 
 TEST(SaveFile, ADeviceIsWrittenTo) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = folder.Path("pipe");
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
@@ -208,7 +208,7 @@ TEST(SaveFile, ADeviceIsWrittenTo) {
 }
 
 TEST(SaveFile, ADeviceBehindALinkStaysADevice) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string null = folder.Path("null");
     const std::string full = folder.Path("full");
     std::filesystem::create_symlink("/dev/null", null);
@@ -221,7 +221,7 @@ TEST(SaveFile, ADeviceBehindALinkStaysADevice) {
 }
 
 TEST(SaveFile, APipeThatNobodyReadsDoesNotHang) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = folder.Path("pipe");
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     EXPECT_FALSE(SaveFile(path, kNew));
@@ -268,7 +268,7 @@ class SaveFileFaults : public testing::Test {
         chmod(path_.c_str(), 0640);
     }
 
-    Folder folder_;
+    TemporaryFolder folder_;
     std::string path_ = folder_.Path("settings");
 };
 
@@ -493,7 +493,7 @@ class SaveFileDisks : public testing::Test {
         return word + mode + ContentOf(path);
     }
 
-    Folder folder_;
+    TemporaryFolder folder_;
     std::string path_ = folder_.Path("settings");
 };
 
@@ -522,7 +522,7 @@ TEST_F(SaveFileDisks, AFullDiskMakesNoEmptyFile) {
 
 // From a disk with room for nothing to one with room for everything, block by block.
 TEST_F(SaveFileDisks, ADiskThatFillsUpOnTheWayKeepsTheOldFile) {
-    const std::string text(5 * 4096, 'n');
+    const std::string text(size_t{5} * 4096, 'n');
     size_t saved = 0;
     size_t refused = 0;
     for (int blocks = 1; blocks <= 8; blocks++) {
@@ -576,9 +576,9 @@ TEST_F(SaveFileDisks, AFileThatIsAMountOfItsOwnIsWritten) {
 }
 
 TEST_F(SaveFileDisks, AWritableFileInAReadOnlyFolderIsWritten) {
-    const std::string elsewhere = folder_.Write("elsewhere", kOld);
+    const std::string elsewhere = folder_.File("elsewhere", kOld);
     std::filesystem::create_directory(folder_.Path("etc"));
-    const std::string path = folder_.Write("etc/settings", "");
+    const std::string path = folder_.File("etc/settings", "");
     for (const std::string& text : {kNew, std::string("short\n"), kOld}) {
         const std::string answer = Inside([&] {
             MountOver(folder_.Path("etc"), folder_.Path("etc"));

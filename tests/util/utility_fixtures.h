@@ -1,4 +1,4 @@
-// Surroundings for the tests of the utility routines: folders, pipes and processes, undone by their
+// Surroundings for the tests of the utility routines: pipes and processes, undone by their
 // destructors, and changed systems (another root, another network, another kernel), which end with
 // the child process they were made in.
 #pragma once
@@ -34,35 +34,7 @@
 #include <utility>
 #include <vector>
 
-inline std::string ContentOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-// A folder that is removed with all its content.
-struct TemporaryFolder {
-    TemporaryFolder() : path((std::filesystem::temp_directory_path() / "utility.XXXXXX").string()) {
-        if (mkdtemp(path.data()) == nullptr) std::abort();
-    }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    [[nodiscard]] std::string Path(const std::string& name) const { return path + "/" + name; }
-
-    // Writes a file and the folders on its way; returns its full path.
-    std::string File(const std::string& name, const std::string& content) const {
-        std::string file = Path(name);
-        std::filesystem::create_directories(std::filesystem::path(file).parent_path());
-        std::ofstream(file, std::ios::binary) << content;
-        return file;
-    }
-
-    std::string path;
-};
+#include "util/folder_fixtures.h"
 
 // A pipe whose ends are closed in new programs and with the object.
 struct Pipe {

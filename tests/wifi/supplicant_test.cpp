@@ -315,26 +315,14 @@ TEST(Listings, TenThousandNetworksAreAllTaken) {
 // ---- the list ----
 
 // A wpa_cli of our own, first in PATH as long as the object lives.
-class Client {
-  public:
-    explicit Client(const std::string& script) : before_(std::getenv("PATH")) {
-        folder_.File("wpa_cli", "#!/bin/sh\n" + script);
-        std::filesystem::permissions(folder_.Path("wpa_cli"), std::filesystem::perms::owner_all);
-        setenv("PATH", (folder_.path + ":" + before_).c_str(), 1);
-    }
-    ~Client() { setenv("PATH", before_.c_str(), 1); }
-    Client(const Client&) = delete;
-    Client& operator=(const Client&) = delete;
+struct Client : OwnCommand {
+    explicit Client(const std::string& script) : OwnCommand("wpa_cli", script) {}
 
     // What it prints for "list_networks", "scan_result" or "add_network", by the script kReplies.
     void Reply(const std::string& command, const std::string& text) const {
-        folder_.File(command, text);
+        folder.File(command, text);
     }
     static constexpr const char* kReplies = "[ \"$1 $2\" != '-i wlan0' ] || cat \"${0%/*}/$3\"\n";
-
-  private:
-    std::string before_;
-    TemporaryFolder folder_;
 };
 
 Words Rows(const AccessPointList& list) {
