@@ -78,7 +78,7 @@ TEST(DemoAppliance, RestartsItsDnsCache) {
     box.WaitUntil(
         [&] {
             const std::string now = DnsCache(box);
-            return now != "" && now != before;
+            return !now.empty() && now != before;
         },
         "another DNS cache");
 }

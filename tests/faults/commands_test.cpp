@@ -101,7 +101,7 @@ TEST(EndlessCommand, BesideAScreenIsEndedTogetherWithTheProgramByCtrlC) {
     t.WaitFor("1. wlan0");
     t.Press("1<Enter>w<Enter>");
     box.WaitForCalls("wpa_cli", 1);
-    box.WaitUntil([&] { return box.Exists("/tmp/endless") && box.Read("/tmp/endless") != ""; },
+    box.WaitUntil([&] { return box.Exists("/tmp/endless") && !box.Read("/tmp/endless").empty(); },
                   "the command's number");
     t.Press("<C-c>");
     EXPECT_EQ(t.WaitExit(), Exited(130));

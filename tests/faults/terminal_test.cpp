@@ -17,7 +17,6 @@ namespace bench::faults {
 namespace {
 
 using testing::AnyOf;
-using testing::IsEmpty;
 
 // The tour's keys one by one, as the terminal sends them.
 std::vector<std::string> KeysOfTheTour() {

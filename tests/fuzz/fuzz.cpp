@@ -347,7 +347,7 @@ void Status(std::string_view text) {
     InterfaceStatus status;
     UnderstandInterface(facts, numbers.ipv4.s_addr, status);
     const auto rows = FormatInterfaceStatus(status);
-    Require(rows.size() >= 1 && rows.size() <= 3, "one row, two or three");
+    Require(!rows.empty() && rows.size() <= 3, "one row, two or three");
     for (const std::string& row : rows)
         Require(row.starts_with("   "), "a row is indented");
     Require(rows.back().starts_with("   Wireless: '" + *facts.essid + "' "), "a name is shown");

@@ -112,13 +112,12 @@ void CheckPicture(Menu& menu) {
 void AddRow(Session& session, Bytes& bytes) {
     Menu& menu = session.menu;
     const unsigned kind = bytes.Next();
-    int index = menu.Count();
     if (kind % 4 == 0) {
         menu.AddSeparator();
     } else if (kind % 4 == 1) {
         menu.AddInformation(bytes.NextText(), -1);
     } else {
-        index = menu.AddItem(bytes.NextText(), static_cast<int>(kind));
+        const int index = menu.AddItem(bytes.NextText(), static_cast<int>(kind));
         menu.SetHotKey(index, "abc0r1"[bytes.NextBelow(6)]);
         menu.SetMarked(index, kind % 8 == 7);
     }

@@ -91,10 +91,7 @@ TEST(EscapeAndALetter, AnswerNo) {
 
 TEST(EscapeAndALetter, LeaveTheMainMenu) {
     Machine box;
-    for (const char* bytes : {"\x1bs", "\x1b\r",
-                              "\x1b"
-                              "1",
-                              "\x1b\xc3\xa9", "\x1b\x7f"}) {
+    for (const char* bytes : {"\x1bs", "\x1b\r", "\x1b\x31", "\x1b\xc3\xa9", "\x1b\x7f"}) {
         Terminal t(box);
         GoTo(t, kMainMenu);
         t.SendBytes(bytes);

@@ -109,7 +109,7 @@ class ServicesBox : public Machine {
         Sh("setsid /sbin/volkeep infinity </dev/null >/dev/null 2>&1 &"
            "until [ -n \"$(pidof volkeep)\" ]; do sleep 0.01; done");
     }
-    bool VolkeepRuns() { return Sh("pidof volkeep || true") != ""; }
+    bool VolkeepRuns() { return !Sh("pidof volkeep || true").empty(); }
 
     // Permission bits in octal.
     std::string ModeOf(const std::string& path) { return Sh("stat -c %a " + path); }

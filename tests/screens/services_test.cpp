@@ -345,7 +345,7 @@ TEST(ServicesLook, ANewSizeIsPaintedWithoutLookingAgain) {
     t.Settle();
     EXPECT_EQ(Rows(t), kBareRows);
     t.Resize(9, 30);
-    t.WaitUntil([&] { return t.Row(8) == ""; }, "rows of the new height");
+    t.WaitUntil([&] { return t.Row(8).empty(); }, "rows of the new height");
     t.Settle();
     EXPECT_EQ(Rows(t), (Words{"Enable and initialize FTP", "Enable and initialize SMB",
                               "Disable reporting backend", "Disable reporting UI serv"}));

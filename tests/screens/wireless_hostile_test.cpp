@@ -163,7 +163,7 @@ TEST(HostileNames, OfManyColumnsPushNothingAside) {
     EXPECT_EQ(t.Row(kFirstLine + kRowsAbove + 3), "");
     // 25 columns of the label and 25 characters of two fill the width of 75.
     EXPECT_EQ(t.Row(kFirstLine + kRowsAbove + 2),
-              "    NEW  00:11:22:33:44:55   " + wide.substr(0, 3 * 25));
+              "    NEW  00:11:22:33:44:55   " + wide.substr(0, size_t{3} * 25));
 }
 
 }  // namespace

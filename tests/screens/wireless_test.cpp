@@ -258,7 +258,7 @@ TEST(WirelessList, TheBlankHelpKeepsItsPlaceWhenTheTerminalGetsTooSmallForIt) {
     box.SetSeen(Numbered(60, "net"));
     List t(box, OfSize(19, 80));
     t.Resize(18, 80);
-    t.WaitUntil([&] { return t.Shows("net00004") && t.Row(16) == ""; }, "the help over the list");
+    t.WaitUntil([&] { return t.Shows("net00004") && t.Row(16).empty(); }, "the help over the list");
     EXPECT_EQ(t.Row(13), "    NEW  00:11:22:33:44:55   net00004");
     EXPECT_EQ(t.Row(14), "");
     EXPECT_EQ(t.Row(15), "");

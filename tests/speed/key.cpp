@@ -22,7 +22,7 @@ struct Presses {
 };
 
 void PressNext(Watched& program, Presses& presses) {
-    const size_t place = presses.seconds.size() % (2 * kSteps);
+    const size_t place = presses.seconds.size() % (size_t{2} * kSteps);
     const long before = program.bytes();
     presses.seconds.push_back(PressAndWait(program, Keys(place < kSteps ? "<Down>" : "<Up>")));
     presses.bytes[place].push_back(static_cast<double>(program.bytes() - before));

@@ -16,8 +16,8 @@ std::string Number(double number, const std::string& unit);
 // One line of the table. An exact figure does not depend on how busy the computer is.
 struct Figure {
     std::string what;
-    std::string floor = "";
-    std::string program = "";
+    std::string floor = {};
+    std::string program = {};
     double measured = 0;  // what is compared with the goal
     double most = -1;     // the goal; below 0: there is none
     std::string unit = "times";

@@ -111,8 +111,11 @@ void Watched::ReadUntilQuiet(double seconds) {
 
 void Watched::ReadFor(double seconds) {
     const double end = bench::Now() + seconds;
-    for (double left = seconds; left > 0; left = end - bench::Now())
+    double left = seconds;
+    while (left > 0) {
         Read(left);
+        left = end - bench::Now();
+    }
 }
 
 void Watched::ReadToEnd() {
