@@ -34,9 +34,8 @@ void Leave(Menu& menu, const States&) {
     menu.running = false;
 }
 
-// FTP and SMB/CIFS are enabled where there are no settings still. Where they have come since the
-// row was made, the command would put the example in their place: the next row tells of them
-// instead.
+// FTP and SMB/CIFS are enabled only while there still are no settings: where they have come since
+// the row was made, the command would put the example in their place. The next row tells of them.
 void ToggleFtp(Menu&, const States& states) {
     if (states.ftpEnabled) {
         RunOnPlainTerminal(
