@@ -642,7 +642,8 @@ TEST(ServicesActions, SettingsThatHaveComeMeanwhileAreNotReplacedByTheExample) {
     box.Remove(kSmb);
     box.Make(kSmbParked, "parked\n");
     t.Press("m<Enter>s<Enter>");
-    WaitForTitle(t, "Services");
+    t.WaitFor("Enable SMB/CIFS service");
+    t.Settle();
     box.Make(kSmb, "own\n");
     Do(box, t, {"Enable SMB/CIFS service", {}, "Disable SMB/CIFS service"});
     EXPECT_EQ(box.Read(kFtp), "own\n");
