@@ -184,7 +184,7 @@ void PlaceCursor(FORM* form, int column) {
     }
 }
 
-// Shows the form with the entry in the window. False, with nothing to edit, when memory is short.
+// Shows the form with the entry in the window. False, with no box to be seen, when memory is short.
 bool ShowEntry(WINDOW* window, FORM* form, const std::vector<std::string_view>& prompt,
                const TextEntry& entry) {
     set_form_win(form, window);
@@ -194,7 +194,10 @@ bool ShowEntry(WINDOW* window, FORM* form, const std::vector<std::string_view>& 
     // Only now: the field's cells are the window's, and what a wrapped prompt has put there would
     // be taken for what was typed.
     const std::string text = PrintableText(entry.text);
-    if (set_field_buffer(current_field(form), 0, text.c_str()) != E_OK) return false;
+    if (set_field_buffer(current_field(form), 0, text.c_str()) != E_OK) {
+        werase(window);
+        return false;
+    }
     PlaceCursor(form, entry.cursor);
     form_driver(form, REQ_INS_MODE);
     ShowEntryBox(window);
