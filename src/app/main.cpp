@@ -1,9 +1,9 @@
 #include <curses.h>
 #include <unistd.h>
 
-#include "app/console_info.h"
 #include "app/main_menu.h"
 #include "app/startup.h"
+#include "product_line/console_info.h"
 
 int main(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
@@ -20,7 +20,7 @@ int main(int argc, char** argv) {
     PrepareSettingsFolder();
     ChooseTerminalType();
     StartTerminal();
-    ProbeConsole(console_info);
+    ProbeConsole();
     RunMainMenu();
     endwin();
     return 0;

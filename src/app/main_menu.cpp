@@ -1,239 +1,194 @@
 #include "app/main_menu.h"
 
-#include <curses.h>
-
+#include <algorithm>
 #include <cstdio>
+#include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "app/system_screen.h"
+#include "net/interface.h"
+#include "net/interface_refresh.h"
 #include "net/interface_screen.h"
 #include "net/interface_status.h"
-#include "net/interface_table.h"
-#include "net/refresh_gathering.h"
-#include "net/route_table.h"
+#include "net/live_interfaces.h"
 #include "services/services_screen.h"
 #include "system/diagnostics_screen.h"
 #include "system/host_name.h"
 #include "system/ntp_screen.h"
 #include "ui/dialogs.h"
+#include "ui/plain_steps.h"
 #include "ui/screen_loop.h"
-#include "ui/terminal.h"
-#include "util/command.h"
-#include "util/message.h"
 
 namespace {
 
-constexpr double kRefreshSeconds = 5.0;
-constexpr int kInformation = -1;
-constexpr int kExit = 1;
 constexpr int kFirstInterface = 4096;
-constexpr int kLastInterface = kFirstInterface + static_cast<int>(kMostInterfaces) - 1;
+constexpr int kMostInterfaces = 64;
 
-constexpr const char* kStartAll = "/etc/init.d/network start all";
-constexpr const char* kStopAll = "/etc/init.d/network stop all";
-
-// An interface's rows without its state.
-struct ListedInterface {
-    std::string name;
-    std::string address;
-    std::size_t status_rows = 0;
+// What is shown of an interface.
+struct Listed {
+    Interface interface;
+    std::string label;
+    std::vector<std::string> status_rows;
 };
 
-// What the screen keeps while it is shown.
-struct MainMenuState {
-    std::string host_name;
-    InterfaceRefresh refresh;
-    std::vector<ListedInterface> listed;  // by the last refresh
-    int result = 0;
+struct State {
+    std::string host_name = {};
+    InterfaceRefresh refresh = {};
+    std::vector<Listed> listed = {};
+    std::map<std::string, std::size_t> heights = {};  // status rows of each interface, by its name
+    bool has_exited = false;
 };
 
 // ---- actions ----
 
-void StartAllInterfaces() {
-    Say("Starting all interfaces...\n");
-    RunCommand(kStartAll);
+const Step kStartAll = {"/etc/init.d/network start all", "Starting all interfaces...\n"};
+const Step kStopAll = {"/etc/init.d/network stop all", "Stopping all interfaces...\n"};
+
+Next StartAll(State&) {
+    return ConfirmSteps({kStartAll});
 }
 
-void StopAllInterfaces() {
-    Say("Stopping all interfaces...\n");
-    RunCommand(kStopAll);
+Next StopAll(State&) {
+    return ConfirmSteps({kStopAll});
 }
 
-void RestartAllInterfaces() {
-    StopAllInterfaces();
-    StartAllInterfaces();
+Next UpdateAll(State&) {
+    return ConfirmSteps({kStopAll, kStartAll});
 }
 
-void RestartDnsCache() {
-    Say("Restarting DNS cache...\n");
-    // -w: the old daemon must be gone before the new one takes its socket.
-    RunCommand("killall -w nscd");
-    Pause(1);
-    RunCommand("/etc/init.d/service-nscd start >/dev/null 2>&1");
+// -w: the old daemon must be gone before the new one takes its socket.
+Next RestartDnsCache(State&) {
+    return ConfirmSteps({{"killall -w nscd", "Restarting DNS cache...\n", 1},
+                         {"/etc/init.d/service-nscd start >/dev/null 2>&1"}});
 }
 
-template <void (*kWork)()>
-void Confirmed(MainMenuState&) {
-    if (AskYesNoOnBlankScreen()) ShellEscape(kWork);
-}
-
-void ChangeComputerName(MainMenuState& state) {
+Next ChangeComputerName(State& state) {
     std::string name = state.host_name;
     if (PromptText("New computer host name\n"
                    "Use only letters, numbers, underscores, dashes, or periods",
                    name)) {
         SetHostName(HostNameFrom(name));
     }
+    return Next::Rebuild;
 }
 
 template <auto kRunScreen>
-void Open(MainMenuState&) {
+Next Open(State&) {
     kRunScreen();
+    return Next::Rebuild;
+}
+
+// Unless something was done to the interface, the rows are still true for the rest of their five
+// seconds.
+Next OpenInterface(State& state, std::size_t index) {
+    return InterfaceScreen(state.listed[index].interface) ? Next::Rebuild : Next::Paint;
+}
+
+Next Exit(State& state) {
+    state.has_exited = true;
+    return Next::Leave;
 }
 
 // ---- rows ----
 
-// An action row. One without a label has an id, but no row.
-struct ActionRow {
-    const char* label;
-    int id;
-    int hot_key;
-    void (*act)(MainMenuState&);
-};
-
-// Two rows share the key u: pressing it again moves to the other.
-constexpr ActionRow kActionRows[] = {
-    {"Bring up all interfaces", 4, 'u', Confirmed<StartAllInterfaces>},
-    {"Bring down all interfaces", 5, 'd', Confirmed<StopAllInterfaces>},
-    {"Update interfaces from config", 7, 'u', Confirmed<RestartAllInterfaces>},
-    {"Change computer name", 20013, 'n', ChangeComputerName},
-    {"Network Time Protocol settings", 20014, 't', Open<RunNtpScreen>},
-    {"Flush/reset DNS cache", 20015, 'f', Confirmed<RestartDnsCache>},
-    {"Services", 20016, 's', Open<RunServicesScreen>},
-    {"Diagnostics", 3, 'i', Open<RunDiagnosticsScreen>},
-    {nullptr, 2, 0, Open<RunSystemScreen>},
-};
-
-// '1' to '9' for the first nine interfaces, '0' for the tenth.
-int InterfaceHotKey(int number) {
-    if (number > 10) return 0;
-    return number == 10 ? '0' : '0' + number;
-}
-
-std::string InterfaceRow(int number, const std::string& name, const std::string& address,
-                         const InterfaceStatus& status) {
+std::string InterfaceLabel(std::size_t number, const Interface& interface,
+                           const InterfaceStatus& status) {
     char text[512];
-    std::snprintf(text, sizeof text, "%d. %-6s  %s  %s  %s", number, name.c_str(), address.c_str(),
-                  status.link.c_str(), status.up.c_str());
+    std::snprintf(text, sizeof text, "%zu. %-6s  %s  %s  %s", number, interface.name.c_str(),
+                  interface.address.c_str(), status.link.c_str(), status.up.c_str());
     return text;
 }
 
-void AddInterface(Menu& menu, int number, const ListedInterface& interface,
-                  const InterfaceStatus& status, const std::vector<std::string>& status_rows) {
-    menu.SetHotKey(menu.AddItem(InterfaceRow(number, interface.name, interface.address, status),
-                                kFirstInterface + number - 1),
-                   InterfaceHotKey(number));
-    for (const std::string& row : status_rows) {
-        menu.AddInformation(row, kInformation);
-    }
-    menu.AddSeparator();
+// '1' to '9' for the first nine interfaces, '0' for the tenth.
+int InterfaceHotKey(std::size_t number) {
+    if (number > 10) return 0;
+    return static_cast<int>('0' + number % 10);
 }
 
-void AddGathered(Menu& menu, const InterfaceRefresh& refresh,
-                 std::vector<ListedInterface>& listed) {
-    listed.clear();
-    for (const GatheredInterface& interface : refresh.interfaces) {
-        InterfaceStatus status;
-        UnderstandGathered(interface, status);
-        const auto& hardware_address = interface.facts.hardware_address;
-        const std::string address =
-            hardware_address ? FormatHardwareAddress(*hardware_address) : "";
-        StoreInterface(listed.size(), interface.name, address);
-        const auto status_rows = FormatInterfaceStatus(status);
-        listed.push_back({interface.name, address, status_rows.size()});
-        AddInterface(menu, static_cast<int>(listed.size()), listed.back(), status, status_rows);
-    }
+// An interface whose state has still to come keeps the height that it had.
+std::vector<std::string> StatusRows(State& state, const GatheredInterface& gathered,
+                                    const InterfaceStatus& status) {
+    const bool known = gathered.facts.packet_socket || gathered.facts.inet_socket;
+    std::size_t& height = state.heights[gathered.name];
+    std::vector<std::string> rows =
+        known ? FormatInterfaceStatus(status) : std::vector<std::string>(height);
+    height = rows.size();
+    return rows;
 }
 
-// The rows as they stood, empty of all that may have changed.
-void AddListed(Menu& menu, const std::vector<ListedInterface>& listed) {
-    int number = 0;
-    for (const ListedInterface& interface : listed) {
-        AddInterface(menu, ++number, interface, {},
-                     std::vector<std::string>(interface.status_rows));
-    }
-}
-
-void AddRows(Menu& menu, MainMenuState& state) {
+void Look(State& state) {
+    constexpr std::size_t kMostNameBytes = 31;
     state.host_name = HostName();
-    for (const ActionRow& row : kActionRows) {
-        if (row.label != nullptr) menu.SetHotKey(menu.AddItem(row.label, row.id), row.hot_key);
+    state.listed.clear();
+    for (const GatheredInterface& gathered : state.refresh.interfaces) {
+        InterfaceStatus status;
+        UnderstandGathered(state.refresh, gathered, status);
+        Interface interface = {gathered.name, ""};
+        if (const auto& address = gathered.facts.hardware_address) {
+            interface.address = FormatHardwareAddress(*address);
+        }
+        const std::string label = InterfaceLabel(state.listed.size() + 1, interface, status);
+        interface.name.resize(std::min(interface.name.size(), kMostNameBytes));
+        state.listed.push_back({interface, label, StatusRows(state, gathered, status)});
     }
-    menu.AddSeparator();
-    UpdateRouteInfo();
-    CheckMultipleGateways();
-    if (state.refresh.listed) {
-        AddGathered(menu, state.refresh, state.listed);
-    } else {
-        AddListed(menu, state.listed);
+}
+
+void AddInterfaces(Menu& menu, const State& state) {
+    constexpr int kInformation = -1;
+    for (std::size_t i = 0; i < state.listed.size(); ++i) {
+        const Listed& listed = state.listed[i];
+        const int index = menu.AddItem(listed.label, kFirstInterface + static_cast<int>(i));
+        menu.SetHotKey(index, InterfaceHotKey(i + 1));
+        menu.SetName(index, listed.interface.name);
+        for (const std::string& row : listed.status_rows)
+            menu.AddInformation(row, kInformation);
+        menu.AddSeparator();
     }
-    if (multipleGateways != 0) {
+    if (HasMultipleGateways(state.refresh.routes)) {
         menu.SetMarked(menu.AddInformation("WARNING: Multiple gateways active", kInformation),
                        true);
         menu.AddSeparator();
     }
-    menu.SetHotKey(menu.AddItem("Exit this program", kExit), 'e');
 }
 
-void Paint(Menu& menu, const MainMenuState& state) {
-    menu.SetPosition(4, 5);
-    menu.SetSize(COLS - 5, LINES - 6);
-    PaintTitle(menu, 4, "Tavrin 4 Network configuration utility");
-    PaintTitle(menu, 3, "Network configuration main menu for '" + state.host_name + "'");
-    PaintTitle(menu, 2, "Select network interface and hit ENTER to configure it.");
+bool Never(const State&) {
+    return false;
 }
 
-// Unless something was done to the interface, its rows are still true for the rest of their five
-// seconds.
-void OpenInterface(Menu& menu, int index) {
-    const std::string name = InterfaceTable[index].name;
-    if (InterfaceScreen(index, name) != 0) {
-        menu.rebuild = true;
-    } else {
-        menu.redraw = true;
-    }
-}
+// Two rows share the key u: pressing it again moves to the other.
+constexpr Row<State> kRows[] = {
+    {"Bring up all interfaces", 4, 'u', StartAll},
+    {"Bring down all interfaces", 5, 'd', StopAll},
+    {"Update interfaces from config", 7, 'u', UpdateAll},
+    {"Change computer name", 20013, 'n', ChangeComputerName},
+    {"Network Time Protocol settings", 20014, 't', Open<RunNtpScreen>},
+    {"Flush/reset DNS cache", 20015, 'f', RestartDnsCache},
+    {"Services", 20016, 's', Open<RunServicesScreen>},
+    {"Diagnostics", 3, 'i', Open<RunDiagnosticsScreen>},
+    {"System", 2, 0, Open<RunSystemScreen>, {.shown = Never}},
+    kSeparator<State>,
+    {"",
+     kFirstInterface,
+     0,
+     nullptr,
+     {.add_list = AddInterfaces, .open = OpenInterface, .most = kMostInterfaces}},
+    {"Exit this program", 1, 'e', Exit},
+};
+static_assert(AreSound(kRows));
 
-void Act(Menu& menu, const MenuItem& item, MainMenuState& state) {
-    if (item.id == kExit) {
-        menu.running = false;
-        state.result = 1;
-        return;
-    }
-    if (item.id >= kFirstInterface && item.id <= kLastInterface) {
-        OpenInterface(menu, item.id - kFirstInterface);
-        return;
-    }
-    for (const ActionRow& row : kActionRows) {
-        if (row.id != item.id || row.act == nullptr) continue;
-        row.act(state);
-        menu.rebuild = true;
-    }
+TitleLines Title(const State& state) {
+    return {"Tavrin 4 Network configuration utility",
+            "Network configuration main menu for '" + state.host_name + "'",
+            "Select network interface and hit ENTER to configure it."};
 }
 
 }  // namespace
 
 int RunMainMenu() {
-    MainMenuState state;
-    Gathering gathering = GatherInto(state.refresh, [&] { StartRefresh(state.refresh); });
-    // A digit means nothing before the interfaces are known, nor does ENTER after it.
-    gathering.keys_wait_for_first_rows = true;
-    ScreenLoop({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
-                .paint = [&](Menu& menu) { Paint(menu, state); },
-                .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
-                .refresh_seconds = kRefreshSeconds,
-                .gathering = std::move(gathering)});
-    return state.result;
+    State state;
+    const LiveFacts facts = LiveInterfaces(state.refresh);
+    RunScreen<State>({.rows = kRows, .title = Title, .layout = Layout::Main, .look = Look}, state,
+                     &facts);
+    return state.has_exited ? 1 : 0;
 }

@@ -26,7 +26,6 @@
 namespace {
 
 constexpr const char* kMouseTerminal = "xterm-1003";
-constexpr mmask_t kMouseEvents = ALL_MOUSE_EVENTS | REPORT_MOUSE_POSITION;
 constexpr unsigned kCleanUpSeconds = 5;
 constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
 constexpr int kOutOfMemory = 1;
@@ -64,8 +63,8 @@ void CatchFaults() {
     }
 }
 
-// Without memory curses ends the program by itself, and leaves the terminal as it is.
-void LeaveLineMode() {
+// If curses runs out of memory it exits without restoring the terminal.
+void RestoreLineMode() {
     if (!isendwin()) reset_shell_mode();
 }
 
@@ -129,7 +128,7 @@ void OnTerminateSignal(int signal_number) {
     alarm(kCleanUpSeconds);
     if (stdscr != nullptr && !isendwin()) {
         // Curses turns mouse reporting off only when it believes that it is on.
-        mousemask(kMouseEvents, nullptr);
+        StartMouse();
     }
     if (signal_number == SIGINT || signal_number == SIGQUIT) DropTypedKeys();
     EndProgram(128 + signal_number);
@@ -147,13 +146,13 @@ void ChooseTerminalType() {
 
 void StartTerminal() {
     std::setlocale(LC_CTYPE, "");
-    std::atexit(LeaveLineMode);
+    std::atexit(RestoreLineMode);
     initscr();
     StartColours();
     StartKeyboard();
     attrset(A_NORMAL);
     scrollok(stdscr, FALSE);
-    MouseAvailable = mousemask(kMouseEvents, nullptr) != 0;
+    StartMouse();
     refresh();
     curs_set(0);
 }

@@ -1,30 +1,21 @@
 #include "app/system_screen.h"
 
-#include <curses.h>
-
 #include "ui/screen_loop.h"
 
 namespace {
 
-constexpr int kBack = 1;
-constexpr int kColumns = 40;
+struct State {};
 
-void AddRows(Menu& menu) {
-    menu.SetHotKey(menu.AddItem("Back to main menu", kBack), 'b');
-}
+constexpr Row<State> kRows[] = {{"Back to main menu", 1, 'b', Leave}};
+static_assert(AreSound(kRows));
 
-void Paint(Menu& menu) {
-    menu.SetPosition((COLS - kColumns) / 2, 4);
-    menu.SetSize(kColumns, (LINES - 4) / 2);
-    PaintTitle(menu, 2, "System");
-}
-
-void Act(Menu& menu, const MenuItem& item) {
-    if (item.id == kBack) menu.running = false;
+TitleLines Title(const State&) {
+    return {"System"};
 }
 
 }  // namespace
 
 void RunSystemScreen() {
-    ScreenLoop({.add_rows = AddRows, .paint = Paint, .act = Act});
+    State state;
+    RunScreen<State>({.rows = kRows, .title = Title, .layout = Layout::Narrow}, state);
 }

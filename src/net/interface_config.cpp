@@ -4,12 +4,12 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
-#include <variant>
 
 #include "util/command.h"
-#include "util/files.h"
 #include "util/lines.h"
+#include "util/read_file.h"
 #include "util/save_file.h"
+#include "util/trim.h"
 
 namespace {
 
@@ -17,39 +17,14 @@ constexpr std::size_t kLineSize = 1023;
 constexpr const char* kFolder = "/etc/network/";
 constexpr const char* kTemplate = "/etc/network/example";
 
-using Field = std::variant<bool InterfaceConfig::*, std::string InterfaceConfig::*>;
-
-struct Line {
-    const char* key;
-    Field field;
-};
-
-// In the order of the file, which is not quite the record's.
-constexpr Line kLines[] = {
-    {"manage", &InterfaceConfig::manage},
-    {"dhcp", &InterfaceConfig::dhcp},
-    {"dhcp6", &InterfaceConfig::dhcp6},
-    {"dhcp_gw", &InterfaceConfig::dhcp_gw},
-    {"enable_ip6", &InterfaceConfig::enable_ip6},
-    {"disabled", &InterfaceConfig::disabled},
-    {"static ip", &InterfaceConfig::static_ip},
-    {"ipv6_router_adv", &InterfaceConfig::ipv6_router_adv},
-    {"static ip netmask", &InterfaceConfig::static_ip_netmask},
-    {"static ip6", &InterfaceConfig::static_ip6},
-    {"gateway", &InterfaceConfig::gateway},
-    {"dns", &InterfaceConfig::dns},
-    {"nat enable", &InterfaceConfig::nat_enable},
-    {"nat role", &InterfaceConfig::nat_role},
-};
-
-std::string FieldText(const InterfaceConfig& config, const Field& field) {
+std::string FieldText(const InterfaceConfig& config, const ConfigField& field) {
     if (const auto* flag = std::get_if<bool InterfaceConfig::*>(&field)) {
         return config.*(*flag) ? "1" : "0";
     }
     return config.*std::get<std::string InterfaceConfig::*>(field);
 }
 
-void StoreField(InterfaceConfig& config, const Field& field, const std::string& value) {
+void StoreField(InterfaceConfig& config, const ConfigField& field, const std::string& value) {
     if (const auto* flag = std::get_if<bool InterfaceConfig::*>(&field)) {
         config.*(*flag) = ParseConfigBool(value);
     } else {
@@ -57,19 +32,14 @@ void StoreField(InterfaceConfig& config, const Field& field, const std::string& 
     }
 }
 
-std::string_view WithoutLeadingSpaces(std::string_view text) {
-    return text.substr(std::min(text.find_first_not_of(' '), text.size()));
-}
-
 void TakeLine(std::string_view line, InterfaceConfig& config) {
-    line = WithoutLeadingSpaces(line);
+    line = TrimStart(line, kSpace);
     const std::size_t equals = line.find('=');
     if (line.starts_with('#') || equals == std::string_view::npos || equals == 0) return;
     // The character before "=" is the blank that the format asks for, whatever it is.
-    std::string_view key = line.substr(0, equals - 1);
-    key = key.substr(0, key.find_last_not_of(' ') + 1);
-    const std::string value(WithoutLeadingSpaces(line.substr(equals + 1)));
-    for (const Line& known : kLines) {
+    const std::string_view key = TrimEnd(line.substr(0, equals - 1), kSpace);
+    const std::string value(TrimStart(line.substr(equals + 1), kSpace));
+    for (const ConfigLine& known : kConfigLines) {
         if (key == known.key) StoreField(config, known.field, value);
     }
 }
@@ -80,7 +50,7 @@ std::string InterfaceConfigPath(std::string_view config_name) {
     return kFolder + std::string(config_name);
 }
 
-void EnsureInterfaceConfigFile(std::string_view, std::string_view config_name) {
+void EnsureInterfaceConfigFile(std::string_view config_name) {
     const std::string path = InterfaceConfigPath(config_name);
     struct stat about = {};
     if (stat(path.c_str(), &about) == 0 && S_ISREG(about.st_mode)) return;
@@ -106,7 +76,7 @@ void ParseInterfaceConfig(std::string_view text, InterfaceConfig& config) {
 
 std::string FormatInterfaceConfig(const InterfaceConfig& config) {
     std::string text;
-    for (const Line& line : kLines) {
+    for (const ConfigLine& line : kConfigLines) {
         text += std::string(line.key) + " = " + FieldText(config, line.field) + "\n";
     }
     return text;
@@ -119,8 +89,4 @@ void ReadInterfaceConfig(InterfaceConfig& config, const std::string& path) {
 
 void WriteInterfaceConfig(const InterfaceConfig& config, const std::string& path) {
     SaveFile(path, FormatInterfaceConfig(config));
-}
-
-int EditInterfaceConfigFile(std::string_view config_name) {
-    return RunCommand("vi " + InterfaceConfigPath(config_name));
 }

@@ -25,6 +25,7 @@
 
 #include <string>
 #include <string_view>
+#include <variant>
 
 struct InterfaceConfig {
     bool ipv6_router_adv = false;  // accept IPv6 router advertisements
@@ -43,12 +44,38 @@ struct InterfaceConfig {
     std::string nat_role;  // "", "public" or "lan"
 };
 
+// One setting of the file: its key, and its field in the record.
+using ConfigField = std::variant<bool InterfaceConfig::*, std::string InterfaceConfig::*>;
+
+struct ConfigLine {
+    const char* key;
+    ConfigField field;
+};
+
+// In the order of the file, which is not quite the record's.
+inline constexpr ConfigLine kConfigLines[] = {
+    {"manage", &InterfaceConfig::manage},
+    {"dhcp", &InterfaceConfig::dhcp},
+    {"dhcp6", &InterfaceConfig::dhcp6},
+    {"dhcp_gw", &InterfaceConfig::dhcp_gw},
+    {"enable_ip6", &InterfaceConfig::enable_ip6},
+    {"disabled", &InterfaceConfig::disabled},
+    {"static ip", &InterfaceConfig::static_ip},
+    {"ipv6_router_adv", &InterfaceConfig::ipv6_router_adv},
+    {"static ip netmask", &InterfaceConfig::static_ip_netmask},
+    {"static ip6", &InterfaceConfig::static_ip6},
+    {"gateway", &InterfaceConfig::gateway},
+    {"dns", &InterfaceConfig::dns},
+    {"nat enable", &InterfaceConfig::nat_enable},
+    {"nat role", &InterfaceConfig::nat_role},
+};
+
 // "/etc/network/" followed by the configuration name (the hardware address in upper case).
 std::string InterfaceConfigPath(std::string_view config_name);
 
 // Copies /etc/network/example to the interface's file unless that is a regular file already. A copy
-// that fails leaves no file, which reads as the defaults. The interface's name is not needed.
-void EnsureInterfaceConfigFile(std::string_view interface_name, std::string_view config_name);
+// that fails leaves no file, which reads as the defaults.
+void EnsureInterfaceConfigFile(std::string_view config_name);
 
 // True for a number above 0 and for "on" in any case. "yes" and "true" are false.
 bool ParseConfigBool(const std::string& text);
@@ -70,6 +97,3 @@ void ReadInterfaceConfig(InterfaceConfig& config, const std::string& path);
 
 // Rewrites the file as a whole (util/save_file.h). A failure is not reported.
 void WriteInterfaceConfig(const InterfaceConfig& config, const std::string& path);
-
-// Opens the file in the machine's editor, vi, and returns what running it returned.
-int EditInterfaceConfigFile(std::string_view config_name);

@@ -1,20 +1,19 @@
 // The queries of interface_status.h: sockets, ioctls and the radio-kill files.
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <linux/ethtool.h>
 #include <linux/sockios.h>
 #include <linux/wireless.h>
 #include <net/ethernet.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
+#include <cerrno>
 #include <cstring>
 
 #include "net/interface_status.h"
+#include "net/rfkill.h"
 #include "util/command.h"
 
 namespace {
@@ -68,15 +67,12 @@ sockaddr_in AskAddress(int socket, unsigned long query, const std::string& name)
     return address;
 }
 
-void GatherIPv4(const std::string& name, InterfaceFacts& facts) {
-    const int socket = OpenDatagramSocket();
-    if (socket < 0) return;
+void GatherIPv4(int socket, const std::string& name, InterfaceFacts& facts) {
     facts.inet_socket = true;
     const sockaddr_in address = AskAddress(socket, SIOCGIFADDR, name);
     facts.address_family = address.sin_family;
     facts.ipv4 = address.sin_addr;
     facts.netmask = AskAddress(socket, SIOCGIFNETMASK, name).sin_addr;
-    close(socket);
 }
 
 void GatherEssid(int socket, const std::string& name, InterfaceFacts& facts) {
@@ -116,35 +112,60 @@ bool AskWireless(int socket, const std::string& name) {
     return ioctl(socket, SIOCGIWNAME, &request) == 0;
 }
 
-void GatherWireless(const std::string& name, InterfaceFacts& facts) {
-    const int socket = OpenDatagramSocket();
-    if (socket < 0) return;
+void GatherWireless(int socket, const std::string& name, InterfaceFacts& facts) {
     facts.is_wireless = AskWireless(socket, name);
-    if (facts.is_wireless) {
-        GatherEssid(socket, name, facts);
-        GatherFrequency(socket, name, facts);
-        GatherAccessPoint(socket, name, facts);
-        GatherRfkill(name, facts);
+    if (!facts.is_wireless) return;
+    GatherEssid(socket, name, facts);
+    GatherFrequency(socket, name, facts);
+    GatherAccessPoint(socket, name, facts);
+    GatherRfkill(name, facts);
+}
+
+void CloseOpened(int socket) {
+    if (socket >= 0) close(socket);
+}
+
+// Closes the socket in a child: the kernel waits out a grace period of 8 to 20 ms when the last
+// copy of a packet socket is closed, in which no key would be answered. The child ends when the
+// pipe does, after the program has closed its own copy.
+void CloseBeside(int socket) {
+    int pipe_ends[2] = {-1, -1};
+    const bool has_pipe = socket >= 0 && pipe2(pipe_ends, O_CLOEXEC) == 0;
+    if (has_pipe && fork() == 0) {
+        close(pipe_ends[1]);
+        char nothing = 0;
+        while (read(pipe_ends[0], &nothing, 1) < 0 && errno == EINTR) {
+        }
+        _exit(0);
     }
-    close(socket);
+    CloseOpened(socket);
+    CloseOpened(pipe_ends[0]);
+    CloseOpened(pipe_ends[1]);
 }
 
 }  // namespace
 
-int OpenPacketSocket() {
-    return socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, htons(ETHERTYPE_IP));
+KernelSockets::KernelSockets()
+    : packet(socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, htons(ETHERTYPE_IP))),
+      inet(OpenDatagramSocket()) {}
+
+KernelSockets::~KernelSockets() {
+    CloseBeside(packet);
+    CloseOpened(inet);
 }
 
-InterfaceFacts AskInterface(const std::string& name, int packet_socket) {
+InterfaceFacts AskInterface(const std::string& name, const KernelSockets& sockets) {
     InterfaceFacts facts;
-    if (packet_socket >= 0) {
+    if (sockets.packet >= 0) {
         facts.packet_socket = true;
-        facts.hardware_address = AskHardwareAddress(packet_socket, name);
-        facts.link = AskLink(packet_socket, name);
-        facts.up = AskUp(packet_socket, name);
+        facts.hardware_address = AskHardwareAddress(sockets.packet, name);
+        facts.link = AskLink(sockets.packet, name);
+        facts.up = AskUp(sockets.packet, name);
     }
-    GatherIPv4(name, facts);
-    GatherWireless(name, facts);
+    if (sockets.inet >= 0) {
+        GatherIPv4(sockets.inet, name, facts);
+        GatherWireless(sockets.inet, name, facts);
+    }
     return facts;
 }
 
@@ -154,33 +175,7 @@ std::string GlobalAddressCommand(const std::string& name) {
 
 bool IsWirelessInterface(const std::string& name) {
     const int socket = OpenDatagramSocket();
-    if (socket < 0) return false;
-    const bool wireless = AskWireless(socket, name);
-    close(socket);
+    const bool wireless = socket >= 0 && AskWireless(socket, name);
+    CloseOpened(socket);
     return wireless;
-}
-
-std::string RfkillFolder(const std::string& name) {
-    return "/sys/class/net/" + name + "/phy80211/rfkill0";
-}
-
-bool HasRfkill(const std::string& name) {
-    struct stat about = {};
-    return stat(RfkillFolder(name).c_str(), &about) == 0 && S_ISDIR(about.st_mode);
-}
-
-int ReadIntFile(const std::string& path) {
-    std::FILE* file = std::fopen(path.c_str(), "re");
-    if (file == nullptr) return -1;
-    char line[64] = "";
-    if (std::fgets(line, sizeof line, file) == nullptr) line[0] = '\0';
-    std::fclose(file);
-    return std::atoi(line);
-}
-
-void WriteIntFile(const std::string& path, int value) {
-    std::FILE* file = std::fopen(path.c_str(), "we");
-    if (file == nullptr) return;
-    std::fprintf(file, "%d\n", value);
-    std::fclose(file);
 }

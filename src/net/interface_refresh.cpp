@@ -1,162 +1,212 @@
 #include "net/interface_refresh.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cmath>
+#include <limits>
 #include <utility>
 
-#include "net/interface_table.h"
-#include "net/route_table.h"
-#include "util/signal_gate.h"
+#include "net/interface_list.h"
+#include "util/clock.h"
 
 namespace {
 
-// Commands that run at the same time, and how many of them are started before the next key may be
-// answered.
+constexpr double kHangSeconds = 10;
+constexpr double kTooOldSeconds = 10;
+// How long commands may be started before the next key is looked for.
+constexpr double kStartSeconds = 0.004;
+// Commands that run at the same time.
 constexpr std::ptrdiff_t kMostCommands = 64;
-constexpr std::size_t kStartsAtOnce = 4;
 // No key is answered while the kernel is asked about them all.
 constexpr std::size_t kMostListed = 4096;
 
-// Closes the socket in a child: whoever closes it last waits for the kernel. The child closes it
-// when it ends, and ends when the pipe does, after the program has closed its own.
-void CloseBeside(int socket) {
-    if (socket < 0) return;
-    int pipe_ends[2] = {-1, -1};
-    const bool has_pipe = pipe2(pipe_ends, O_CLOEXEC) == 0;
-    if (has_pipe && fork() == 0) {
-        close(pipe_ends[1]);
-        char nothing = 0;
-        while (read(pipe_ends[0], &nothing, 1) < 0 && errno == EINTR) {
-        }
-        _exit(0);
-    }
-    close(socket);
-    if (!has_pipe) return;
-    close(pipe_ends[0]);
-    close(pipe_ends[1]);
-}
-
-void AskKernel(InterfaceRefresh& refresh) {
-    const int packet_socket = OpenPacketSocket();
-    for (GatheredInterface& interface : refresh.interfaces) {
-        interface.facts = AskInterface(interface.name, packet_socket);
-    }
-    CloseBeside(packet_socket);
+bool HasHung(const RunningCommand& command, double now) {
+    return now - command.started >= kHangSeconds;
 }
 
 std::ptrdiff_t RunningCommands(const InterfaceRefresh& refresh) {
     return std::count_if(refresh.interfaces.begin(), refresh.interfaces.end(),
-                         [](const GatheredInterface& each) { return each.addresses.has_value(); });
+                         [](const GatheredInterface& each) { return each.command.has_value(); });
 }
 
-void StartCommands(InterfaceRefresh& refresh, std::size_t starts) {
-    std::ptrdiff_t running = RunningCommands(refresh);
-    const std::size_t end = std::min(refresh.interfaces.size(), refresh.asked + starts);
-    while (refresh.asked < end && running < kMostCommands) {
-        GatheredInterface& interface = refresh.interfaces[refresh.asked++];
-        interface.addresses = StartCommand(GlobalAddressCommand(interface.name));
-        if (interface.addresses) ++running;
-    }
+bool IsToBeAsked(const GatheredInterface& interface) {
+    return !interface.asked && !interface.command;
 }
 
-// The commands first: they run while the kernel is asked.
-void AskAll(InterfaceRefresh& refresh) {
-    StartCommands(refresh, kStartsAtOnce);
-    AskKernel(refresh);
-    refresh.listed = refresh.news = true;
-}
-
-void TakeList(InterfaceRefresh& refresh) {
-    for (std::string& name : ParseInterfaceList(refresh.list->output)) {
-        if (refresh.interfaces.size() == kMostListed) break;
-        refresh.interfaces.push_back({.name = std::move(name), .facts = {}});
-    }
-    refresh.list.reset();
-    AskAll(refresh);
-}
-
-void TakeAddresses(GatheredInterface& interface) {
-    if (!interface.addresses || !ReadAvailable(*interface.addresses)) return;
-    interface.facts.global_addresses = std::move(interface.addresses->output);
-    interface.addresses.reset();
+// Behind a list that does not come, the interfaces known so far are asked about.
+bool MayAsk(const InterfaceRefresh& refresh) {
+    return !refresh.list || refresh.list_is_late;
 }
 
 bool CanStartMore(const InterfaceRefresh& refresh) {
-    return refresh.asked < refresh.interfaces.size() && RunningCommands(refresh) < kMostCommands;
+    return MayAsk(refresh) &&
+           std::any_of(refresh.interfaces.begin(), refresh.interfaces.end(), IsToBeAsked) &&
+           RunningCommands(refresh) < kMostCommands;
+}
+
+void StartAsking(GatheredInterface& interface) {
+    interface.command = StartCommand(GlobalAddressCommand(interface.name));
+    interface.asked = true;
+    if (interface.command) interface.facts.addresses_asked = true;
+}
+
+void StartCommands(InterfaceRefresh& refresh) {
+    const double end = MonotonicSeconds() + kStartSeconds;
+    std::ptrdiff_t running = RunningCommands(refresh);
+    for (GatheredInterface& interface : refresh.interfaces) {
+        if (running >= kMostCommands || MonotonicSeconds() >= end) return;
+        if (!IsToBeAsked(interface)) continue;
+        StartAsking(interface);
+        ++running;
+    }
+}
+
+GatheredInterface TakeInterface(InterfaceRefresh& refresh, const std::string& name) {
+    for (GatheredInterface& known : refresh.interfaces) {
+        if (known.name == name) return std::exchange(known, {});
+    }
+    return {.name = name};
+}
+
+// What is known of an interface that is still listed stays.
+void TakeList(InterfaceRefresh& refresh, const std::vector<std::string>& names, double now) {
+    std::vector<GatheredInterface> listed;
+    for (const std::string& name : names) {
+        if (listed.size() == kMostListed) break;
+        listed.push_back(TakeInterface(refresh, name));
+    }
+    for (GatheredInterface& gone : refresh.interfaces) {
+        if (gone.command) EndCommand(*gone.command);
+    }
+    refresh.interfaces = std::move(listed);
+    // The commands run while the kernel is asked.
+    StartCommands(refresh);
+    AskKernel(refresh, now);
+}
+
+void AskForList(InterfaceRefresh& refresh, double now) {
+    refresh.list = StartCommand("ip link");
+    if (!refresh.list) TakeList(refresh, {}, now);
+}
+
+// True when the answer has come, and is late.
+bool TakeListAnswer(InterfaceRefresh& refresh, double now) {
+    if (!refresh.list) return false;
+    if (ReadAvailable(*refresh.list)) {
+        const std::string output = std::move(refresh.list->output);
+        refresh.list.reset();
+        TakeList(refresh, ParseInterfaceList(output), now);
+        return std::exchange(refresh.list_is_late, false);
+    }
+    if (HasHung(*refresh.list, now)) {
+        EndCommand(*refresh.list);
+        AskForList(refresh, now);
+    }
+    return false;
+}
+
+// True when the answer has come, and is late.
+bool TakeAddresses(GatheredInterface& interface, double now) {
+    if (!interface.command) return false;
+    if (ReadAvailable(*interface.command)) {
+        interface.facts.global_addresses = std::move(interface.command->output);
+        interface.answered = now;
+        interface.command.reset();
+        return std::exchange(interface.late, false);
+    }
+    if (HasHung(*interface.command, now)) {
+        EndCommand(*interface.command);
+        StartAsking(interface);
+    }
+    return false;
+}
+
+bool IsAwaited(const GatheredInterface& interface) {
+    return !interface.late && (interface.command || !interface.asked);
+}
+
+void KeepAddresses(const GatheredInterface& before, GatheredInterface& interface, double now) {
+    interface.facts.addresses_asked = before.facts.addresses_asked;
+    const bool too_old = interface.command && now - interface.answered > kTooOldSeconds;
+    if (!too_old) interface.facts.global_addresses = before.facts.global_addresses;
 }
 
 }  // namespace
 
-void StartRefresh(InterfaceRefresh& refresh) {
-    AbandonRefresh(refresh);
-    refresh.running = true;
-    refresh.list = StartCommand("ip link");
-}
-
-void StartRefresh(InterfaceRefresh& refresh, const std::string& name) {
-    AbandonRefresh(refresh);
-    refresh.running = true;
-    refresh.interfaces.push_back({.name = name, .facts = {}});
-    AskAll(refresh);
-}
-
-bool ContinueRefresh(InterfaceRefresh& refresh) {
-    if (!refresh.running) return false;
-    if (refresh.list) {
-        if (!ReadAvailable(*refresh.list)) return false;
-        TakeList(refresh);
-    }
-    for (GatheredInterface& interface : refresh.interfaces)
-        TakeAddresses(interface);
-    StartCommands(refresh, kStartsAtOnce);
-    refresh.complete = refresh.asked == refresh.interfaces.size() && RunningCommands(refresh) == 0;
-    refresh.running = !refresh.complete;
-    return refresh.complete;
-}
-
-bool AwaitAnswers(const InterfaceRefresh& refresh, int keyboard, double seconds) {
-    if (!refresh.running || CanStartMore(refresh)) return true;
-    std::vector<pollfd> awaited = {{keyboard, POLLIN, 0}};
-    if (refresh.list) awaited.push_back({refresh.list->descriptor, POLLIN, 0});
-    for (const GatheredInterface& interface : refresh.interfaces) {
-        if (interface.addresses) awaited.push_back({interface.addresses->descriptor, POLLIN, 0});
-    }
-    return PollWithOpenGate(awaited.data(), awaited.size(),
-                            static_cast<int>(std::ceil(seconds * 1000))) != 0;
-}
-
-void FinishRefresh(InterfaceRefresh& refresh) {
-    constexpr int kNoKeyboard = -1;
-    constexpr double kLong = 3600;
-    while (refresh.running && !ContinueRefresh(refresh))
-        AwaitAnswers(refresh, kNoKeyboard, kLong);
-}
-
-void AbandonRefresh(InterfaceRefresh& refresh) {
-    if (refresh.list) Abandon(*refresh.list);
+void AskInterfaces(InterfaceRefresh& refresh) {
+    const double now = MonotonicSeconds();
     for (GatheredInterface& interface : refresh.interfaces) {
-        if (interface.addresses) Abandon(*interface.addresses);
+        interface.late = interface.command.has_value();
+        interface.asked = interface.late;
     }
-    refresh = {};
+    refresh.list_is_late = refresh.list.has_value();
+    if (!refresh.only.empty()) {
+        TakeList(refresh, {refresh.only}, now);
+    } else if (!refresh.list) {
+        AskForList(refresh, now);
+    }
 }
 
-bool TakeNews(InterfaceRefresh& refresh) {
-    return std::exchange(refresh.news, false);
+Answers TakeAnswers(InterfaceRefresh& refresh, double now) {
+    Answers answers;
+    answers.late = TakeListAnswer(refresh, now);
+    for (GatheredInterface& interface : refresh.interfaces)
+        answers.late = TakeAddresses(interface, now) || answers.late;
+    if (!MayAsk(refresh)) return answers;
+    StartCommands(refresh);
+    const bool awaits =
+        std::any_of(refresh.interfaces.begin(), refresh.interfaces.end(), IsAwaited);
+    // Without a list, what is known is never all.
+    if (refresh.list) {
+        answers.known = awaits ? Known::Nothing : Known::Part;
+    } else {
+        answers.known = awaits ? Known::Part : Known::All;
+    }
+    return answers;
 }
 
-void UnderstandGathered(const GatheredInterface& interface, InterfaceStatus& status) {
-    const RouteEntry* route = FindGateway(interface.name);
-    UnderstandInterface(interface.facts, route != nullptr ? route->gateway : 0, status);
+void AskKernel(InterfaceRefresh& refresh, double now) {
+    const KernelSockets sockets;
+    for (GatheredInterface& interface : refresh.interfaces) {
+        const GatheredInterface before = {.name = {}, .facts = interface.facts};
+        interface.facts = AskInterface(interface.name, sockets);
+        KeepAddresses(before, interface, now);
+    }
+    refresh.routes = ReadRouteTable();
 }
 
-void ProbeInterfaceStatus(const std::string& name, InterfaceStatus& status) {
-    InterfaceRefresh refresh;
-    StartRefresh(refresh, name);
-    FinishRefresh(refresh);
-    UnderstandGathered(refresh.interfaces.front(), status);
+double AwaitAnswers(const InterfaceRefresh& refresh, std::vector<pollfd>& pipes) {
+    if (CanStartMore(refresh)) return 0;
+    double until = std::numeric_limits<double>::infinity();
+    const auto await = [&](const std::optional<RunningCommand>& command) {
+        if (!command) return;
+        pipes.push_back({command->descriptor, POLLIN, 0});
+        until = std::min(until, command->started + kHangSeconds);
+    };
+    await(refresh.list);
+    for (const GatheredInterface& interface : refresh.interfaces)
+        await(interface.command);
+    return until;
+}
+
+void StopAsking(InterfaceRefresh& refresh) {
+    if (refresh.list) EndCommand(*refresh.list);
+    refresh.list.reset();
+    for (GatheredInterface& interface : refresh.interfaces) {
+        if (interface.command) EndCommand(*interface.command);
+        interface.command.reset();
+    }
+}
+
+void ForgetAnswers(InterfaceRefresh& refresh) {
+    StopAsking(refresh);
+    for (GatheredInterface& interface : refresh.interfaces) {
+        const auto hardware_address = interface.facts.hardware_address;
+        interface = {.name = interface.name};
+        interface.facts.hardware_address = hardware_address;
+    }
+    refresh.routes.clear();
+}
+
+void UnderstandGathered(const InterfaceRefresh& refresh, const GatheredInterface& interface,
+                        InterfaceStatus& status) {
+    UnderstandInterface(interface.facts, FindGateway(refresh.routes, interface.name), status);
 }

@@ -1,66 +1,67 @@
 // Gathering the facts of all interfaces without holding up the operator: the `ip` commands run
-// beside the program, at the same time, and their answers are taken as they come.
+// beside the program, at the same time, and their answers are taken as they come, in rounds.
 //
-//     InterfaceRefresh refresh;
-//     StartRefresh(refresh);
-//     while (!ContinueRefresh(refresh)) { ...answer keys, or AwaitAnswers(...)... }
+//     InterfaceRefresh refresh;                      // or {.only = "eth0"}
+//     AskInterfaces(refresh);
+//     while (TakeAnswers(refresh, MonotonicSeconds()).known != Known::All) { ... }
 //     use(refresh.interfaces);
 //
-// More interfaces than 4096 are not looked at.
+// A command that hangs holds nothing up. A round waits for the answers that it has asked for
+// itself; what an earlier one has asked for may come late. After ten seconds a command is ended,
+// with all that it has started, and asked anew.
 //
-// One packet socket serves a whole refresh. The kernel waits out a grace period when it is closed;
-// a child does that waiting.
+// More interfaces than 4096 are not looked at.
 #pragma once
 
-#include <cstddef>
+#include <poll.h>
+
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "net/interface_status.h"
+#include "net/route_table.h"
+#include "util/answers.h"
 #include "util/command.h"
 
 struct GatheredInterface {
     std::string name;
-    InterfaceFacts facts;
-    std::optional<RunningCommand> addresses = std::nullopt;  // "ip addr ...", while it runs
+    InterfaceFacts facts = {};
+    std::optional<RunningCommand> command = std::nullopt;  // "ip addr ...", while it runs
+    bool asked = false;   // in this round: its command runs, has answered, or can't be started
+    bool late = false;    // its command is an earlier round's
+    double answered = 0;  // when it did, as MonotonicSeconds tells
 };
 
 struct InterfaceRefresh {
-    bool running = false;
-    bool complete = false;               // all answers are there
-    bool listed = false;                 // the interfaces are known, and what the kernel says
-    bool news = false;                   // that has just become so
-    std::optional<RunningCommand> list;  // "ip link", while it runs
-    std::vector<GatheredInterface> interfaces;  // in the order listed
-    std::size_t asked = 0;                      // how many of them have been asked about
+    std::string only = {};                           // this interface instead of those listed
+    std::optional<RunningCommand> list = {};         // "ip link", while it runs
+    bool list_is_late = false;                       // it is an earlier round's
+    std::vector<GatheredInterface> interfaces = {};  // as last listed
+    RouteTable routes = {};
 };
 
-// Begins anew: with the interfaces that "ip link" lists, or with the one named. What may still be
-// running is abandoned.
-void StartRefresh(InterfaceRefresh& refresh);
-void StartRefresh(InterfaceRefresh& refresh, const std::string& name);
+// Begins a round. Commands of the last one that still run go on.
+void AskInterfaces(InterfaceRefresh& refresh);
 
-// Takes the answers that have come. True once, when the last one has; false, too, when nothing is
-// running.
-bool ContinueRefresh(InterfaceRefresh& refresh);
+// Takes the answers that have come, and starts the commands that are to be asked: as many as can be
+// started before a key would have to wait.
+Answers TakeAnswers(InterfaceRefresh& refresh, double now);
 
-// Waits until ContinueRefresh has something to do or the descriptor `keyboard` (-1: none) has
-// input; ending signals are let in meanwhile. False when neither was so within that time.
-bool AwaitAnswers(const InterfaceRefresh& refresh, int keyboard, double seconds);
+// Asks the kernel anew about the interfaces that are known, and for the routes. Drops addresses
+// that a command told more than two rounds ago.
+void AskKernel(InterfaceRefresh& refresh, double now);
 
-// Waits for the answers of a refresh that is running.
-void FinishRefresh(InterfaceRefresh& refresh);
+// What TakeAnswers waits for: adds the pipes of the commands, and returns the moment when it has
+// something to do anyway, as MonotonicSeconds tells.
+double AwaitAnswers(const InterfaceRefresh& refresh, std::vector<pollfd>& pipes);
 
-// Forgets what was gathered, and what may still be running: it has become old.
-void AbandonRefresh(InterfaceRefresh& refresh);
+// Ends the commands that run.
+void StopAsking(InterfaceRefresh& refresh);
 
-// Whether the interfaces have become known since the last call.
-bool TakeNews(InterfaceRefresh& refresh);
+// The same, and forgets all but the interfaces' names and hardware addresses.
+void ForgetAnswers(InterfaceRefresh& refresh);
 
-// Puts what was gathered so far into the record, with the gateway from RouteTable
-// (net/route_table.h), which should have been refreshed just before.
-void UnderstandGathered(const GatheredInterface& interface, InterfaceStatus& status);
-
-// All at once for one interface: asks, waits for the answers, and fills the record.
-void ProbeInterfaceStatus(const std::string& name, InterfaceStatus& status);
+// Puts what was gathered so far into the record.
+void UnderstandGathered(const InterfaceRefresh& refresh, const GatheredInterface& interface,
+                        InterfaceStatus& status);

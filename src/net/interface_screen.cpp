@@ -1,168 +1,134 @@
 #include "net/interface_screen.h"
 
-#include <curses.h>
-
 #include <string>
 
 #include "net/interface_config.h"
+#include "net/interface_refresh.h"
 #include "net/interface_status.h"
-#include "net/interface_table.h"
-#include "net/refresh_gathering.h"
-#include "net/route_table.h"
+#include "net/live_interfaces.h"
+#include "net/rfkill.h"
 #include "net/settings_editor.h"
-#include "ui/dialogs.h"
+#include "ui/plain_steps.h"
 #include "ui/screen_loop.h"
-#include "ui/terminal.h"
 #include "util/command.h"
-#include "util/message.h"
 #include "wifi/wireless_menu.h"
 
 namespace {
 
-constexpr double kRefreshSeconds = 5.0;
-constexpr int kFirstRow = 4096;
-constexpr int kInformation = -1;
-constexpr int kMainMenu = 1;
-
-struct InterfaceState {
-    InterfaceEntry interface;  // its address text is its configuration name
+struct State {
+    Interface interface;
+    InterfaceRefresh refresh;
     bool is_wireless = false;
     bool has_rfkill = false;
-    InterfaceRefresh refresh;
-    int soft_rfkill = 0;     // the last one that could be read
-    InterfaceStatus status;  // kept: a link text outlives a query that fails
-    int result = 0;
+    bool soft_rfkill = false;     // the last one that could be read
+    InterfaceStatus status = {};  // kept: a link text outlives a query that fails
+    bool has_acted = false;
 };
 
 // ---- actions ----
 
-void Start(const InterfaceState& state) {
-    Say("Starting interface...\n");
-    RunCommand("/etc/init.d/network start " + ShellWord(state.interface.name));
+Step Start(const State& state) {
+    return {"/etc/init.d/network start " + ShellWord(state.interface.name),
+            "Starting interface...\n"};
 }
 
-void Stop(const InterfaceState& state) {
-    Say("Stopping interface...\n");
-    RunCommand("/etc/init.d/network stop " + ShellWord(state.interface.name));
+Step Stop(const State& state) {
+    return {"/etc/init.d/network stop " + ShellWord(state.interface.name),
+            "Stopping interface...\n"};
 }
 
-void Restart(const InterfaceState& state) {
-    Stop(state);
-    Start(state);
+Next BringUp(State& state) {
+    state.has_acted = true;
+    return ConfirmSteps({Start(state)});
 }
 
-template <void (*kWork)(const InterfaceState&)>
-void Confirmed(Menu&, InterfaceState& state) {
-    if (AskYesNoOnBlankScreen()) ShellEscape([&] { kWork(state); });
-    state.result = 1;
+Next BringDown(State& state) {
+    state.has_acted = true;
+    return ConfirmSteps({Stop(state)});
 }
 
-template <int kValue>
-void SetSoftRfkill(Menu&, InterfaceState& state) {
-    WriteIntFile(RfkillFolder(state.interface.name) + "/soft", kValue);
+Next Update(State& state) {
+    state.has_acted = true;
+    return ConfirmSteps({Stop(state), Start(state)});
 }
 
-void EditConfiguration(Menu&, InterfaceState& state) {
-    EnsureInterfaceConfigFile(state.interface.name, state.interface.address);
-    InterfaceSettingsEditor(state.interface.name, state.interface.address);
+Next ToggleSoftRfkill(State& state) {
+    WriteIntFile(RfkillFolder(state.interface.name) + "/soft", state.soft_rfkill ? 0 : 1);
+    return Next::Rebuild;
 }
 
-void OpenWireless(Menu&, InterfaceState& state) {
-    WirelessMenu({state.interface.name, state.interface.address});
+Next EditConfiguration(State& state) {
+    EnsureInterfaceConfigFile(state.interface.address);
+    InterfaceSettingsEditor(state.interface);
+    return Next::Rebuild;
 }
 
-void Leave(Menu& menu, InterfaceState& state) {
-    menu.running = false;
-    state.result = 1;
+Next OpenWireless(State& state) {
+    WirelessMenu(state.interface);
+    return Next::Rebuild;
+}
+
+Next GoToMainMenu(State& state) {
+    state.has_acted = true;
+    return Next::Leave;
 }
 
 // ---- rows ----
 
-bool CanSoftBlock(const InterfaceState& state) {
-    return state.has_rfkill && state.soft_rfkill == 0;
+void Look(State& state) {
+    UnderstandGathered(state.refresh, state.refresh.interfaces.front(), state.status);
+    if (state.status.rfkill_soft >= 0) state.soft_rfkill = state.status.rfkill_soft != 0;
 }
 
-bool CanSoftUnblock(const InterfaceState& state) {
-    return state.has_rfkill && state.soft_rfkill != 0;
+void AddStatusRows(Menu& menu, const State& state) {
+    constexpr int kFirstRow = 4096;
+    constexpr int kInformation = -1;
+    menu.AddInformation(state.status.link + "  " + state.status.up, kFirstRow);
+    for (const std::string& row : FormatInterfaceStatus(state.status))
+        menu.AddInformation(row, kInformation);
 }
 
-bool IsWireless(const InterfaceState& state) {
+bool CanUnblock(const State& state) {
+    return state.has_rfkill && state.soft_rfkill;
+}
+
+bool CanBlock(const State& state) {
+    return state.has_rfkill && !state.soft_rfkill;
+}
+
+bool IsWireless(const State& state) {
     return state.is_wireless;
 }
 
-constexpr const char* kSeparator = nullptr;
-
-struct ActionRow {
-    bool (*shown)(const InterfaceState&);  // null: always
-    const char* label;
-    int id;
-    int hot_key;
-    void (*act)(Menu&, InterfaceState&);
-};
-
 // Two rows share the key u: pressing it again moves to the other.
-constexpr ActionRow kActionRows[] = {
-    {nullptr, kSeparator, 0, 0, nullptr},
-    {nullptr, "Bring up this interfaces", 4, 'u', Confirmed<Start>},
-    {nullptr, "Bring down this interfaces", 5, 'd', Confirmed<Stop>},
-    {nullptr, "Update interface from config", 7, 'u', Confirmed<Restart>},
-    {CanSoftUnblock, "Disable soft RF-kill", 9, 'r', SetSoftRfkill<0>},
-    {CanSoftBlock, "Enable soft RF-kill", 10, 'r', SetSoftRfkill<1>},
-    {nullptr, "Edit configuration", 6, 'c', EditConfiguration},
-    {IsWireless, "Wireless access points", 8, 'w', OpenWireless},
-    {nullptr, kSeparator, 0, 0, nullptr},
-    {nullptr, "Main menu", kMainMenu, 'm', Leave},
+constexpr Row<State> kRows[] = {
+    {"", 0, 0, nullptr, {.add_list = AddStatusRows}},
+    kSeparator<State>,
+    {"Bring up this interfaces", 4, 'u', BringUp},
+    {"Bring down this interfaces", 5, 'd', BringDown},
+    {"Update interface from config", 7, 'u', Update},
+    {"Disable soft RF-kill", 9, 'r', ToggleSoftRfkill, {.shown = CanUnblock}},
+    {"Enable soft RF-kill", 10, 'r', ToggleSoftRfkill, {.shown = CanBlock}},
+    {"Edit configuration", 6, 'c', EditConfiguration},
+    {"Wireless access points", 8, 'w', OpenWireless, {.shown = IsWireless}},
+    kSeparator<State>,
+    {"Main menu", 1, 'm', GoToMainMenu},
 };
+static_assert(AreSound(kRows));
 
-void AddStatusRows(Menu& menu, InterfaceState& state) {
-    UpdateRouteInfo();
-    CheckMultipleGateways();
-    // The kernel's own answers are here at once; the address that a command tells may not be yet.
-    if (!state.refresh.complete) state.status.ipv6.clear();
-    UnderstandGathered(state.refresh.interfaces.front(), state.status);
-    menu.AddInformation(state.status.link + "  " + state.status.up, kFirstRow);
-    for (const std::string& row : FormatInterfaceStatus(state.status)) {
-        menu.AddInformation(row, kInformation);
-    }
-    if (state.status.rfkillSoft >= 0) state.soft_rfkill = state.status.rfkillSoft;
-}
-
-void AddRows(Menu& menu, InterfaceState& state) {
-    AddStatusRows(menu, state);
-    for (const ActionRow& row : kActionRows) {
-        if (row.shown != nullptr && !row.shown(state)) continue;
-        AddTableRow(menu, row.label, row.id, row.hot_key);
-    }
-}
-
-void Paint(Menu& menu, const InterfaceState& state) {
-    menu.SetPosition(4, 4);
-    menu.SetSize(COLS - 5, LINES - 5);
-    PaintTitle(
-        menu, 2,
-        "Network configuration: " + state.interface.name + " (" + state.interface.address + ")");
-}
-
-void Act(Menu& menu, const MenuItem& item, InterfaceState& state) {
-    for (const ActionRow& row : kActionRows) {
-        if (row.id != item.id || row.act == nullptr) continue;
-        menu.rebuild = true;
-        row.act(menu, state);
-    }
+TitleLines Title(const State& state) {
+    return {"Network configuration: " + state.interface.name + " (" + state.interface.address +
+            ")"};
 }
 
 }  // namespace
 
-int InterfaceScreen(int index, const std::string& name) {
-    InterfaceState state;
-    state.interface = {name, InterfaceTable[index].address};
-    state.is_wireless = IsWirelessInterface(name);
-    state.has_rfkill = state.is_wireless && HasRfkill(name);
-    const auto start = [&] { StartRefresh(state.refresh, state.interface.name); };
-    ScreenLoop({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
-                .paint = [&](Menu& menu) { Paint(menu, state); },
-                .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
-                .refresh_seconds = kRefreshSeconds,
-                .gathering = GatherInto(state.refresh, start)});
-    return state.result;
+bool InterfaceScreen(const Interface& interface) {
+    State state = {.interface = interface, .refresh = {.only = interface.name}};
+    state.is_wireless = IsWirelessInterface(interface.name);
+    state.has_rfkill = state.is_wireless && HasRfkill(interface.name);
+    const LiveFacts facts = LiveInterfaces(state.refresh);
+    RunScreen<State>({.rows = kRows, .title = Title, .look = Look, .follows_rows = true}, state,
+                     &facts);
+    return state.has_acted;
 }

@@ -2,9 +2,8 @@
 // with it. Opened by the main menu's interface rows.
 #pragma once
 
-#include <string>
+#include "net/interface.h"
 
-// Runs until the operator leaves. `index` is the interface's place in InterfaceTable
-// (net/interface_table.h), whose address text names its settings file. 1 after "Main menu" or any
-// question answered: the main menu then probes all interfaces anew; 0 otherwise.
-int InterfaceScreen(int index, const std::string& name);
+// Runs until the operator leaves. True after "Main menu" or any question answered: the main menu
+// then asks anew about all interfaces.
+bool InterfaceScreen(const Interface& interface);

@@ -37,9 +37,9 @@ const char* BlockWords(bool hard, bool soft) {
 }
 
 std::string RfkillText(const InterfaceStatus& status) {
-    const std::string enabled = status.rfkillState != 0 ? "Yes" : "No";
+    const std::string enabled = status.rfkill_state != 0 ? "Yes" : "No";
     return "Enabled: " + enabled +
-           ", RF-Kill: " + BlockWords(status.rfkillHard >= 1, status.rfkillSoft >= 1) + " ";
+           ", RF-Kill: " + BlockWords(status.rfkill_hard >= 1, status.rfkill_soft >= 1) + " ";
 }
 
 std::string IPv4Row(const InterfaceStatus& status) {
@@ -51,11 +51,11 @@ std::string IPv4Row(const InterfaceStatus& status) {
 std::string WirelessRow(const InterfaceStatus& status) {
     std::string row = "   Wireless: ";
     if (status.essid) row += "'" + *status.essid + "' ";
-    if (status.freqMantissa && status.freqExponent) {
-        row += FrequencyText(*status.freqMantissa, *status.freqExponent);
+    if (status.frequency_mantissa && status.frequency_exponent) {
+        row += FrequencyText(*status.frequency_mantissa, *status.frequency_exponent);
     }
-    if (status.apAddress) row += "A/P " + FormatHardwareAddress(*status.apAddress) + " ";
-    if (status.hasRfkill && status.rfkillState >= 0) row += RfkillText(status);
+    if (status.access_point) row += "A/P " + FormatHardwareAddress(*status.access_point) + " ";
+    if (status.has_rfkill && status.rfkill_state >= 0) row += RfkillText(status);
     return row;
 }
 
@@ -68,28 +68,28 @@ void UnderstandInterface(const InterfaceFacts& facts, std::uint32_t gateway,
         status.up = facts.up.value_or(false) ? "Interface up" : "";
     }
     if (facts.inet_socket) {
-        status.hasIPv4 = facts.address_family != 0;
+        status.has_ipv4 = facts.address_family != 0;
         status.ipv4 = facts.ipv4;
         status.netmask = facts.netmask;
         status.gateway.s_addr = gateway;
     }
-    if (facts.global_addresses) status.ipv6 = LastGlobalIPv6(*facts.global_addresses);
-    status.isWireless = facts.is_wireless;
+    if (facts.addresses_asked) status.ipv6 = LastGlobalIPv6(facts.global_addresses);
+    status.is_wireless = facts.is_wireless;
     status.essid = facts.essid;
-    status.freqMantissa = facts.frequency_mantissa;
-    status.freqExponent = facts.frequency_exponent;
-    status.apAddress = facts.access_point;
-    status.hasRfkill = facts.has_rfkill;
-    status.rfkillState = facts.rfkill_state;
-    status.rfkillHard = facts.rfkill_hard;
-    status.rfkillSoft = facts.rfkill_soft;
+    status.frequency_mantissa = facts.frequency_mantissa;
+    status.frequency_exponent = facts.frequency_exponent;
+    status.access_point = facts.access_point;
+    status.has_rfkill = facts.has_rfkill;
+    status.rfkill_state = facts.rfkill_state;
+    status.rfkill_hard = facts.rfkill_hard;
+    status.rfkill_soft = facts.rfkill_soft;
 }
 
 std::vector<std::string> FormatInterfaceStatus(const InterfaceStatus& status) {
     std::vector<std::string> rows;
-    if (status.hasIPv4) rows.push_back(IPv4Row(status));
+    if (status.has_ipv4) rows.push_back(IPv4Row(status));
     if (!status.ipv6.empty()) rows.push_back("   IPv6: " + status.ipv6);
-    if (status.isWireless) rows.push_back(WirelessRow(status));
+    if (status.is_wireless) rows.push_back(WirelessRow(status));
     return rows;
 }
 

@@ -21,20 +21,21 @@ using HardwareAddress = std::array<std::uint8_t, 6>;
 struct InterfaceStatus {
     std::string link;  // "Link active" or "Disconnected"; empty until first learned
     std::string up;    // "Interface up" or empty
-    bool hasIPv4 = false;
+    bool has_ipv4 = false;
     in_addr ipv4 = {};
     in_addr netmask = {};
     in_addr gateway = {};  // 0: none
     std::string ipv6;      // the last global address listed, with its prefix length; empty: none
-    bool isWireless = false;
+    bool is_wireless = false;
     std::optional<std::string> essid;
-    std::optional<std::int32_t> freqMantissa;  // both or none: m x 10^e hertz, or a channel number
-    std::optional<std::int16_t> freqExponent;
-    std::optional<HardwareAddress> apAddress;
-    bool hasRfkill = false;
-    int rfkillState = -1;  // -1: unreadable
-    int rfkillHard = -1;
-    int rfkillSoft = -1;
+    std::optional<std::int32_t>
+        frequency_mantissa;  // both or none: m x 10^e hertz, or a channel number
+    std::optional<std::int16_t> frequency_exponent;
+    std::optional<HardwareAddress> access_point;
+    bool has_rfkill = false;
+    int rfkill_state = -1;  // -1: unreadable
+    int rfkill_hard = -1;
+    int rfkill_soft = -1;
 };
 
 // What the kernel and the commands said of one interface, as they said it.
@@ -47,7 +48,8 @@ struct InterfaceFacts {
     std::uint16_t address_family = 0;                 // of SIOCGIFADDR's answer; 0: none
     in_addr ipv4 = {};
     in_addr netmask = {};                            // SIOCGIFNETMASK
-    std::optional<std::string> global_addresses;     // "ip addr show dev NAME scope global"
+    bool addresses_asked = false;                    // whether the next could be started
+    std::string global_addresses;                    // "ip addr show dev NAME scope global"
     bool is_wireless = false;                        // SIOCGIWNAME
     std::optional<std::string> essid;                // SIOCGIWESSID, at most 64 bytes
     std::optional<std::int32_t> frequency_mantissa;  // SIOCGIWFREQ
@@ -59,14 +61,21 @@ struct InterfaceFacts {
     int rfkill_soft = -1;
 };
 
-// A packet socket for the link, flags and hardware address queries; -1 when the kernel refuses.
-// The kernel waits out a grace period at each close of such a socket (8 to 20 ms in which no key
-// is answered), so one serves all interfaces of a refresh. The caller closes it.
-int OpenPacketSocket();
+// The sockets that carry the queries, for all interfaces of a round; -1 where the kernel refuses
+// one.
+struct KernelSockets {
+    KernelSockets();
+    ~KernelSockets();
+    KernelSockets(const KernelSockets&) = delete;
+    KernelSockets& operator=(const KernelSockets&) = delete;
 
-// Asks the kernel everything of that interface. `packet_socket` may be -1. The global addresses are
-// left out: they are what GlobalAddressCommand prints.
-InterfaceFacts AskInterface(const std::string& name, int packet_socket);
+    int packet;  // link, flags, hardware address
+    int inet;    // IPv4 addresses, wireless
+};
+
+// Asks the kernel everything of that interface. The global addresses are left out: they are what
+// GlobalAddressCommand prints.
+InterfaceFacts AskInterface(const std::string& name, const KernelSockets& sockets);
 
 // "ip addr show dev NAME scope global"
 std::string GlobalAddressCommand(const std::string& name);
@@ -89,14 +98,3 @@ std::string LastGlobalIPv6(std::string_view ip_addr_output);
 
 // Whether the interface is a wireless card (SIOCGIWNAME).
 bool IsWirelessInterface(const std::string& name);
-
-// "/sys/class/net/NAME/phy80211/rfkill0", and whether it is there.
-std::string RfkillFolder(const std::string& name);
-bool HasRfkill(const std::string& name);
-
-// The number in the first line of a file (at most 63 characters, as atoi reads it): -1 when the
-// file can't be opened, 0 when it is empty.
-int ReadIntFile(const std::string& path);
-
-// Writes the number and a line feed. Does nothing when the file can't be opened for writing.
-void WriteIntFile(const std::string& path, int value);

@@ -8,17 +8,15 @@
 #include <iterator>
 
 #include "util/assertion.h"
-#include "util/files.h"
 #include "util/lines.h"
-
-std::vector<RouteEntry> RouteTable;
-int multipleGateways = 0;
+#include "util/read_file.h"
 
 namespace {
 
 constexpr size_t kLineSize = 4096;
-constexpr int kColumns = 64;
+constexpr size_t kColumns = 64;
 
+// The functions that the reports of the assertions name.
 constexpr const char* kSplitFunction = "size_t tabsplit(char**, size_t, char*)";
 constexpr const char* kUpdateFunction = "void UpdateRouteInfo()";
 
@@ -39,102 +37,90 @@ constexpr ColumnName kColumnNames[kColumnCount] = {
     {"mask", "mask_idx >= 0 && mask_idx < 64", 1880},
 };
 
-using ColumnPointers = char* [kColumns];
+using Cells = std::vector<std::string_view>;
 using ColumnIndices = int[kColumnCount];
 
+Cells SplitLine(std::string_view line) {
+    Cells cells = SplitColumns(line, Columns::ByBlanks, kColumns - 1);
+    if (cells.size() >= kColumns) FailAssertion("col < colnum", 1782, kSplitFunction);
+    return cells;
+}
+
 // False when a column is missing. When a name occurs twice the later column wins.
-bool FindColumns(char* const* names, ColumnIndices& indices) {
+bool FindColumns(const Cells& names, ColumnIndices& indices) {
     std::fill(std::begin(indices), std::end(indices), -1);
-    for (int i = 0; names[i] != nullptr; ++i) {
+    for (std::size_t i = 0; i < names.size(); ++i) {
         for (int column = 0; column < kColumnCount; ++column) {
-            if (strcasecmp(names[i], kColumnNames[column].name) == 0) indices[column] = i;
+            const std::string name(names[i]);
+            if (strcasecmp(name.c_str(), kColumnNames[column].name) == 0) {
+                indices[column] = static_cast<int>(i);
+            }
         }
     }
     return std::all_of(std::begin(indices), std::end(indices),
                        [](int index) { return index >= 0; });
 }
 
-std::uint32_t HexadecimalWord(const char* text) {
-    return text == nullptr ? 0 : static_cast<std::uint32_t>(std::strtoul(text, nullptr, 16));
+std::uint32_t HexadecimalWord(const std::string& text) {
+    return static_cast<std::uint32_t>(std::strtoul(text.c_str(), nullptr, 16));
 }
 
-RouteEntry EntryOf(char* line, const ColumnIndices& indices) {
-    ColumnPointers pointers;
-    const size_t count = tabsplit(pointers, kColumns, line);
-    if (count > kColumns - 1) FailAssertion("i < 64", 1859, kUpdateFunction);
-    std::fill(pointers + count, pointers + kColumns, nullptr);
-    const char* cells[kColumnCount];
+RouteEntry EntryOf(std::string_view line, const ColumnIndices& indices) {
+    const Cells cells = SplitLine(line);
+    if (cells.size() > kColumns - 1) FailAssertion("i < 64", 1859, kUpdateFunction);
+    std::string texts[kColumnCount];
     for (int column = 0; column < kColumnCount; ++column) {
         const int index = indices[column];
         const ColumnName& name = kColumnNames[column];
-        if (index < 0 || index >= kColumns)
+        if (index < 0 || index >= static_cast<int>(kColumns)) {
             FailAssertion(name.in_range, name.line, kUpdateFunction);
-        cells[column] = pointers[index];
+        }
+        const auto place = static_cast<std::size_t>(index);
+        if (place < cells.size()) texts[column] = cells[place];
     }
     RouteEntry entry;
-    if (cells[kIface] != nullptr) entry.iface = cells[kIface];
-    entry.destination = HexadecimalWord(cells[kDestination]);
-    entry.gateway = HexadecimalWord(cells[kGateway]);
-    entry.flags = static_cast<std::uint16_t>(HexadecimalWord(cells[kFlags]));
-    entry.mask = HexadecimalWord(cells[kMask]);
+    entry.iface = texts[kIface];
+    entry.destination = HexadecimalWord(texts[kDestination]);
+    entry.gateway = HexadecimalWord(texts[kGateway]);
+    entry.flags = static_cast<std::uint16_t>(HexadecimalWord(texts[kFlags]));
+    entry.mask = HexadecimalWord(texts[kMask]);
     return entry;
 }
 
-bool IsColumnBreak(char c) {
-    return c == '\t' || c == ' ';
+bool HasGateway(const RouteEntry& route) {
+    return (route.flags & RTF_GATEWAY) != 0;
 }
 
 }  // namespace
 
-size_t tabsplit(char** cols, size_t colnum, char* line) {
-    size_t i = 0;
-    char* p = line;
-    while (*p != '\0' && i + 1 < colnum) {
-        cols[i++] = p;
-        while (*p != '\0' && !IsColumnBreak(*p))
-            ++p;
-        if (*p == '\0') break;
-        *p++ = '\0';
-        while (IsColumnBreak(*p))
-            ++p;
-    }
-    if (i >= colnum) FailAssertion("col < colnum", 1782, kSplitFunction);
-    cols[i] = nullptr;
-    return i;
-}
-
-std::vector<RouteEntry> ParseRouteTable(std::string_view text) {
-    std::vector<RouteEntry> routes;
+RouteTable ParseRouteTable(std::string_view text) {
+    RouteTable routes;
     std::string line;
-    if (!NextChompedLine(text, kLineSize, line)) return routes;
-    ColumnPointers names;
     ColumnIndices indices;
-    tabsplit(names, kColumns, line.data());
-    if (!FindColumns(names, indices)) return routes;
+    if (!NextChompedLine(text, kLineSize, line) || !FindColumns(SplitLine(line), indices)) {
+        return routes;
+    }
     while (NextChompedLine(text, kLineSize, line)) {
-        RouteEntry entry = EntryOf(line.data(), indices);
+        RouteEntry entry = EntryOf(line, indices);
         if (!entry.iface.empty()) routes.push_back(std::move(entry));
     }
     return routes;
 }
 
-void UpdateRouteInfo() {
-    RouteTable.clear();
-    if (const auto text = ReadWholeFile("/proc/net/route")) RouteTable = ParseRouteTable(*text);
+RouteTable ReadRouteTable() {
+    const auto text = ReadWholeFile("/proc/net/route");
+    return text ? ParseRouteTable(*text) : RouteTable();
 }
 
-void CheckMultipleGateways() {
-    const auto gateways =
-        std::count_if(RouteTable.begin(), RouteTable.end(), [](const RouteEntry& route) {
-            return (route.flags & RTF_GATEWAY) != 0 && route.destination == 0;
-        });
-    multipleGateways = gateways > 1 ? 1 : 0;
+bool HasMultipleGateways(const RouteTable& routes) {
+    return std::count_if(routes.begin(), routes.end(), [](const RouteEntry& route) {
+               return HasGateway(route) && route.destination == 0;
+           }) > 1;
 }
 
-const RouteEntry* FindGateway(std::string_view interface) {
-    const auto found =
-        std::find_if(RouteTable.begin(), RouteTable.end(), [&](const RouteEntry& route) {
-            return route.iface == interface && (route.flags & RTF_GATEWAY) != 0;
-        });
-    return found == RouteTable.end() ? nullptr : &*found;
+std::uint32_t FindGateway(const RouteTable& routes, std::string_view interface_name) {
+    const auto found = std::find_if(routes.begin(), routes.end(), [&](const RouteEntry& route) {
+        return route.iface == interface_name && HasGateway(route);
+    });
+    return found == routes.end() ? 0 : found->gateway;
 }

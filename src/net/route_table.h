@@ -11,7 +11,6 @@
 // address; no byte is swapped anywhere.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -25,28 +24,20 @@ struct RouteEntry {
     std::uint32_t mask = 0;
 };
 
-// The routes in the file's order. Empty when the file can't be read or lacks a needed column.
-extern std::vector<RouteEntry> RouteTable;
-
-// 1 when more than one default gateway route exists, else 0.
-extern int multipleGateways;
-
-// Splits the line in place into columns separated by blanks and tabs: stores at most colnum - 1
-// pointers, a null pointer behind the last, and returns their number. A blank at the very start
-// gives an empty first column; blanks at the end give none. What does not fit is dropped.
-size_t tabsplit(char** cols, size_t colnum, char* line);
+// The routes in the file's order.
+using RouteTable = std::vector<RouteEntry>;
 
 // The routes in a text of that form. Names in the header are compared ignoring case; without
 // interface, destination, gateway, flags and mask there are no routes. A line that is short keeps
 // zeros for what is missing; a line without an interface is skipped.
-std::vector<RouteEntry> ParseRouteTable(std::string_view text);
+RouteTable ParseRouteTable(std::string_view text);
 
-// Reads /proc/net/route into RouteTable, which is emptied first.
-void UpdateRouteInfo();
+// Reads /proc/net/route; empty when it can't be read.
+RouteTable ReadRouteTable();
 
-// Sets multipleGateways from RouteTable: default routes with a gateway, whatever their interface.
-void CheckMultipleGateways();
+// Whether there is more than one default route with a gateway, whatever their interface.
+bool HasMultipleGateways(const RouteTable& routes);
 
-// The first route of that interface with a gateway, in the file's order; null when there is none.
-// It need not be the default route: the kernel lists that one first.
-const RouteEntry* FindGateway(std::string_view interface);
+// The gateway of the first route of that interface that has one, in the file's order; 0 when there
+// is none. It need not be the default route: the kernel lists that one first.
+std::uint32_t FindGateway(const RouteTable& routes, std::string_view interface_name);

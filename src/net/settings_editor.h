@@ -2,7 +2,7 @@
 // or drops the changes. Opened by the interface screen.
 #pragma once
 
-#include <string>
+#include "net/interface.h"
 
 // Runs until "Save changes", "Cancel" or the menu's own exit keys. Only "Save changes" writes.
-void InterfaceSettingsEditor(const std::string& interface_name, const std::string& config_name);
+void InterfaceSettingsEditor(const Interface& interface);

@@ -4,15 +4,15 @@
 
 #include <optional>
 
-#include "util/files.h"
 #include "util/lines.h"
+#include "util/read_file.h"
 #include "util/save_file.h"
+#include "util/trim.h"
 
 namespace {
 
 constexpr std::size_t kLineSize = 1024;
 constexpr std::string_view kKey = "ssl_enable";
-constexpr std::string_view kBlanks = " \t";
 constexpr const char* kPaths[] = {"/etc/vsftpd.conf", "/etc/vsftpd.conf.disabled"};
 
 struct ConfigFile {
@@ -27,27 +27,19 @@ std::optional<ConfigFile> OpenConfig() {
     return std::nullopt;
 }
 
-std::string_view WithoutLeadingBlanks(std::string_view text) {
-    return text.substr(std::min(text.find_first_not_of(kBlanks), text.size()));
-}
-
-std::string_view WithoutTrailingBlanks(std::string_view text) {
-    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
-}
-
 // The setting in one line; nothing when the line holds another.
 std::optional<bool> TlsInLine(std::string_view line) {
-    line = WithoutLeadingBlanks(line);
+    line = TrimStart(line, kBlanks);
     const std::size_t equals = line.find('=');
     if (line.starts_with('#') || equals == std::string_view::npos) return std::nullopt;
-    if (WithoutTrailingBlanks(line.substr(0, equals)) != kKey) return std::nullopt;
-    const std::string value(WithoutLeadingBlanks(line.substr(equals + 1)));
+    if (TrimEnd(line.substr(0, equals), kBlanks) != kKey) return std::nullopt;
+    const std::string value(TrimStart(line.substr(equals + 1), kBlanks));
     return strcasecmp(value.c_str(), "YES") == 0 || value == "1";
 }
 
 // Narrower than the reader: at most one blank before "=".
 bool IsRewritten(std::string_view line) {
-    line = WithoutLeadingBlanks(line);
+    line = TrimStart(line, kBlanks);
     return line.starts_with("ssl_enable=") || line.starts_with("ssl_enable =");
 }
 

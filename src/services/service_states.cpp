@@ -19,27 +19,27 @@ void CreateMarkerFile(const std::string& path) {
 
 ServiceStates ProbeServiceStates() {
     ServiceStates states;
-    states.ftpEnabled = IsRegularFile(kFtpSettings);
-    states.ftpPresent = states.ftpEnabled || IsRegularFile("/etc/vsftpd.conf.disabled");
-    states.smbEnabled = IsRegularFile(kSmbSettings);
-    states.smbPresent = states.smbEnabled || IsRegularFile("/etc/samba/smb.conf.disabled");
-    states.reportingBackendOff = IsRegularFile(kReportingBackendOff);
-    states.reportingUiOff = IsRegularFile(kReportingUiOff);
-    states.webServerRunning = IsRegularFile("/var/httpd.pid");
-    states.volkeepUsers = procfs_path_in_use("/sbin/volkeep");
-    states.volkeepRunning = states.volkeepUsers > 0;
-    states.v5Running = IsRegularFile("/var/run/tavrin.control.api.pid");
-    states.reportingRunning = IsRegularFile("/var/run/uwsgi.tavrin.reporting.pid") ||
-                              IsRegularFile("/var/run/uwsgi.tavrin.reporting.public-uwsgi.pid");
-    states.captionSyncInstalled = IsRegularFile("/etc/init.d/service-caption-synchronizer");
-    states.captionSyncOff = IsRegularFile(kCaptionSyncOff);
-    // Looked at, but shown nowhere: caption synchronization can't be started from here.
+    states.ftp_enabled = IsRegularFile(kFtpSettings);
+    states.ftp_present = states.ftp_enabled || IsRegularFile("/etc/vsftpd.conf.disabled");
+    states.smb_enabled = IsRegularFile(kSmbSettings);
+    states.smb_present = states.smb_enabled || IsRegularFile("/etc/samba/smb.conf.disabled");
+    states.reporting_backend_off = IsRegularFile(kReportingBackendOff);
+    states.reporting_ui_off = IsRegularFile(kReportingUiOff);
+    states.web_server_running = IsRegularFile("/var/httpd.pid");
+    states.volkeep_users = procfs_path_in_use("/sbin/volkeep");
+    states.volkeep_running = states.volkeep_users > 0;
+    states.v5_running = IsRegularFile("/var/run/tavrin.control.api.pid");
+    states.reporting_running = IsRegularFile("/var/run/uwsgi.tavrin.reporting.pid") ||
+                               IsRegularFile("/var/run/uwsgi.tavrin.reporting.public-uwsgi.pid");
+    states.caption_sync_installed = IsRegularFile("/etc/init.d/service-caption-synchronizer");
+    states.caption_sync_off = IsRegularFile(kCaptionSyncOff);
+    // Caption synchronization can't be started or stopped here, so no row says whether it runs.
     IsRegularFile("/var/run/tavrin.caption.synchronizer.pid");
-    states.webDesktopControl = IsRegularFile(kWebDesktopControl);
-    states.localDesktopInstalled = IsRegularFile("/usr/share/tavrin/local-desktop");
-    states.vncEnabled = IsRegularFile(kVncEnabled);
-    states.vncPasswordSet = IsRegularFile("/etc/local.desktop.vnc.passwd");
-    states.vncInstalled = IsRegularFile("/usr/share/tavrin/local-desktop-vnc");
-    states.ftpTls = states.ftpPresent && ReadFtpTls();
+    states.web_desktop_control = IsRegularFile(kWebDesktopControl);
+    states.local_desktop_installed = IsRegularFile("/usr/share/tavrin/local-desktop");
+    states.vnc_enabled = IsRegularFile(kVncEnabled);
+    states.vnc_password_set = IsRegularFile("/etc/local.desktop.vnc.passwd");
+    states.vnc_installed = IsRegularFile("/usr/share/tavrin/local-desktop-vnc");
+    states.ftp_tls = states.ftp_present && ReadFtpTls();
     return states;
 }

@@ -6,25 +6,25 @@
 #include <string>
 
 struct ServiceStates {
-    bool ftpEnabled = false;
-    bool ftpPresent = false;
-    bool ftpTls = false;
-    bool smbEnabled = false;
-    bool smbPresent = false;
-    bool reportingBackendOff = false;
-    bool reportingUiOff = false;
-    bool webServerRunning = false;
-    int volkeepUsers = 0;
-    bool volkeepRunning = false;
-    bool v5Running = false;
-    bool reportingRunning = false;
-    bool captionSyncInstalled = false;
-    bool captionSyncOff = false;
-    bool webDesktopControl = false;
-    bool localDesktopInstalled = false;
-    bool vncEnabled = false;
-    bool vncPasswordSet = false;
-    bool vncInstalled = false;
+    bool ftp_enabled = false;
+    bool ftp_present = false;
+    bool ftp_tls = false;
+    bool smb_enabled = false;
+    bool smb_present = false;
+    bool reporting_backend_off = false;
+    bool reporting_ui_off = false;
+    bool web_server_running = false;
+    int volkeep_users = 0;
+    bool volkeep_running = false;
+    bool v5_running = false;
+    bool reporting_running = false;
+    bool caption_sync_installed = false;
+    bool caption_sync_off = false;
+    bool web_desktop_control = false;
+    bool local_desktop_installed = false;
+    bool vnc_enabled = false;
+    bool vnc_password_set = false;
+    bool vnc_installed = false;
 };
 
 // The services' settings, which are parked under another name while the service is disabled.

@@ -1,315 +1,266 @@
 #include "services/services_screen.h"
 
-#include <curses.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <initializer_list>
 #include <string>
+#include <utility>
 
 #include "services/ftp_tls.h"
 #include "services/service_states.h"
 #include "services/smb_accounts_screen.h"
 #include "services/vnc_password.h"
 #include "ui/dialogs.h"
+#include "ui/plain_steps.h"
 #include "ui/screen_loop.h"
 #include "ui/terminal.h"
 #include "util/command.h"
 
 namespace {
 
-using States = ServiceStates;
+using State = ServiceStates;
 
 // ---- actions ----
 
-void RunOnPlainTerminal(std::initializer_list<const char*> commands, unsigned pause_seconds = 0) {
-    ShellEscape([&] {
-        for (const char* command : commands)
-            RunCommand(command);
-        if (pause_seconds > 0) Pause(pause_seconds);
-    });
-}
-
-void Leave(Menu& menu, const States&) {
-    menu.running = false;
-}
-
 // FTP and SMB/CIFS are enabled only while there still are no settings: where they have come since
 // the row was made, the command would put the example in their place. The next row tells of them.
-void ToggleFtp(Menu&, const States& states) {
-    if (states.ftpEnabled) {
-        RunOnPlainTerminal(
-            {"/etc/init.d/service-vsftpd stop; "
-             "mv -v /etc/vsftpd.conf /etc/vsftpd.conf.disabled"});
-    } else if (!IsRegularFile(kFtpSettings)) {
-        RunOnPlainTerminal(
-            {"mv -v /etc/vsftpd.conf.disabled /etc/vsftpd.conf || "
-             "cp -v /etc/vsftpd.conf.example /etc/vsftpd.conf; "
-             "/etc/init.d/service-vsftpd start"});
+Next ToggleFtp(State& state) {
+    if (state.ftp_enabled) {
+        return RunSteps(
+            {{"/etc/init.d/service-vsftpd stop; "
+              "mv -v /etc/vsftpd.conf /etc/vsftpd.conf.disabled"}});
     }
+    if (IsRegularFile(kFtpSettings)) return Next::Rebuild;
+    return RunSteps(
+        {{"mv -v /etc/vsftpd.conf.disabled /etc/vsftpd.conf || "
+          "cp -v /etc/vsftpd.conf.example /etc/vsftpd.conf; "
+          "/etc/init.d/service-vsftpd start"}});
 }
 
-void ToggleFtpTls(Menu&, const States& states) {
+Next ToggleFtpTls(State& state) {
     ShellEscape([&] {
-        if (states.ftpEnabled) RunCommand("/etc/init.d/service-vsftpd stop");
-        WriteFtpTls(!states.ftpTls);
-        if (states.ftpEnabled) RunCommand("/etc/init.d/service-vsftpd start");
+        if (state.ftp_enabled) RunCommand("/etc/init.d/service-vsftpd stop");
+        WriteFtpTls(!state.ftp_tls);
+        if (state.ftp_enabled) RunCommand("/etc/init.d/service-vsftpd start");
     });
+    return Next::Rebuild;
 }
 
-void ToggleSmb(Menu&, const States& states) {
-    if (states.smbEnabled) {
-        RunOnPlainTerminal(
-            {"/etc/init.d/service-smbd stop; /etc/init.d/service-nmbd stop; "
-             "mv -v /etc/samba/smb.conf /etc/samba/smb.conf.disabled"});
-    } else if (!IsRegularFile(kSmbSettings)) {
-        RunOnPlainTerminal(
-            {"mv -v /etc/samba/smb.conf.disabled /etc/samba/smb.conf || "
-             "cp -v /etc/samba/smb.conf.example /etc/samba/smb.conf; "
-             "/etc/init.d/service-smbd start; /etc/init.d/service-nmbd start"});
+Next ToggleSmb(State& state) {
+    if (state.smb_enabled) {
+        return RunSteps(
+            {{"/etc/init.d/service-smbd stop; /etc/init.d/service-nmbd stop; "
+              "mv -v /etc/samba/smb.conf /etc/samba/smb.conf.disabled"}});
     }
+    if (IsRegularFile(kSmbSettings)) return Next::Rebuild;
+    return RunSteps(
+        {{"mv -v /etc/samba/smb.conf.disabled /etc/samba/smb.conf || "
+          "cp -v /etc/samba/smb.conf.example /etc/samba/smb.conf; "
+          "/etc/init.d/service-smbd start; /etc/init.d/service-nmbd start"}});
+}
+
+Next ToggleMarker(bool present, const char* marker) {
+    if (present) {
+        unlink(marker);
+    } else {
+        CreateMarkerFile(marker);
+    }
+    return Next::Rebuild;
 }
 
 // For the markers that disable something: enabling starts nothing, disabling stops at once.
-void ToggleDisabled(bool disabled, const char* marker,
-                    std::initializer_list<const char*> stop_commands) {
-    if (disabled) {
-        unlink(marker);
-        return;
-    }
-    CreateMarkerFile(marker);
-    RunOnPlainTerminal(stop_commands);
+Next ToggleDisabled(bool disabled, const char* marker, std::initializer_list<Step> stop) {
+    ToggleMarker(disabled, marker);
+    return disabled ? Next::Rebuild : RunSteps(stop);
 }
 
-void ToggleReportingBackend(Menu&, const States& states) {
-    ToggleDisabled(
-        states.reportingBackendOff, kReportingBackendOff,
-        {"/etc/init.d/service-tavrin4-reporting2 stop",
-         "/etc/init.d/service-tavrin4-reporting stop", "/etc/init.d/service-reporting-ingest stop",
-         "/etc/init.d/service-reporting-rejoin stop"});
+Next ToggleReportingBackend(State& state) {
+    return ToggleDisabled(state.reporting_backend_off, kReportingBackendOff,
+                          {{"/etc/init.d/service-tavrin4-reporting2 stop"},
+                           {"/etc/init.d/service-tavrin4-reporting stop"},
+                           {"/etc/init.d/service-reporting-ingest stop"},
+                           {"/etc/init.d/service-reporting-rejoin stop"}});
 }
 
-void ToggleReportingUi(Menu&, const States& states) {
-    ToggleDisabled(states.reportingUiOff, kReportingUiOff,
-                   {"/etc/init.d/service-tavrin4-reporting-public stop"});
+Next ToggleReportingUi(State& state) {
+    return ToggleDisabled(state.reporting_ui_off, kReportingUiOff,
+                          {{"/etc/init.d/service-tavrin4-reporting-public stop"}});
 }
 
-void ToggleCaptionSync(Menu&, const States& states) {
-    ToggleDisabled(states.captionSyncOff, kCaptionSyncOff,
-                   {"/etc/init.d/service-caption-synchronizer stop"});
+Next ToggleCaptionSync(State& state) {
+    return ToggleDisabled(state.caption_sync_off, kCaptionSyncOff,
+                          {{"/etc/init.d/service-caption-synchronizer stop"}});
 }
 
-void ToggleWebDesktopControl(Menu&, const States& states) {
-    if (states.webDesktopControl) {
-        unlink(kWebDesktopControl);
-    } else {
-        CreateMarkerFile(kWebDesktopControl);
-    }
+Next ToggleWebDesktopControl(State& state) {
+    return ToggleMarker(state.web_desktop_control, kWebDesktopControl);
 }
 
 // Whether a password was typed and set.
 bool AskVncPassword(const char* prompt) {
-    std::string password;
-    const bool typed = PromptPassword(prompt, password) && !password.empty();
-    if (typed) SetVncPassword(password);
-    return typed;
+    std::optional<Secret> password = PromptPassword(prompt);
+    if (!password || password->empty()) return false;
+    SetVncPassword(std::move(*password));
+    return true;
 }
 
-void ToggleVnc(Menu&, const States& states) {
-    if (states.vncEnabled) {
+Next ToggleVnc(State& state) {
+    if (state.vnc_enabled) {
         unlink(kVncEnabled);
-        RunOnPlainTerminal({"/usr/share/tavrin/local-desktop-vnc stop"});
-    } else if (states.vncPasswordSet || AskVncPassword("Set VNC password")) {
-        CreateMarkerFile(kVncEnabled);
+        return RunSteps({{"/usr/share/tavrin/local-desktop-vnc stop"}});
     }
+    if (state.vnc_password_set || AskVncPassword("Set VNC password")) CreateMarkerFile(kVncEnabled);
+    return Next::Rebuild;
 }
 
-void ChangeVncPassword(Menu&, const States& states) {
-    if (!states.vncPasswordSet) return;
+Next ChangeVncPassword(State&) {
     AskVncPassword("Change VNC password.\nPassword takes effect when VNC server is started.");
+    return Next::Rebuild;
 }
 
-void ConfigureSmbAccounts(Menu&, const States& states) {
-    if (states.smbPresent) RunSmbAccountsScreen();
+Next ConfigureSmbAccounts(State&) {
+    RunSmbAccountsScreen();
+    return Next::Rebuild;
 }
 
-void ToggleWebServer(Menu&, const States& states) {
-    RunOnPlainTerminal({states.webServerRunning ? "/etc/init.d/service-apache stop"
-                                                : "/etc/init.d/service-apache start"},
-                       1);
+Next ToggleWebServer(State& state) {
+    return RunSteps({{state.web_server_running ? "/etc/init.d/service-apache stop"
+                                               : "/etc/init.d/service-apache start",
+                      "", 1}});
 }
 
-void ToggleV5(Menu&, const States& states) {
-    RunOnPlainTerminal({states.v5Running ? "/etc/init.d/service-control-api stop"
-                                         : "/etc/init.d/service-control-api start"},
-                       1);
+Next ToggleV5(State& state) {
+    return RunSteps({{state.v5_running ? "/etc/init.d/service-control-api stop"
+                                       : "/etc/init.d/service-control-api start",
+                      "", 1}});
 }
 
-void ToggleReporting(Menu&, const States& states) {
-    if (states.reportingRunning) {
-        RunOnPlainTerminal({"/etc/init.d/service-tavrin4-reporting stop",
-                            "/etc/init.d/service-tavrin4-reporting2 stop",
-                            "/etc/init.d/service-tavrin4-reporting-public stop",
-                            "/etc/init.d/service-reporting-ingest stop",
-                            "/etc/init.d/service-reporting-rejoin stop"},
-                           1);
-    } else {
-        RunOnPlainTerminal({"/etc/init.d/service-tavrin4-reporting start",
-                            "/etc/init.d/service-tavrin4-reporting2 start",
-                            "/etc/init.d/service-tavrin4-reporting-public start"},
-                           1);
+Next ToggleReporting(State& state) {
+    if (state.reporting_running) {
+        return RunSteps({{"/etc/init.d/service-tavrin4-reporting stop"},
+                         {"/etc/init.d/service-tavrin4-reporting2 stop"},
+                         {"/etc/init.d/service-tavrin4-reporting-public stop"},
+                         {"/etc/init.d/service-reporting-ingest stop"},
+                         {"/etc/init.d/service-reporting-rejoin stop", "", 1}});
     }
+    return RunSteps({{"/etc/init.d/service-tavrin4-reporting start"},
+                     {"/etc/init.d/service-tavrin4-reporting2 start"},
+                     {"/etc/init.d/service-tavrin4-reporting-public start", "", 1}});
 }
 
-void ToggleVolkeep(Menu& menu, const States& states) {
-    if (!states.volkeepRunning) {
-        RunOnPlainTerminal({"volkeep-start"}, 1);
-    } else if (AskYesNoOnBlankScreen("Stopping this service will umount the main partition and "
-                                     "everything using it! Are you sure?")) {
-        RunOnPlainTerminal({"volkeep-stop"}, 1);
-    } else {
-        // Nothing has changed, so nothing is probed again.
-        menu.rebuild = false;
-        menu.redraw = true;
+Next ToggleVolkeep(State& state) {
+    if (!state.volkeep_running) return RunSteps({{"volkeep-start", "", 1}});
+    if (AskYesNoOnBlankScreen("Stopping this service will umount the main partition and "
+                              "everything using it! Are you sure?")) {
+        return RunSteps({{"volkeep-stop", "", 1}});
     }
+    // Nothing has changed, so nothing is probed again.
+    return Next::Paint;
+}
+
+// ---- words: what activating the row will do ----
+
+const char* EnableWord(bool enabled, bool present) {
+    if (enabled) return "Disable";
+    return present ? "Enable" : "Enable and initialize";
+}
+
+std::string FtpWord(const State& state) {
+    return EnableWord(state.ftp_enabled, state.ftp_present);
+}
+
+std::string SmbWord(const State& state) {
+    return EnableWord(state.smb_enabled, state.smb_present);
+}
+
+std::string VncWord(const State& state) {
+    if (!state.vnc_enabled && !state.vnc_password_set) return "Setup";
+    return state.vnc_enabled ? "Disable" : "Enable";
+}
+
+template <bool State::*kFlag>
+std::string DisableIf(const State& state) {
+    return state.*kFlag ? "Disable" : "Enable";
+}
+
+template <bool State::*kFlag>
+std::string EnableIf(const State& state) {
+    return state.*kFlag ? "Enable" : "Disable";
+}
+
+template <bool State::*kFlag>
+std::string StopIf(const State& state) {
+    return state.*kFlag ? "Stop" : "Start";
+}
+
+template <bool State::*kFlag>
+std::string DisallowIf(const State& state) {
+    return state.*kFlag ? "Disallow" : "Allow";
 }
 
 // ---- rows ----
 
-const char* FtpWord(const States& states) {
-    if (states.ftpEnabled) return "Disable";
-    return states.ftpPresent ? "Enable" : "Enable and initialize";
+template <bool State::*kFlag>
+bool If(const State& state) {
+    return state.*kFlag;
 }
 
-const char* SmbWord(const States& states) {
-    if (states.smbEnabled) return "Disable";
-    return states.smbPresent ? "Enable" : "Enable and initialize";
+bool HasDesktop(const State& state) {
+    return state.local_desktop_installed || state.vnc_installed;
 }
 
-// The word of a row that offers the one thing while the flag is set and the other otherwise.
-template <bool States::*kFlag, const char* const& kWhenSet, const char* const& kOtherwise>
-const char* WordBy(const States& states) {
-    return states.*kFlag ? kWhenSet : kOtherwise;
-}
-
-constexpr const char* kEnable = "Enable";
-constexpr const char* kDisable = "Disable";
-constexpr const char* kStart = "Start";
-constexpr const char* kStop = "Stop";
-constexpr const char* kAllow = "Allow";
-constexpr const char* kDisallow = "Disallow";
-
-template <bool States::*kFlag>
-bool If(const States& states) {
-    return states.*kFlag;
-}
-
-bool IfDesktopOrVnc(const States& states) {
-    return states.localDesktopInstalled || states.vncInstalled;
-}
-
-bool IfVncIsSetUp(const States& states) {
-    return states.vncInstalled && (states.vncEnabled || states.vncPasswordSet);
-}
-
-bool IfVncIsNotSetUp(const States& states) {
-    return states.vncInstalled && !states.vncEnabled && !states.vncPasswordSet;
-}
-
-bool IfVncHasPassword(const States& states) {
-    return states.vncInstalled && states.vncPasswordSet;
+bool HasVncPassword(const State& state) {
+    return state.vnc_installed && state.vnc_password_set;
 }
 
 // With both its halves disabled there is nothing to start or stop.
-bool ReportingIsOff(const States& states) {
-    return states.reportingBackendOff && states.reportingUiOff;
+bool ReportingIsOff(const State& state) {
+    return state.reporting_backend_off && state.reporting_ui_off;
 }
 
-struct Row {
-    bool (*shown)(const States&);        // null: always
-    const char* (*word)(const States&);  // takes the place of "%s"; null: the label is fixed
-    const char* label;                   // null: a separator
-    int id;
-    int hot_key;
-    void (*act)(Menu&, const States&);
-    bool (*closed)(const States&) = nullptr;  // shown, but not to be chosen
+// Three rows share the key s: pressing it again moves on.
+// clang-format off
+constexpr Row<State> kRows[] = {
+    {"%s FTP service", 21, 'f', ToggleFtp, {.word = FtpWord}},
+    {"%s FTP SSL/TLS", 22, 0, ToggleFtpTls,
+     {.word = DisableIf<&State::ftp_tls>, .shown = If<&State::ftp_present>}},
+    {"%s SMB/CIFS service", 20, 's', ToggleSmb, {.word = SmbWord}},
+    {"%s reporting backend services", 18, 'b', ToggleReportingBackend,
+     {.word = EnableIf<&State::reporting_backend_off>}},
+    {"%s reporting UI service", 19, 'u', ToggleReportingUi,
+     {.word = EnableIf<&State::reporting_ui_off>}},
+    {"%s caption synchronization", 32, 'c', ToggleCaptionSync,
+     {.word = EnableIf<&State::caption_sync_off>, .shown = If<&State::caption_sync_installed>}},
+    {"", 0, 0, nullptr, {.shown = HasDesktop}},
+    {"%s web interface to start/stop local desktop", 35, 'l', ToggleWebDesktopControl,
+     {.word = DisallowIf<&State::web_desktop_control>, .shown = If<&State::local_desktop_installed>}},
+    {"%s remote VNC access to local desktop", 34, 'v', ToggleVnc,
+     {.word = VncWord, .shown = If<&State::vnc_installed>}},
+    {"Set remote VNC access password", 36, 0, ChangeVncPassword, {.shown = HasVncPassword}},
+    kSeparator<State>,
+    {"Configure SMB/CIFS user accounts", 23, 's', ConfigureSmbAccounts,
+     {.shown = If<&State::smb_present>}},
+    {"", 0, 0, nullptr, {.shown = If<&State::smb_present>}},
+    {"%s web server", 29, 'w', ToggleWebServer, {.word = StopIf<&State::web_server_running>}},
+    {"%s V5 interface", 30, '5', ToggleV5, {.word = StopIf<&State::v5_running>}},
+    {"%s reporting service", 31, 's', ToggleReporting,
+     {.word = StopIf<&State::reporting_running>, .closed = ReportingIsOff}},
+    kSeparator<State>,
+    {"%s volkeep disk management", 33, 'd', ToggleVolkeep,
+     {.word = StopIf<&State::volkeep_running>}},
+    kSeparator<State>,
+    {"Main menu", 1, 'm', Leave},
 };
+// clang-format on
+static_assert(AreSound(kRows));
 
-constexpr Row kSeparator = {nullptr, nullptr, nullptr, 0, 0, nullptr};
-
-// Each word names what activating the row will do. Three rows share the key s: pressing it again
-// moves on.
-constexpr Row kRows[] = {
-    {nullptr, FtpWord, "%s FTP service", 21, 'f', ToggleFtp},
-    {If<&States::ftpPresent>, WordBy<&States::ftpTls, kDisable, kEnable>, "%s FTP SSL/TLS", 22, 0,
-     ToggleFtpTls},
-    {nullptr, SmbWord, "%s SMB/CIFS service", 20, 's', ToggleSmb},
-    {nullptr, WordBy<&States::reportingBackendOff, kEnable, kDisable>,
-     "%s reporting backend services", 18, 'b', ToggleReportingBackend},
-    {nullptr, WordBy<&States::reportingUiOff, kEnable, kDisable>, "%s reporting UI service", 19,
-     'u', ToggleReportingUi},
-    {If<&States::captionSyncInstalled>, WordBy<&States::captionSyncOff, kEnable, kDisable>,
-     "%s caption synchronization", 32, 'c', ToggleCaptionSync},
-    {IfDesktopOrVnc, nullptr, nullptr, 0, 0, nullptr},
-    {If<&States::localDesktopInstalled>, WordBy<&States::webDesktopControl, kDisallow, kAllow>,
-     "%s web interface to start/stop local desktop", 35, 'l', ToggleWebDesktopControl},
-    {IfVncIsSetUp, WordBy<&States::vncEnabled, kDisable, kEnable>,
-     "%s remote VNC access to local desktop", 34, 'v', ToggleVnc},
-    {IfVncIsNotSetUp, nullptr, "Setup remote VNC access to local desktop", 34, 'v', ToggleVnc},
-    {IfVncHasPassword, nullptr, "Set remote VNC access password", 36, 0, ChangeVncPassword},
-    kSeparator,
-    {If<&States::smbPresent>, nullptr, "Configure SMB/CIFS user accounts", 23, 's',
-     ConfigureSmbAccounts},
-    {If<&States::smbPresent>, nullptr, nullptr, 0, 0, nullptr},
-    {nullptr, WordBy<&States::webServerRunning, kStop, kStart>, "%s web server", 29, 'w',
-     ToggleWebServer},
-    {nullptr, WordBy<&States::v5Running, kStop, kStart>, "%s V5 interface", 30, '5', ToggleV5},
-    {nullptr, WordBy<&States::reportingRunning, kStop, kStart>, "%s reporting service", 31, 's',
-     ToggleReporting, ReportingIsOff},
-    kSeparator,
-    {nullptr, WordBy<&States::volkeepRunning, kStop, kStart>, "%s volkeep disk management", 33, 'd',
-     ToggleVolkeep},
-    kSeparator,
-    {nullptr, nullptr, "Main menu", 1, 'm', Leave},
-};
-
-std::string LabelOf(const Row& row, const States& states) {
-    std::string label = row.label;
-    if (row.word != nullptr) label.replace(label.find("%s"), 2, row.word(states));
-    return label;
+void Look(State& state) {
+    state = ProbeServiceStates();
 }
 
-void AddRow(Menu& menu, const Row& row, const States& states) {
-    if (row.label == nullptr) {
-        menu.AddSeparator();
-        return;
-    }
-    const std::string label = LabelOf(row, states);
-    const bool closed = row.closed != nullptr && row.closed(states);
-    menu.SetHotKey(closed ? menu.AddInformation(label, row.id) : menu.AddItem(label, row.id),
-                   row.hot_key);
-}
-
-void AddRows(Menu& menu, States& states) {
-    states = ProbeServiceStates();
-    for (const Row& row : kRows) {
-        if (row.shown == nullptr || row.shown(states)) AddRow(menu, row, states);
-    }
-}
-
-void Paint(Menu& menu) {
-    menu.SetPosition(4, 4);
-    menu.SetSize(COLS - 5, LINES - 5);
-    PaintTitle(menu, 2, "Services");
-}
-
-void Act(Menu& menu, const MenuItem& item, const States& states) {
-    for (const Row& row : kRows) {
-        if (row.id != item.id || row.act == nullptr) continue;
-        menu.rebuild = true;
-        row.act(menu, states);
-        return;
-    }
+TitleLines Title(const State&) {
+    return {"Services"};
 }
 
 }  // namespace
@@ -318,8 +269,6 @@ void RunServicesScreen() {
     // For the markers; the mode without search bits is the product line's.
     mkdir("/etc", 0644);
     mkdir("/etc/TAVRIN", 0644);
-    States states;
-    ScreenLoop({.add_rows = [&](Menu& menu) { AddRows(menu, states); },
-                .paint = Paint,
-                .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, states); }});
+    State state;
+    RunScreen<State>({.rows = kRows, .title = Title, .look = Look}, state);
 }

@@ -1,9 +1,8 @@
 #include "services/smb_accounts.h"
 
-#include <algorithm>
-
 #include "util/command.h"
 #include "util/lines.h"
+#include "util/trim.h"
 
 namespace {
 
@@ -14,16 +13,15 @@ void TakeFlags(std::string_view value, SmbAccount& account) {
     if (open == std::string_view::npos) return;
     const std::string_view flags = value.substr(open, value.find(']', open) - open);
     if (flags.find('D') != std::string_view::npos) account.disabled = true;
-    if (flags.find('N') != std::string_view::npos) account.noPassword = true;
+    if (flags.find('N') != std::string_view::npos) account.no_password = true;
 }
 
 void TakeLine(std::string_view line, SmbAccount& account) {
-    line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+    line = TrimStart(line, kSpace);
     const std::size_t colon = line.find(':');
     if (colon == std::string_view::npos) return;
     const std::string_view key = line.substr(0, colon);
-    std::string_view value = line.substr(colon + 1);
-    value.remove_prefix(std::min(value.find_first_not_of(' '), value.size()));
+    const std::string_view value = TrimStart(line.substr(colon + 1), kSpace);
     if (key == "Unix username") account.name = value;
     if (key == "Account Flags") TakeFlags(value, account);
 }
@@ -47,7 +45,7 @@ SmbAccountList ParseSmbAccounts(std::string_view listing) {
     for (;;) {
         SmbAccount account;
         if (!ReadRecord(listing, account)) return list;
-        if (account.name == "root") list.rootExists = true;
+        if (account.name == "root") list.root_exists = true;
         if (!account.name.empty()) list.accounts.push_back(std::move(account));
     }
 }

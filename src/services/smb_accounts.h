@@ -9,12 +9,12 @@
 struct SmbAccount {
     std::string name;
     bool disabled = false;
-    bool noPassword = false;
+    bool no_password = false;
 };
 
 struct SmbAccountList {
     std::vector<SmbAccount> accounts;  // in the order reported
-    bool rootExists = false;           // an account named "root" is among them
+    bool root_exists = false;          // an account named "root" is among them
 };
 
 // The accounts in the output of "pdbedit --list --verbose": records of "Key: value" lines, ended by

@@ -1,135 +1,105 @@
 #include "services/smb_user_screen.h"
 
 #include <string>
+#include <utility>
 
 #include "ui/dialogs.h"
-#include "ui/help_area.h"
+#include "ui/plain_steps.h"
 #include "ui/screen_loop.h"
-#include "ui/terminal.h"
 #include "util/command.h"
 
 namespace {
 
-struct UserState {
+struct State {
     SmbAccount account;
-    HelpArea help;
     bool changed = false;
 };
 
 // ---- actions ----
 
-void Leave(Menu& menu, UserState&) {
-    menu.running = false;
-}
-
-void RunForAccount(Menu& menu, UserState& state, const char* command) {
-    ShellEscape([&] { RunCommand(command + QuotedWord(state.account.name)); });
+Next RunForAccount(State& state, const char* command) {
+    RunSteps({{command + QuotedWord(state.account.name)}});
     state.changed = true;
-    menu.running = false;
+    return Next::Leave;
 }
 
-void Enable(Menu& menu, UserState& state) {
-    RunForAccount(menu, state, "smbpasswd -e ");
+Next Enable(State& state) {
+    return RunForAccount(state, "smbpasswd -e ");
 }
 
-void Disable(Menu& menu, UserState& state) {
-    RunForAccount(menu, state, "smbpasswd -d ");
+Next Disable(State& state) {
+    return RunForAccount(state, "smbpasswd -d ");
 }
 
-void Remove(Menu& menu, UserState& state) {
-    if (AskYesNoOnBlankScreen()) RunForAccount(menu, state, "smbpasswd -x ");
+Next Remove(State& state) {
+    return AskYesNoOnBlankScreen() ? RunForAccount(state, "smbpasswd -x ") : Next::Rebuild;
+}
+
+// The new password and its confirmation.
+Secret TwoLines(const Secret& password) {
+    Secret lines(2 * (password.size() + 1));
+    for (int line = 0; line < 2; ++line) {
+        lines.Append(password.text());
+        lines.Append("\n");
+    }
+    return lines;
 }
 
 // Runs with the screen up, unlike the others: the password goes through a pipe, and the tool has
 // nothing to ask.
-void SetPassword(Menu& menu, UserState& state) {
-    std::string password;
-    if (!PromptPassword("SMB/CIFS account password?", password) || password.empty()) return;
-    FeedCommand("smbpasswd -a -s " + QuotedWord(state.account.name),
-                {password, "\n", password, "\n"}, &password);
+Next SetPassword(State& state) {
+    std::optional<Secret> password = PromptPassword("SMB/CIFS account password?");
+    if (!password || password->empty()) return Next::Rebuild;
+    Secret lines = TwoLines(*password);
+    password.reset();
+    FeedCommand("smbpasswd -a -s " + QuotedWord(state.account.name), std::move(lines));
     state.changed = true;
-    menu.running = false;
+    return Next::Leave;
 }
 
 // ---- rows ----
 
-bool IsDisabled(const SmbAccount& account) {
-    return account.disabled;
+bool IsDisabled(const State& state) {
+    return state.account.disabled;
 }
 
-bool IsEnabled(const SmbAccount& account) {
-    return !account.disabled;
+bool IsEnabled(const State& state) {
+    return !state.account.disabled;
 }
 
 // An account without a password can't be enabled.
-bool LacksPassword(const SmbAccount& account) {
-    return account.noPassword;
+bool LacksPassword(const State& state) {
+    return state.account.no_password;
 }
 
-bool IsRoot(const SmbAccount& account) {
-    return account.name == "root";
+bool IsRoot(const State& state) {
+    return state.account.name == "root";
 }
 
-struct ActionRow {
-    const char* label;                  // null: a separator
-    bool (*shown)(const SmbAccount&);   // null: always
-    bool (*closed)(const SmbAccount&);  // shown, but not to be chosen; null: never
-    bool marked;
-    int id;
-    int hot_key;
-    void (*act)(Menu&, UserState&);
-};
+bool IsNotRoot(const State& state) {
+    return !IsRoot(state);
+}
 
 // The key r is shared: pressing it again moves to the other row.
-constexpr ActionRow kActionRows[] = {
-    {"Return to SMB/CIFS configuration menu", nullptr, nullptr, false, 1, 'r', Leave},
-    {nullptr, nullptr, nullptr, false, 0, 0, nullptr},
-    {"Enable account", IsDisabled, LacksPassword, false, 25, 'e', Enable},
-    {"Disable account", IsEnabled, nullptr, false, 26, 'd', Disable},
-    {"Set password", nullptr, nullptr, false, 28, 'p', SetPassword},
-    {nullptr, nullptr, nullptr, false, 0, 0, nullptr},
-    {"Remove account", nullptr, IsRoot, true, 27, 'r', Remove},
+constexpr Row<State> kRows[] = {
+    {"Return to SMB/CIFS configuration menu", 1, 'r', Leave},
+    kSeparator<State>,
+    {"Enable account", 25, 'e', Enable, {.shown = IsDisabled, .closed = LacksPassword}},
+    {"Disable account", 26, 'd', Disable, {.shown = IsEnabled}},
+    {"Set password", 28, 'p', SetPassword},
+    kSeparator<State>,
+    {"Remove account", 27, 'r', Remove, {.closed = IsRoot, .warning = IsNotRoot}},
 };
+static_assert(AreSound(kRows));
 
-void AddRow(Menu& menu, const ActionRow& row, const SmbAccount& account) {
-    if (row.label == nullptr) {
-        menu.AddSeparator();
-        return;
-    }
-    const bool closed = row.closed != nullptr && row.closed(account);
-    const int index =
-        closed ? menu.AddInformation(row.label, row.id) : menu.AddItem(row.label, row.id);
-    menu.SetHotKey(index, row.hot_key);
-    menu.SetMarked(index, row.marked && !closed);
-}
-
-void AddRows(Menu& menu, const UserState& state) {
-    for (const ActionRow& row : kActionRows) {
-        if (row.shown == nullptr || row.shown(state.account)) AddRow(menu, row, state.account);
-    }
-}
-
-void Paint(Menu& menu, UserState& state) {
-    LayOutWithHelp(menu, state.help);
-    PaintTitle(menu, 2, "SMB/CIFS user '" + state.account.name + "' configuration");
-}
-
-void Act(Menu& menu, const MenuItem& item, UserState& state) {
-    for (const ActionRow& row : kActionRows) {
-        if (row.id != item.id || row.act == nullptr) continue;
-        menu.rebuild = true;
-        row.act(menu, state);
-    }
+TitleLines Title(const State& state) {
+    return {"SMB/CIFS user '" + state.account.name + "' configuration"};
 }
 
 }  // namespace
 
 bool RunSmbUserScreen(const SmbAccount& account) {
-    UserState state;
-    state.account = account;
-    ScreenLoop({.add_rows = [&](Menu& menu) { AddRows(menu, state); },
-                .paint = [&](Menu& menu) { Paint(menu, state); },
-                .act = [&](Menu& menu, const MenuItem& item) { Act(menu, item, state); },
-                .after_key = [&](Menu& menu) { PaintHelp(menu, state.help, ""); }});
+    State state = {.account = account};
+    RunScreen<State>({.rows = kRows, .title = Title, .layout = Layout::RoomyHelp}, state);
     return state.changed;
 }

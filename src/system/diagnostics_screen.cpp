@@ -1,10 +1,7 @@
 #include "system/diagnostics_screen.h"
 
-#include <curses.h>
-
 #include <string>
 
-#include "system/public_hosts.h"
 #include "ui/screen_loop.h"
 #include "ui/terminal.h"
 #include "util/command.h"
@@ -12,8 +9,10 @@
 
 namespace {
 
+struct State {};
+
 // Runs one check under its banner and waits for ENTER. Ctrl-C ends the command, not the program.
-void RunCheck(const std::string& banner, const std::string& command) {
+Next RunCheck(const char* banner, const char* command) {
     ShellEscape([&] {
         Say("\x1b[H\x1b[J\n");
         Say(banner);
@@ -22,58 +21,37 @@ void RunCheck(const std::string& banner, const std::string& command) {
         Say("Hit ENTER to continue.\n");
         ReadLineOrEnd();
     });
+    return Next::Rebuild;
 }
 
-void ShowResolverConfiguration(Menu&) {
-    RunCheck("================= RESOLV.CONF =====================\n", "cat /etc/resolv.conf");
+Next ShowResolverConfiguration(State&) {
+    return RunCheck("================= RESOLV.CONF =====================\n",
+                    "cat /etc/resolv.conf");
 }
 
-void RunPingTest(Menu&) {
-    RunCheck(
+// The host is run by a foundation for everyone.
+Next RunPingTest(State&) {
+    return RunCheck(
         "================= PING TEST =====================\n"
         "Hit CTRL+C to stop ping test!\n\n",
-        std::string("ping -c 20 -i 1 ") + kPublicHost);
+        "ping -c 20 -i 1 dns.quad9.net");
 }
 
-void Leave(Menu& menu) {
-    menu.running = false;
-}
-
-struct ActionRow {
-    const char* label;  // null: a separator
-    int id;
-    int hot_key;
-    void (*act)(Menu&);
-};
-
-constexpr ActionRow kActionRows[] = {
+constexpr Row<State> kRows[] = {
     {"Show resolv.conf", 11, 'r', ShowResolverConfiguration},
     {"Ping test", 12, 'p', RunPingTest},
-    {nullptr, 0, 0, nullptr},
+    kSeparator<State>,
     {"Main menu", 1, 'm', Leave},
 };
+static_assert(AreSound(kRows));
 
-void AddRows(Menu& menu) {
-    for (const ActionRow& row : kActionRows)
-        AddTableRow(menu, row.label, row.id, row.hot_key);
-}
-
-void Paint(Menu& menu) {
-    menu.SetPosition(4, 4);
-    menu.SetSize(COLS - 5, LINES - 5);
-    PaintTitle(menu, 2, "Diagnostics");
-}
-
-void Act(Menu& menu, const MenuItem& item) {
-    for (const ActionRow& row : kActionRows) {
-        if (row.id != item.id || row.act == nullptr) continue;
-        menu.rebuild = true;
-        row.act(menu);
-    }
+TitleLines Title(const State&) {
+    return {"Diagnostics"};
 }
 
 }  // namespace
 
 void RunDiagnosticsScreen() {
-    ScreenLoop({.add_rows = AddRows, .paint = Paint, .act = Act});
+    State state;
+    RunScreen<State>({.rows = kRows, .title = Title}, state);
 }

@@ -2,9 +2,10 @@
 
 #include <cerrno>
 
-#include "util/files.h"
 #include "util/lines.h"
+#include "util/read_file.h"
 #include "util/save_file.h"
+#include "util/trim.h"
 
 namespace {
 
@@ -17,11 +18,12 @@ bool IsServerLine(std::string_view line) {
 
 void TakeLine(std::string_view line, NtpConfig& config) {
     if (!IsServerLine(line)) {
-        config.otherLines.emplace_back(line);
+        config.other_lines.emplace_back(line);
         return;
     }
-    const std::size_t start = line.find_first_not_of(" \t", std::string_view("server ").size());
-    if (start != std::string_view::npos) config.servers.emplace_back(line.substr(start));
+    const std::string_view server =
+        TrimStart(line.substr(std::string_view("server ").size()), kBlanks);
+    if (!server.empty()) config.servers.emplace_back(server);
 }
 
 }  // namespace
@@ -36,7 +38,7 @@ NtpConfig ParseNtpConfig(std::string_view text) {
 
 std::string FormatNtpConfig(const NtpConfig& config) {
     std::string text;
-    for (const std::string& line : config.otherLines)
+    for (const std::string& line : config.other_lines)
         text += line + "\n";
     for (const std::string& server : config.servers)
         text += "server " + server + "\n";

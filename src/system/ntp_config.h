@@ -6,9 +6,9 @@
 #include <vector>
 
 struct NtpConfig {
-    std::vector<std::string> servers;     // what follows "server", options included
-    std::vector<std::string> otherLines;  // every other line, as it stands
-    bool unread = false;                  // the file is there, but could not be read
+    std::vector<std::string> servers;      // what follows "server", options included
+    std::vector<std::string> other_lines;  // every other line, as it stands
+    bool unread = false;                   // the file is there, but could not be read
 };
 
 // A line that begins with "server" and a blank or tab is a server's; one with nothing behind that

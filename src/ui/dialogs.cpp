@@ -5,14 +5,15 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <cwchar>
 #include <vector>
 
 #include "ui/colours.h"
 #include "ui/terminal.h"
 #include "ui/text.h"
-#include "util/wipe.h"
+#include "util/clock.h"
+#include "util/message.h"
+#include "util/trim.h"
 
 namespace {
 
@@ -21,10 +22,9 @@ constexpr int kDelete = 127;
 constexpr int kYesLine = 2;
 constexpr int kNoLine = 4;
 constexpr int kTextColumn = 2;
-constexpr int kMostPasswordCharacters = 255;
+constexpr std::size_t kMostPasswordCharacters = 255;
 constexpr std::size_t kMostInitialBytes = 254;
-// Of 16 ms each.
-constexpr int kCharacterWaits = 8;
+constexpr double kCharacterSeconds = 0.128;
 constexpr std::string_view kCancelHint = " [ESC to cancel]";
 
 enum class Answer { None, Yes, No };
@@ -80,7 +80,8 @@ EntryBox OpenEntryBox(std::size_t prompt_lines) {
 
 void PaintEntryBox(WINDOW* window, const std::vector<std::string_view>& prompt) {
     wattrset(window, A_NORMAL);
-    box(window, 0, 0);
+    // In a single column curses would draw beyond its memory.
+    if (getmaxx(window) > 1) box(window, 0, 0);
     wattrset(window, static_cast<int>(A_BOLD));
     for (std::size_t i = 0; i < prompt.size(); ++i) {
         if (wmove(window, static_cast<int>(i) + 1, kTextColumn) != ERR) {
@@ -135,16 +136,6 @@ Outcome WaitForRoom(bool shown_before) {
 
 // ---- text ----
 
-// As many whole characters of the value as a field's first text may have bytes.
-std::string InitialText(const std::string& value) {
-    std::size_t length = std::min(value.size(), kMostInitialBytes);
-    const bool cut = length < value.size();
-    while (cut && length > 0 && (static_cast<unsigned char>(value[length]) & 0xc0) == 0x80) {
-        --length;
-    }
-    return value.substr(0, length);
-}
-
 FIELD* MakeEntryField(int line) {
     FIELD* field = new_field(1, COLS - 2 * kTextColumn, line, kTextColumn, 0, 0);
     if (field == nullptr) return nullptr;
@@ -168,10 +159,7 @@ std::string FieldText(const FORM* form) {
     std::wstring cells(static_cast<std::size_t>(getmaxx(form->w)) * CCHARW_MAX, L'\0');
     mvwinnwstr(form->w, 0, 0, cells.data(), static_cast<int>(cells.size()));
     wmove(form->w, form->currow, form->curcol);
-    std::string text = BytesOf(cells.c_str());
-    trim_trailing_space(text.data());
-    text.resize(std::strlen(text.c_str()));
-    return text;
+    return std::string(TrimEnd(BytesOf(cells.c_str()), kWhiteSpace));
 }
 
 void PlaceCursor(FORM* form, int column) {
@@ -243,14 +231,9 @@ Outcome ShowTextBox(const std::vector<std::string_view>& prompt, TextEntry& entr
 // The byte that goes on a character of several bytes, which may come over a slow line; ERR when
 // none does.
 int NextByteOfCharacter() {
-    for (int wait = 0; wait < kCharacterWaits; ++wait) {
-        const int key = ReadKey();
-        if (key >= 0x80 && key <= 0xff) return key;
-        if (key != ERR) {
-            ungetch(key);
-            return ERR;
-        }
-    }
+    const int key = ReadKey({.until = MonotonicSeconds() + kCharacterSeconds});
+    if (key >= 0x80 && key <= 0xff) return key;
+    if (key != ERR) ungetch(key);
     return ERR;
 }
 
@@ -289,40 +272,37 @@ void PrintInEntryBar(const EntryBox& entry, int column, int attributes, const ch
     mvwaddstr(entry.window, entry.entry_line, column, text);
 }
 
-void PaintEntryBar(const EntryBox& entry, int width) {
-    const std::string bar(static_cast<std::size_t>(std::max(width, 0)), ' ');
+void PaintEntryBar(const EntryBox& entry, std::size_t width) {
+    const std::string bar(width, ' ');
     PrintInEntryBar(entry, kTextColumn,
                     static_cast<int>(A_UNDERLINE | PairAttribute(Colour::Selected)), bar.c_str());
     wmove(entry.window, entry.entry_line, kTextColumn);
 }
 
-void DropLastCharacter(const EntryBox& entry, std::string& value) {
+void DropLastCharacter(const EntryBox& entry, Secret& value) {
     if (value.empty()) return;
-    value.back() = '\0';
-    value.pop_back();
+    value.DropLast();
     const int column = kTextColumn + static_cast<int>(value.size());
     PrintInEntryBar(entry, column, static_cast<int>(A_UNDERLINE | PairAttribute(Colour::Selected)),
                     " ");
     wmove(entry.window, entry.entry_line, column);
 }
 
-void AppendCharacter(const EntryBox& entry, int width, int key, std::string& value) {
-    const int length = static_cast<int>(value.size());
-    if (length >= width) return;
-    PrintInEntryBar(entry, kTextColumn + length,
-                    static_cast<int>(A_BOLD | A_UNDERLINE | PairAttribute(Colour::Selected)), "*");
-    value += static_cast<char>(key);
-}
-
-void PaintAsterisks(const EntryBox& entry, int width, const std::string& value) {
-    const std::size_t count = std::min(value.size(), static_cast<std::size_t>(std::max(width, 0)));
-    PrintInEntryBar(entry, kTextColumn,
+void PrintAsterisks(const EntryBox& entry, std::size_t from, std::size_t count) {
+    PrintInEntryBar(entry, kTextColumn + static_cast<int>(from),
                     static_cast<int>(A_BOLD | A_UNDERLINE | PairAttribute(Colour::Selected)),
                     std::string(count, '*').c_str());
 }
 
+void AppendCharacter(const EntryBox& entry, std::size_t width, int key, Secret& value) {
+    if (value.size() >= width) return;
+    PrintAsterisks(entry, value.size(), 1);
+    const char character = static_cast<char>(key);
+    value.Append({&character, 1});
+}
+
 // Takes keys until ENTER or ESC.
-Outcome TypePassword(const EntryBox& entry, int width, std::string& value) {
+Outcome TypePassword(const EntryBox& entry, std::size_t width, Secret& value) {
     const TerminalSize size;
     for (;;) {
         const int key = ReadKey();
@@ -338,16 +318,17 @@ Outcome TypePassword(const EntryBox& entry, int width, std::string& value) {
     }
 }
 
-Outcome ShowPasswordBox(const std::vector<std::string_view>& prompt, std::string& value,
+Outcome ShowPasswordBox(const std::vector<std::string_view>& prompt, Secret& value,
                         bool shown_before) {
     const EntryBox box = OpenEntryBox(prompt.size());
     if (box.window == nullptr) return WaitForRoom(shown_before);
-    const int width = std::min(COLS - 2 * kTextColumn, kMostPasswordCharacters);
+    const std::size_t width = std::min(
+        static_cast<std::size_t>(std::max(COLS - 2 * kTextColumn, 0)), kMostPasswordCharacters);
     // The window's cells are the screen's: without this the rows behind the box would show in it.
     werase(box.window);
     PaintEntryBox(box.window, prompt);
     PaintEntryBar(box, width);
-    PaintAsterisks(box, width, value);
+    PrintAsterisks(box, 0, std::min(value.size(), width));
     ShowEntryBox(box.window);
     const Outcome outcome = TypePassword(box, width, value);
     delwin(box.window);
@@ -364,7 +345,7 @@ void BlankScreen() {
 void ShowQuestion(std::string_view question) {
     Print(question);
     ShowScreen();
-    if (MouseAvailable) {
+    if (MouseAvailable()) {
         attrset(A_BOLD);
         PrintAt(kYesLine, kTextColumn, "[ YES  ]");
         PrintAt(kNoLine, kTextColumn, "[  NO  ]");
@@ -421,32 +402,19 @@ void FormHandleKey(FORM* form, bool& running, bool& cancelled) {
 bool PromptText(std::string_view prompt, std::string& value) {
     const std::vector<std::string_view> lines = LinesOf(prompt);
     TextEntry entry;
-    entry.text = InitialText(value);
+    entry.text = WholeCharacters(value, kMostInitialBytes);
     if (!RunEntryBox([&](bool shown_before) { return ShowTextBox(lines, entry, shown_before); }))
         return false;
-    value = trim_space(entry.text.data());
+    value = Trim(entry.text, kWhiteSpace);
     return true;
 }
 
-bool PromptPassword(std::string_view prompt, std::string& value) {
-    Wipe(value);
-    // Growing would leave copies of the beginning behind.
-    value.reserve(kMostPasswordCharacters + 1);
+std::optional<Secret> PromptPassword(std::string_view prompt) {
+    Secret value(kMostPasswordCharacters);
     const std::vector<std::string_view> lines = LinesOf(prompt);
-    const bool accepted =
-        RunEntryBox([&](bool shown_before) { return ShowPasswordBox(lines, value, shown_before); });
-    if (!accepted) Wipe(value);
-    return accepted;
-}
-
-void WaitForEnter() {
-    std::puts("Hit enter to continue");
-    std::fflush(stdout);
-    ReadLineRaw();
-}
-
-void WaitForEnterCurses() {
-    Print("Hit enter to continue\n");
-    ShowScreen();
-    WaitForKeyEnter();
+    if (!RunEntryBox(
+            [&](bool shown_before) { return ShowPasswordBox(lines, value, shown_before); })) {
+        return std::nullopt;
+    }
+    return value;
 }

@@ -1,11 +1,14 @@
 // The modal dialogs. Each takes the keyboard until it returns, leaves the cursor hidden, and does
-// not restore what it has drawn over: the calling screen sets its menu's `rebuild` or `redraw`.
+// not restore what it has drawn over: the calling screen asks to be painted (ui/rows.h, Next).
 #pragma once
 
 #include <form.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "util/secret.h"
 
 constexpr std::string_view kDefaultQuestion = "Are you sure? [y/n]";
 
@@ -31,12 +34,5 @@ bool PromptText(std::string_view prompt, std::string& value);
 void FormHandleKey(FORM* form, bool& running, bool& cancelled);
 
 // The same box for a password: printable ASCII only, at most COLS - 4 or 255 characters, shown as
-// asterisks. ESC empties `value` and gives false. The caller wipes `value` when the password has
-// been used; the dialog keeps no copy.
-bool PromptPassword(std::string_view prompt, std::string& value);
-
-// On the plain terminal: says "Hit enter to continue" and waits for ENTER.
-void WaitForEnter();
-
-// The same inside curses.
-void WaitForEnterCurses();
+// asterisks. Nothing when ESC cancels; the dialog keeps no copy.
+std::optional<Secret> PromptPassword(std::string_view prompt);

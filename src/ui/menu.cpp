@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "ui/terminal.h"
-#include "ui/text.h"
+#include "util/clock.h"
 
 namespace {
 
@@ -15,6 +15,11 @@ constexpr int kMostSteps = 101;
 
 // How long a click on the selected row may wait for the key pass that makes it an activation.
 constexpr double kClickSeconds = 0.4;
+
+bool StandsForTheSame(const MenuItem& a, const MenuItem& b) {
+    if (!a.name.empty() || !b.name.empty()) return a.name == b.name;
+    return a.id == b.id && (a.id > 0 || a.label == b.label);
+}
 
 }  // namespace
 
@@ -30,8 +35,8 @@ void Menu::Init() {
     running = true;
     SetSize(COLS - 8, LINES - 8);
     SetPosition(4, 4);
-    clickPending = -1;
-    clickTime = 0;
+    click_pending = -1;
+    click_time = 0;
 }
 
 const MenuItem* Menu::ItemAt(int index) const {
@@ -66,7 +71,11 @@ void Menu::Clear() {
 }
 
 void Menu::SetHotKey(int index, int key) {
-    if (ItemAt(index) != nullptr) items[static_cast<std::size_t>(index)].hotKey = key;
+    if (ItemAt(index) != nullptr) items[static_cast<std::size_t>(index)].hot_key = key;
+}
+
+void Menu::SetName(int index, std::string_view name) {
+    if (ItemAt(index) != nullptr) items[static_cast<std::size_t>(index)].name = name;
 }
 
 void Menu::SetMarked(int index, bool on) {
@@ -98,9 +107,9 @@ Menu::Result Menu::HandleKey(int key) {
         DrawItem(selection);
         ShowScreen();
     }
-    if (clickPending >= 1 && result == kNotTaken) {
-        clickPending = -1;
-        return now_seconds() < clickTime + kClickSeconds ? kActivate : kNotTaken;
+    if (click_pending >= 1 && result == kNotTaken) {
+        click_pending = -1;
+        return now_seconds() < click_time + kClickSeconds ? kActivate : kNotTaken;
     }
     return result;
 }
@@ -192,13 +201,26 @@ void Menu::KeepVisible() {
     top = std::max(std::min(top, Count() - 1), 0);
 }
 
-int Menu::SelectById(int id) {
-    if (id <= 0) return -1;
-    for (int index = 0; index < Count(); ++index) {
-        const MenuItem& item = *ItemAt(index);
-        if (!item.Has(MenuItem::kUnselectable) && item.id == id) return selection = index;
+void Menu::FollowRow(const MenuItem& row) {
+    for (int distance = 0; distance < Count() + selection; ++distance) {
+        for (int index : {selection - distance, selection + distance}) {
+            const MenuItem* item = ItemAt(index);
+            if (item == nullptr || !StandsForTheSame(*item, row)) continue;
+            selection = index;
+            return;
+        }
     }
-    return -1;
+    FitView();
+    while (row.Has(MenuItem::kUnselectable) && selection > 0 &&
+           !ItemAt(selection)->Has(MenuItem::kUnselectable)) {
+        --selection;
+    }
+}
+
+void Menu::FitView() {
+    selection = std::min(selection, Count() - 1);
+    top = std::min(top, Count() - height);
+    KeepVisible();
 }
 
 int Menu::SelectByHotKey(int key) {
@@ -206,7 +228,7 @@ int Menu::SelectByHotKey(int key) {
     for (int step = 1; step <= Count(); ++step) {
         const int index = (selection + step) % Count();
         const MenuItem& item = *ItemAt(index);
-        if (!item.Has(MenuItem::kUnselectable) && item.hotKey == key) return selection = index;
+        if (!item.Has(MenuItem::kUnselectable) && item.hot_key == key) return selection = index;
     }
     return -1;
 }
@@ -260,8 +282,8 @@ void Menu::SelectAt(int line, int column) {
 
 void Menu::ArmClick(int line, int column) {
     const int index = RowAt(line, column);
-    if (index >= 0 && index == selection && clickPending <= 0) {
-        clickPending = 1;
-        clickTime = now_seconds();
+    if (index >= 0 && index == selection && click_pending <= 0) {
+        click_pending = 1;
+        click_time = now_seconds();
     }
 }

@@ -30,8 +30,9 @@ struct MenuItem {
     void Set(Flag flag, bool on);
 
     std::string label;
-    std::int32_t id = 0;      // the screen's own code for the row
-    std::int32_t hotKey = 0;  // lower-case letter or digit; 0: none
+    std::string name;          // what a list's row stands for, whose id is only its place; or empty
+    std::int32_t id = 0;       // the screen's own code for the row
+    std::int32_t hot_key = 0;  // lower-case letter or digit; 0: none
     std::uint8_t flags = 0;
 };
 
@@ -40,7 +41,7 @@ class Menu {
     // What HandleKey makes of a key.
     enum Result { kNotTaken = 0, kConsumed = 1, kActivate = 2 };
 
-    // Sets all below to its default, for the terminal's present size; leaves rows and `rebuild`.
+    // Sets all below to its default, for the terminal's present size; leaves the rows.
     void Init();
 
     const MenuItem* ItemAt(int index) const;  // null when there is no such row
@@ -54,6 +55,7 @@ class Menu {
     void Clear();
 
     void SetHotKey(int index, int key);
+    void SetName(int index, std::string_view name);
     void SetMarked(int index, bool on);
     void SetPosition(int column, int line);
     void SetSize(int columns, int lines);
@@ -73,30 +75,31 @@ class Menu {
     // Takes the pending mouse event: hover, selection, arming of a click. When ReadKey gave
     // KEY_MOUSE, before that key goes to HandleKey.
     void HandleMouse();
-    // Called once in each pass of a screen's loop, before the key is read. Nothing to do here.
-    void Idle() {}
-
     // Moves the selection by `steps` selectable rows, wrapping around.
     void MoveUp(int steps);
     void MoveDown(int steps);
-    // Selects the first row that can be selected and has that id, above 0; -1 if none has.
-    int SelectById(int id);
+    // After the rows were made anew: selects the one that stands for what `row`, the one selected
+    // before, stood for. Where it is gone the selection keeps its place, but does not come from a
+    // row that does nothing to one that acts.
+    void FollowRow(const MenuItem& row);
+    // After rows have gone or the size has changed: selects the last row when the selected one is
+    // gone, and shows as many rows as fit.
+    void FitView();
     // Selects the next row, after the selected one and around, that bears the key; -1 if none does.
     int SelectByHotKey(int key);
 
     std::vector<MenuItem> items;
     bool inactive = false;  // drawn as a list that does not have the keyboard
     int selection = 0;
-    bool rebuild = false;  // the rows must be made anew
-    bool redraw = true;    // everything must be painted again
-    int top = 0;           // the first visible row
+    bool redraw = true;  // everything must be painted again
+    int top = 0;         // the first visible row
     bool running = true;
     int width = 0;   // columns of a row
     int height = 0;  // visible rows
     int x = 4;       // where the first visible row begins
     int y = 4;
-    int clickPending = -1;  // 1 while a click waits to become an activation
-    double clickTime = 0;   // when it was made, as now_seconds tells
+    int click_pending = -1;  // 1 while a click waits to become an activation
+    double click_time = 0;   // when it was made, as now_seconds tells
 
   private:
     Result TakeKey(int key);

@@ -17,10 +17,10 @@ struct HotKeyMark {
 
 // The hot key's own letter in the label; one blank behind the label when it has no such letter.
 HotKeyMark MarkOf(const MenuItem& item, int width) {
-    const char* found = find_char_nocase(item.label.c_str(), item.hotKey);
+    const char* found = find_char_nocase(item.label.c_str(), item.hot_key);
     if (found == nullptr) {
         const int shown = width < 1 ? 0 : std::min(ColumnsOf(item.label), width);
-        return {item.hotKey, shown + 1};
+        return {item.hot_key, shown + 1};
     }
     const auto offset = static_cast<std::size_t>(found - item.label.c_str());
     return {static_cast<unsigned char>(*found), ColumnsOf(item.label.substr(0, offset))};
@@ -58,7 +58,7 @@ void Menu::DrawItem(int index) const {
     if (move(y + row, x) == ERR) return;
     attrset(RowAttribute(index));
     addwstr(FitColumns(item != nullptr ? item->label : "", width).c_str());
-    if (item == nullptr || item->hotKey == 0) return;
+    if (item == nullptr || item->hot_key == 0) return;
     const HotKeyMark mark = MarkOf(*item, width);
     attrset(index == selection ? A_REVERSE : PairAttribute(Colour::Hover) | A_BOLD);
     if (move(y + row, x + mark.column) != ERR) addch(static_cast<chtype>(mark.letter));

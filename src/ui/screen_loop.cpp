@@ -1,162 +1,241 @@
 #include "ui/screen_loop.h"
 
 #include <curses.h>
-#include <unistd.h>
+
+#include <algorithm>
+#include <optional>
 
 #include "ui/colours.h"
 #include "ui/terminal.h"
-#include "ui/text.h"
+#include "util/clock.h"
 
 namespace {
 
-constexpr int kTitleIndent = 4;
+constexpr double kRefreshSeconds = 5;
 
-// A screen waits for its rows to be whole, so that it is painted once and does not flicker, but not
-// longer than this for one more answer, nor than that for all of them. Then it stands without the
-// rest.
+// Rows are held back until they are whole, so that they are painted once and do not flicker, but
+// not longer than this after the last answer. Without the list of its first rows a screen can't
+// tell what a key means: keys that were typed ahead wait for it, as long as that.
 constexpr double kPatienceSeconds = 0.5;
 constexpr double kLongPatienceSeconds = 5;
 
-// When the rows are next made anew by themselves, and how far their gathering is.
-struct Schedule {
-    double next = 0;
-    bool gathering = false;
-    bool partial = false;  // the rows stand, but without what is being gathered
+// How far a round of facts is.
+struct Progress {
+    Known known = Known::Nothing;      // of the round
+    Known shown = Known::Nothing;      // of the round, by the rows
+    Known on_screen = Known::Nothing;  // how complete the rows are; Nothing: held back
+    double due = 0;                    // when the next round begins
+    double held_until = 0;
+    double keys_held_until = 0;
 };
 
-void RebuildRows(const Screen& screen, Menu& menu) {
+struct Loop {
+    const Screen& screen;
+    Menu menu = {};
+    HelpArea help = {};
+    Next next = Next::Rebuild;
+    Progress progress = {};
+};
+
+bool IsHeld(const Loop& loop) {
+    return loop.screen.facts != nullptr && loop.progress.on_screen == Known::Nothing;
+}
+
+bool HasRows(const Loop& loop) {
+    return loop.menu.Count() != 0;
+}
+
+void MakeRows(Loop& loop, bool follow) {
+    Menu& menu = loop.menu;
+    std::optional<MenuItem> selected;
+    if (const MenuItem* item = menu.ItemAt(menu.selection)) selected = *item;
     menu.Clear();
-    menu.rebuild = false;
+    loop.screen.add_rows(menu);
+    if (follow && selected) menu.FollowRow(*selected);
     menu.redraw = true;
-    screen.add_rows(menu);
+    loop.next = Next::Stay;
 }
 
-// Rows that come or go while the operator moves among them must not move the selection to another.
-void RebuildAroundSelection(const Screen& screen, Menu& menu) {
-    const MenuItem* selected = menu.ItemAt(menu.selection);
-    const int id = selected != nullptr ? selected->id : 0;
-    RebuildRows(screen, menu);
-    menu.SelectById(id);
-}
-
-void StartGathering(const Screen& screen, Schedule& schedule) {
-    screen.gathering.start();
-    schedule.gathering = true;
-}
-
-void AbandonGathering(const Screen& screen, Schedule& schedule) {
-    if (schedule.gathering) screen.gathering.abandon();
-    schedule.gathering = false;
-}
-
-void ShowGathered(const Screen& screen, Menu& menu, Schedule& schedule) {
-    if (schedule.partial) {
-        RebuildAroundSelection(screen, menu);
-    } else {
-        RebuildRows(screen, menu);
-    }
-    schedule.gathering = schedule.partial = false;
-}
-
-void ShowWhatIsKnown(const Screen& screen, Menu& menu, Schedule& schedule) {
-    screen.gathering.has_news();  // is shown now
-    RebuildAroundSelection(screen, menu);
-    schedule.partial = true;
-}
-
-// Until the rows are there, or a key that must not wait for them.
-void AwaitRows(const Screen& screen, Menu& menu, Schedule& schedule) {
-    const bool keys_wait = screen.gathering.keys_wait_for_first_rows && menu.Count() == 0;
-    const double end = now_seconds() + kLongPatienceSeconds;
-    for (;;) {
-        if (screen.gathering.is_done()) return ShowGathered(screen, menu, schedule);
-        const bool came = screen.gathering.wait(keys_wait ? -1 : STDIN_FILENO, kPatienceSeconds);
-        if (!came || now_seconds() > end || (!keys_wait && KeyIsWaiting())) {
-            return ShowWhatIsKnown(screen, menu, schedule);
-        }
-    }
-}
-
-// Rows that are gathered: anew at once when the screen asks for it, as what was begun earlier
-// would be older than its reason; beside the keys when the time has come.
-void GatherRows(const Screen& screen, Menu& menu, Schedule& schedule, bool due) {
-    if (menu.rebuild) {
-        menu.rebuild = false;
-        AbandonGathering(screen, schedule);
-        StartGathering(screen, schedule);
-        schedule.partial = false;
-        AwaitRows(screen, menu, schedule);
-    } else if (due && !schedule.gathering) {
-        StartGathering(screen, schedule);
-    } else if (schedule.gathering && screen.gathering.is_done()) {
-        ShowGathered(screen, menu, schedule);
-    } else if (schedule.partial && screen.gathering.has_news()) {
-        ShowWhatIsKnown(screen, menu, schedule);
-    }
-}
-
-// Makes the rows anew when it is asked for, or when the time for it has come.
-void Refresh(const Screen& screen, Menu& menu, Schedule& schedule) {
-    const double now = now_seconds();
-    const bool due = screen.refresh_seconds > 0 && now >= schedule.next;
-    if (due) schedule.next = now + screen.refresh_seconds;
-    if (screen.gathering.start) {
-        GatherRows(screen, menu, schedule, due);
-    } else if (menu.rebuild || due) {
-        RebuildRows(screen, menu);
-    }
-}
-
-void Repaint(const Screen& screen, Menu& menu) {
+void Paint(Loop& loop) {
+    Menu& menu = loop.menu;
     menu.ClearRedraw();
     attrset(PairAttribute(Colour::Text));
     clear();
-    screen.paint(menu);
+    LayOut(loop.screen.layout, menu, loop.help);
+    PaintTitle(menu, loop.screen.title());
+    menu.FitView();
     menu.Draw();
     ShowScreen();
 }
 
-// HOME, END and the page keys can land on a row that is there to be read only, or that can't be
-// chosen now: such a row does nothing.
-void Activate(const Screen& screen, Menu& menu, Schedule& schedule) {
-    const MenuItem* item = menu.ItemAt(menu.selection);
+void PaintHelpOfSelection(Loop& loop) {
+    const MenuItem* item = loop.menu.ItemAt(loop.menu.selection);
+    if (item == nullptr) return;
+    PaintHelp(loop.screen.layout, loop.menu, loop.help, loop.screen.help(item->id));
+}
+
+// ---- rows whose facts take time ----
+
+void BeginRound(Loop& loop, double now) {
+    Progress& progress = loop.progress;
+    loop.screen.facts->ask();
+    progress.known = progress.shown = Known::Nothing;
+    progress.due = now + kRefreshSeconds;
+    progress.held_until = now + kPatienceSeconds;
+}
+
+// What was known is older than the reason to make the rows anew.
+void BeginAnew(Loop& loop, double now) {
+    loop.screen.facts->forget();
+    BeginRound(loop, now);
+    loop.progress.on_screen = Known::Nothing;
+    loop.progress.keys_held_until = now + kLongPatienceSeconds;
+    loop.next = Next::Stay;
+}
+
+// While rows are incomplete, the selection stays with what its row stands for.
+void ShowFacts(Loop& loop) {
+    Progress& progress = loop.progress;
+    const bool incomplete = progress.known != Known::All || progress.on_screen == Known::Part;
+    MakeRows(loop, loop.screen.follows_rows || incomplete);
+    progress.shown = progress.known;
+    progress.on_screen = progress.known == Known::All ? Known::All : Known::Part;
+}
+
+// Rows that are held back, and no longer than need be.
+void ShowHeldFacts(Loop& loop, double now) {
+    const Progress& progress = loop.progress;
+    const bool whole = progress.known == Known::All;
+    if (!whole && now < progress.held_until) return;
+    if (progress.known != Known::Nothing || HasRows(loop) || !KeyIsTyped()) return ShowFacts(loop);
+    if (now < progress.keys_held_until) return;
+    ShowFacts(loop);
+    DropKeys();
+}
+
+bool HasNews(const Progress& progress) {
+    if (progress.shown == Known::All) return false;
+    return progress.on_screen == Known::Part ? progress.known > progress.shown
+                                             : progress.known == Known::All;
+}
+
+void TakeAnswers(Loop& loop, double now) {
+    Progress& progress = loop.progress;
+    const Answers answers = loop.screen.facts->take(now);
+    if (answers.known != progress.known) progress.held_until = now + kPatienceSeconds;
+    progress.known = answers.known;
+    if (answers.late) progress.shown = Known::Nothing;
+}
+
+// What has come, and at the end of a round whatever has not. A round can be over as soon as it has
+// begun, where no command can be started.
+void ShowNewFacts(Loop& loop, double now) {
+    const Progress& progress = loop.progress;
+    const bool is_due = now >= progress.due;
+    const bool is_behind = is_due && progress.shown != Known::All;
+    if (HasNews(progress) || is_behind) {
+        // A key that is waiting was typed for the rows that are shown.
+        if (InputIsWaiting()) return;
+        if (is_behind) loop.screen.facts->ask_kernel();
+        ShowFacts(loop);
+    }
+    if (!is_due) return;
+    BeginRound(loop, now);
+    TakeAnswers(loop, now);
+    if (HasNews(progress)) ShowFacts(loop);
+}
+
+void FollowFacts(Loop& loop) {
+    const double now = MonotonicSeconds();
+    if (loop.next == Next::Rebuild) BeginAnew(loop, now);
+    TakeAnswers(loop, now);
+    if (IsHeld(loop)) {
+        ShowHeldFacts(loop, now);
+    } else {
+        ShowNewFacts(loop, now);
+    }
+}
+
+Wake WakeOf(const Loop& loop) {
+    Wake wake;
+    if (loop.screen.facts == nullptr) return wake;
+    const Progress& progress = loop.progress;
+    wake.until = progress.due;
+    if (IsHeld(loop)) {
+        const bool over = MonotonicSeconds() >= progress.held_until;
+        wake.until = over ? progress.keys_held_until : progress.held_until;
+    }
+    loop.screen.facts->await(wake);
+    return wake;
+}
+
+// A key that comes while rows are held back does not wait for them. A report of the mouse having
+// moved is no key.
+bool ShowsHeldRowsFor(int key) {
+    return key != ERR && key != KEY_RESIZE && !(key == KEY_MOUSE && DropMouseMotion());
+}
+
+// ---- keys ----
+
+void Do(Loop& loop, Next next) {
+    const Progress& progress = loop.progress;
+    const bool has_aged = loop.screen.facts != nullptr &&
+                          (progress.on_screen == Known::Part || MonotonicSeconds() >= progress.due);
+    if (next == Next::Paint && has_aged) next = Next::Rebuild;
+    if (next == Next::Leave) loop.menu.running = false;
+    if (next == Next::Paint) loop.menu.redraw = true;
+    if (next == Next::Rebuild) loop.next = next;
+}
+
+// HOME, END and the page keys can select a row that is there to be read, or that can't be selected
+// now: such a row does nothing.
+void Activate(Loop& loop) {
+    const MenuItem* item = loop.menu.ItemAt(loop.menu.selection);
     if (item == nullptr || item->Has(MenuItem::kUnselectable)) return;
-    const MenuItem activated = *item;
-    // What was due stays due; rows without what they lack are no rows to come back to.
-    if (schedule.gathering) schedule.next = 0;
-    if (schedule.partial) menu.rebuild = true;
-    AbandonGathering(screen, schedule);
-    screen.act(menu, activated);
+    const int id = item->id;
+    if (loop.screen.facts != nullptr) {
+        // The action may take long. What is being gathered would be old by then.
+        if (loop.progress.known != Known::All) loop.progress.due = 0;
+        loop.screen.facts->stop();
+    }
+    Do(loop, loop.screen.act(id));
+}
+
+void TurnSelected(Loop& loop) {
+    const MenuItem* item = loop.menu.ItemAt(loop.menu.selection);
+    if (item != nullptr) Do(loop, loop.screen.turn(item->id));
+}
+
+void TakeKey(Loop& loop, int key) {
+    if (key == KEY_MOUSE) loop.menu.HandleMouse();
+    if (key == KEY_LEFT || key == KEY_RIGHT || key == ' ') TurnSelected(loop);
+    if (loop.menu.HandleKey(key) == Menu::kActivate) Activate(loop);
+}
+
+void WaitForKey(Loop& loop) {
+    if (!IsHeld(loop)) return TakeKey(loop, ReadKey(WakeOf(loop)));
+    if (!HasRows(loop)) return AwaitWithoutKeys(WakeOf(loop));
+    const int key = ReadKey(WakeOf(loop));
+    if (!ShowsHeldRowsFor(key)) return;
+    ShowFacts(loop);
+    Paint(loop);
+    if (key != KEY_MOUSE) TakeKey(loop, key);
 }
 
 }  // namespace
 
 void ScreenLoop(const Screen& screen) {
-    Menu menu;
+    Loop loop{screen};
+    Menu& menu = loop.menu;
     menu.Init();
-    menu.rebuild = true;
-    Schedule schedule;
     do {
-        Refresh(screen, menu, schedule);
-        if (menu.NeedsRedraw()) Repaint(screen, menu);
-        menu.Idle();
-        const int key = ReadKey();
-        if (key == KEY_MOUSE) menu.HandleMouse();
-        if (screen.before_key) screen.before_key(menu, key);
-        if (menu.HandleKey(key) == Menu::kActivate) Activate(screen, menu, schedule);
-        if (screen.after_key) screen.after_key(menu);
-    } while (menu.IsRunning());
-    AbandonGathering(screen, schedule);
-}
-
-void AddTableRow(Menu& menu, const char* label, int id, int hot_key) {
-    if (label == nullptr) {
-        menu.AddSeparator();
-    } else {
-        menu.SetHotKey(menu.AddItem(label, id), hot_key);
-    }
-}
-
-void PaintTitle(const Menu& menu, int above, std::string_view title) {
-    PrintAt(menu.y - above, menu.x - kTitleIndent, title);
+        if (screen.facts != nullptr) FollowFacts(loop);
+        if (screen.facts == nullptr && loop.next == Next::Rebuild) MakeRows(loop, false);
+        if (!IsHeld(loop)) {
+            if (menu.NeedsRedraw()) Paint(loop);
+            PaintHelpOfSelection(loop);
+        }
+        WaitForKey(loop);
+    } while (IsHeld(loop) ? menu.running : menu.IsRunning());
+    if (screen.facts != nullptr) screen.facts->stop();
 }

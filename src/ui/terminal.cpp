@@ -6,46 +6,63 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <utility>
 
-#include "ui/text.h"
+#include "util/clock.h"
+#include "util/command.h"
+#include "util/message.h"
 #include "util/signal_gate.h"
-
-bool MouseAvailable = false;
 
 namespace {
 
-constexpr int kKeyWaitMs = 16;
+constexpr mmask_t kMouseEvents = ALL_MOUSE_EVENTS | REPORT_MOUSE_POSITION;
 constexpr int kEscapeWaitMs = 25;
 // Within a sequence that has begun, the next byte may come over a slow line.
 constexpr int kSequenceWaitMs = 50;
 constexpr int kNoMoreInput = 1;
 
-// The wait for a key; ending signals are let in meanwhile.
-short WaitForInput(int milliseconds) {
-    pollfd input = {STDIN_FILENO, POLLIN, 0};
-    const OpenSignalGate open;
-    return poll(&input, 1, milliseconds) > 0 ? input.revents : static_cast<short>(0);
-}
+bool mouse_available = false;
+
+// A key that was read, but not returned yet; ERR when there is none.
+int put_back = ERR;
 
 // Whether curses may have a key of its own to give (one put back, a new size of the terminal), or
 // something to draw that waits for wgetch().
 bool curses_has_news = true;
 
-// The wait of ReadKey, in which the program spends its days: one call to the kernel. False when
-// the time has passed and nothing else has happened.
-bool SomethingHappens(int milliseconds) {
+int MillisecondsUntil(double moment) {
+    constexpr double kLongest = 3600;
+    if (std::isinf(moment)) return -1;
+    const double left = std::clamp(moment - MonotonicSeconds(), 0.0, kLongest);
+    return static_cast<int>(std::ceil(left * 1000));
+}
+
+short PollInput(int milliseconds) {
     pollfd input = {STDIN_FILENO, POLLIN, 0};
-    return PollWithOpenGate(&input, 1, milliseconds) != 0;
+    const OpenSignalGate open;
+    return poll(&input, 1, milliseconds) > 0 ? input.revents : static_cast<short>(0);
+}
+
+// The wait in which the program spends its days: one call to the kernel. Whether there may be a
+// key: input, or a signal, which may have brought a new size.
+bool AwaitKey(const Wake& wake) {
+    std::vector<pollfd> awaited = {{STDIN_FILENO, POLLIN, 0}};
+    awaited.insert(awaited.end(), wake.answers.begin(), wake.answers.end());
+    const int ready =
+        PollWithOpenGate(awaited.data(), awaited.size(), MillisecondsUntil(wake.until));
+    return ready < 0 || awaited.front().revents != 0;
 }
 
 // A terminal whose output is stopped would hold the program up inside curses, where no ending
 // signal is let in.
-void WaitForOutput() {
+void AwaitTerminal() {
     pollfd output = {STDOUT_FILENO, POLLOUT, 0};
     if (poll(&output, 1, 0) != 0) return;
     const OpenSignalGate open;
@@ -54,29 +71,9 @@ void WaitForOutput() {
 
 // At its end or hung up, standard input is ready to be read for ever, but holds no byte.
 bool InputHasEnded() {
-    if (WaitForInput(0) == 0) return false;
+    if (PollInput(0) == 0) return false;
     int waiting = 0;
     return ioctl(STDIN_FILENO, FIONREAD, &waiting) != 0 || waiting <= 0;
-}
-
-struct ByteRead {
-    ssize_t count;  // as read() tells: 1, 0 at the end, -1 after an error
-    char byte;
-};
-
-// Waits for a byte; ending signals are let in meanwhile.
-ByteRead ReadByte() {
-    const OpenSignalGate open;
-    for (;;) {
-        if (WaitForInput(-1) == 0) continue;
-        ByteRead result = {0, 0};
-        result.count = read(STDIN_FILENO, &result.byte, 1);
-        if (result.count >= 0 || errno != EINTR) return result;
-    }
-}
-
-bool IsLineEnd(const ByteRead& read) {
-    return read.count == 1 && (read.byte == '\n' || read.byte == '\r');
 }
 
 bool IsBetween(int key, int first, int last) {
@@ -190,11 +187,20 @@ void StartKeyboard() {
     KeepKeysFromTheShell();
 }
 
-int ReadKey() {
+void StartMouse() {
+    mouse_available = mousemask(kMouseEvents, nullptr) != 0;
+}
+
+bool MouseAvailable() {
+    return mouse_available;
+}
+
+int ReadKey(const Wake& wake) {
+    if (put_back != ERR) return std::exchange(put_back, ERR);
     int key = curses_has_news || is_wintouched(stdscr) ? KeyFromCurses() : ERR;
     curses_has_news = key != ERR;
     if (key == ERR) {
-        if (!SomethingHappens(kKeyWaitMs)) return ERR;
+        if (!AwaitKey(wake)) return ERR;
         key = KeyFromCurses();
         curses_has_news = true;
         if (key == ERR && InputHasEnded()) EndProgram(kNoMoreInput);
@@ -202,8 +208,37 @@ int ReadKey() {
     return key == kEscape ? ResolveEscape() : key;
 }
 
-bool KeyIsWaiting() {
-    return WaitForInput(0) != 0;
+void AwaitWithoutKeys(Wake wake) {
+    PollWithOpenGate(wake.answers.data(), wake.answers.size(), MillisecondsUntil(wake.until));
+}
+
+bool InputIsWaiting() {
+    return put_back != ERR || PollInput(0) != 0;
+}
+
+bool KeyIsTyped() {
+    for (;;) {
+        const int key = ReadKey({.until = 0});
+        if (key == ERR) return false;
+        // Whoever asks has not painted yet: the new size will be seen then.
+        if (key == KEY_RESIZE || (key == KEY_MOUSE && DropMouseMotion())) continue;
+        if (key != KEY_MOUSE) put_back = key;
+        return true;
+    }
+}
+
+bool DropMouseMotion() {
+    MEVENT event = {};
+    if (getmouse(&event) != OK) return true;
+    if ((event.bstate & ~static_cast<mmask_t>(REPORT_MOUSE_POSITION)) == 0) return true;
+    ungetmouse(&event);
+    curses_has_news = true;
+    return false;
+}
+
+void DropKeys() {
+    put_back = ERR;
+    flushinp();
 }
 
 void ShowScreen() {
@@ -211,7 +246,7 @@ void ShowScreen() {
 }
 
 void ShowWindow(WINDOW* window) {
-    WaitForOutput();
+    AwaitTerminal();
     wrefresh(window);
     curses_has_news = true;
 }
@@ -242,37 +277,26 @@ void ShellEscape(const std::function<void()>& work) {
     initscr();
 }
 
-void LeaveCursesAtHome() {
-    endwin();
-    std::printf("\x1b[H");
-    std::printf("\x1b[J");
-    std::fflush(stdout);
+int ReadByte() {
+    const OpenSignalGate open;
+    for (;;) {
+        if (PollInput(-1) == 0) continue;
+        unsigned char byte = 0;
+        const ssize_t count = read(STDIN_FILENO, &byte, 1);
+        if (count > 0) return byte;
+        if (count == 0) return kEndOfInput;
+        if (errno != EINTR) return kReadError;
+    }
 }
 
-void ReadLineRaw() {
-    for (;;) {
-        const ByteRead read = ReadByte();
-        if (read.count < 0 || IsLineEnd(read)) return;
-        // Ctrl-D reads as an end once; on a terminal that is still there, more can follow.
-        if (read.count == 0 && (isatty(STDIN_FILENO) == 0 || (WaitForInput(0) & POLLHUP) != 0)) {
-            EndProgram(kNoMoreInput);
-        }
-    }
+bool InputHasHungUp() {
+    return (PollInput(0) & POLLHUP) != 0;
 }
 
 void ReadLineOrEnd() {
-    for (;;) {
-        const ByteRead read = ReadByte();
-        if (read.count <= 0 || IsLineEnd(read)) return;
-    }
-}
-
-void WaitForKeyEnter() {
-    for (;;) {
-        const int key = ReadKey();
-        const int low_byte = key & 0xff;
-        if (key != ERR && (low_byte == '\r' || low_byte == '\n')) return;
-    }
+    int byte = ReadByte();
+    while (byte >= 0 && byte != '\n' && byte != '\r')
+        byte = ReadByte();
 }
 
 void RestoreTerminal() {
@@ -280,6 +304,7 @@ void RestoreTerminal() {
 }
 
 void EndProgram(int status) {
+    EndAllCommands();
     RestoreTerminal();
     std::exit(status);
 }

@@ -6,12 +6,17 @@
 #pragma once
 
 #include <curses.h>
+#include <poll.h>
 
 #include <functional>
+#include <limits>
 #include <string_view>
+#include <vector>
 
-// Whether mouse events are available: set by the start-up when the terminal took the event mask.
-extern bool MouseAvailable;
+// Asks the terminal for mouse events: presses, clicks, and every motion.
+void StartMouse();
+// Whether it took that mask.
+bool MouseAvailable();
 
 constexpr int kEscape = 27;
 
@@ -23,17 +28,37 @@ constexpr int kUnknownKey = 0x10000;
 // initscr().
 void StartKeyboard();
 
-// Waits 16 ms for a key and returns its code, or ERR when none came. Draws what is pending on the
-// standard screen first, as wgetch() does.
+// What ends a wait for a key besides a key.
+struct Wake {
+    double until = std::numeric_limits<double>::infinity();  // as MonotonicSeconds tells
+    std::vector<pollfd> answers = {};                        // one of them has something to read
+};
+
+// Waits for a key and returns its code, or ERR when something else has ended the wait. Draws what
+// is pending on the standard screen first, as wgetch() does.
 //
 // A lone ESC comes through after 25 ms. ESC that begins a sequence which curses does not know
 // (ESC [ ... or ESC O ..., from F1 of some terminals, Ctrl-Left, paste brackets) is swallowed with
 // the whole sequence and comes as kUnknownKey: taken byte by byte it would leave the screen and
 // then work as hot keys. ESC followed by anything else is ESC.
-int ReadKey();
+int ReadKey(const Wake& wake = {});
 
-// Whether a key has been pressed that ReadKey has not taken yet.
-bool KeyIsWaiting();
+// The same wait without taking keys: they stay where they are.
+void AwaitWithoutKeys(Wake wake);
+
+// Whether there is input that ReadKey has not taken yet.
+bool InputIsWaiting();
+
+// Whether a key or a mouse button has been pressed that ReadKey has not returned yet. Reports of
+// the mouse having moved are dropped.
+bool KeyIsTyped();
+
+// After ReadKey has returned KEY_MOUSE: whether the mouse has only moved, which is then dropped. A
+// button's event stays, and comes again.
+bool DropMouseMotion();
+
+// Drops the keys that were typed so far and that ReadKey has not returned.
+void DropKeys();
 
 // Brings what was drawn on the standard screen, or on a part of it, to the terminal. While the
 // terminal takes no output (Ctrl-S) this waits, and ending signals are let in.
@@ -53,21 +78,18 @@ void PrintAt(int line, int column, std::string_view text);
 // `redraw`.
 void ShellEscape(const std::function<void()>& work);
 
-// The short form: leaves curses and homes the cursor on a cleared terminal. Curses comes back with
-// the next refresh().
-void LeaveCursesAtHome();
+// Reads a byte from standard input on the plain terminal; ending signals are let in meanwhile.
+// kEndOfInput at the end, kReadError after an error.
+constexpr int kEndOfInput = -1;
+constexpr int kReadError = -2;
+int ReadByte();
 
-// Waits on the plain terminal until a line feed or carriage return is read from standard input,
-// byte by byte. Only a read error ends the wait early. End of input does not: Ctrl-D on a terminal
-// is waited out, and where there is no more input at all, the program ends with status 1.
-void ReadLineRaw();
+// Whether standard input has hung up.
+bool InputHasHungUp();
 
-// The same wait for a screen that has more to do: end of input and read errors end it, too.
+// Waits on the plain terminal until a line feed or carriage return is read, or until there is
+// nothing more to read.
 void ReadLineOrEnd();
-
-// Waits inside curses until the low byte of a key's code is CR or LF. A function key whose code
-// has such a low byte therefore counts as ENTER too.
-void WaitForKeyEnter();
 
 // Drops the keys that were typed for the program and that it will not read: a shell would run them.
 void DropTypedKeys();
@@ -75,5 +97,6 @@ void DropTypedKeys();
 // Restores the terminal if curses has it: mouse reporting off, cursor on, main screen.
 void RestoreTerminal();
 
-// Restores the terminal and ends the program with that status.
+// Ends the commands that run beside the program, restores the terminal, and ends the program with
+// that status.
 [[noreturn]] void EndProgram(int status);

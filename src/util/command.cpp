@@ -11,24 +11,29 @@
 #include <csignal>
 #include <ctime>
 #include <initializer_list>
+#include <utility>
+#include <vector>
 
+#include "util/clock.h"
 #include "util/io.h"
 #include "util/signal_gate.h"
-#include "util/wipe.h"
 
 namespace {
 
 constexpr int kReadsAtOnce = 64;
 constexpr std::size_t kMostOutput = 16 << 20;
 
+// The process groups of the commands that run beside the program.
+std::vector<pid_t> running_groups;
+
 // What a command has instead of the terminal: an end of a pipe, or none.
 struct Redirection {
     int input = -1;
-    int output = -1;  // with standard error dropped
+    int output = -1;  // beside the program
 };
 
 // Starts /bin/sh on the command; -1 when that fails.
-pid_t StartShell(const std::string& command, const Redirection& redirection) {
+pid_t StartShell(const char* command, const Redirection& redirection) {
     posix_spawnattr_t attributes;
     posix_spawn_file_actions_t actions;
     if (posix_spawnattr_init(&attributes) != 0) return -1;
@@ -39,23 +44,26 @@ pid_t StartShell(const std::string& command, const Redirection& redirection) {
     sigset_t defaults;
     sigset_t mask;
     sigemptyset(&defaults);
-    for (int number : {SIGCHLD, SIGINT, SIGQUIT})
+    for (int number : {SIGCHLD, SIGINT, SIGQUIT, SIGPIPE, SIGXFSZ, SIGALRM})
         sigaddset(&defaults, number);
     sigemptyset(&mask);
     posix_spawnattr_setsigdefault(&attributes, &defaults);
     posix_spawnattr_setsigmask(&attributes, &mask);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    short flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
     if (redirection.input >= 0) {
         posix_spawn_file_actions_adddup2(&actions, redirection.input, STDIN_FILENO);
     }
     if (redirection.output >= 0) {
+        flags |= POSIX_SPAWN_SETPGROUP;
+        posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
         posix_spawn_file_actions_adddup2(&actions, redirection.output, STDOUT_FILENO);
         posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     }
+    posix_spawnattr_setflags(&attributes, flags);
     char shell[] = "sh";
     char flag[] = "-c";
     // No copy: the command may hold a password, and its owner wipes it.
-    char* arguments[] = {shell, flag, const_cast<char*>(command.c_str()), nullptr};
+    char* arguments[] = {shell, flag, const_cast<char*>(command), nullptr};
     pid_t pid = -1;
     const int failure = posix_spawn(&pid, "/bin/sh", &actions, &attributes, arguments, environ);
     posix_spawn_file_actions_destroy(&actions);
@@ -73,25 +81,28 @@ int WaitFor(pid_t pid) {
 }
 
 // Until the pipe has something to read or is at its end; ending signals are let in meanwhile.
-void WaitForOutput(int descriptor) {
+void AwaitPipe(int descriptor) {
     pollfd output = {descriptor, POLLIN, 0};
     const OpenSignalGate open;
     poll(&output, 1, -1);
 }
 
 // A command that has ended without reading must not end this program by SIGPIPE.
-void WriteWithoutSignal(int descriptor, std::initializer_list<std::string_view> texts) {
+void WriteWithoutSignal(int descriptor, std::string_view text) {
     sigset_t broken_pipe;
     sigset_t before;
     sigemptyset(&broken_pipe);
     sigaddset(&broken_pipe, SIGPIPE);
     sigprocmask(SIG_BLOCK, &broken_pipe, &before);
-    for (std::string_view text : texts) {
-        if (!WriteAll(descriptor, text)) break;
-    }
+    WriteAll(descriptor, text);
     const timespec now = {};
     sigtimedwait(&broken_pipe, nullptr, &now);
     sigprocmask(SIG_SETMASK, &before, nullptr);
+}
+
+void StopListening(RunningCommand& command) {
+    close(std::exchange(command.descriptor, -1));
+    std::erase(running_groups, command.pid);
 }
 
 bool IsWordByte(unsigned char byte) {
@@ -102,7 +113,7 @@ bool IsWordByte(unsigned char byte) {
 
 }  // namespace
 
-int RunCommand(const std::string& command) {
+int RunCommand(const char* command) {
     struct sigaction ignore = {};
     ignore.sa_handler = SIG_IGN;
     struct sigaction interrupt = {};
@@ -120,12 +131,14 @@ std::optional<RunningCommand> StartCommand(const std::string& command) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
     RunningCommand running;
-    running.pid = StartShell(command, {.output = ends[1]});
+    running.started = MonotonicSeconds();
+    running.pid = StartShell(command.c_str(), {.output = ends[1]});
     close(ends[1]);
     if (running.pid < 0) {
         close(ends[0]);
         return std::nullopt;
     }
+    running_groups.push_back(running.pid);
     fcntl(ends[0], F_SETFL, O_NONBLOCK);
     running.descriptor = ends[0];
     return running;
@@ -139,41 +152,47 @@ bool ReadAvailable(RunningCommand& command) {
         const ssize_t count = read(command.descriptor, buffer, sizeof buffer);
         if (count > 0) {
             command.output.append(buffer, static_cast<size_t>(count));
-            if (command.output.size() > kMostOutput) Abandon(command);
+            if (command.output.size() > kMostOutput) EndCommand(command);
         } else if (count < 0 && errno == EAGAIN) {
             return false;
         } else if (count == 0 || errno != EINTR) {
-            Abandon(command);
+            StopListening(command);
         }
     }
     return true;
 }
 
-void Abandon(RunningCommand& command) {
-    if (command.descriptor >= 0) close(command.descriptor);
-    command.descriptor = -1;
+void EndCommand(RunningCommand& command) {
+    if (command.descriptor < 0) return;
+    kill(-command.pid, SIGKILL);
+    StopListening(command);
+}
+
+void EndAllCommands() {
+    for (pid_t group : running_groups)
+        kill(-group, SIGKILL);
+    running_groups.clear();
 }
 
 std::optional<std::string> CommandOutput(const std::string& command) {
     auto running = StartCommand(command);
     if (!running) return std::nullopt;
     while (!ReadAvailable(*running))
-        WaitForOutput(running->descriptor);
+        AwaitPipe(running->descriptor);
     WaitFor(running->pid);
     return std::move(running->output);
 }
 
-void FeedCommand(const std::string& command, std::initializer_list<std::string_view> input,
-                 std::string* secret) {
+void FeedCommand(const std::string& command, Secret input) {
     int ends[2] = {-1, -1};
     pid_t pid = -1;
     if (pipe2(ends, O_CLOEXEC) == 0) {
-        pid = StartShell(command, {.input = ends[0]});
+        pid = StartShell(command.c_str(), {.input = ends[0]});
         close(ends[0]);
-        if (pid > 0) WriteWithoutSignal(ends[1], input);
+        if (pid > 0) WriteWithoutSignal(ends[1], input.text());
         close(ends[1]);
     }
-    if (secret != nullptr) Wipe(*secret);
+    input = Secret(0);
     if (pid > 0) WaitFor(pid);
 }
 

@@ -1,8 +1,6 @@
 #include "util/lines.h"
 
-#include <cstring>
-
-#include "util/utility.h"
+#include "util/trim.h"
 
 bool NextLine(std::string_view& text, std::size_t size, std::string& line) {
     line.clear();
@@ -18,7 +16,20 @@ bool NextLine(std::string_view& text, std::size_t size, std::string& line) {
 
 bool NextChompedLine(std::string_view& text, std::size_t size, std::string& line) {
     if (!NextLine(text, size, line)) return false;
-    chomp(line.data());
-    line.resize(std::strlen(line.c_str()));
+    line.resize(TrimEnd(line, kLineEnds).size());
     return true;
+}
+
+std::vector<std::string_view> SplitColumns(std::string_view line, Columns columns,
+                                           std::size_t most) {
+    const bool by_tabs = columns == Columns::ByTabs;
+    std::vector<std::string_view> found;
+    while (!line.empty() && found.size() < most) {
+        const std::size_t end = line.find_first_of(by_tabs ? "\t" : kBlanks);
+        found.push_back(line.substr(0, end));
+        if (end == std::string_view::npos) break;
+        line.remove_prefix(end + 1);
+        if (!by_tabs) line = TrimStart(line, kBlanks);
+    }
+    return found;
 }

@@ -2,29 +2,38 @@
 
 #include "ui/dialogs.h"
 #include "ui/terminal.h"
+#include "wifi/access_point_screen.h"
 
 namespace {
 
-void Connect(Menu& menu, const AccessPoint& access_point, const WirelessCard& card) {
-    if (access_point.networkId < 0) return;
-    ShellEscape([&] { SelectAccessPoint(card.name, access_point); });
-    menu.running = false;
+using State = AccessPointState;
+
+Next Connect(State& state) {
+    if (state.access_point.network_id < 0) return Next::Stay;
+    ShellEscape([&] { SelectAccessPoint(state.card.name, state.access_point); });
+    return Next::Leave;
 }
 
-void Forget(Menu& menu, const AccessPoint& access_point, const WirelessCard& card) {
-    if (access_point.networkId < 0) return;
-    menu.rebuild = true;
-    if (!AskYesNoOnBlankScreen()) return;
-    ShellEscape([&] { RemoveAccessPoint(card.name, access_point); });
-    menu.running = false;
+Next Forget(State& state) {
+    if (state.access_point.network_id < 0) return Next::Stay;
+    if (!AskYesNoOnBlankScreen()) return Next::Rebuild;
+    ShellEscape([&] { RemoveAccessPoint(state.card.name, state.access_point); });
+    return Next::Leave;
 }
 
 // Both actions have the key c: pressing it again moves to the other.
-constexpr AccessPointAction kActions[] = {{"Connect to access point", 16, 'c', Connect},
-                                          {"Forget access point", 17, 'c', Forget}};
+constexpr Row<State> kRows[] = {
+    kAddressAndName,
+    kSeparator<State>,
+    {"Return to wifi ap menu", 1, 'r', Leave},
+    kSeparator<State>,
+    {"Connect to access point", 16, 'c', Connect},
+    {"Forget access point", 17, 'c', Forget},
+};
+static_assert(AreSound(kRows));
 
 }  // namespace
 
-void KnownAccessPointScreen(const AccessPoint& access_point, const WirelessCard& card) {
-    RunAccessPointScreen(access_point, card, kActions);
+void KnownAccessPointScreen(const AccessPoint& access_point, const Interface& card) {
+    RunAccessPointScreen(kRows, {access_point, card});
 }

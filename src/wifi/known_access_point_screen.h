@@ -2,7 +2,7 @@
 // by the wireless list.
 #pragma once
 
-#include "wifi/access_point_layout.h"
+#include "net/interface.h"
 #include "wifi/supplicant.h"
 
-void KnownAccessPointScreen(const AccessPoint& access_point, const WirelessCard& card);
+void KnownAccessPointScreen(const AccessPoint& access_point, const Interface& card);

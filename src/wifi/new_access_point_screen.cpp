@@ -1,37 +1,39 @@
 #include "wifi/new_access_point_screen.h"
 
-#include <string>
+#include <utility>
 
 #include "ui/dialogs.h"
 #include "ui/terminal.h"
-#include "util/wipe.h"
+#include "wifi/access_point_screen.h"
 
 namespace {
 
-// Whether the supplicant took the network. When it gives no number for it, nothing is said and the
-// screen is never left.
-bool AddAccessPoint(const WirelessCard& card, const AccessPoint& access_point,
-                    std::string& password) {
-    const int id = AddNetwork(card.name);
-    if (id < 0) return false;
-    ShellEscape([&] { ConfigureNetwork(card.name, access_point, id, password); });
-    return true;
-}
+using State = AccessPointState;
 
 // The password is asked for whatever the network says of its security: an open one is configured
-// as a protected one, too.
-void Connect(Menu& menu, const AccessPoint& access_point, const WirelessCard& card) {
-    menu.redraw = true;
-    std::string password;
-    if (!PromptPassword("Access point password?", password)) return;
-    if (AddAccessPoint(card, access_point, password)) menu.running = false;
-    Wipe(password);
+// as a protected one, too. When the supplicant gives no number for the network, nothing is said and
+// the screen is never left.
+Next Connect(State& state) {
+    std::optional<Secret> password = PromptPassword("Access point password?");
+    if (!password) return Next::Paint;
+    const int id = AddNetwork(state.card.name);
+    if (id < 0) return Next::Paint;
+    ShellEscape(
+        [&] { ConfigureNetwork(state.card.name, state.access_point, id, std::move(*password)); });
+    return Next::Leave;
 }
 
-constexpr AccessPointAction kActions[] = {{"Connect to access point", 16, 'c', Connect}};
+constexpr Row<State> kRows[] = {
+    kAddressAndName,
+    kSeparator<State>,
+    {"Return to wifi ap menu", 1, 'r', Leave},
+    kSeparator<State>,
+    {"Connect to access point", 16, 'c', Connect},
+};
+static_assert(AreSound(kRows));
 
 }  // namespace
 
-void NewAccessPointScreen(const AccessPoint& access_point, const WirelessCard& card) {
-    RunAccessPointScreen(access_point, card, kActions);
+void NewAccessPointScreen(const AccessPoint& access_point, const Interface& card) {
+    RunAccessPointScreen(kRows, {access_point, card});
 }

@@ -2,7 +2,7 @@
 // wireless list.
 #pragma once
 
-#include "wifi/access_point_layout.h"
+#include "net/interface.h"
 #include "wifi/supplicant.h"
 
-void NewAccessPointScreen(const AccessPoint& access_point, const WirelessCard& card);
+void NewAccessPointScreen(const AccessPoint& access_point, const Interface& card);

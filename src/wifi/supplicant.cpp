@@ -9,7 +9,6 @@
 #include "util/command.h"
 #include "util/lines.h"
 #include "util/message.h"
-#include "util/wipe.h"
 
 namespace {
 
@@ -18,36 +17,41 @@ constexpr std::size_t kLineSize = 1024;
 constexpr unsigned kLongPause = 5;
 constexpr unsigned kShortPause = 2;
 
-bool BeginsWithDigit(const char* text) {
-    return std::isdigit(static_cast<unsigned char>(*text)) != 0;
+using Cells = std::vector<std::string_view>;
+
+// The number that the text begins with; -1 when it begins with none.
+int LeadingNumber(std::string_view text) {
+    const bool is_number = !text.empty() && text.front() >= '0' && text.front() <= '9';
+    return is_number ? std::atoi(std::string(text).c_str()) : -1;
 }
 
 // network id, ssid, bssid, flags
-AccessPoint ConfiguredNetwork(const std::vector<char*>& columns) {
+AccessPoint ConfiguredNetwork(const Cells& columns) {
     AccessPoint network;
     if (columns.size() >= 2) network.ssid = columns[1];
     if (columns.size() >= 3) network.bssid = columns[2];
     if (columns.size() >= 4) network.flags = columns[3];
-    if (!columns.empty() && BeginsWithDigit(columns[0])) network.networkId = std::atoi(columns[0]);
+    if (!columns.empty()) network.network_id = LeadingNumber(columns[0]);
     return network;
 }
 
 // bssid, frequency, signal level, flags, ssid
-AccessPoint ScannedNetwork(const std::vector<char*>& columns) {
+AccessPoint ScannedNetwork(const Cells& columns) {
     AccessPoint network;
-    network.isNew = true;
+    network.is_new = true;
     if (columns.size() > 4) network.ssid = columns[4];
     if (!columns.empty()) network.bssid = columns[0];
     if (columns.size() > 3) network.flags = columns[3];
     return network;
 }
 
-void ParseListing(std::string_view listing, AccessPoint (*network_of)(const std::vector<char*>&),
+void ParseListing(std::string_view listing, AccessPoint (*network_of)(const Cells&),
                   AccessPointMap& map) {
     std::string line;
     NextLine(listing, kLineSize, line);
     while (NextLine(listing, kLineSize, line)) {
-        AccessPoint network = network_of(SplitTabColumns(line.data()));
+        const std::string_view row = std::string_view(line).substr(0, line.find('\n'));
+        AccessPoint network = network_of(SplitColumns(row, Columns::ByTabs, kMostColumns));
         if (network.bssid.empty()) continue;
         AccessPointKey key(network.ssid, network.bssid);
         map.try_emplace(std::move(key), std::move(network));
@@ -70,18 +74,15 @@ std::string SetNetwork(const std::string& interface_name, int id, const char* na
 
 // A text value: in double quotes for the supplicant, in single quotes for the shell.
 void SetQuoted(const std::string& interface_name, int id, const char* name,
-               const std::string& value) {
+               std::string_view value) {
     if (value.empty() || !IsQuotable(value)) return;
-    const std::string beginning = SetNetwork(interface_name, id, name);
-    std::string command;
-    // Growing would leave copies behind.
-    command.reserve(beginning.size() + value.size() + 8);
-    command += beginning;
-    command += "'\"";
-    command += value;
-    command += "\"'";
-    RunCommand(command);
-    Wipe(command);
+    const std::string beginning = SetNetwork(interface_name, id, name) + "'\"";
+    constexpr std::string_view kEnd = "\"'";
+    Secret command(beginning.size() + value.size() + kEnd.size());
+    command.Append(beginning);
+    command.Append(value);
+    command.Append(kEnd);
+    RunCommand(command.c_str());
 }
 
 }  // namespace
@@ -93,26 +94,14 @@ std::string SupplicantPidPath(std::string_view hardware_address) {
     return "/var/network/" + address + "/wpa_supplicant.pid";
 }
 
-void EnsureSupplicant(const std::string& interface_name, std::string_view hardware_address) {
+void EnsureSupplicant(const Interface& card) {
     struct stat about = {};
-    if (stat(SupplicantPidPath(hardware_address).c_str(), &about) == 0) return;
-    RunCommand("/etc/init.d/network start " + ShellWord(interface_name));
+    if (stat(SupplicantPidPath(card.address).c_str(), &about) == 0) return;
+    RunCommand("/etc/init.d/network start " + ShellWord(card.name));
 }
 
 std::string WpaCliCommand(const std::string& interface_name, std::string_view suffix) {
     return "wpa_cli -i " + ShellWord(interface_name) + std::string(suffix);
-}
-
-std::vector<char*> SplitTabColumns(char* line) {
-    std::vector<char*> columns;
-    char* p = line;
-    while (*p != '\0' && *p != '\n' && columns.size() < kMostColumns) {
-        columns.push_back(p);
-        while (*p != '\0' && *p != '\t' && *p != '\n')
-            ++p;
-        if (*p != '\0') *p++ = '\0';
-    }
-    return columns;
 }
 
 void ParseConfiguredNetworks(std::string_view listing, AccessPointMap& map) {
@@ -123,18 +112,19 @@ void ParseScanResults(std::string_view listing, AccessPointMap& map) {
     ParseListing(listing, ScannedNetwork, map);
 }
 
-void LoadAccessPoints(const std::string& interface_name, AccessPointList& list) {
-    list.map.clear();
-    list.keys.clear();
+std::vector<AccessPoint> LoadAccessPoints(const std::string& interface_name) {
+    AccessPointMap map;
     if (const auto listing = CommandOutput(WpaCliCommand(interface_name, " list_networks"))) {
-        ParseConfiguredNetworks(*listing, list.map);
+        ParseConfiguredNetworks(*listing, map);
     }
     if (const auto listing = CommandOutput(WpaCliCommand(interface_name, " scan_result"))) {
-        ParseScanResults(*listing, list.map);
+        ParseScanResults(*listing, map);
     }
-    list.keys.reserve(list.map.size());
-    for (const auto& [key, network] : list.map)
-        list.keys.push_back(key);
+    std::vector<AccessPoint> networks;
+    networks.reserve(map.size());
+    for (auto& [key, network] : map)
+        networks.push_back(std::move(network));
+    return networks;
 }
 
 bool IsQuotable(std::string_view text) {
@@ -168,32 +158,31 @@ void ScanAccessPoints(const std::string& interface_name) {
 
 void SelectAccessPoint(const std::string& interface_name, const AccessPoint& access_point) {
     SayOf("Connecting to", access_point);
-    RunWpaCli(interface_name, " select_network " + std::to_string(access_point.networkId));
+    RunWpaCli(interface_name, " select_network " + std::to_string(access_point.network_id));
     SaveSupplicantConfig(interface_name);
     Pause(kShortPause);
 }
 
 void RemoveAccessPoint(const std::string& interface_name, const AccessPoint& access_point) {
     SayOf("Removing", access_point);
-    RunWpaCli(interface_name, " remove_network " + std::to_string(access_point.networkId));
+    RunWpaCli(interface_name, " remove_network " + std::to_string(access_point.network_id));
     SaveSupplicantConfig(interface_name);
     Pause(kShortPause);
 }
 
 int AddNetwork(const std::string& interface_name) {
     const auto output = CommandOutput(WpaCliCommand(interface_name, " add_network"));
-    if (!output || !BeginsWithDigit(output->c_str())) return -1;
-    return std::atoi(output->c_str());
+    return output ? LeadingNumber(*output) : -1;
 }
 
 void ConfigureNetwork(const std::string& interface_name, const AccessPoint& access_point, int id,
-                      std::string& password) {
+                      Secret password) {
     SayOf("Connecting to", access_point);
     SetQuoted(interface_name, id, "ssid", access_point.ssid);
     RunCommand(SetNetwork(interface_name, id, "bssid") + QuotedWord(access_point.bssid));
     RunCommand(SetNetwork(interface_name, id, "key_mgmt") + QuotedWord("WPA-PSK"));
-    SetQuoted(interface_name, id, "psk", password);
-    Wipe(password);
+    SetQuoted(interface_name, id, "psk", password.text());
+    password = Secret(0);
     RunWpaCli(interface_name, " enable_network " + std::to_string(id));
     RunWpaCli(interface_name, " select_network " + std::to_string(id));
     SaveSupplicantConfig(interface_name);

@@ -5,53 +5,46 @@
 // inside quotes that they cannot leave.
 #pragma once
 
-#include <cstddef>
 #include <map>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "net/interface.h"
+#include "util/secret.h"
+
 // One network.
 struct AccessPoint {
-    std::string bssid;   // "00:1a:2b:3c:4d:5e", or "any" for one that is bound to no access point
-    std::string ssid;    // as printed; empty for a hidden network
-    std::string flags;   // as printed
-    int networkId = -1;  // the supplicant's number; -1 when it is not configured
-    bool isNew = false;  // seen by the scan, not configured
+    std::string bssid;    // "00:1a:2b:3c:4d:5e", or "any" for one that is bound to no access point
+    std::string ssid;     // as printed; empty for a hidden network
+    std::string flags;    // as printed
+    int network_id = -1;  // the supplicant's number; -1 when it is not configured
+    bool is_new = false;  // seen by the scan, not configured
 };
 
 // SSID, then BSSID, compared byte by byte.
 using AccessPointKey = std::pair<std::string, std::string>;
 using AccessPointMap = std::map<AccessPointKey, AccessPoint>;
 
-// The networks in the order in which they are shown: row n is `keys[n]`.
-struct AccessPointList {
-    AccessPointMap map;
-    std::vector<AccessPointKey> keys;
-};
-
 // "/var/network/00:1a:2b:3c:4d:5e/wpa_supplicant.pid" for an address in any case.
 std::string SupplicantPidPath(std::string_view hardware_address);
 
 // Runs "/etc/init.d/network start INTERFACE" when there is no such file. A file left by a
 // supplicant that has ended counts, too.
-void EnsureSupplicant(const std::string& interface_name, std::string_view hardware_address);
+void EnsureSupplicant(const Interface& card);
 
 // "wpa_cli -i INTERFACE" and the suffix, blanks included.
 std::string WpaCliCommand(const std::string& interface_name, std::string_view suffix);
-
-// Splits a listing's line in place at single tabs; it ends at a line feed. At most 256 columns.
-std::vector<char*> SplitTabColumns(char* line);
 
 // Take a listing's rows into the map, its first line apart. An entry that is there already stays. A
 // row without BSSID is dropped. Lines beyond 1023 bytes count as several.
 void ParseConfiguredNetworks(std::string_view listing, AccessPointMap& map);
 void ParseScanResults(std::string_view listing, AccessPointMap& map);
 
-// Asks for both listings and makes the list anew: what is configured comes first and hides the
-// same SSID and BSSID in the scan. A listing that can't be had is empty.
-void LoadAccessPoints(const std::string& interface_name, AccessPointList& list);
+// The networks of both listings by SSID, then BSSID. What is configured hides the same SSID and
+// BSSID in the scan. A listing that can't be had is empty.
+std::vector<AccessPoint> LoadAccessPoints(const std::string& interface_name);
 
 // Whether the text holds no double quote, single quote or backslash.
 bool IsQuotable(std::string_view text);
@@ -73,7 +66,6 @@ int AddNetwork(const std::string& interface_name);
 
 // The rest of adding a network, on the plain terminal: configures network `id` for the access
 // point, connects, saves, pauses. An SSID or password that is empty or not IsQuotable is left out
-// without a word. The password, and every copy made of it here, is wiped as soon as the supplicant
-// has it.
+// without a word. The password is gone as soon as the supplicant has it.
 void ConfigureNetwork(const std::string& interface_name, const AccessPoint& access_point, int id,
-                      std::string& password);
+                      Secret password);

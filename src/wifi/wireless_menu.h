@@ -3,6 +3,6 @@
 // interface screen.
 #pragma once
 
-#include "wifi/access_point_layout.h"
+#include "net/interface.h"
 
-void WirelessMenu(const WirelessCard& card);
+void WirelessMenu(const Interface& card);

@@ -1,5 +1,6 @@
-// What the start-up learns of the Linux console it runs on. It decides nothing: a machine without
-// framebuffer or console font leaves the defaults, and no screen depends on them.
+// The Linux console that the program runs on, in pixels: figures for the product line's tools that
+// draw on it. The start-up takes them; no screen of this program depends on them, and a machine
+// without framebuffer or console font leaves the defaults.
 #pragma once
 
 struct ConsoleInfo {
@@ -12,16 +13,14 @@ struct ConsoleInfo {
     int line_length = -1;         // bytes; -1: unknown
 };
 
-extern ConsoleInfo console_info;
-
 // The console's number from the terminal that standard output is: "/dev/tty2" gives 2, "/dev/tty"
 // 0, a pseudo-terminal 0 (the console in front); -1 for anything else.
 int ConsoleNumberOf(const char* terminal_path);
 
-// Fills the record: the terminal behind /proc/self/fd/1, its font (KDFONTOP), the console's
+// Takes the figures: from the terminal behind /proc/self/fd/1, its font (KDFONTOP), the console's
 // framebuffer (FBIOGET_CON2FBMAP on the first /dev/fb0 to /dev/fb15 that opens) and its geometry
 // (FBIOGET_FSCREENINFO, FBIOGET_VSCREENINFO).
-void ProbeConsole(ConsoleInfo& info);
+ConsoleInfo ProbeConsole();
 
 // Between cells and pixels. Pixels are rounded up to whole cells.
 int RowsToPixels(const ConsoleInfo& info, int rows);

@@ -1,5 +1,6 @@
 // Small routines on C texts, files and processes which the tools of the product line share. Their
 // names and their exact behaviour are the product line's, so a tool may rely on every detail here.
+// This program's own screens use none of them.
 //
 //     char line[512];
 //     while (fgets(line, sizeof line, file) != nullptr) {
@@ -21,6 +22,19 @@
 // Cuts all carriage returns and line feeds off the end of the text, in any mixture. Those inside
 // the text stay.
 void chomp(char* text);
+
+// White space, for these four, is exactly tab, line feed, carriage return and blank.
+// The first other character of the text, or its end.
+char* skip_space(char* text);
+// Cuts trailing white space in place.
+void trim_trailing_space(char* text);
+// Both: cuts trailing white space and returns the first other character.
+char* trim_space(char* text);
+// Moves the text without its leading white space to its start.
+void strip_leading_space(char* text);
+
+// Whether any of the first `count` bytes is other than zero.
+bool any_nonzero(const void* bytes, size_t count);
 
 // Ends the text at its first line feed and returns what follows it; without a line feed, the
 // text's end. Called again on what it returns, it walks a buffer line by line; the buffer is used

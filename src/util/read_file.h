@@ -1,4 +1,4 @@
-// Whole files in and out.
+// Whole files in.
 #pragma once
 
 #include <optional>

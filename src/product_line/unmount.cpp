@@ -1,22 +1,20 @@
-#include "services/unmount.h"
+#include "product_line/unmount.h"
 
 #include <curses.h>
 #include <sys/mount.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
-#include "ui/dialogs.h"
-#include "ui/terminal.h"
-#include "util/files.h"
+#include "product_line/plain_terminal.h"
 #include "util/lines.h"
+#include "util/read_file.h"
+#include "util/trim.h"
 
 namespace {
 
 constexpr std::size_t kLineSize = 1024;
-constexpr std::string_view kBlanks = " \t";
 
 // Takes the text up to the next blank off the line, and the blanks and tabs that follow. Nothing
 // when no blank follows.
@@ -24,7 +22,7 @@ std::optional<std::string> TakeField(std::string_view& line) {
     const std::size_t end = line.find(' ');
     if (end == std::string_view::npos) return std::nullopt;
     std::string field(line.substr(0, end));
-    line.remove_prefix(std::min(line.find_first_not_of(kBlanks, end), line.size()));
+    line = TrimStart(line.substr(end), kBlanks);
     return field;
 }
 
@@ -39,7 +37,7 @@ void Unmount(const MountedDevice& mounted) {
 }  // namespace
 
 std::optional<MountedDevice> ParseMountLine(std::string_view line) {
-    line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
+    line = TrimStart(line, kBlanks);
     const auto device = TakeField(line);
     const auto mount_point = device ? TakeField(line) : std::nullopt;
     const auto type = mount_point ? TakeField(line) : std::nullopt;

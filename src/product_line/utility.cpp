@@ -1,4 +1,4 @@
-#include "util/utility.h"
+#include "product_line/utility.h"
 
 #include <arpa/inet.h>
 #include <dirent.h>
@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +18,7 @@
 
 namespace {
 
+constexpr const char* kSpaceCharacters = "\t\n\r ";
 constexpr int kEthernetNames = 9;
 constexpr useconds_t kWaitAgain = 100;  // microseconds
 
@@ -39,8 +41,8 @@ char* WithoutFolders(char* path) {
     return name;
 }
 
-// Kernel threads and processes that are just ending have no program, yet are looked at like all
-// others: whatever the link says decides nothing.
+// Only the attempt counts: a process whose program is gone, a kernel thread say, is still compared
+// by its arguments.
 void ReadProgramLink(int pid) {
     char path[32];
     char program[256];
@@ -85,6 +87,32 @@ void chomp(char* text) {
     while (length > 0 && (text[length - 1] == '\r' || text[length - 1] == '\n')) {
         text[--length] = '\0';
     }
+}
+
+char* skip_space(char* text) {
+    return text + strspn(text, kSpaceCharacters);
+}
+
+void trim_trailing_space(char* text) {
+    size_t length = strlen(text);
+    while (length > 0 && strchr(kSpaceCharacters, text[length - 1]) != nullptr)
+        text[--length] = '\0';
+}
+
+char* trim_space(char* text) {
+    char* start = skip_space(text);
+    trim_trailing_space(start);
+    return start;
+}
+
+void strip_leading_space(char* text) {
+    const char* start = skip_space(text);
+    memmove(text, start, strlen(start) + 1);
+}
+
+bool any_nonzero(const void* bytes, size_t count) {
+    const auto* first = static_cast<const unsigned char*>(bytes);
+    return std::any_of(first, first + count, [](unsigned char byte) { return byte != 0; });
 }
 
 char* cut_line(char* text) {

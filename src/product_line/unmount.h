@@ -1,4 +1,5 @@
-// Taking the machine's disks off, from the plain terminal. No screen does it.
+// Unmounting all disks, from the plain terminal: a helper of the product line. This program has no
+// row for it.
 #pragma once
 
 #include <optional>

@@ -1,4 +1,4 @@
-#include "app/console_info.h"
+#include "product_line/console_info.h"
 
 #include <fcntl.h>
 #include <linux/fb.h>
@@ -10,8 +10,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-ConsoleInfo console_info;
 
 namespace {
 
@@ -87,15 +85,14 @@ int ConsoleNumberOf(const char* terminal_path) {
     return std::atoi(path.c_str() + kConsole.size());
 }
 
-void ProbeConsole(ConsoleInfo& info) {
-    info.cell_width = 8;
-    info.cell_height = 16;
-    info.tty_number = -1;
-    if (isatty(STDOUT_FILENO) == 0) return;
+ConsoleInfo ProbeConsole() {
+    ConsoleInfo info;
+    if (isatty(STDOUT_FILENO) == 0) return info;
     info.tty_number = ConsoleNumberOf(StandardOutputPath().c_str());
-    if (info.tty_number < 0) return;
+    if (info.tty_number < 0) return info;
     ProbeFont(info);
     if (ProbeFramebufferIndex(info)) ProbeGeometry(info);
+    return info;
 }
 
 int RowsToPixels(const ConsoleInfo& info, int rows) {

@@ -1,0 +1,17 @@
+#include "net/live_interfaces.h"
+
+#include <algorithm>
+
+#include "util/clock.h"
+
+LiveFacts LiveInterfaces(InterfaceRefresh& refresh) {
+    return {.forget = [&] { ForgetAnswers(refresh); },
+            .ask = [&] { AskInterfaces(refresh); },
+            .take = [&](double now) { return TakeAnswers(refresh, now); },
+            .ask_kernel = [&] { AskKernel(refresh, MonotonicSeconds()); },
+            .stop = [&] { StopAsking(refresh); },
+            .await =
+                [&](Wake& wake) {
+                    wake.until = std::min(wake.until, AwaitAnswers(refresh, wake.answers));
+                }};
+}
