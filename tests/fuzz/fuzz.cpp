@@ -22,17 +22,18 @@
 #include <vector>
 
 #include "net/interface_config.h"
+#include "net/interface_list.h"
 #include "net/interface_status.h"
-#include "net/interface_table.h"
 #include "net/route_table.h"
+#include "product_line/unmount.h"
+#include "product_line/utility.h"
 #include "services/ftp_tls.h"
 #include "services/smb_accounts.h"
-#include "services/unmount.h"
 #include "system/ntp_config.h"
 #include "ui/text.h"
 #include "util/command.h"
 #include "util/lines.h"
-#include "util/utility.h"
+#include "util/message.h"
 #include "wifi/supplicant.h"
 
 void Require(bool holds, const char* what) {
@@ -82,15 +83,18 @@ void Settings(std::string_view text) {
 }
 
 void Routes(std::string_view text) {
-    RouteTable = ParseRouteTable(text);
-    CheckMultipleGateways();
-    Require(multipleGateways == 0 || RouteTable.size() > 1, "several gateways are several routes");
-    for (const RouteEntry& route : RouteTable) {
+    const RouteTable routes = ParseRouteTable(text);
+    Require(!HasMultipleGateways(routes) || routes.size() > 1,
+            "several gateways are several routes");
+    for (const RouteEntry& route : routes) {
         Require(!route.iface.empty(), "a route has an interface");
         Require(route.iface.find_first_of(" \t\n") == std::string::npos, "a name is one word");
-        const RouteEntry* found = FindGateway(route.iface);
-        Require(found == nullptr || found->iface == route.iface, "a gateway is its interface's");
-        Require(found != nullptr || (route.flags & 2) == 0, "a gateway is found");
+        const std::uint32_t gateway = FindGateway(routes, route.iface);
+        const bool is_own = std::any_of(routes.begin(), routes.end(), [&](const RouteEntry& each) {
+            return each.iface == route.iface && each.gateway == gateway && (each.flags & 2) != 0;
+        });
+        Require(gateway == 0 || is_own, "a gateway is its interface's");
+        Require(is_own || (route.flags & 2) == 0, "a gateway is found");
     }
 }
 
@@ -124,7 +128,7 @@ void Networks(std::string_view text) {
     ParseConfiguredNetworks(text, map);
     CheckNetworks(map);
     for (const auto& [key, network] : map)
-        Require(!network.isNew, "what is configured is not new");
+        Require(!network.is_new, "what is configured is not new");
 }
 
 void Scan(std::string_view text) {
@@ -134,11 +138,11 @@ void Scan(std::string_view text) {
     ParseScanResults(text, map);
     CheckNetworks(map);
     for (const auto& [key, network] : configured) {
-        Require(map.at(key).networkId == network.networkId, "what is configured stays");
+        Require(map.at(key).network_id == network.network_id, "what is configured stays");
     }
     for (const auto& [key, network] : map) {
-        Require(network.isNew != configured.contains(key), "what is not configured is new");
-        Require(!network.isNew || network.networkId == -1, "what is new has no number");
+        Require(network.is_new != configured.contains(key), "what is not configured is new");
+        Require(!network.is_new || network.network_id == -1, "what is new has no number");
     }
 }
 
@@ -150,7 +154,7 @@ void Accounts(std::string_view text) {
         Require(account.name.find('\n') == std::string::npos, "a name is in one line");
         root = root || account.name == "root";
     }
-    Require(root == list.rootExists, "root is seen");
+    Require(root == list.root_exists, "root is seen");
 }
 
 bool IsFtpTlsLine(std::string line) {
@@ -185,7 +189,7 @@ void Ntp(std::string_view text) {
     std::erase_if(others, [](const std::string& line) {
         return line.starts_with("server ") || line.starts_with("server\t");
     });
-    Require(config.otherLines == others, "the other lines stay as they are");
+    Require(config.other_lines == others, "the other lines stay as they are");
 }
 
 void Mounts(std::string_view text) {
@@ -254,6 +258,20 @@ void CheckPrefix(const std::string& text) {
     Require(behind == nullptr || behind == text.c_str() + 6, "a text goes on behind its prefix");
 }
 
+void CheckColumns(std::string_view text) {
+    for (const auto columns : {Columns::ByTabs, Columns::ByBlanks}) {
+        const auto found = SplitColumns(text, columns, 8);
+        Require(found.size() <= 8, "no more columns than asked for");
+        Require(found.empty() == text.empty(), "a text has a column");
+        for (std::size_t i = 0; i < found.size(); ++i) {
+            Require(found[i].find('\t') == std::string_view::npos, "a tab is in no column");
+            const bool by_blanks = columns == Columns::ByBlanks;
+            Require(!by_blanks || found[i].find(' ') == std::string_view::npos, "nor is a blank");
+            Require(!by_blanks || i == 0 || !found[i].empty(), "only the first can be empty");
+        }
+    }
+}
+
 void CheckTrim(const std::string& text) {
     constexpr std::string_view kSpaces = "\t\n\r ";
     std::string expected(text.c_str());
@@ -273,6 +291,7 @@ void Utility(std::string_view text) {
     CheckSmallFile(copy);
     CheckPrefix(copy);
     CheckTrim(copy);
+    CheckColumns(text);
     std::int64_t bytes = 0;
     std::memcpy(&bytes, text.data(), std::min(text.size(), sizeof bytes));
     CheckSize(bytes);
@@ -314,6 +333,10 @@ void Display(std::string_view text) {
         Require(character >= 0x20 && !(character >= 0x7f && character < 0xa0), "nothing drives");
     }
     Require(PrintableText(PrintableText(text)) == PrintableText(text), "what is shown shows so");
+    for (std::size_t most : {0U, 1U, 4U}) {
+        const std::string_view whole = WholeCharacters(text, most);
+        Require(whole.size() <= most && text.starts_with(whole), "a text's beginning is cut off");
+    }
     for (int width : {-1, 0, 1, 2, 79}) {
         const std::wstring line = FitColumns(text, width);
         const int columns = wcswidth(line.c_str(), line.size());

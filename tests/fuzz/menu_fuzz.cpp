@@ -136,7 +136,7 @@ void Resize(Session& session, Bytes& bytes) {
 void PressKey(Session& session, int key) {
     Menu& menu = session.menu;
     const int before = menu.selection;
-    const bool armed = menu.clickPending >= 1;
+    const bool armed = menu.click_pending >= 1;
     const auto result = menu.HandleKey(key);
     // A page of no row at all leads anywhere; a selection that is no row is ignored.
     if (!session.sound || menu.height < 1) session.sound = menu.selection < menu.Count();
@@ -170,7 +170,7 @@ void MoveMouse(Session& session, Bytes& bytes) {
     event.bstate = kButtons[bytes.NextBelow(std::size(kButtons))];
     event.y = bytes.NextBelow(64) - 2;
     event.x = bytes.NextBelow(144) - 2;
-    const bool was_armed = menu.clickPending >= 1;
+    const bool was_armed = menu.click_pending >= 1;
     if (ungetmouse(&event) != OK) return;
     // The key that tells of it is not read: behind it curses would look for a mouse's bytes.
     flushinp();
@@ -182,7 +182,7 @@ void MoveMouse(Session& session, Bytes& bytes) {
         if (item != nullptr && item->Has(MenuItem::kHover)) ++hovered;
     }
     Require(hovered <= 1, "the pointer is on one row at most");
-    if (menu.clickPending < 1 || was_armed) return;
+    if (menu.click_pending < 1 || was_armed) return;
     const MenuItem* clicked = menu.ItemAt(menu.selection);
     Require(clicked != nullptr && !clicked->Has(MenuItem::kDim), "a click is on a row to select");
     Require(event.y == menu.y + menu.selection - menu.top, "a click acts on the row under it");

@@ -542,17 +542,8 @@ TEST(WriteInterfaceConfig, SaysNothingWhereItCannotWrite) {
 TEST(EnsureInterfaceConfigFile, CopiesTheTemplateWhereThereIsNoFile) {
     const std::string name = "02:00:5E:00:53:" + std::to_string(getpid());
     const RecordingCommand cp("cp", 1);
-    EnsureInterfaceConfigFile("eth0", name);
+    EnsureInterfaceConfigFile(name);
     EXPECT_EQ(cp.Log(), "cp\n/etc/network/example\n/etc/network/" + name + "\n/dev/null\n");
-}
-
-TEST(EditInterfaceConfigFile, OpensTheFileInViAndReturnsItsStatus) {
-    const RecordingCommand vi("vi", 3);
-    const int status = EditInterfaceConfigFile("02:00:5E:00:53:01");
-    const std::string log = vi.Log();
-    EXPECT_EQ(log.substr(0, log.rfind("53:01\n") + 6), "vi\n/etc/network/02:00:5E:00:53:01\n");
-    EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 3);
 }
 
 }  // namespace

@@ -2,9 +2,10 @@
 // them: one that is up has link, one that is down has none.
 #include <gtest/gtest.h>
 
-#include "net/interface_refresh.h"
+#include <utility>
+
 #include "net/interface_status.h"
-#include "net/route_table.h"
+#include "net/refresh_fixtures.h"
 #include "util/command.h"
 #include "util/utility_fixtures.h"
 
@@ -29,22 +30,24 @@ Answer Probed(const std::vector<std::string>& commands) {
             InterfaceStatus status;
             for (const std::string& command : commands) {
                 RunCommand(command);
-                UpdateRouteInfo();
-                ProbeInterfaceStatus("eth0", status);
+                InterfaceRefresh refresh = {.only = "eth0"};
+                AskInterfaces(refresh);
+                TakeAll(refresh);
+                UnderstandGathered(refresh, refresh.interfaces.front(), status);
                 PrintStatus(status);
             }
             return 0L;
         });
 }
 
-TEST(ProbeInterfaceStatus, AnInterfaceThatIsDownIsDisconnected) {
+TEST(InterfaceState, AnInterfaceThatIsDownIsDisconnected) {
     const Answer answer = Probed({":"});
     SKIP_WHERE_REFUSED(answer);
     EXPECT_EQ(answer.output, "Disconnected|\n");
 }
 
 // A tap that nobody holds open is a card without a cable.
-TEST(ProbeInterfaceStatus, AnInterfaceCanBeUpWithoutLink) {
+TEST(InterfaceState, AnInterfaceCanBeUpWithoutLink) {
     const Answer answer =
         Probed({"ip link del eth0; ip tuntap add eth0 mode tap 2>/dev/null && "
                 "ip link set eth0 up || echo no tap"});
@@ -53,7 +56,7 @@ TEST(ProbeInterfaceStatus, AnInterfaceCanBeUpWithoutLink) {
     EXPECT_EQ(answer.output, "Disconnected|Interface up\n");
 }
 
-TEST(ProbeInterfaceStatus, FollowsWhatHappensToTheInterface) {
+TEST(InterfaceState, FollowsWhatHappensToTheInterface) {
     const Answer answer = Probed({
         "ip link set eth0 up",
         "ip addr add 192.0.2.2/26 dev eth0; ip route add default via 192.0.2.1",
@@ -74,7 +77,7 @@ TEST(ProbeInterfaceStatus, FollowsWhatHappensToTheInterface) {
                                  "   IPv6: 2001:db8::1/64\n" + "Disconnected|\n");
 }
 
-TEST(ProbeInterfaceStatus, OfAnInterfaceThatHasGoneOnlyTheLinkTextStays) {
+TEST(InterfaceState, OfAnInterfaceThatHasGoneOnlyTheLinkTextStays) {
     const Answer answer = Probed({
         "ip link set eth0 up; ip addr add 192.0.2.2/26 dev eth0",
         "ip link del eth0",
@@ -93,20 +96,28 @@ TEST(AskInterface, LearnsTheHardwareAddress) {
         },
         [] {
             RunCommand("ip link set eth0 address 02:00:00:ab:cd:ef");
-            const int socket = OpenPacketSocket();
-            const InterfaceFacts facts = AskInterface("eth0", socket);
+            const KernelSockets sockets;
+            const InterfaceFacts facts = AskInterface("eth0", sockets);
             printf(
                 "%s",
                 FormatHardwareAddress(facts.hardware_address.value_or(HardwareAddress{})).c_str());
-            return AskInterface("eth1", socket).hardware_address.has_value() ? 1L : 0L;
+            return AskInterface("eth1", sockets).hardware_address.has_value() ? 1L : 0L;
         });
     SKIP_WHERE_REFUSED(answer);
     EXPECT_EQ(answer.output, "02:00:00:AB:CD:EF");
     EXPECT_EQ(answer.value, 0);
 }
 
+// Sockets of which the kernel has refused some.
+struct SomeSockets : KernelSockets {
+    SomeSockets(bool has_packet, bool has_inet) {
+        if (!has_packet) close(std::exchange(packet, -1));
+        if (!has_inet) close(std::exchange(inet, -1));
+    }
+};
+
 TEST(AskInterface, WithoutAPacketSocketLinkAndFlagsAreNotAsked) {
-    const InterfaceFacts facts = AskInterface("lo", -1);
+    const InterfaceFacts facts = AskInterface("lo", SomeSockets(false, true));
     EXPECT_FALSE(facts.packet_socket);
     EXPECT_FALSE(facts.hardware_address.has_value());
     EXPECT_FALSE(facts.link.has_value());
@@ -114,13 +125,36 @@ TEST(AskInterface, WithoutAPacketSocketLinkAndFlagsAreNotAsked) {
     EXPECT_TRUE(facts.inet_socket);
 }
 
+TEST(AskInterface, WithoutAnInetSocketAddressesAreNotAsked) {
+    const InterfaceFacts facts = AskInterface("lo", SomeSockets(false, false));
+    EXPECT_FALSE(facts.inet_socket);
+    EXPECT_EQ(facts.address_family, 0);
+    EXPECT_FALSE(facts.is_wireless);
+}
+
 TEST(AskInterface, TakesNamesThatNoInterfaceHas) {
+    const KernelSockets sockets;
     for (const std::string& name : {std::string(), std::string("a b"), std::string("$(echo lo)"),
                                     std::string("veth0@if5"), std::string(127, 'x')}) {
-        const InterfaceFacts facts = AskInterface(name, -1);
+        const InterfaceFacts facts = AskInterface(name, sockets);
         EXPECT_EQ(facts.address_family, 0) << name;
         EXPECT_FALSE(facts.is_wireless) << name;
     }
+}
+
+TEST(KernelSockets, AreClosedAndHandedToNobody) {
+    const SignalAction child(SIGCHLD, SIG_IGN);
+    const int free_before = dup(STDERR_FILENO);
+    close(free_before);
+    {
+        const KernelSockets sockets;
+        EXPECT_EQ(fcntl(sockets.inet, F_GETFD), FD_CLOEXEC);
+        if (sockets.packet < 0) GTEST_SKIP() << "no packet sockets on this system";
+        EXPECT_EQ(fcntl(sockets.packet, F_GETFD), FD_CLOEXEC);
+    }
+    const int free_after = dup(STDERR_FILENO);
+    close(free_after);
+    EXPECT_EQ(free_after, free_before);
 }
 
 TEST(GlobalAddressCommand, NamesTheInterface) {
@@ -131,7 +165,6 @@ TEST(GlobalAddressCommand, NamesTheInterface) {
 TEST(IsWirelessInterface, AWireIsNone) {
     EXPECT_FALSE(IsWirelessInterface("lo"));
     EXPECT_FALSE(IsWirelessInterface("none0"));
-    EXPECT_FALSE(HasRfkill("lo"));
 }
 
 }  // namespace

@@ -4,9 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <cmath>
 
-#include "net/route_table.h"
+#include "net/refresh_fixtures.h"
+#include "util/process_fixtures.h"
 #include "util/utility_fixtures.h"
 
 namespace {
@@ -40,54 +41,79 @@ struct StandInIp : OwnCommand {
 constexpr const char* kTwoInterfaces = "echo '1: lo: <UP>'; echo '2: a0: <UP>'; echo '3: b0: <UP>'";
 constexpr const char* kOwnAddress = "echo \"    inet6 2001:db8::$4/64 scope global\"";
 
-std::vector<std::string> Names(const InterfaceRefresh& refresh) {
-    std::vector<std::string> names;
+constexpr const char* kHang = "sleep 60 & : >started$4; wait";
+
+using Texts = std::vector<std::string>;
+
+Texts Names(const InterfaceRefresh& refresh) {
+    Texts names;
     for (const GatheredInterface& interface : refresh.interfaces)
         names.push_back(interface.name);
     return names;
 }
 
-std::vector<std::string> Addresses(const InterfaceRefresh& refresh) {
-    std::vector<std::string> addresses;
+Texts Addresses(const InterfaceRefresh& refresh) {
+    Texts addresses;
     for (const GatheredInterface& interface : refresh.interfaces)
-        addresses.push_back(LastGlobalIPv6(interface.facts.global_addresses.value_or("(none)")));
+        addresses.push_back(LastGlobalIPv6(interface.facts.global_addresses));
     return addresses;
 }
 
-using Texts = std::vector<std::string>;
+Known Take(InterfaceRefresh& refresh) {
+    return TakeAnswers(refresh, MonotonicSeconds()).known;
+}
 
-// Children are reaped by the kernel, as the program has them.
+void TakeList(InterfaceRefresh& refresh) {
+    TakeUntil(refresh, [](const Answers& answers) { return answers.known == Known::Part; });
+}
+
+Answers TakeLate(InterfaceRefresh& refresh) {
+    return TakeUntil(refresh, [](const Answers& answers) { return answers.late; });
+}
+
+void AwaitFile(const std::string& path) {
+    while (!std::filesystem::exists(path))
+        usleep(1000);
+}
+
+// A command that has run for that long.
+void Age(std::optional<RunningCommand>& command, double seconds) {
+    ASSERT_TRUE(command.has_value());
+    command->started -= seconds;
+}
+
+// Children are reaped by the kernel, as the program has them. What hangs is ended.
 class InterfaceRefreshTest : public testing::Test {
+  protected:
+    ~InterfaceRefreshTest() override { StopAsking(refresh); }
+
     const SignalAction child{SIGCHLD, SIG_IGN};
+    InterfaceRefresh refresh;
 };
 
 TEST_F(InterfaceRefreshTest, GathersAllInterfacesThatAreListed) {
     const StandInIp ip(kTwoInterfaces, kOwnAddress);
-    InterfaceRefresh refresh;
-    StartRefresh(refresh);
-    FinishRefresh(refresh);
-    EXPECT_TRUE(refresh.complete);
-    EXPECT_FALSE(refresh.running);
+    AskInterfaces(refresh);
+    TakeAll(refresh);
     EXPECT_EQ(Names(refresh), (Texts{"a0", "b0"}));
     EXPECT_EQ(Addresses(refresh), (Texts{"2001:db8::a0/64", "2001:db8::b0/64"}));
+    EXPECT_FALSE(TakeAnswers(refresh, MonotonicSeconds()).late);
 }
 
 TEST_F(InterfaceRefreshTest, GathersTheOneThatIsNamed) {
     const StandInIp ip("echo '1: a0: <UP>'", kOwnAddress);
-    InterfaceRefresh refresh;
-    StartRefresh(refresh, "c0");
-    FinishRefresh(refresh);
-    EXPECT_TRUE(refresh.complete);
+    refresh.only = "c0";
+    AskInterfaces(refresh);
     EXPECT_EQ(Names(refresh), Texts{"c0"});
+    TakeAll(refresh);
     EXPECT_EQ(Addresses(refresh), Texts{"2001:db8::c0/64"});
 }
 
 TEST_F(InterfaceRefreshTest, GathersEachOfManyInterfaces) {
     const StandInIp ip("n=1; while [ $n -le 150 ]; do echo \"$n: tap$n: <UP>\"; n=$((n + 1)); done",
                        "echo \"inet6 ::$4\"");
-    InterfaceRefresh refresh;
-    StartRefresh(refresh);
-    FinishRefresh(refresh);
+    AskInterfaces(refresh);
+    TakeAll(refresh);
     Texts names;
     Texts addresses;
     for (int n = 1; n <= 150; ++n) {
@@ -98,104 +124,268 @@ TEST_F(InterfaceRefreshTest, GathersEachOfManyInterfaces) {
     EXPECT_EQ(Addresses(refresh), addresses);
 }
 
+TEST_F(InterfaceRefreshTest, LooksAt4096InterfacesAtMost) {
+    const StandInIp ip("seq 1 4097 | sed 's/.*/&: tap&: <UP>/'", "exit");
+    AskInterfaces(refresh);
+    TakeList(refresh);
+    ASSERT_EQ(refresh.interfaces.size(), 4096U);
+    EXPECT_EQ(refresh.interfaces.back().name, "tap4096");
+}
+
 TEST_F(InterfaceRefreshTest, GoesOnWithoutWaiting) {
     const StandInIp ip("until_there listed; echo '1: a0: <UP>'",
                        "until_there answered; echo 'inet6 ::1'");
-    InterfaceRefresh refresh;
-    StartRefresh(refresh);
-    EXPECT_FALSE(ContinueRefresh(refresh));
-    EXPECT_FALSE(ContinueRefresh(refresh));
+    AskInterfaces(refresh);
+    EXPECT_EQ(Take(refresh), Known::Nothing);
+    EXPECT_EQ(Take(refresh), Known::Nothing);
     EXPECT_EQ(Names(refresh), Texts{});
     ip.folder.File("listed", "");
-    while (refresh.interfaces.empty())
-        ASSERT_FALSE(ContinueRefresh(refresh));
-    EXPECT_FALSE(ContinueRefresh(refresh));
-    EXPECT_FALSE(refresh.complete);
-    EXPECT_TRUE(refresh.running);
+    TakeList(refresh);
+    EXPECT_EQ(Names(refresh), Texts{"a0"});
+    EXPECT_EQ(Take(refresh), Known::Part);
     ip.folder.File("answered", "");
-    FinishRefresh(refresh);
-    EXPECT_TRUE(refresh.complete);
+    TakeAll(refresh);
     EXPECT_EQ(Addresses(refresh), Texts{"::1"});
-}
-
-TEST_F(InterfaceRefreshTest, SaysOnceThatItIsDone) {
-    const StandInIp ip(kTwoInterfaces, kOwnAddress);
-    InterfaceRefresh refresh;
-    EXPECT_FALSE(ContinueRefresh(refresh)) << "nothing runs yet";
-    StartRefresh(refresh);
-    while (!ContinueRefresh(refresh))
-        ASSERT_TRUE(refresh.running);
-    EXPECT_FALSE(ContinueRefresh(refresh));
-    EXPECT_TRUE(refresh.complete);
+    EXPECT_EQ(Take(refresh), Known::All);
 }
 
 TEST_F(InterfaceRefreshTest, TheCommandsRunAtTheSameTime) {
     const StandInIp ip(
         kTwoInterfaces,
         ": >$4; until_there a0; until_there b0; [ -e a0 -a -e b0 ] && echo 'inet6 met'");
-    InterfaceRefresh refresh;
-    StartRefresh(refresh);
-    FinishRefresh(refresh);
+    AskInterfaces(refresh);
+    TakeAll(refresh);
     EXPECT_EQ(Addresses(refresh), (Texts{"met", "met"}));
 }
 
-TEST_F(InterfaceRefreshTest, AbandonedItForgetsEverything) {
+TEST_F(InterfaceRefreshTest, WithoutAnAnswerThereAreNoInterfaces) {
+    const StandInIp ip("exit 1", "exit 1");
+    AskInterfaces(refresh);
+    TakeAll(refresh);
+    EXPECT_EQ(Names(refresh), Texts{});
+}
+
+// ---- the next round ----
+
+TEST_F(InterfaceRefreshTest, AsksAnewAndKeepsWhatIsKnownMeanwhile) {
+    const StandInIp ip("cat list", "cat $4");
+    ip.folder.File("list", "1: a0: <UP>\n2: b0: <UP>\n");
+    ip.folder.File("a0", "inet6 ::a\n");
+    ip.folder.File("b0", "inet6 ::b\n");
+    AskInterfaces(refresh);
+    TakeAll(refresh);
+    ip.folder.File("list", "1: c0: <UP>\n2: b0: <UP>\n");
+    ip.folder.File("b0", "inet6 ::bb\n");
+    ip.folder.File("c0", "inet6 ::c\n");
+    AskInterfaces(refresh);
+    EXPECT_EQ(Addresses(refresh), (Texts{"::a", "::b"}));
+    TakeAll(refresh);
+    EXPECT_EQ(Names(refresh), (Texts{"c0", "b0"}));
+    EXPECT_EQ(Addresses(refresh), (Texts{"::c", "::bb"}));
+}
+
+TEST_F(InterfaceRefreshTest, DoesNotWaitForWhatAnEarlierOneHasAskedFor) {
+    const StandInIp ip(kTwoInterfaces, "[ $4 = b0 ] || until_there go; echo \"inet6 ::$4\"");
+    AskInterfaces(refresh);
+    TakeUntil(refresh, [&](const Answers&) { return Addresses(refresh) == Texts{"", "::b0"}; });
+    EXPECT_EQ(Take(refresh), Known::Part);
+    AskInterfaces(refresh);
+    TakeAll(refresh);
+    EXPECT_EQ(Addresses(refresh), (Texts{"", "::b0"}));
+    ip.folder.File("go", "");
+    EXPECT_EQ(TakeLate(refresh).known, Known::All);
+    EXPECT_EQ(Addresses(refresh), (Texts{"::a0", "::b0"}));
+    EXPECT_FALSE(TakeAnswers(refresh, MonotonicSeconds()).late);
+}
+
+TEST_F(InterfaceRefreshTest, BehindAListThatDoesNotComeThoseKnownAreAskedAbout) {
+    const StandInIp ip("[ ! -e hang ] || until_there go; cat list", "cat $4");
+    ip.folder.File("list", "1: a0: <UP>\n");
+    ip.folder.File("a0", "inet6 ::1\n");
+    AskInterfaces(refresh);
+    TakeAll(refresh);
+    ip.folder.File("hang", "");
+    ip.folder.File("a0", "inet6 ::2\n");
+    AskInterfaces(refresh);
+    EXPECT_EQ(Take(refresh), Known::Nothing);
+    AskInterfaces(refresh);
+    TakeUntil(refresh, [&](const Answers&) { return Addresses(refresh) == Texts{"::2"}; });
+    EXPECT_EQ(Take(refresh), Known::Part);
+    ip.folder.File("list", "1: b0: <UP>\n");
+    ip.folder.File("b0", "inet6 ::3\n");
+    ip.folder.File("go", "");
+    TakeLate(refresh);
+    EXPECT_EQ(Names(refresh), Texts{"b0"});
+    TakeAll(refresh);
+    EXPECT_EQ(Addresses(refresh), Texts{"::3"});
+}
+
+TEST_F(InterfaceRefreshTest, EndsTheCommandsOfInterfacesThatAreNoLongerListed) {
+    const StandInIp ip("cat list", kHang);
+    ip.folder.File("list", "1: a0: <UP>\n2: b0: <UP>\n");
+    AskInterfaces(refresh);
+    TakeList(refresh);
+    for (const char* file : {"starteda0", "startedb0"})
+        AwaitFile(ip.folder.Path(file));
+    const pid_t gone = refresh.interfaces[0].command->pid;
+    const pid_t stays = refresh.interfaces[1].command->pid;
+    ip.folder.File("list", "2: b0: <UP>\n");
+    AskInterfaces(refresh);
+    TakeAll(refresh);
+    EXPECT_EQ(Names(refresh), Texts{"b0"});
+    EXPECT_TRUE(GroupEnds(gone));
+    EXPECT_TRUE(GroupRuns(stays));
+    EXPECT_EQ(refresh.interfaces[0].command->pid, stays);
+}
+
+TEST_F(InterfaceRefreshTest, DropsAnAnswerThatIsOlderThanTwoRounds) {
+    const StandInIp ip("echo '1: a0: <UP>'", "[ -e hang ] && sleep 60; echo 'inet6 ::1'");
+    AskInterfaces(refresh);
+    TakeAll(refresh);
+    const double answered = refresh.interfaces[0].answered;
+    ip.folder.File("hang", "");
+    AskInterfaces(refresh);
+    TakeList(refresh);
+    AskKernel(refresh, answered + 9.9);
+    EXPECT_EQ(Addresses(refresh), Texts{"::1"});
+    AskKernel(refresh, answered + 10.1);
+    EXPECT_EQ(Addresses(refresh), Texts{""});
+    EXPECT_TRUE(refresh.interfaces[0].facts.addresses_asked);
+}
+
+// ---- what hangs ----
+
+TEST_F(InterfaceRefreshTest, EndsAHangingCommandWithItsChildrenAndAsksAnew) {
+    const StandInIp ip("echo '1: a0: <UP>'",
+                       std::string("[ -e starteda0 ] && echo 'inet6 ::2' && exit; ") + kHang);
+    AskInterfaces(refresh);
+    TakeList(refresh);
+    AwaitFile(ip.folder.Path("starteda0"));
+    const pid_t hanging = refresh.interfaces[0].command->pid;
+    Age(refresh.interfaces[0].command, 9);
+    EXPECT_EQ(Take(refresh), Known::Part);
+    EXPECT_TRUE(GroupRuns(hanging));
+    Age(refresh.interfaces[0].command, 1);
+    EXPECT_EQ(Take(refresh), Known::Part);
+    EXPECT_TRUE(GroupEnds(hanging));
+    TakeAll(refresh);
+    EXPECT_EQ(Addresses(refresh), Texts{"::2"});
+}
+
+TEST_F(InterfaceRefreshTest, EndsAHangingListWithItsChildrenAndAsksAnew) {
+    const StandInIp ip(std::string("[ -e started ] && echo '1: a0: <UP>' && exit; ") + kHang,
+                       kOwnAddress);
+    AskInterfaces(refresh);
+    AwaitFile(ip.folder.Path("started"));
+    const pid_t hanging = refresh.list->pid;
+    Age(refresh.list, 9);
+    EXPECT_EQ(Take(refresh), Known::Nothing);
+    EXPECT_TRUE(GroupRuns(hanging));
+    Age(refresh.list, 1);
+    EXPECT_EQ(Take(refresh), Known::Nothing);
+    EXPECT_TRUE(GroupEnds(hanging));
+    TakeAll(refresh);
+    EXPECT_EQ(Names(refresh), Texts{"a0"});
+}
+
+TEST_F(InterfaceRefreshTest, TellsWhatItWaitsFor) {
+    const StandInIp ip(kTwoInterfaces, kHang);
+    std::vector<pollfd> pipes;
+    EXPECT_TRUE(std::isinf(AwaitAnswers(refresh, pipes)));
+    AskInterfaces(refresh);
+    EXPECT_EQ(AwaitAnswers(refresh, pipes), refresh.list->started + 10);
+    ASSERT_EQ(pipes.size(), 1U);
+    EXPECT_EQ(pipes[0].fd, refresh.list->descriptor);
+    EXPECT_EQ(pipes[0].events, POLLIN);
+    // Until all have been started there is something to do at once.
+    TakeUntil(refresh, [&](const Answers&) {
+        pipes.clear();
+        return !refresh.interfaces.empty() && AwaitAnswers(refresh, pipes) > 0;
+    });
+    ASSERT_EQ(pipes.size(), 2U);
+    EXPECT_EQ(pipes[1].fd, refresh.interfaces[1].command->descriptor);
+    refresh.interfaces[1].command->started -= 5;
+    EXPECT_EQ(AwaitAnswers(refresh, pipes), refresh.interfaces[1].command->started + 10);
+    EndCommand(*refresh.interfaces[0].command);
+    refresh.interfaces[0].command.reset();
+    refresh.interfaces[0].asked = false;
+    pipes.clear();
+    EXPECT_EQ(AwaitAnswers(refresh, pipes), 0);
+    EXPECT_TRUE(pipes.empty());
+}
+
+// ---- the end of it ----
+
+TEST_F(InterfaceRefreshTest, StoppedItEndsWhatRunsAndKeepsWhatIsKnown) {
     const int free_before = dup(STDERR_FILENO);
     close(free_before);
-    const StandInIp ip(kTwoInterfaces, "until_there answered");
-    InterfaceRefresh refresh;
-    StartRefresh(refresh);
-    while (refresh.interfaces.empty())
-        ASSERT_FALSE(ContinueRefresh(refresh));
-    AbandonRefresh(refresh);
-    ip.folder.File("answered", "");
-    EXPECT_FALSE(refresh.running);
-    EXPECT_FALSE(refresh.complete);
-    EXPECT_EQ(Names(refresh), Texts{});
-    EXPECT_FALSE(ContinueRefresh(refresh));
+    const StandInIp ip(kTwoInterfaces, std::string("[ -e hang ] || ") + kOwnAddress +
+                                           "; [ ! -e hang ] && exit; " + kHang);
+    AskInterfaces(refresh);
+    TakeAll(refresh);
+    ip.folder.File("hang", "");
+    AskInterfaces(refresh);
+    TakeList(refresh);
+    AwaitFile(ip.folder.Path("startedb0"));
+    const pid_t hanging = refresh.interfaces[1].command->pid;
+    AskInterfaces(refresh);
+    StopAsking(refresh);
+    EXPECT_TRUE(GroupEnds(hanging));
+    EXPECT_FALSE(refresh.list.has_value());
+    EXPECT_EQ(Addresses(refresh), (Texts{"2001:db8::a0/64", "2001:db8::b0/64"}));
     const int free_after = dup(STDERR_FILENO);
     close(free_after);
     EXPECT_EQ(free_after, free_before);
 }
 
-TEST_F(InterfaceRefreshTest, StartedAgainItBeginsAnew) {
+TEST_F(InterfaceRefreshTest, ForgetsAllButNamesAndHardwareAddresses) {
     const StandInIp ip(kTwoInterfaces, kOwnAddress);
-    InterfaceRefresh refresh;
-    StartRefresh(refresh);
-    FinishRefresh(refresh);
-    StartRefresh(refresh, "c0");
-    FinishRefresh(refresh);
-    EXPECT_EQ(Names(refresh), Texts{"c0"});
-    StartRefresh(refresh);
-    EXPECT_FALSE(refresh.complete);
-    FinishRefresh(refresh);
+    AskInterfaces(refresh);
+    TakeAll(refresh);
+    refresh.routes = {{"a0", 0, 1, 3, 0}};
+    refresh.interfaces[0].facts.hardware_address = HardwareAddress{2, 0, 0, 0, 0, 1};
+    refresh.interfaces[0].facts.link = true;
+    AskInterfaces(refresh);
+    ForgetAnswers(refresh);
     EXPECT_EQ(Names(refresh), (Texts{"a0", "b0"}));
+    EXPECT_EQ(Addresses(refresh), (Texts{"", ""}));
+    EXPECT_EQ(refresh.interfaces[0].facts.hardware_address, (HardwareAddress{2, 0, 0, 0, 0, 1}));
+    EXPECT_FALSE(refresh.interfaces[0].facts.link.has_value());
+    EXPECT_FALSE(refresh.list.has_value());
+    EXPECT_TRUE(refresh.routes.empty());
+    AskInterfaces(refresh);
+    TakeAll(refresh);
+    EXPECT_EQ(Addresses(refresh), (Texts{"2001:db8::a0/64", "2001:db8::b0/64"}));
 }
 
-TEST_F(InterfaceRefreshTest, WithoutAnAnswerThereAreNoInterfaces) {
-    const StandInIp ip("exit 1", "exit 1");
-    InterfaceRefresh refresh;
-    StartRefresh(refresh);
-    FinishRefresh(refresh);
-    EXPECT_TRUE(refresh.complete);
-    EXPECT_EQ(Names(refresh), Texts{});
-}
-
-TEST(InterfaceRefresh, WhereNoCommandCanBeStartedThereAreNoInterfaces) {
+TEST_F(InterfaceRefreshTest, WhereNoCommandCanBeStartedThereAreNoInterfaces) {
     const TemporaryFolder empty;
-    const Answer answer =
-        AnswerInChild([&] { return EnterRoot(empty.path); },
-                      [] {
-                          InterfaceRefresh refresh;
-                          StartRefresh(refresh);
-                          FinishRefresh(refresh);
-                          return refresh.complete && Names(refresh).empty() ? 1L : 0L;
-                      });
+    const Answer answer = AnswerInChild([&] { return EnterRoot(empty.path); },
+                                        [&] {
+                                            refresh.interfaces.push_back({.name = "a0"});
+                                            AskInterfaces(refresh);
+                                            const bool all = Take(refresh) == Known::All;
+                                            return all && refresh.interfaces.empty() ? 1L : 0L;
+                                        });
     SKIP_WHERE_REFUSED(answer);
     EXPECT_EQ(answer.value, 1);
 }
 
-TEST(InterfaceRefresh, GathersTheRealInterfaces) {
+TEST_F(InterfaceRefreshTest, WhereNoCommandCanBeStartedTheOneThatIsNamedStays) {
+    const TemporaryFolder empty;
+    const Answer answer = AnswerInChild([&] { return EnterRoot(empty.path); },
+                                        [&] {
+                                            refresh.only = "a0";
+                                            AskInterfaces(refresh);
+                                            TakeAll(refresh);
+                                            const auto& facts = refresh.interfaces.at(0).facts;
+                                            return facts.addresses_asked ? 0L : 1L;
+                                        });
+    SKIP_WHERE_REFUSED(answer);
+    EXPECT_EQ(answer.value, 1);
+}
+
+TEST(RefreshOnARealNetwork, GathersTheRealInterfaces) {
     const Answer answer = AnswerInChild(
         [] {
             return EnterNetwork({{"eth0", "192.0.2.2"}, {"eth1", nullptr}});
@@ -203,11 +393,11 @@ TEST(InterfaceRefresh, GathersTheRealInterfaces) {
         [] {
             RunCommand("ip link set eth0 up");
             InterfaceRefresh refresh;
-            StartRefresh(refresh);
-            FinishRefresh(refresh);
+            AskInterfaces(refresh);
+            TakeAll(refresh);
             for (const GatheredInterface& interface : refresh.interfaces) {
                 InterfaceStatus status;
-                UnderstandGathered(interface, status);
+                UnderstandGathered(refresh, interface, status);
                 printf("%s %s %s\n", interface.name.c_str(), status.link.c_str(),
                        status.up.c_str());
                 for (const std::string& row : FormatInterfaceStatus(status))
@@ -225,17 +415,18 @@ TEST(InterfaceRefresh, GathersTheRealInterfaces) {
               "eth1 Disconnected \n");
 }
 
-TEST(UnderstandGathered, TakesTheGatewayFromTheRouteTable) {
-    RouteTable = {{"eth1", 0, inet_addr("192.0.2.9"), 3, 0},
-                  {"eth0", 0, inet_addr("192.0.2.1"), 3, 0}};
-    GatheredInterface interface = {"eth0", {}};
+TEST(UnderstandGathered, TakesTheGatewayFromTheRoutes) {
+    InterfaceRefresh refresh;
+    refresh.routes = {{"eth1", 0, inet_addr("192.0.2.9"), 3, 0},
+                      {"eth0", 0, inet_addr("192.0.2.1"), 3, 0}};
+    GatheredInterface interface = {.name = "eth0"};
     interface.facts.inet_socket = true;
     interface.facts.address_family = AF_INET;
     InterfaceStatus status;
-    UnderstandGathered(interface, status);
+    UnderstandGathered(refresh, interface, status);
     EXPECT_EQ(status.gateway.s_addr, inet_addr("192.0.2.1"));
-    RouteTable.clear();
-    UnderstandGathered(interface, status);
+    refresh.routes.clear();
+    UnderstandGathered(refresh, interface, status);
     EXPECT_EQ(status.gateway.s_addr, 0U);
 }
 

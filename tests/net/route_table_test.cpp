@@ -4,87 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <csignal>
 #include <sstream>
 
 #include "util/command.h"
 #include "util/utility_fixtures.h"
 
 namespace {
-
-// ---- tabsplit ----
-
-using Columns = std::vector<std::string>;
-
-constexpr std::size_t kMostColumns = 64;
-
-// The columns, after checks of what surrounds them: the null pointer behind the last, and that
-// nothing is stored beyond it.
-Columns Split(std::string line, std::size_t colnum) {
-    char untouched = 0;
-    std::array<char*, kMostColumns + 1> pointers;
-    pointers.fill(&untouched);
-    const std::size_t count = tabsplit(pointers.data(), colnum, line.data());
-    EXPECT_LT(count, colnum);
-    EXPECT_EQ(pointers[count], nullptr);
-    for (std::size_t i = count + 1; i < pointers.size(); ++i)
-        EXPECT_EQ(pointers[i], &untouched) << i;
-    return {pointers.begin(), pointers.begin() + static_cast<std::ptrdiff_t>(count)};
-}
-
-TEST(TabSplit, SplitsAtBlanksAndTabs) {
-    struct {
-        const char* line;
-        Columns columns;
-    } const kCases[] = {
-        {"", {}},
-        {"a", {"a"}},
-        {"a\tb c", {"a", "b", "c"}},
-        {"a \t  \tb\t\tc", {"a", "b", "c"}},
-        // Blanks at the end make no column.
-        {"a b ", {"a", "b"}},
-        {"a b\t \t", {"a", "b"}},
-        // The first column begins with the first character whatever it is.
-        {" a b", {"", "a", "b"}},
-        {"\t \ta", {"", "a"}},
-        {" ", {""}},
-        {"\t\t  ", {""}},
-        // Only blanks and tabs separate.
-        {"a\rb\nc\vd", {"a\rb\nc\vd"}},
-        {"eth0\t00000000\t0100A8C0\t0003\t0\t0\t0\t00000000",
-         {"eth0", "00000000", "0100A8C0", "0003", "0", "0", "0", "00000000"}},
-    };
-    for (const auto& row : kCases)
-        EXPECT_EQ(Split(row.line, kMostColumns), row.columns) << row.line;
-}
-
-TEST(TabSplit, FindsOneColumnLessThanItsCapacity) {
-    EXPECT_EQ(Split("a b c", 4), (Columns{"a", "b", "c"}));
-    EXPECT_EQ(Split("a b c", 2), (Columns{"a"}));
-    EXPECT_EQ(Split("a b c", 1), Columns{});
-    EXPECT_EQ(Split("", 1), Columns{});
-}
-
-TEST(TabSplit, TheLastColumnEndsAtItsBlankAndTheRestIsDropped) {
-    EXPECT_EQ(Split("a b c d e", 3), (Columns{"a", "b"}));
-    EXPECT_EQ(Split("a b\tc  d", 3), (Columns{"a", "b"}));
-}
-
-TEST(TabSplit, SplitsInPlace) {
-    char line[] = "a  b";
-    char* columns[4];
-    EXPECT_EQ(tabsplit(columns, 4, line), 2U);
-    EXPECT_EQ(columns[0], line);
-    EXPECT_EQ(columns[1], line + 3);
-    EXPECT_EQ(line[1], '\0');
-}
-
-TEST(TabSplit, WithoutRoomForTheNullPointerTheProgramStops) {
-    char line[] = "a b";
-    EXPECT_EXIT(tabsplit(nullptr, 0, line), testing::KilledBySignal(SIGABRT),
-                "ifmenu:1782: size_t tabsplit\\(char\\*\\*, size_t, char\\*\\): "
-                "Assertion `col < colnum' failed\\.\n$");
-}
 
 // ---- one table's text ----
 
@@ -93,10 +18,8 @@ constexpr const char* kHeader =
     "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT"
     "                                                       \n";
 
-using Routes = std::vector<RouteEntry>;
-
 // All fields of all routes.
-std::string AsText(const Routes& routes) {
+std::string AsText(const RouteTable& routes) {
     std::ostringstream text;
     for (const RouteEntry& route : routes) {
         text << route.iface << std::hex << " destination " << route.destination << " gateway "
@@ -105,7 +28,7 @@ std::string AsText(const Routes& routes) {
     return text.str();
 }
 
-void ExpectRoutes(const Routes& routes, const Routes& expected) {
+void ExpectRoutes(const RouteTable& routes, const RouteTable& expected) {
     EXPECT_EQ(AsText(routes), AsText(expected));
 }
 
@@ -124,7 +47,8 @@ TEST(ParseRouteTable, AStoredWordIsTheDottedAddressWithoutSwapping) {
     const in_addr address = {inet_addr("192.168.0.1")};
     char word[9];
     snprintf(word, sizeof word, "%08X", address.s_addr);
-    const Routes routes = ParseRouteTable(std::string(kHeader) + "eth0 0 " + word + " 3 0 0 0 0\n");
+    const RouteTable routes =
+        ParseRouteTable(std::string(kHeader) + "eth0 0 " + word + " 3 0 0 0 0\n");
     ASSERT_EQ(routes.size(), 1U);
     char text[INET_ADDRSTRLEN] = "";
     inet_ntop(AF_INET, &routes[0].gateway, text, sizeof text);
@@ -180,7 +104,7 @@ TEST(ParseRouteTable, ABlankBeforeTheHeaderMovesItsColumns) {
 
 constexpr const char* kShortHeader = "iface destination gateway flags mask\n";
 
-Routes RoutesOf(const std::string& lines) {
+RouteTable RoutesOf(const std::string& lines) {
     return ParseRouteTable(kShortHeader + lines);
 }
 
@@ -284,91 +208,68 @@ TEST(ParseRouteTable, KeepsTheOrderOfTheFile) {
 
 // ---- the two questions ----
 
-struct SavedRoutes {
-    SavedRoutes() : routes(RouteTable), flag(multipleGateways) {}
-    ~SavedRoutes() {
-        RouteTable = routes;
-        multipleGateways = flag;
-    }
-    SavedRoutes(const SavedRoutes&) = delete;
-    SavedRoutes& operator=(const SavedRoutes&) = delete;
-
-    Routes routes;
-    int flag;
-};
-
 constexpr std::uint32_t kGateway = 0x0100A8C0;
 constexpr std::uint32_t kNetwork = 0x0000A8C0;
 
-TEST(CheckMultipleGateways, IsSetByMoreThanOneDefaultRouteWithGateway) {
-    const SavedRoutes saved;
+TEST(HasMultipleGateways, MeansThereIsMoreThanOneDefaultRouteWithGateway) {
     struct {
         const char* what;
-        Routes routes;
-        int expected;
+        RouteTable routes;
+        bool expected;
     } const kCases[] = {
-        {"none", {}, 0},
-        {"one", {{"eth0", 0, kGateway, 3, 0}}, 0},
-        {"two", {{"eth0", 0, kGateway, 3, 0}, {"eth1", 0, kGateway, 3, 0}}, 1},
-        {"three", {{"a", 0, 1, 3, 0}, {"b", 0, 1, 3, 0}, {"c", 0, 1, 3, 0}}, 1},
+        {"none", {}, false},
+        {"one", {{"eth0", 0, kGateway, 3, 0}}, false},
+        {"two", {{"eth0", 0, kGateway, 3, 0}, {"eth1", 0, kGateway, 3, 0}}, true},
+        {"three", {{"a", 0, 1, 3, 0}, {"b", 0, 1, 3, 0}, {"c", 0, 1, 3, 0}}, true},
         {"two on the same interface",
          {{"eth0", 0, kGateway, 3, 0}, {"eth0", 0, 0x0200A8C0, 3, 0}},
-         1},
-        {"two that are not up", {{"eth0", 0, kGateway, 2, 0}, {"eth1", 0, kGateway, 2, 0}}, 1},
+         true},
+        {"two that are not up", {{"eth0", 0, kGateway, 2, 0}, {"eth1", 0, kGateway, 2, 0}}, true},
         {"one and gatewayed networks and hosts",
          {{"eth0", 0, kGateway, 3, 0},
           {"eth0", kNetwork, kGateway, 3, 0xFFFFFF},
           {"eth1", 0x070010AC, kGateway, 7, 0xFFFFFFFF}},
-         0},
+         false},
         {"one and a default route without gateway",
          {{"eth0", 0, kGateway, 3, 0}, {"ppp0", 0, 0, 1, 0}},
-         0},
+         false},
         {"a gateway word without the flag does not count",
          {{"eth0", 0, kGateway, 1, 0}, {"eth1", 0, kGateway, 1, 0}},
-         0},
-        {"the flag without a gateway word counts", {{"eth0", 0, 0, 2, 0}, {"eth1", 0, 0, 2, 0}}, 1},
-        {"whatever the mask", {{"eth0", 0, kGateway, 3, 1}, {"eth1", 0, kGateway, 3, 0xFF}}, 1},
+         false},
+        {"the flag without a gateway word counts",
+         {{"eth0", 0, 0, 2, 0}, {"eth1", 0, 0, 2, 0}},
+         true},
+        {"whatever the mask", {{"eth0", 0, kGateway, 3, 1}, {"eth1", 0, kGateway, 3, 0xFF}}, true},
     };
     for (const auto& row : kCases) {
-        for (int before : {0, 1}) {
-            RouteTable = row.routes;
-            multipleGateways = before;
-            CheckMultipleGateways();
-            EXPECT_EQ(multipleGateways, row.expected) << row.what << ", before " << before;
-        }
+        EXPECT_EQ(HasMultipleGateways(row.routes), row.expected) << row.what;
     }
 }
 
 TEST(FindGateway, FirstGatewayedRouteWins) {
-    const SavedRoutes saved;
-    RouteTable = {{"eth0", 0, 0, 1, 0},
-                  {"eth1", 0, 5, 3, 0},
-                  {"eth0", kNetwork, 7, 3, 0xFFFFFF},
-                  {"eth0", 0, 9, 3, 0}};
-    EXPECT_EQ(FindGateway("eth0"), &RouteTable[2]);
-    EXPECT_EQ(FindGateway("eth1"), &RouteTable[1]);
+    const RouteTable routes = {{"eth0", 0, 0, 1, 0},
+                               {"eth1", 0, 5, 3, 0},
+                               {"eth0", kNetwork, 7, 3, 0xFFFFFF},
+                               {"eth0", 0, 9, 3, 0}};
+    EXPECT_EQ(FindGateway(routes, "eth0"), 7U);
+    EXPECT_EQ(FindGateway(routes, "eth1"), 5U);
 }
 
 TEST(FindGateway, TheNameMustBeTheSame) {
-    const SavedRoutes saved;
-    RouteTable = {{"eth10", 0, 5, 3, 0}, {"ETH0", 0, 5, 3, 0}, {"eth", 0, 5, 3, 0}};
+    const RouteTable routes = {{"eth10", 0, 5, 3, 0}, {"ETH0", 0, 5, 3, 0}, {"eth", 0, 5, 3, 0}};
     for (const char* name : {"eth0", "eth1", "Eth0", "", "eth10 "})
-        EXPECT_EQ(FindGateway(name), nullptr) << name;
-    EXPECT_EQ(FindGateway("eth10"), &RouteTable[0]);
+        EXPECT_EQ(FindGateway(routes, name), 0U) << name;
+    EXPECT_EQ(FindGateway(routes, "eth10"), 5U);
 }
 
 TEST(FindGateway, OnlyTheGatewayFlagCounts) {
-    const SavedRoutes saved;
-    RouteTable = {{"a", 0, 5, 1, 0}, {"b", 0, 5, 0xFFFD, 0}, {"c", 0, 0, 2, 0}};
-    EXPECT_EQ(FindGateway("a"), nullptr);
-    EXPECT_EQ(FindGateway("b"), nullptr);
-    EXPECT_EQ(FindGateway("c"), &RouteTable[2]);
+    const RouteTable routes = {{"a", 0, 5, 1, 0}, {"b", 0, 5, 0xFFFD, 0}, {"b", 0, 6, 2, 0}};
+    EXPECT_EQ(FindGateway(routes, "a"), 0U);
+    EXPECT_EQ(FindGateway(routes, "b"), 6U);
 }
 
 TEST(FindGateway, AnEmptyTableHasNone) {
-    const SavedRoutes saved;
-    RouteTable.clear();
-    EXPECT_EQ(FindGateway("eth0"), nullptr);
+    EXPECT_EQ(FindGateway({}, "eth0"), 0U);
 }
 
 // ---- the kernel's file ----
@@ -376,41 +277,39 @@ TEST(FindGateway, AnEmptyTableHasNone) {
 #define SKIP_WHERE_REFUSED(answer) \
     if ((answer).prepared == Prepared::kRefused) GTEST_SKIP() << "not possible on this system"
 
-// What UpdateRouteInfo makes of a root whose /proc/net/route is that file, after a table that had
-// an entry: the number of routes.
-Answer UpdatedWithin(const std::string& root) {
+// What ReadRouteTable makes of a root's /proc/net/route: the number of routes.
+Answer ReadWithin(const std::string& root) {
     return AnswerInChild([&] { return EnterRoot(root); },
                          [] {
-                             RouteTable = {{"stale", 0, kGateway, 3, 0}};
-                             UpdateRouteInfo();
-                             for (const RouteEntry& route : RouteTable)
+                             const RouteTable routes = ReadRouteTable();
+                             for (const RouteEntry& route : routes)
                                  printf("%s ", route.iface.c_str());
-                             return static_cast<long>(RouteTable.size());
+                             return static_cast<long>(routes.size());
                          });
 }
 
-TEST(UpdateRouteInfo, ReplacesTheTableByTheKernels) {
+TEST(ReadRouteTable, ReadsTheKernelsFile) {
     const TemporaryFolder root;
     root.File("proc/net/route", std::string(kHeader) +
                                     "eth0\t0\t0\t1\t0\t0\t0\t0\n"
                                     "eth1\t0\t0\t1\t0\t0\t0\t0\n");
-    const Answer answer = UpdatedWithin(root.path);
+    const Answer answer = ReadWithin(root.path);
     SKIP_WHERE_REFUSED(answer);
     EXPECT_EQ(answer.value, 2);
     EXPECT_EQ(answer.output, "eth0 eth1 ");
 }
 
-TEST(UpdateRouteInfo, WithoutTheFileTheTableIsEmpty) {
+TEST(ReadRouteTable, WithoutTheFileTheTableIsEmpty) {
     const TemporaryFolder root;
-    const Answer answer = UpdatedWithin(root.path);
+    const Answer answer = ReadWithin(root.path);
     SKIP_WHERE_REFUSED(answer);
     EXPECT_EQ(answer.value, 0);
 }
 
-TEST(UpdateRouteInfo, WithAnEmptyFileTheTableIsEmpty) {
+TEST(ReadRouteTable, WithAnEmptyFileTheTableIsEmpty) {
     const TemporaryFolder root;
     root.File("proc/net/route", "");
-    const Answer answer = UpdatedWithin(root.path);
+    const Answer answer = ReadWithin(root.path);
     SKIP_WHERE_REFUSED(answer);
     EXPECT_EQ(answer.value, 0);
 }
@@ -429,10 +328,8 @@ std::string AsRouteText(const std::string& device, std::uint32_t destination, st
 }
 
 std::vector<std::string> RoutesOfTable() {
-    UpdateRouteInfo();
     std::vector<std::string> routes;
-    routes.reserve(RouteTable.size());
-    for (const RouteEntry& route : RouteTable)
+    for (const RouteEntry& route : ReadRouteTable())
         routes.push_back(AsRouteText(route.iface, route.destination, route.mask, route.gateway));
     return routes;
 }
@@ -468,7 +365,7 @@ void PrintSorted(std::vector<std::string> routes) {
         printf("%s\n", route.c_str());
 }
 
-TEST(UpdateRouteInfo, KnowsTheSameRoutesAsTheIpCommand) {
+TEST(ReadRouteTable, KnowsTheSameRoutesAsTheIpCommand) {
     const Answer answer = AnswerInChild(
         [] {
             return EnterNetwork({{"eth0", "192.0.2.2"}, {"eth1", "198.51.100.2"}});
@@ -485,8 +382,7 @@ TEST(UpdateRouteInfo, KnowsTheSameRoutesAsTheIpCommand) {
             printf("--\n");
             PrintSorted(RoutesOfIp());
             printf("--\n");
-            CheckMultipleGateways();
-            return static_cast<long>(multipleGateways);
+            return HasMultipleGateways(ReadRouteTable()) ? 1L : 0L;
         });
     SKIP_WHERE_REFUSED(answer);
     const std::string routes =

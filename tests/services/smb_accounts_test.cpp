@@ -16,9 +16,9 @@ std::string Summary(std::string_view listing) {
     std::ostringstream text;
     for (const SmbAccount& account : list.accounts) {
         text << (text.str().empty() ? "" : " ") << account.name << ":"
-             << (account.disabled ? "D" : "") << (account.noPassword ? "N" : "");
+             << (account.disabled ? "D" : "") << (account.no_password ? "N" : "");
     }
-    return text.str() + (list.rootExists ? " +root" : "");
+    return text.str() + (list.root_exists ? " +root" : "");
 }
 
 std::string Record(const std::string& name, const std::string& flags) {
@@ -144,7 +144,7 @@ TEST(ParseSmbAccounts, RootIsOneOfTheAccounts) {
     EXPECT_EQ(Summary(Record("a", "[U]") + Record("root", "[DU]") + Record("b", "[U]")),
               "a: root:D b: +root");
     for (const char* name : {"Root", "root2", "toor", "root "})
-        EXPECT_FALSE(ParseSmbAccounts(Record(name, "[U]")).rootExists) << name;
+        EXPECT_FALSE(ParseSmbAccounts(Record(name, "[U]")).root_exists) << name;
 }
 
 TEST(ParseSmbAccounts, KeepsTheOrderReported) {

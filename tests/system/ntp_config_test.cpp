@@ -15,7 +15,7 @@ using Lines = std::vector<std::string>;
 std::string Parts(const std::string& text) {
     const NtpConfig config = ParseNtpConfig(text);
     std::string parts = "lines";
-    for (const std::string& line : config.otherLines)
+    for (const std::string& line : config.other_lines)
         parts += " [" + line + "]";
     parts += " servers";
     for (const std::string& server : config.servers)
@@ -65,13 +65,13 @@ TEST(ParseNtpConfig, ALineBeyond1022BytesCountsAsSeveral) {
     const std::string keyword = "server ";
     const NtpConfig server = ParseNtpConfig(keyword + std::string(2000, 'a') + "\n");
     EXPECT_EQ(server.servers, Lines{std::string(1022 - keyword.size(), 'a')});
-    EXPECT_EQ(server.otherLines, Lines{std::string(2000 - 1022 + keyword.size(), 'a')});
+    EXPECT_EQ(server.other_lines, Lines{std::string(2000 - 1022 + keyword.size(), 'a')});
 
     const Lines fits = {std::string(1021, 'b'), "c"};
-    EXPECT_EQ(ParseNtpConfig(fits[0] + "\nc\n").otherLines, fits);
+    EXPECT_EQ(ParseNtpConfig(fits[0] + "\nc\n").other_lines, fits);
     // The line feed alone is the second piece.
     const Lines just_too_long = {std::string(1022, 'b'), "", "c"};
-    EXPECT_EQ(ParseNtpConfig(just_too_long[0] + "\nc\n").otherLines, just_too_long);
+    EXPECT_EQ(ParseNtpConfig(just_too_long[0] + "\nc\n").other_lines, just_too_long);
 
     // A piece that happens to begin with the keyword is a server line.
     EXPECT_EQ(ParseNtpConfig(std::string(1022, '#') + "server x\n").servers, Lines{"x"});
@@ -80,7 +80,7 @@ TEST(ParseNtpConfig, ALineBeyond1022BytesCountsAsSeveral) {
 TEST(FormatNtpConfig, OtherLinesComeFirstThenServers) {
     NtpConfig config;
     config.servers = {"a iburst", "b"};
-    config.otherLines = {"# first", "", " server indented"};
+    config.other_lines = {"# first", "", " server indented"};
     EXPECT_EQ(FormatNtpConfig(config), "# first\n\n server indented\nserver a iburst\nserver b\n");
 }
 
@@ -90,7 +90,7 @@ TEST(FormatNtpConfig, EachKindMayBeMissing) {
     config.servers = {"a"};
     EXPECT_EQ(FormatNtpConfig(config), "server a\n");
     config = NtpConfig();
-    config.otherLines = {"tos maxclock 11"};
+    config.other_lines = {"tos maxclock 11"};
     EXPECT_EQ(FormatNtpConfig(config), "tos maxclock 11\n");
 }
 

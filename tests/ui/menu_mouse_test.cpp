@@ -5,7 +5,7 @@
 
 #include "ui/menu.h"
 #include "ui/screen_fixture.h"
-#include "ui/text.h"
+#include "util/clock.h"
 
 namespace {
 
@@ -127,7 +127,7 @@ TEST_F(MenuMouse, OnlyRowsWhoseHoverChangesAreRepainted) {
 TEST_F(MenuMouse, HoverMovesNoSelection) {
     EXPECT_EQ(Pass(kLine + 1, kInside, kMotion), Menu::kNotTaken);
     EXPECT_EQ(menu.selection, 0);
-    EXPECT_EQ(menu.clickPending, -1);
+    EXPECT_EQ(menu.click_pending, -1);
 }
 
 TEST_F(MenuMouse, AClickHoversToo) {
@@ -141,7 +141,7 @@ TEST_F(MenuMouse, PressingSelectsAndDoesNotActivate) {
     EXPECT_EQ(Pass(kLine + 1, kInside, kPressed), Menu::kNotTaken);
     EXPECT_EQ(menu.selection, 1);
     EXPECT_EQ(Pass(kLine + 1, kInside, kPressed), Menu::kNotTaken);
-    EXPECT_EQ(menu.clickPending, -1);
+    EXPECT_EQ(menu.click_pending, -1);
 }
 
 TEST_F(MenuMouse, SelectingShowsAtOnce) {
@@ -155,7 +155,7 @@ TEST_F(MenuMouse, AClickOnAnotherRowOnlySelectsIt) {
         menu.selection = 0;
         EXPECT_EQ(Pass(kLine + 3, kInside, buttons), Menu::kNotTaken) << buttons;
         EXPECT_EQ(menu.selection, 3) << buttons;
-        EXPECT_LE(menu.clickPending, 0) << buttons;
+        EXPECT_LE(menu.click_pending, 0) << buttons;
     }
 }
 
@@ -164,7 +164,7 @@ TEST_F(MenuMouse, AClickOnTheSelectedRowActivatesIt) {
         menu.selection = 1;
         EXPECT_EQ(Pass(kLine + 1, kInside, buttons), Menu::kActivate) << buttons;
         EXPECT_EQ(menu.selection, 1) << buttons;
-        EXPECT_EQ(menu.clickPending, -1) << buttons;
+        EXPECT_EQ(menu.click_pending, -1) << buttons;
     }
 }
 
@@ -181,16 +181,16 @@ TEST_F(MenuMouse, PressingAndThenAClickActivate) {
 TEST_F(MenuMouse, AClickOnTheSelectedRowIsArmedWithItsTime) {
     const double before = now_seconds();
     Mouse(kLine, kInside, kClicked);
-    EXPECT_EQ(menu.clickPending, 1);
-    EXPECT_GE(menu.clickTime, before);
-    EXPECT_LE(menu.clickTime, now_seconds());
+    EXPECT_EQ(menu.click_pending, 1);
+    EXPECT_GE(menu.click_time, before);
+    EXPECT_LE(menu.click_time, now_seconds());
 }
 
 TEST_F(MenuMouse, AnArmedClickKeepsItsTime) {
-    menu.clickPending = 1;
-    menu.clickTime = 77;
+    menu.click_pending = 1;
+    menu.click_time = 77;
     Mouse(kLine, kInside, kClicked);
-    EXPECT_EQ(menu.clickTime, 77);
+    EXPECT_EQ(menu.click_time, 77);
 }
 
 TEST_F(MenuMouse, EveryColumnOfARowCountsAndNoOther) {
@@ -212,7 +212,7 @@ TEST_F(MenuMouse, AClickBesideTheListJumpsToTheFirstRow) {
             menu.selection = 3;
             EXPECT_EQ(Pass(line, kInside, buttons), Menu::kNotTaken) << line;
             EXPECT_EQ(menu.selection, 0) << line;
-            EXPECT_EQ(menu.clickPending, -1) << line;
+            EXPECT_EQ(menu.click_pending, -1) << line;
         }
     }
 }
@@ -274,7 +274,7 @@ TEST_F(MenuMouse, ClicksOnAnEmptyMenuDoNothing) {
     menu.Clear();
     EXPECT_EQ(Pass(kLine, kInside, kClicked), Menu::kNotTaken);
     EXPECT_EQ(menu.selection, 0);
-    EXPECT_EQ(menu.clickPending, -1);
+    EXPECT_EQ(menu.click_pending, -1);
 }
 
 TEST_F(MenuMouse, ALineBelowTheLastRowIsBesideTheList) {

@@ -233,7 +233,7 @@ TEST_F(MenuPaint, AHotKeyLetterIsYellowAndBold) {
     for (const Mark& row : kMarks) {
         SCOPED_TRACE(row.label);
         item.label = row.label;
-        item.hotKey = row.key;
+        item.hot_key = row.key;
         UnseenScreen::Fill('#');
         menu.Draw();
         const int column = kColumn + row.column;
@@ -244,7 +244,7 @@ TEST_F(MenuPaint, AHotKeyLetterIsYellowAndBold) {
 }
 
 TEST_F(MenuPaint, OnlyTheFirstSuchLetterIsMarked) {
-    AddUnselected("Services").hotKey = 'e';
+    AddUnselected("Services").hot_key = 'e';
     menu.Draw();
     EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn + 1), kYellow | A_BOLD);
     EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn + 0), kWhite | A_BOLD);
@@ -263,7 +263,7 @@ TEST_F(MenuPaint, TheSelectedRowsHotKeyLetterIsReversedOnly) {
 
 TEST_F(MenuPaint, AHotKeyLetterLooksTheSameOnEveryUnselectedRow) {
     MenuItem& item = AddUnselected("Services");
-    item.hotKey = 's';
+    item.hot_key = 's';
     for (int flags : {int{MenuItem::kHover}, int{MenuItem::kDim}, int{MenuItem::kMarked}}) {
         item.flags = static_cast<std::uint8_t>(flags);
         menu.Draw();
@@ -281,7 +281,7 @@ TEST_F(MenuPaint, WithoutAHotKeyNothingIsMarked) {
 TEST_F(MenuPaint, AMarkBesideTheScreenIsLeftOut) {
     menu.SetPosition(COLS - 10, kLine);
     menu.SetSize(9, kHeight);
-    AddUnselected("abcdefghi").hotKey = 'z';
+    AddUnselected("abcdefghi").hot_key = 'z';
     UnseenScreen::Fill('#');
     menu.Draw();
     EXPECT_EQ(UnseenScreen::Line(kLine + 1), std::string(70, '#') + "abcdefghi#");

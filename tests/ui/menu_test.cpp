@@ -9,7 +9,7 @@
 #include <string>
 
 #include "ui/terminal.h"
-#include "ui/text.h"
+#include "util/clock.h"
 
 namespace {
 
@@ -40,8 +40,9 @@ TEST(MenuRows, ABlankRowHasDefaults) {
     const MenuItem* item = menu.ItemAt(0);
     ASSERT_NE(item, nullptr);
     EXPECT_EQ(item->label, "");
+    EXPECT_EQ(item->name, "");
     EXPECT_EQ(item->id, 0);
-    EXPECT_EQ(item->hotKey, 0);
+    EXPECT_EQ(item->hot_key, 0);
     EXPECT_EQ(item->flags, 0);
 }
 
@@ -59,7 +60,7 @@ TEST(MenuRows, AnItemHasItsLabelAndId) {
     const MenuItem* item = menu.ItemAt(menu.AddItem("Services", 20016));
     EXPECT_EQ(item->label, "Services");
     EXPECT_EQ(item->id, 20016);
-    EXPECT_EQ(item->hotKey, 0);
+    EXPECT_EQ(item->hot_key, 0);
     EXPECT_EQ(item->flags, 0);
 }
 
@@ -100,12 +101,14 @@ TEST(MenuRows, ABadIndexIsIgnored) {
     for (int index : {-1, 2, 1000, -1000}) {
         EXPECT_EQ(menu.ItemAt(index), nullptr);
         menu.SetHotKey(index, 'x');
+        menu.SetName(index, "x");
         menu.SetMarked(index, true);
         menu.DrawItem(index);
     }
     EXPECT_EQ(menu.Count(), 2);
-    EXPECT_EQ(menu.ItemAt(0)->hotKey, 'a');
-    EXPECT_EQ(menu.ItemAt(1)->hotKey, 'b');
+    EXPECT_EQ(menu.ItemAt(0)->hot_key, 'a');
+    EXPECT_EQ(menu.ItemAt(1)->hot_key, 'b');
+    EXPECT_EQ(menu.ItemAt(0)->name + menu.ItemAt(1)->name, "");
     EXPECT_EQ(menu.ItemAt(0)->flags | menu.ItemAt(1)->flags, 0);
 }
 
@@ -140,8 +143,8 @@ TEST(MenuInit, SetsTheDefaults) {
     menu.inactive = true;
     menu.selection = menu.top = menu.x = menu.y = 7;
     menu.redraw = menu.running = false;
-    menu.clickPending = 1;
-    menu.clickTime = 8;
+    menu.click_pending = 1;
+    menu.click_time = 8;
     menu.Init();
     EXPECT_FALSE(menu.inactive);
     EXPECT_EQ(menu.selection, 0);
@@ -152,19 +155,14 @@ TEST(MenuInit, SetsTheDefaults) {
     EXPECT_EQ(menu.height, 16);
     EXPECT_EQ(menu.x, 4);
     EXPECT_EQ(menu.y, 4);
-    EXPECT_EQ(menu.clickPending, -1);
-    EXPECT_EQ(menu.clickTime, 0);
+    EXPECT_EQ(menu.click_pending, -1);
+    EXPECT_EQ(menu.click_time, 0);
 }
 
-TEST(MenuInit, LeavesRowsAndRebuildAlone) {
+TEST(MenuInit, LeavesTheRows) {
     Menu menu = MenuOf("ab");
-    menu.rebuild = true;
     menu.Init();
-    EXPECT_TRUE(menu.rebuild);
     EXPECT_EQ(menu.Count(), 2);
-    menu.rebuild = false;
-    menu.Init();
-    EXPECT_FALSE(menu.rebuild);
 }
 
 TEST(Menu, TakesPositionAndSize) {
@@ -421,29 +419,108 @@ TEST(MenuKeys, OtherKeysAreNotTaken) {
     }
 }
 
-// ---- ids ----
+// ---- rows made anew ----
 
-TEST(MenuIds, TheFirstRowThatCanBeSelectedAndHasTheIdIsSelected) {
+// Of a list's rows the name tells which they are, of a screen's own the id, of all others the
+// label.
+Menu Network(const std::vector<const char*>& names) {
     Menu menu;
     menu.Init();
-    menu.AddItem("first", 7);
-    menu.AddInformation("to read", 9);
-    menu.AddItem("second", 9);
-    menu.AddItem("third", 9);
-    EXPECT_EQ(menu.SelectById(9), 2);
-    EXPECT_EQ(menu.selection, 2);
-    EXPECT_EQ(menu.SelectById(7), 0);
-    EXPECT_EQ(menu.selection, 0);
+    menu.AddItem("Scan", 1);
+    for (const char* name : names) {
+        menu.SetName(menu.AddItem(std::string("network ") + name, 100 + menu.Count()), name);
+        menu.AddInformation("   IPv4: 192.0.2.1", -1);
+        menu.AddInformation(std::string("   of ") + name, -1);
+    }
+    menu.AddItem("Main menu", 2);
+    return menu;
 }
 
-TEST(MenuIds, AnIdThatNoRowCanHaveMovesNothing) {
-    Menu menu = MenuOf("a-b");
-    menu.AddItem("without an id", 0);
-    menu.AddItem("information", -1);
-    menu.selection = 2;
-    for (int id : {0, -1, 99, 101}) {
-        EXPECT_EQ(menu.SelectById(id), -1) << id;
-        EXPECT_EQ(menu.selection, 2) << id;
+struct Following {
+    const char* what;
+    std::vector<const char*> before;
+    int selection;
+    std::vector<const char*> after;
+    int follows;
+};
+
+TEST(FollowRow, SelectsTheRowThatStandsForTheSame) {
+    const Following kCases[] = {
+        {"a screen's own row", {"a", "b"}, 7, {"a"}, 4},
+        {"a screen's own row, below more", {"a"}, 4, {"a", "b"}, 7},
+        {"a list's row", {"a", "b"}, 4, {"x", "a", "b"}, 7},
+        {"a list's row that is first now", {"a", "b"}, 4, {"b", "a"}, 1},
+        {"a row to read", {"a", "b"}, 6, {"b"}, 3},
+        {"of rows that read the same the nearest", {"a", "b"}, 5, {"x", "a", "b"}, 5},
+        {"a list's row that has gone", {"a", "b", "c"}, 4, {"a", "c"}, 4},
+        {"the last one of a list", {"a"}, 1, {}, 1},
+        {"a row to read that has gone", {"a", "b"}, 3, {"b"}, 3},
+        {"nothing has changed", {"a", "b"}, 4, {"a", "b"}, 4},
+    };
+    for (const Following& row : kCases) {
+        SCOPED_TRACE(row.what);
+        Menu menu = Network(row.before);
+        menu.selection = row.selection;
+        const MenuItem selected = *menu.ItemAt(row.selection);
+        const Menu after = Network(row.after);
+        menu.items = after.items;
+        menu.FollowRow(selected);
+        EXPECT_EQ(menu.selection, row.follows);
+    }
+}
+
+TEST(FollowRow, DoesNotComeFromARowThatDoesNothingToOneThatActs) {
+    Menu menu = MenuOf("a--b");
+    MenuItem gone;
+    gone.label = "gone";
+    gone.id = -1;
+    gone.flags = 3;
+    for (const auto& [selection, stays_at] : {std::pair{1, 1}, {2, 2}, {3, 2}, {9, 2}, {0, 0}}) {
+        menu.selection = selection;
+        menu.FollowRow(gone);
+        EXPECT_EQ(menu.selection, stays_at) << selection;
+    }
+    menu.selection = 3;
+    gone.flags = 0;
+    menu.FollowRow(gone);
+    EXPECT_EQ(menu.selection, 3) << "a row that acts keeps its place";
+}
+
+TEST(FollowRow, AnEmptyMenuDoesNoHarm) {
+    Menu menu = MenuOf("ab");
+    menu.selection = 1;
+    const MenuItem selected = *menu.ItemAt(1);
+    menu.Clear();
+    menu.FollowRow(selected);
+    EXPECT_GE(menu.selection, 0);
+    EXPECT_EQ(menu.ItemAt(menu.selection), nullptr);
+}
+
+TEST(FitView, SelectsTheLastRowWhenTheSelectedOneIsGone) {
+    Menu menu = MenuOf("abc");
+    for (const auto& [before, after] : {std::pair{0, 0}, {2, 2}, {3, 2}, {19, 2}}) {
+        menu.selection = before;
+        menu.FitView();
+        EXPECT_EQ(menu.selection, after);
+        EXPECT_EQ(menu.top, 0);
+    }
+}
+
+TEST(FitView, ShowsAsManyRowsAsFit) {
+    struct {
+        int height, top, selection, new_top;
+    } const kCases[] = {
+        {4, 0, 0, 0}, {4, 6, 9, 6},   // as it was
+        {4, 8, 9, 6}, {20, 6, 9, 0},  // rows have gone, or there is more room
+        {4, 0, 9, 6}, {4, 6, 2, 2},   // the selection is to be seen
+    };
+    for (const auto& row : kCases) {
+        Menu menu = MenuOf("..........", row.height);
+        menu.top = row.top;
+        menu.selection = row.selection;
+        menu.FitView();
+        EXPECT_EQ(menu.top, row.new_top) << row.height << " " << row.top;
+        EXPECT_EQ(menu.selection, row.selection);
     }
 }
 
@@ -589,8 +666,8 @@ TEST(MenuSteps, ARow102StepsAwayIsNotReached) {
 Menu MenuWithClick(double seconds_ago) {
     Menu menu = MenuOf("a..");
     menu.selection = 1;
-    menu.clickPending = 1;
-    menu.clickTime = now_seconds() - seconds_ago;
+    menu.click_pending = 1;
+    menu.click_time = now_seconds() - seconds_ago;
     return menu;
 }
 
@@ -598,7 +675,7 @@ TEST(MenuClick, AnArmedClickActivates) {
     for (int key : {KEY_MOUSE, ERR, int{'x'}}) {
         Menu menu = MenuWithClick(0);
         EXPECT_EQ(menu.HandleKey(key), Menu::kActivate) << key;
-        EXPECT_EQ(menu.clickPending, -1) << key;
+        EXPECT_EQ(menu.click_pending, -1) << key;
         EXPECT_EQ(menu.selection, 1) << key;
     }
 }
@@ -614,24 +691,24 @@ TEST(MenuClick, AClickWaitsForFourTenthsOfASecond) {
     EXPECT_EQ(menu.HandleKey(KEY_MOUSE), Menu::kActivate);
     menu = MenuWithClick(0.4);
     EXPECT_EQ(menu.HandleKey(KEY_MOUSE), Menu::kNotTaken);
-    EXPECT_EQ(menu.clickPending, -1);
+    EXPECT_EQ(menu.click_pending, -1);
 }
 
 TEST(MenuClick, AnArmedClickOutlastsAKeyThatWasTaken) {
     for (int key : {KEY_DOWN, KEY_HOME, KEY_RESIZE, 27, int{'a'}}) {
         Menu menu = MenuWithClick(0);
         EXPECT_EQ(menu.HandleKey(key), Menu::kConsumed) << key;
-        EXPECT_EQ(menu.clickPending, 1) << key;
+        EXPECT_EQ(menu.click_pending, 1) << key;
     }
     Menu menu = MenuWithClick(0);
     EXPECT_EQ(menu.HandleKey('\r'), Menu::kActivate);
-    EXPECT_EQ(menu.clickPending, 1);
+    EXPECT_EQ(menu.click_pending, 1);
 }
 
 TEST(MenuClick, WithoutAnArmedClickTheMouseActivatesNothing) {
     for (int pending : {-1, 0}) {
         Menu menu = MenuWithClick(0);
-        menu.clickPending = pending;
+        menu.click_pending = pending;
         EXPECT_EQ(menu.HandleKey(KEY_MOUSE), Menu::kNotTaken) << pending;
     }
 }
@@ -641,7 +718,7 @@ TEST(MenuClick, NoMouseNoHarm) {
     menu.selection = 1;
     menu.HandleMouse();
     EXPECT_EQ(menu.selection, 1);
-    EXPECT_EQ(menu.clickPending, -1);
+    EXPECT_EQ(menu.click_pending, -1);
 }
 
 // ---- odd menus ----

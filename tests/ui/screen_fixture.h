@@ -11,9 +11,10 @@
 
 class UnseenScreen {
   public:
-    UnseenScreen() : in(std::fopen("/dev/null", "re")), out(std::fopen("/dev/null", "we")) {
+    explicit UnseenScreen(const char* terminal = "/dev/null", const char* type = "xterm-256color")
+        : in(std::fopen(terminal, "re")), out(std::fopen(terminal, "we")) {
         use_env(FALSE);
-        screen = newterm("xterm-256color", out, in);
+        screen = newterm(type, out, in);
         if (screen == nullptr) return;
         set_term(screen);
         StartColours();

@@ -3,59 +3,13 @@
 
 #include <gtest/gtest.h>
 
-#include "ui/screen_fixture.h"
+#include "ui/played_screen.h"
+#include "util/clock.h"
 #include "util/signal_fixtures.h"
 #include "util/signal_gate.h"
 #include "util/utility_fixtures.h"
 
 namespace {
-
-// Standard input from the pipe in a child process; returns what is left in it after the wait.
-std::string LeftAfterWait(const std::string& input) {
-    Pipe pipe;
-    pipe.Write(input);
-    pipe.CloseWriter();
-    return AnswerInChild([] { return Prepared::kYes; },
-                         [&] {
-                             dup2(pipe.Reader(), STDIN_FILENO);
-                             ReadLineRaw();
-                             std::string left;
-                             char byte = 0;
-                             while (read(STDIN_FILENO, &byte, 1) == 1)
-                                 left += byte;
-                             fwrite(left.data(), 1, left.size(), stdout);
-                             return 0L;
-                         })
-        .output;
-}
-
-TEST(ReadLineRaw, ReadsUpToALineEndAndNotBeyond) {
-    EXPECT_EQ(LeftAfterWait("\nrest"), "rest");
-    EXPECT_EQ(LeftAfterWait("\rrest"), "rest");
-    EXPECT_EQ(LeftAfterWait("abc\x1b[A\nrest\n"), "rest\n");
-    EXPECT_EQ(LeftAfterWait("abc\r\nrest"), "\nrest");
-}
-
-TEST(ReadLineRaw, AReadErrorEndsTheWait) {
-    const Answer answer = AnswerInChild([] { return Prepared::kYes; },
-                                        [] {
-                                            const int folder = open("/", O_RDONLY | O_DIRECTORY);
-                                            dup2(folder, STDIN_FILENO);
-                                            ReadLineRaw();
-                                            return 1L;
-                                        });
-    EXPECT_EQ(answer.value, 1);
-}
-
-TEST(ReadLineRaw, WhereThereIsNoMoreInputTheProgramEnds) {
-    EXPECT_EXIT(
-        {
-            dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
-            ReadLineRaw();
-            _exit(0);
-        },
-        testing::ExitedWithCode(1), "");
-}
 
 TEST(ReadKey, AnEndingSignalGoesBeforeTheKeysBehindIt) {
     const UnseenScreen screen;
@@ -68,6 +22,97 @@ TEST(ReadKey, AnEndingSignalGoesBeforeTheKeysBehindIt) {
     ungetch('x');
     EXPECT_EQ(ReadKey(), 'x');
     EXPECT_EQ(signals_counted, 1);
+}
+
+// ---- keys ----
+
+class Keyboard : public testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(screen.IsReady());
+        screen.Play({});
+    }
+
+    PlayedScreen screen;
+};
+
+TEST_F(Keyboard, TellsAnEscapeFromASequence) {
+    struct {
+        std::string_view typed;
+        std::vector<int> keys;
+    } const kCases[] = {
+        {"a", {'a'}},
+        {"\x1b", {kEscape}},
+        {"\x1bOA", {KEY_UP}},
+        {"\x1bx", {kEscape, 'x'}},
+        {"\x1b[1;99Px", {kUnknownKey, 'x'}},
+        {"\x1b[[Ax", {kUnknownKey, 'x'}},  // F1 of the Linux console
+        {"\x1bO5Px", {kUnknownKey, 'x'}},
+        {"\x1b[200~x", {kUnknownKey, 'x'}},  // a paste
+        {"\x1b[\r", {kUnknownKey, '\r'}},
+    };
+    for (const auto& row : kCases) {
+        screen.Type(row.typed);
+        std::vector<int> keys;
+        while (keys.size() < row.keys.size())
+            keys.push_back(ReadKey());
+        EXPECT_EQ(keys, row.keys) << testing::PrintToString(row.typed);
+        EXPECT_FALSE(InputIsWaiting());
+    }
+}
+
+TEST_F(Keyboard, TheWaitEndsWithAMomentOrAnAnswer) {
+    const double now = MonotonicSeconds();
+    screen.Play({[] {}});
+    EXPECT_EQ(ReadKey({.until = now + 3}), ERR);
+    EXPECT_NEAR(MonotonicSeconds(), now + 3, 0.002);
+    Pipe pipe;
+    screen.Play({[&] { pipe.Write("."); }});
+    EXPECT_EQ(ReadKey({.answers = {{pipe.Reader(), POLLIN, 0}}}), ERR);
+    EXPECT_TRUE(screen.IsPlayed());
+}
+
+TEST_F(Keyboard, AWaitWithoutKeysLeavesThemWhereTheyAre) {
+    screen.Play({screen.Keys("x")});
+    AwaitWithoutKeys({.until = MonotonicSeconds() + 1});
+    EXPECT_TRUE(InputIsWaiting());
+    EXPECT_EQ(ReadKey(), 'x');
+    EXPECT_FALSE(InputIsWaiting());
+}
+
+TEST_F(Keyboard, KnowsWhetherAKeyIsTypedAndKeepsIt) {
+    EXPECT_FALSE(KeyIsTyped());
+    screen.Mouse(1, 1, REPORT_MOUSE_POSITION);
+    EXPECT_FALSE(KeyIsTyped()) << "the mouse has only moved";
+    screen.Type("xy");
+    EXPECT_TRUE(KeyIsTyped());
+    EXPECT_TRUE(InputIsWaiting());
+    EXPECT_EQ(ReadKey(), 'x');
+    EXPECT_EQ(ReadKey(), 'y');
+    screen.Mouse(1, 1, BUTTON1_PRESSED);
+    EXPECT_TRUE(KeyIsTyped());
+    EXPECT_EQ(ReadKey(), KEY_MOUSE);
+}
+
+TEST_F(Keyboard, DropsReportsOfTheMouseHavingMovedOnly) {
+    screen.Mouse(1, 1, REPORT_MOUSE_POSITION);
+    EXPECT_EQ(ReadKey(), KEY_MOUSE);
+    EXPECT_TRUE(DropMouseMotion());
+    screen.Mouse(1, 1, BUTTON1_CLICKED);
+    EXPECT_EQ(ReadKey(), KEY_MOUSE);
+    EXPECT_FALSE(DropMouseMotion());
+    EXPECT_EQ(ReadKey(), KEY_MOUSE) << "it comes again";
+    MEVENT event = {};
+    EXPECT_EQ(getmouse(&event), OK);
+    EXPECT_EQ(event.bstate, mmask_t{BUTTON1_CLICKED});
+}
+
+TEST_F(Keyboard, DropsAllThatIsTyped) {
+    screen.Type("xyz");
+    EXPECT_TRUE(KeyIsTyped());
+    DropKeys();
+    EXPECT_FALSE(InputIsWaiting());
+    EXPECT_FALSE(KeyIsTyped());
 }
 
 TEST(EndProgram, EndsWithTheStatusWhereThereIsNoScreenYet) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <random>
 
 #include "util/locale_fixtures.h"
@@ -10,96 +9,6 @@
 namespace {
 
 using namespace std::string_literals;
-
-// ---- time ----
-
-TEST(NowSeconds, IsTheWallClock) {
-    using std::chrono::duration;
-    using std::chrono::system_clock;
-    // gettimeofday cuts to microseconds; a double holds today's date to less than one.
-    constexpr double kMicrosecond = 2e-6;
-    const double before = duration<double>(system_clock::now().time_since_epoch()).count();
-    const double now = now_seconds();
-    const double after = duration<double>(system_clock::now().time_since_epoch()).count();
-    EXPECT_GE(now, before - kMicrosecond);
-    EXPECT_LE(now, after + kMicrosecond);
-}
-
-TEST(NowSeconds, TellsPartsOfASecond) {
-    const double start = now_seconds();
-    double now = start;
-    while (now == start)
-        now = now_seconds();
-    EXPECT_LT(now - start, 0.5);
-}
-
-// ---- trimming ----
-
-struct Trimmed {
-    std::string text;
-    std::string without_leading;
-    std::string without_trailing;
-    std::string without_both;
-};
-
-const Trimmed kTrimmed[] = {
-    {"", "", "", ""},
-    {"abc", "abc", "abc", "abc"},
-    {" abc ", "abc ", " abc", "abc"},
-    {"\t\n\r abc", "abc", "\t\n\r abc", "abc"},
-    {"abc \r\n\t", "abc \r\n\t", "abc", "abc"},
-    {"  a  b\tc  ", "a  b\tc  ", "  a  b\tc", "a  b\tc"},
-    {" \t\r\n", "", "", ""},
-    // White space elsewhere, but not here.
-    {"\v abc \f", "\v abc \f", "\v abc \f", "\v abc \f"},
-    {" \fabc\v ", "\fabc\v ", " \fabc\v", "\fabc\v"},
-    {"\xa0 abc\xa0", "\xa0 abc\xa0", "\xa0 abc\xa0", "\xa0 abc\xa0"},
-};
-
-TEST(SkipSpace, FindsTheFirstCharacterThatIsNoWhiteSpace) {
-    for (const Trimmed& row : kTrimmed) {
-        SCOPED_TRACE(testing::PrintToString(row.text));
-        std::string text = row.text;
-        EXPECT_STREQ(skip_space(text.data()), row.without_leading.c_str());
-        EXPECT_EQ(text, row.text) << "the text is left alone";
-    }
-}
-
-TEST(TrimTrailingSpace, CutsWhiteSpaceAtTheEndOnly) {
-    for (const Trimmed& row : kTrimmed) {
-        SCOPED_TRACE(testing::PrintToString(row.text));
-        std::string text = row.text;
-        trim_trailing_space(text.data());
-        EXPECT_STREQ(text.c_str(), row.without_trailing.c_str());
-    }
-}
-
-TEST(TrimTrailingSpace, LeavesWhatStandsBeforeTheText) {
-    char buffer[] = "  \0  ";
-    trim_trailing_space(buffer + 3);
-    EXPECT_EQ(std::string(buffer, 3), "  \0"s);
-    EXPECT_EQ(buffer[3], '\0');
-}
-
-TEST(TrimSpace, CutsTheEndAndReturnsTheNewStart) {
-    for (const Trimmed& row : kTrimmed) {
-        SCOPED_TRACE(testing::PrintToString(row.text));
-        std::string text = row.text;
-        const char* start = trim_space(text.data());
-        EXPECT_STREQ(start, row.without_both.c_str());
-        EXPECT_GE(start, text.data());
-        EXPECT_LE(start, text.data() + text.size());
-    }
-}
-
-TEST(StripLeadingSpace, MovesTheRestToTheStart) {
-    for (const Trimmed& row : kTrimmed) {
-        SCOPED_TRACE(testing::PrintToString(row.text));
-        std::string text = row.text;
-        strip_leading_space(text.data());
-        EXPECT_STREQ(text.c_str(), row.without_leading.c_str());
-    }
-}
 
 // ---- looking for a character ----
 
@@ -138,20 +47,6 @@ TEST(FindCharNocase, FindsTheFirstIgnoringCase) {
 TEST(FindCharNocase, TakesBytesBeyondAscii) {
     EXPECT_EQ(PositionOf("\xe9t\xe9", 't'), 1);
     EXPECT_EQ(PositionOf("\xe9", 'e'), kNowhere);
-}
-
-TEST(AnyNonzero, LooksAtTheFirstBytesOnly) {
-    const unsigned char bytes[] = {0, 0, 0, 7, 0};
-    EXPECT_FALSE(any_nonzero(bytes, 3));
-    EXPECT_TRUE(any_nonzero(bytes, 4));
-    EXPECT_TRUE(any_nonzero(bytes, 5));
-    EXPECT_TRUE(any_nonzero(bytes + 3, 1));
-    EXPECT_FALSE(any_nonzero(bytes + 4, 1));
-}
-
-TEST(AnyNonzero, NoBytesAreAllZero) {
-    const unsigned char byte = 1;
-    EXPECT_FALSE(any_nonzero(&byte, 0));
 }
 
 // ---- columns ----
@@ -230,6 +125,30 @@ TEST(FitColumns, AlwaysTakesExactlyItsWidth) {
             columns += wcwidth(character);
         ASSERT_EQ(columns, width) << testing::PrintToString(text);
     }
+}
+
+// ---- bytes ----
+
+TEST(WholeCharacters, CutsNoCharacterInHalf) {
+    struct {
+        std::string_view text;
+        std::size_t most;
+        std::string_view whole;
+    } const kCases[] = {
+        {"abc", 3, "abc"},
+        {"abc", 4, "abc"},
+        {"abc", 2, "ab"},
+        {"abc", 0, ""},
+        {"", 0, ""},
+        {"caf\xc3\xa9", 5, "caf\xc3\xa9"},
+        {"caf\xc3\xa9s", 5, "caf\xc3\xa9"},
+        {"caf\xc3\xa9", 4, "caf"},
+        {"\xe6\x97\xa5\xe6\x9c\xac", 5, "\xe6\x97\xa5"},
+        {"\xe6\x97\xa5\xe6\x9c\xac", 4, "\xe6\x97\xa5"},
+        {"\xf0\x9f\x94\x91", 3, ""},
+    };
+    for (const auto& row : kCases)
+        EXPECT_EQ(WholeCharacters(row.text, row.most), row.whole) << row.text << row.most;
 }
 
 }  // namespace

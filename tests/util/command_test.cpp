@@ -9,7 +9,11 @@
 #include <cstdint>
 #include <ctime>
 #include <sstream>
+#include <utility>
 
+#include "util/clock.h"
+#include "util/memory_fixtures.h"
+#include "util/process_fixtures.h"
 #include "util/signal_fixtures.h"
 #include "util/signal_gate.h"
 #include "util/utility_fixtures.h"
@@ -33,9 +37,15 @@ std::string OutputOfCommandOutput(const std::string& command) {
     return CommandOutput(command).value_or("");
 }
 
+Secret SecretOf(std::string_view text) {
+    Secret secret(text.size());
+    secret.Append(text);
+    return secret;
+}
+
 std::string OutputOfFeedCommand(const std::string& command) {
     const TemporaryFolder folder;
-    FeedCommand("{ " + command + "; } >" + folder.Path("output"), {"input\n"});
+    FeedCommand("{ " + command + "; } >" + folder.Path("output"), SecretOf("input\n"));
     return ContentOf(folder.Path("output"));
 }
 
@@ -72,17 +82,6 @@ bool Contains(std::uint64_t set, int number) {
     return ((set >> (number - 1)) & 1U) != 0;
 }
 
-TEST(Command, StartsWithInterruptAndQuitAtTheirDefaults) {
-    const SignalAction interrupt(SIGINT, SIG_IGN);
-    const SignalAction quit(SIGQUIT, SIG_IGN);
-    for (const Door& door : kDoors) {
-        SCOPED_TRACE(door.name);
-        const std::uint64_t ignored = SignalSet(door.output_of(kOwnStatus), "SigIgn");
-        for (int number : {SIGINT, SIGQUIT})
-            EXPECT_FALSE(Contains(ignored, number)) << number;
-    }
-}
-
 // A machine whose shell does nothing but print its entry in the process table. Real shells are of
 // little use to see how they were started: some put SIGCHLD right by themselves, others don't.
 Prepared EnterMachineWithTellingShell(const TemporaryFolder& folder) {
@@ -105,19 +104,21 @@ const Door kPlainDoors[] = {
     {"StartCommand", OutputOfStartCommand},
     {"FeedCommand",
      [](const std::string& command) {
-         FeedCommand(command, {});
+         FeedCommand(command, Secret(0));
          return std::string();
      }},
 };
 
-TEST(Command, StartsWithChildInterruptAndQuitAtTheirDefaultsWhateverTheShell) {
+constexpr int kDefaultSignals[] = {SIGCHLD, SIGINT, SIGQUIT, SIGPIPE, SIGXFSZ, SIGALRM};
+
+TEST(Command, StartsWithItsSignalsAtTheirDefaultsWhateverTheShell) {
     for (const Door& door : kPlainDoors) {
         SCOPED_TRACE(door.name);
         const TemporaryFolder folder;
         const Answer answer =
             AnswerInChild([&] { return EnterMachineWithTellingShell(folder); },
                           [&] {
-                              for (int number : {SIGCHLD, SIGINT, SIGQUIT})
+                              for (int number : kDefaultSignals)
                                   std::signal(number, SIG_IGN);
                               CloseSignalGate();
                               // That shell complains of its arguments.
@@ -128,7 +129,7 @@ TEST(Command, StartsWithChildInterruptAndQuitAtTheirDefaultsWhateverTheShell) {
                           });
         if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its shell";
         const std::uint64_t ignored = SignalSet(answer.output, "SigIgn");
-        for (int number : {SIGCHLD, SIGINT, SIGQUIT})
+        for (int number : kDefaultSignals)
             EXPECT_FALSE(Contains(ignored, number)) << number;
         EXPECT_EQ(SignalSet(answer.output, "SigBlk"), 0U);
     }
@@ -342,61 +343,119 @@ TEST(StartCommand, OneThatNeverStopsWritingIsReadInPiecesAndGivenUp) {
     EXPECT_EQ(waitpid(running->pid, &status, 0), running->pid) << "it ends, as nobody listens";
 }
 
-TEST(Abandon, StopsListening) {
+// A shell that has written, and waits with a child that holds the pipe open, too.
+RunningCommand HangingCommand() {
+    auto running = StartCommand("sleep 60 & echo up; wait");
+    if (!running) std::abort();
+    pollfd output = {running->descriptor, POLLIN, 0};
+    poll(&output, 1, -1);
+    return *running;
+}
+
+TEST(StartCommand, HasNoStandardInputAndAGroupOfItsOwn) {
+    EXPECT_EQ(OutputOfStartCommand("readlink /proc/self/fd/0"), "/dev/null\n");
+    auto running = StartCommand("exec sleep 60");
+    ASSERT_TRUE(running.has_value());
+    EXPECT_EQ(getpgid(running->pid), running->pid);
+    EndCommand(*running);
+    waitpid(running->pid, nullptr, 0);
+}
+
+TEST(StartCommand, TellsWhenItHasStarted) {
+    const double before = MonotonicSeconds();
+    auto running = StartCommand("exit");
+    ASSERT_TRUE(running.has_value());
+    EXPECT_GE(running->started, before);
+    EXPECT_LE(running->started, MonotonicSeconds());
+    EndCommand(*running);
+    waitpid(running->pid, nullptr, 0);
+}
+
+TEST(EndCommand, EndsTheCommandWithItsChildrenAndStopsListening) {
+    const SignalAction child(SIGCHLD, SIG_IGN);
     const int free_before = dup(STDERR_FILENO);
     close(free_before);
-    auto running = StartCommand("sleep 0.05");
-    ASSERT_TRUE(running.has_value());
-    Abandon(*running);
-    EXPECT_EQ(running->descriptor, -1);
-    EXPECT_TRUE(ReadAvailable(*running));
-    Abandon(*running);
+    RunningCommand running = HangingCommand();
+    EndCommand(running);
+    EXPECT_EQ(running.descriptor, -1);
+    EXPECT_TRUE(ReadAvailable(running));
+    EndCommand(running);
     const int free_after = dup(STDERR_FILENO);
     close(free_after);
     EXPECT_EQ(free_after, free_before);
-    waitpid(running->pid, nullptr, 0);
+    EXPECT_TRUE(GroupEnds(running.pid));
+}
+
+// By then the number may be another process's.
+TEST(EndCommand, DoesNothingWhenAllHasBeenRead) {
+    const SignalAction child(SIGCHLD, SIG_IGN);
+    auto running = StartCommand("exec >&-; exec sleep 60");
+    ASSERT_TRUE(running.has_value());
+    pollfd output = {running->descriptor, POLLIN, 0};
+    while (!ReadAvailable(*running))
+        poll(&output, 1, -1);
+    EndCommand(*running);
+    EndAllCommands();
+    EXPECT_EQ(kill(running->pid, 0), 0);
+    kill(-running->pid, SIGKILL);
+    EXPECT_TRUE(GroupEnds(running->pid));
+}
+
+TEST(EndAllCommands, EndsEveryCommandThatRunsBesideTheProgram) {
+    const SignalAction child(SIGCHLD, SIG_IGN);
+    RunningCommand first = HangingCommand();
+    RunningCommand second = HangingCommand();
+    EndAllCommands();
+    for (RunningCommand* running : {&first, &second}) {
+        EXPECT_TRUE(GroupEnds(running->pid));
+        EndCommand(*running);
+    }
 }
 
 // ---- FeedCommand ----
 
-TEST(FeedCommand, TheTextsAreTheCommandsInput) {
+constexpr std::string_view kPassword = "Tr0ub4dor&3";
+
+TEST(FeedCommand, TheTextIsTheCommandsInput) {
     const TemporaryFolder folder;
-    FeedCommand("cat >" + folder.Path("input"), {"pass word\n", "", "\0\xff"s, "again\n"});
-    EXPECT_EQ(ContentOf(folder.Path("input")), "pass word\n\0\xff"s + "again\n");
+    for (const std::string& text : {"pass word\n\0\xff"s, ""s, std::string(300'000, 'x')}) {
+        FeedCommand("cat >" + folder.Path("input"), SecretOf(text));
+        EXPECT_EQ(ContentOf(folder.Path("input")), text);
+    }
 }
 
-TEST(FeedCommand, FeedsMoreThanAPipeHolds) {
-    const TemporaryFolder folder;
-    const std::string text(300'000, 'x');
-    FeedCommand("cat >" + folder.Path("input"), {text, "end"});
-    EXPECT_EQ(ContentOf(folder.Path("input")), text + "end");
+TEST(FeedCommand, TakesTheSecret) {
+    Secret secret = SecretOf("pass word");
+    FeedCommand("cat >/dev/null", std::move(secret));
+    EXPECT_TRUE(secret.empty());  // NOLINT(bugprone-use-after-move): that is what is tested
 }
 
-TEST(FeedCommand, WipesTheSecretThatItHasHandedOver) {
-    const TemporaryFolder folder;
-    std::string secret = "pass word";
-    FeedCommand("cat >" + folder.Path("input"), {secret, "\n"}, &secret);
-    EXPECT_EQ(ContentOf(folder.Path("input")), "pass word\n");
-    EXPECT_EQ(secret, "");
+TEST(FeedCommand, TheTextIsGoneAsSoonAsTheCommandHasIt) {
+    EXPECT_FALSE(StaysInMemory(kPassword, [] {
+        // When the program sleeps, it waits for the command's end.
+        FeedCommand(
+            "cat >/dev/null; until grep -q '^State:.S' /proc/$PPID/status; do :; done; "
+            "kill -STOP $PPID",
+            SecretOf(kPassword));
+    }));
 }
 
-TEST(FeedCommand, WipesTheSecretWhereThereIsNoShell) {
+TEST(FeedCommand, TheTextIsGoneWhereThereIsNoShell) {
     const TemporaryFolder empty;
-    const Answer answer = AnswerInChild([&] { return EnterRoot(empty.path); },
-                                        [] {
-                                            std::string secret = "pass word";
-                                            FeedCommand("cat", {secret}, &secret);
-                                            return secret.empty() ? 1L : 0L;
-                                        });
-    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its root";
-    EXPECT_EQ(answer.value, 1);
+    EXPECT_FALSE(StaysInMemory(kPassword, [&] {
+        Secret secret(48);
+        secret.Append(kOverwrittenByHeap);
+        secret.Append(kPassword);
+        if (EnterRoot(empty.path) == Prepared::kYes) FeedCommand("cat", std::move(secret));
+        raise(SIGSTOP);
+    }));
 }
 
 TEST(FeedCommand, ACommandThatDoesNotReadEndsNothing) {
     const SavedSignalMask saved;
     const SignalAction counted(SIGPIPE, CountSignal);
     signals_counted = 0;
-    FeedCommand("exec <&-", {std::string(300'000, 'x')});
+    FeedCommand("exec <&-", SecretOf(std::string(300'000, 'x')));
     EXPECT_EQ(signals_counted, 0);
     EXPECT_FALSE(IsBlocked(SIGPIPE));
 }
@@ -512,12 +571,6 @@ TEST(ShellWord, EachWordIsOne) {
 }
 
 // ---- Pause ----
-
-double MonotonicSeconds() {
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
 
 TEST(Pause, LastsAtLeastThatLong) {
     const double start = MonotonicSeconds();

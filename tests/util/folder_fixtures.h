@@ -4,12 +4,15 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 
 inline std::string ContentOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream text;
+    // A file of a process that has just ended can be opened, but not read.
+    text << file.rdbuf();
+    return text.str();
 }
 
 // A folder that is removed with all its content.

@@ -87,4 +87,92 @@ TEST(NextLine, ReadsATextAsFgetsReadsAFile) {
     }
 }
 
+// ---- columns ----
+
+constexpr std::size_t kMany = 64;
+
+Pieces Split(std::string_view line, Columns columns, std::size_t most = kMany) {
+    const auto found = SplitColumns(line, columns, most);
+    return {found.begin(), found.end()};
+}
+
+struct SplitLine {
+    std::string_view line;
+    Pieces columns;
+};
+
+TEST(SplitColumns, ByBlanksAnyNumberOfThemSeparates) {
+    const SplitLine kCases[] = {
+        {"", {}},
+        {"a", {"a"}},
+        {"a\tb c", {"a", "b", "c"}},
+        {"a \t  \tb\t\tc", {"a", "b", "c"}},
+        // Blanks at the end make no column.
+        {"a b ", {"a", "b"}},
+        {"a b\t \t", {"a", "b"}},
+        // The first column begins with the first character whatever it is.
+        {" a b", {"", "a", "b"}},
+        {"\t \ta", {"", "a"}},
+        {" ", {""}},
+        {"\t\t  ", {""}},
+        // Only blanks and tabs separate.
+        {"a\rb\nc\vd", {"a\rb\nc\vd"}},
+        {"eth0\t00000000\t0100A8C0\t0003\t0\t0\t0\t00000000",
+         {"eth0", "00000000", "0100A8C0", "0003", "0", "0", "0", "00000000"}},
+    };
+    for (const SplitLine& row : kCases)
+        EXPECT_EQ(Split(row.line, Columns::ByBlanks), row.columns) << row.line;
+}
+
+TEST(SplitColumns, ByTabsEachOfThemSeparates) {
+    const SplitLine kCases[] = {
+        {"", {}},
+        {"0\tmy home\tany\t[CURRENT]", {"0", "my home", "any", "[CURRENT]"}},
+        {"0\t\tany", {"0", "", "any"}},
+        {"\thome", {"", "home"}},
+        {"\t", {""}},
+        {"\t\t", {"", ""}},
+        // A tab at the end gives no further column.
+        {"0\thome\t", {"0", "home"}},
+        {"  a  b  ", {"  a  b  "}},
+    };
+    for (const SplitLine& row : kCases)
+        EXPECT_EQ(Split(row.line, Columns::ByTabs), row.columns) << row.line;
+}
+
+TEST(SplitColumns, WhatIsBeyondTheMostIsLeftOut) {
+    for (const auto columns : {Columns::ByBlanks, Columns::ByTabs}) {
+        EXPECT_EQ(Split("a\tb\tc", columns, 3), (Pieces{"a", "b", "c"}));
+        EXPECT_EQ(Split("a\tb\tc", columns, 2), (Pieces{"a", "b"}));
+        EXPECT_EQ(Split("a\tb", columns, 1), Pieces{"a"});
+        EXPECT_EQ(Split("a\tb", columns, 0), Pieces{});
+        std::string line;
+        for (int i = 1; i <= 300; ++i)
+            line.append(std::to_string(i)).append(1, '\t');
+        ASSERT_EQ(Split(line, columns, 256).size(), 256U);
+        EXPECT_EQ(Split(line, columns, 256).back(), "256");
+    }
+    EXPECT_EQ(Split("a b\tc  d", Columns::ByBlanks, 2), (Pieces{"a", "b"}));
+}
+
+TEST(SplitColumns, PointsIntoTheLine) {
+    const std::string line = "a  b";
+    const auto columns = SplitColumns(line, Columns::ByBlanks, kMany);
+    ASSERT_EQ(columns.size(), 2U);
+    EXPECT_EQ(columns[0].data(), line.data());
+    EXPECT_EQ(columns[1].data(), line.data() + 3);
+}
+
+// ---- lines without their ends ----
+
+TEST(NextChompedLine, CutsLineEndsAndNothingElse) {
+    std::string_view text = "a \r\n\r\nb\rc\n\nd";
+    Pieces lines;
+    std::string line;
+    while (NextChompedLine(text, kMany, line))
+        lines.push_back(line);
+    EXPECT_EQ(lines, (Pieces{"a ", "", "b\rc", "", "d"}));
+    EXPECT_EQ(line, "");
+}
+
 }  // namespace

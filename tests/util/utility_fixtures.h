@@ -181,13 +181,13 @@ inline Prepared EnterRoot(const std::string& folder) {
     return Prepared::kYes;
 }
 
-struct Interface {
+struct MadeInterface {
     const char* name;
     const char* address;  // null: never had one
     sa_family_t family = AF_INET;
 };
 
-inline ifreq RequestFor(const Interface& interface) {
+inline ifreq RequestFor(const MadeInterface& interface) {
     sockaddr_in address = {};
     address.sin_family = interface.family;
     if (interface.address != nullptr) inet_aton(interface.address, &address.sin_addr);
@@ -198,11 +198,11 @@ inline ifreq RequestFor(const Interface& interface) {
 }
 
 // Enters a network which has these interfaces (bridges, as they need no hardware) besides "lo".
-inline Prepared EnterNetwork(const std::vector<Interface>& interfaces) {
+inline Prepared EnterNetwork(const std::vector<MadeInterface>& interfaces) {
     if (unshare(CLONE_NEWNET) != 0) return Prepared::kRefused;
     const int network = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (network < 0) return Prepared::kRefused;
-    for (const Interface& interface : interfaces) {
+    for (const MadeInterface& interface : interfaces) {
         if (ioctl(network, SIOCBRADDBR, interface.name) != 0) return Prepared::kRefused;
         ifreq request = RequestFor(interface);
         if (interface.address != nullptr && ioctl(network, SIOCSIFADDR, &request) != 0) {
@@ -213,7 +213,7 @@ inline Prepared EnterNetwork(const std::vector<Interface>& interfaces) {
     return Prepared::kYes;
 }
 
-inline std::vector<Interface> pretended_interfaces;
+inline std::vector<MadeInterface> pretended_interfaces;
 
 #if defined(__x86_64__)
 
@@ -222,7 +222,7 @@ inline void AnswerAddressRequest(int /*number*/, siginfo_t* /*information*/, voi
     ifreq* request = nullptr;
     memcpy(&request, &registers[REG_RDX], sizeof registers[REG_RDX]);
     registers[REG_RAX] = -ENODEV;
-    for (const Interface& interface : pretended_interfaces) {
+    for (const MadeInterface& interface : pretended_interfaces) {
         if (strcmp(interface.name, request->ifr_name) != 0) continue;
         *request = RequestFor(interface);
         registers[REG_RAX] = 0;
@@ -231,7 +231,7 @@ inline void AnswerAddressRequest(int /*number*/, siginfo_t* /*information*/, voi
 
 // Makes the kernel answer requests for an interface's address from the list. There are answers
 // which a system could give to the request but which this one can't be brought to give.
-inline Prepared PretendInterfaces(std::vector<Interface> interfaces) {
+inline Prepared PretendInterfaces(std::vector<MadeInterface> interfaces) {
     pretended_interfaces = std::move(interfaces);
     struct sigaction action = {};
     action.sa_sigaction = AnswerAddressRequest;
@@ -256,7 +256,7 @@ inline Prepared PretendInterfaces(std::vector<Interface> interfaces) {
 #else
 
 // The answers go into processor registers, known here for one processor only.
-inline Prepared PretendInterfaces(const std::vector<Interface>& /*interfaces*/) {
+inline Prepared PretendInterfaces(const std::vector<MadeInterface>& /*interfaces*/) {
     return Prepared::kRefused;
 }
 

@@ -17,68 +17,6 @@ namespace {
 using namespace std::string_literals;
 using Words = std::vector<std::string>;
 
-// ---- columns ----
-
-Words Columns(std::string line) {
-    const std::vector<char*> columns = SplitTabColumns(line.data());
-    return {columns.begin(), columns.end()};
-}
-
-std::string Numbered(int count) {
-    std::string line;
-    for (int i = 1; i <= count; ++i)
-        line += (i > 1 ? "\t" : "") + std::to_string(i);
-    return line + "\n";
-}
-
-TEST(SplitTabColumns, ATabEndsAColumnAndTheLineEndTheLast) {
-    EXPECT_EQ(Columns("0\tmy home\tany\t[CURRENT]\n"), (Words{"0", "my home", "any", "[CURRENT]"}));
-}
-
-TEST(SplitTabColumns, TheLastColumnMayEndWithTheText) {
-    EXPECT_EQ(Columns("0\thome"), (Words{"0", "home"}));
-}
-
-TEST(SplitTabColumns, TwoTabsInARowGiveAnEmptyColumn) {
-    EXPECT_EQ(Columns("0\t\tany\n"), (Words{"0", "", "any"}));
-}
-
-TEST(SplitTabColumns, ATabAtTheStartGivesAnEmptyColumn) {
-    EXPECT_EQ(Columns("\thome\n"), (Words{"", "home"}));
-}
-
-TEST(SplitTabColumns, ATabAtTheEndGivesNoFurtherColumn) {
-    EXPECT_EQ(Columns("0\thome\t\n"), (Words{"0", "home"}));
-    EXPECT_EQ(Columns("0\thome\t"), (Words{"0", "home"}));
-}
-
-TEST(SplitTabColumns, AnEmptyLineHasNone) {
-    EXPECT_EQ(Columns(""), Words{});
-    EXPECT_EQ(Columns("\n"), Words{});
-}
-
-TEST(SplitTabColumns, BlanksSplitNothing) {
-    EXPECT_EQ(Columns("  a  b  \n"), (Words{"  a  b  "}));
-}
-
-TEST(SplitTabColumns, StopsAt256Columns) {
-    EXPECT_EQ(Columns(Numbered(255)).size(), 255u);
-    EXPECT_EQ(Columns(Numbered(256)).size(), 256u);
-    EXPECT_EQ(Columns(Numbered(257)).size(), 256u);
-    const Words of_300 = Columns(Numbered(300));
-    ASSERT_EQ(of_300.size(), 256u);
-    EXPECT_EQ(of_300.back(), "256");
-}
-
-TEST(SplitTabColumns, PointsIntoTheLineItself) {
-    std::string line = "a\tb\n";
-    const std::vector<char*> columns = SplitTabColumns(line.data());
-    ASSERT_EQ(columns.size(), 2u);
-    EXPECT_EQ(columns[0], line.data());
-    EXPECT_EQ(columns[1], line.data() + 2);
-    EXPECT_EQ(line, "a\0b\0"s);
-}
-
 // ---- listings ----
 
 constexpr const char* kConfiguredHeader = "network id / ssid / bssid / flags\n";
@@ -86,8 +24,8 @@ constexpr const char* kScanHeader = "bssid / frequency / signal level / flags / 
 
 // A network as one readable word for each field: "id ssid bssid flags", new ones with "NEW".
 std::string Text(const AccessPoint& network) {
-    return (network.isNew ? "NEW " : "") + std::to_string(network.networkId) + " '" + network.ssid +
-           "' " + network.bssid + " " + network.flags;
+    return (network.is_new ? "NEW " : "") + std::to_string(network.network_id) + " '" +
+           network.ssid + "' " + network.bssid + " " + network.flags;
 }
 
 Words Texts(const AccessPointMap& map) {
@@ -114,8 +52,8 @@ TEST(AccessPoint, AFreshOneIsNoNetwork) {
     EXPECT_EQ(fresh.bssid, "");
     EXPECT_EQ(fresh.ssid, "");
     EXPECT_EQ(fresh.flags, "");
-    EXPECT_EQ(fresh.networkId, -1);
-    EXPECT_FALSE(fresh.isNew);
+    EXPECT_EQ(fresh.network_id, -1);
+    EXPECT_FALSE(fresh.is_new);
 }
 
 TEST(ParseConfiguredNetworks, TakesNumberNameAddressAndFlags) {
@@ -152,7 +90,7 @@ TEST(ParseConfiguredNetworks, TheNumberBeginsWithADigitOrThereIsNone) {
         AccessPointMap map;
         ParseConfiguredNetworks(kConfiguredHeader + std::string(column) + "\tattic\tany\t\n", map);
         ASSERT_EQ(map.size(), 1u) << column;
-        EXPECT_EQ(map.begin()->second.networkId, id) << column;
+        EXPECT_EQ(map.begin()->second.network_id, id) << column;
     }
 }
 
@@ -274,7 +212,7 @@ TEST(Listings, AnyBytesMakeNetworksOfTheListingsOwnBytes) {
         for (const auto& [key, network] : map) {
             ASSERT_EQ(key, AccessPointKey(network.ssid, network.bssid));
             ASSERT_NE(network.bssid, "");
-            ASSERT_GE(network.networkId, -1);
+            ASSERT_GE(network.network_id, -1);
             for (const std::string& text : {network.ssid, network.bssid, network.flags}) {
                 ASSERT_EQ(text.find_first_of("\t\n\0"s), std::string::npos);
                 ASSERT_NE(listing.find(text), std::string::npos);
@@ -325,10 +263,10 @@ struct Client : OwnCommand {
     static constexpr const char* kReplies = "[ \"$1 $2\" != '-i wlan0' ] || cat \"${0%/*}/$3\"\n";
 };
 
-Words Rows(const AccessPointList& list) {
+Words Loaded() {
     Words rows;
-    for (const AccessPointKey& key : list.keys)
-        rows.push_back(Text(list.map.at(key)));
+    for (const AccessPoint& network : LoadAccessPoints("wlan0"))
+        rows.push_back(Text(network));
     return rows;
 }
 
@@ -346,9 +284,7 @@ TEST(LoadAccessPoints, OrdersByTheBytesOfNameAndAddress) {
                                     "00:11:22:33:44:77\t1\t2\t[ESS]\thome 2\n"
                                     "00:11:22:33:44:99\t1\t2\t[ESS]\tyard\n"
                                     "00:11:22:33:44:88\t1\t2\t[ESS]\t\n"s);
-    AccessPointList list;
-    LoadAccessPoints("wlan0", list);
-    EXPECT_EQ(Rows(list),
+    EXPECT_EQ(Loaded(),
               (Words{"NEW -1 '' 00:11:22:33:44:88 [ESS]", "2 'Home' any ",
                      "NEW -1 'home' 00:11:22:33:44:55 [ESS]", "0 'home' any ",
                      "NEW -1 'home' b0:00:00:00:00:01 [ESS]",
@@ -356,27 +292,9 @@ TEST(LoadAccessPoints, OrdersByTheBytesOfNameAndAddress) {
                      "1 'zebra' any ", "NEW -1 '\xc3\xa4rger' 00:11:22:33:44:66 [ESS]"}));
 }
 
-TEST(LoadAccessPoints, KeepsNothingOfAnEarlierList) {
-    const Client client(Client::kReplies);
-    client.Reply("list_networks", kConfiguredHeader + "0\thome\tany\t\n"s);
-    client.Reply("scan_result", kScanHeader + "00:11:22:33:44:55\t1\t2\t[ESS]\tcafe\n"s);
-    AccessPointList list;
-    LoadAccessPoints("wlan0", list);
-    ASSERT_EQ(list.keys.size(), 2u);
-    client.Reply("list_networks", kConfiguredHeader + "3\thome\tany\t[CURRENT]\n"s);
-    client.Reply("scan_result", kScanHeader);
-    LoadAccessPoints("wlan0", list);
-    EXPECT_EQ(Rows(list), (Words{"3 'home' any [CURRENT]"}));
-    EXPECT_EQ(list.map.size(), 1u);
-}
-
 TEST(LoadAccessPoints, AFailingClientGivesAnEmptyList) {
     const Client client("echo \"Failed to connect to wpa_supplicant\" >&2; exit 255\n");
-    AccessPointList list;
-    list.keys.emplace_back("old", "any");
-    LoadAccessPoints("wlan0", list);
-    EXPECT_TRUE(list.keys.empty());
-    EXPECT_TRUE(list.map.empty());
+    EXPECT_EQ(Loaded(), Words{});
 }
 
 // ---- commands ----

@@ -1,5 +1,5 @@
 // Taking the disks off: which lines of /proc/mounts count, and what happens to real mounts.
-#include "services/unmount.h"
+#include "product_line/unmount.h"
 
 #include <ostream>
 #include <vector>

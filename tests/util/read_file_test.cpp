@@ -1,4 +1,4 @@
-#include "util/files.h"
+#include "util/read_file.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "app/console_info.h"
+#include "product_line/console_info.h"
 
 #include <gtest/gtest.h>
 
@@ -31,14 +31,12 @@ TEST(ConsoleNumberOf, IsTheNumberBehindTheDevice) {
         EXPECT_EQ(ConsoleNumberOf(row.path), row.number) << row.path;
 }
 
-// The record after a probe whose standard output is that file.
+// The figures of a probe whose standard output is that file.
 ConsoleInfo ProbedOn(const char* path) {
-    ConsoleInfo info;
-    info.tty_number = info.cell_width = info.cell_height = 99;
     const int standard_output = dup(STDOUT_FILENO);
     const int file = open(path, O_RDWR | O_NOCTTY);
     dup2(file, STDOUT_FILENO);
-    ProbeConsole(info);
+    const ConsoleInfo info = ProbeConsole();
     dup2(standard_output, STDOUT_FILENO);
     close(standard_output);
     close(file);

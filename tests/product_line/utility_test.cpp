@@ -1,4 +1,4 @@
-#include "util/utility.h"
+#include "product_line/utility.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "utility_fixtures.h"
+#include "util/utility_fixtures.h"
 
 namespace {
 
@@ -129,6 +129,86 @@ TEST(SkipPrefix, TheEmptyPrefixAlwaysMatches) {
     EXPECT_EQ(skip_prefix(text, ""), text);
     const char* empty = "";
     EXPECT_EQ(skip_prefix(empty, ""), empty);
+}
+
+struct Trimmed {
+    std::string text;
+    std::string without_leading;
+    std::string without_trailing;
+    std::string without_both;
+};
+
+const Trimmed kTrimmed[] = {
+    {"", "", "", ""},
+    {"abc", "abc", "abc", "abc"},
+    {" abc ", "abc ", " abc", "abc"},
+    {"\t\n\r abc", "abc", "\t\n\r abc", "abc"},
+    {"abc \r\n\t", "abc \r\n\t", "abc", "abc"},
+    {"  a  b\tc  ", "a  b\tc  ", "  a  b\tc", "a  b\tc"},
+    {" \t\r\n", "", "", ""},
+    // White space elsewhere, but not here.
+    {"\v abc \f", "\v abc \f", "\v abc \f", "\v abc \f"},
+    {" \fabc\v ", "\fabc\v ", " \fabc\v", "\fabc\v"},
+    {"\xa0 abc\xa0", "\xa0 abc\xa0", "\xa0 abc\xa0", "\xa0 abc\xa0"},
+};
+
+TEST(SkipSpace, FindsTheFirstCharacterThatIsNoWhiteSpace) {
+    for (const Trimmed& row : kTrimmed) {
+        SCOPED_TRACE(testing::PrintToString(row.text));
+        std::string text = row.text;
+        EXPECT_STREQ(skip_space(text.data()), row.without_leading.c_str());
+        EXPECT_EQ(text, row.text) << "the text is left alone";
+    }
+}
+
+TEST(TrimTrailingSpace, CutsWhiteSpaceAtTheEndOnly) {
+    for (const Trimmed& row : kTrimmed) {
+        SCOPED_TRACE(testing::PrintToString(row.text));
+        std::string text = row.text;
+        trim_trailing_space(text.data());
+        EXPECT_STREQ(text.c_str(), row.without_trailing.c_str());
+    }
+}
+
+TEST(TrimTrailingSpace, LeavesWhatStandsBeforeTheText) {
+    char buffer[] = "  \0  ";
+    trim_trailing_space(buffer + 3);
+    EXPECT_EQ(std::string(buffer, 3), "  \0"s);
+    EXPECT_EQ(buffer[3], '\0');
+}
+
+TEST(TrimSpace, CutsTheEndAndReturnsTheNewStart) {
+    for (const Trimmed& row : kTrimmed) {
+        SCOPED_TRACE(testing::PrintToString(row.text));
+        std::string text = row.text;
+        const char* start = trim_space(text.data());
+        EXPECT_STREQ(start, row.without_both.c_str());
+        EXPECT_GE(start, text.data());
+        EXPECT_LE(start, text.data() + text.size());
+    }
+}
+
+TEST(StripLeadingSpace, MovesTheRestToTheStart) {
+    for (const Trimmed& row : kTrimmed) {
+        SCOPED_TRACE(testing::PrintToString(row.text));
+        std::string text = row.text;
+        strip_leading_space(text.data());
+        EXPECT_STREQ(text.c_str(), row.without_leading.c_str());
+    }
+}
+
+TEST(AnyNonzero, LooksAtTheFirstBytesOnly) {
+    const unsigned char bytes[] = {0, 0, 0, 7, 0};
+    EXPECT_FALSE(any_nonzero(bytes, 3));
+    EXPECT_TRUE(any_nonzero(bytes, 4));
+    EXPECT_TRUE(any_nonzero(bytes, 5));
+    EXPECT_TRUE(any_nonzero(bytes + 3, 1));
+    EXPECT_FALSE(any_nonzero(bytes + 4, 1));
+}
+
+TEST(AnyNonzero, NoBytesAreAllZero) {
+    const unsigned char byte = 1;
+    EXPECT_FALSE(any_nonzero(&byte, 0));
 }
 
 // --- Sizes ---
@@ -701,7 +781,7 @@ long FindOnASocket() {
     return address;
 }
 
-Answer FindIn(const std::vector<Interface>& network) {
+Answer FindIn(const std::vector<MadeInterface>& network) {
     return AnswerInChild([&] { return EnterNetwork(network); }, FindOnASocket);
 }
 
@@ -752,7 +832,7 @@ TEST(FindEthIpv4, AClosedSocketFindsNothing) {
     EXPECT_EQ(answer.output, "");
 }
 
-Answer FindAmongPretended(const std::vector<Interface>& interfaces) {
+Answer FindAmongPretended(const std::vector<MadeInterface>& interfaces) {
     return AnswerInChild([&] { return PretendInterfaces(interfaces); }, FindOnASocket);
 }
 

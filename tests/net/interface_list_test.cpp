@@ -1,8 +1,6 @@
-#include "net/interface_table.h"
+#include "net/interface_list.h"
 
 #include <gtest/gtest.h>
-
-#include <iterator>
 
 #include "util/command.h"
 #include "util/utility_fixtures.h"
@@ -10,8 +8,6 @@
 namespace {
 
 using Names = std::vector<std::string>;
-
-// ---- the output of `ip link` ----
 
 TEST(ParseInterfaceList, NamesTheNumberedLines) {
     EXPECT_EQ(
@@ -104,7 +100,7 @@ TEST(ParseInterfaceList, ALineIsReadInPiecesOf511Bytes) {
     EXPECT_EQ(ParseInterfaceList(Padded("2: eth0: <", 512) + "3: eth1: <UP>\n"), Names{"eth0"});
 }
 
-TEST(ParseInterfaceList, ListsMoreThanTheTableHolds) {
+TEST(ParseInterfaceList, ListsHoweverManyThereAre) {
     std::string text;
     for (int i = 1; i <= 100; ++i)
         text += std::to_string(i) + ": tap" + std::to_string(i) + ": <UP>\n    link/ether\n";
@@ -132,63 +128,6 @@ TEST(ParseInterfaceList, UnderstandsTheIpCommandOfThisMachine) {
     ASSERT_NE(ours, std::string::npos) << names;
     EXPECT_EQ(names.substr(ours), "eth1 br-lan eth0 ");
     EXPECT_EQ((" " + names).find(" lo "), std::string::npos);
-}
-
-// ---- the table ----
-
-struct ClearedTable {
-    ClearedTable() { Clear(); }
-    ~ClearedTable() { Clear(); }
-    ClearedTable(const ClearedTable&) = delete;
-    ClearedTable& operator=(const ClearedTable&) = delete;
-
-    static void Clear() {
-        for (InterfaceEntry& entry : InterfaceTable)
-            entry = {};
-    }
-};
-
-TEST(InterfaceTable, HasRoomFor64) {
-    EXPECT_EQ(std::size(InterfaceTable), 64U);
-    EXPECT_EQ(kMostInterfaces, 64U);
-}
-
-TEST(StoreInterface, StoresNameAndAddressAtTheIndex) {
-    const ClearedTable table;
-    StoreInterface(0, "eth0", "02:00:00:00:10:20");
-    StoreInterface(63, "tap9", "");
-    EXPECT_EQ(InterfaceTable[0].name, "eth0");
-    EXPECT_EQ(InterfaceTable[0].address, "02:00:00:00:10:20");
-    EXPECT_EQ(InterfaceTable[1].name, "");
-    EXPECT_EQ(InterfaceTable[63].name, "tap9");
-    EXPECT_EQ(InterfaceTable[63].address, "");
-}
-
-TEST(StoreInterface, ReplacesWhatWasThere) {
-    const ClearedTable table;
-    StoreInterface(5, "eth0", "02:00:00:00:10:20");
-    StoreInterface(5, "wlan0", "");
-    EXPECT_EQ(InterfaceTable[5].name, "wlan0");
-    EXPECT_EQ(InterfaceTable[5].address, "");
-}
-
-TEST(StoreInterface, StopsAt64) {
-    const ClearedTable table;
-    for (std::size_t index :
-         {std::size_t{64}, std::size_t{65}, std::size_t{100'000}, ~std::size_t{0}})
-        StoreInterface(index, "eth0", "02:00:00:00:10:20");
-    for (const InterfaceEntry& entry : InterfaceTable) {
-        EXPECT_EQ(entry.name, "");
-        EXPECT_EQ(entry.address, "");
-    }
-}
-
-TEST(StoreInterface, KeepsAtMost31CharactersOfTheName) {
-    const ClearedTable table;
-    StoreInterface(0, std::string(31, 'a'), "");
-    StoreInterface(1, std::string(32, 'a'), "");
-    EXPECT_EQ(InterfaceTable[0].name, std::string(31, 'a'));
-    EXPECT_EQ(InterfaceTable[1].name, std::string(31, 'a'));
 }
 
 }  // namespace

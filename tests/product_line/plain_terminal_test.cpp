@@ -1,0 +1,56 @@
+#include "product_line/plain_terminal.h"
+
+#include <gtest/gtest.h>
+
+#include "util/utility_fixtures.h"
+
+namespace {
+
+// Standard input from the pipe in a child process; returns what is left in it after the wait.
+std::string LeftAfterWait(const std::string& input) {
+    Pipe pipe;
+    pipe.Write(input);
+    pipe.CloseWriter();
+    return AnswerInChild([] { return Prepared::kYes; },
+                         [&] {
+                             dup2(pipe.Reader(), STDIN_FILENO);
+                             ReadLineRaw();
+                             std::string left;
+                             char byte = 0;
+                             while (read(STDIN_FILENO, &byte, 1) == 1)
+                                 left += byte;
+                             fwrite(left.data(), 1, left.size(), stdout);
+                             return 0L;
+                         })
+        .output;
+}
+
+TEST(ReadLineRaw, ReadsUpToALineEndAndNotBeyond) {
+    EXPECT_EQ(LeftAfterWait("\nrest"), "rest");
+    EXPECT_EQ(LeftAfterWait("\rrest"), "rest");
+    EXPECT_EQ(LeftAfterWait("abc\x1b[A\nrest\n"), "rest\n");
+    EXPECT_EQ(LeftAfterWait("abc\r\nrest"), "\nrest");
+}
+
+TEST(ReadLineRaw, AReadErrorEndsTheWait) {
+    const Answer answer = AnswerInChild([] { return Prepared::kYes; },
+                                        [] {
+                                            const int folder = open("/", O_RDONLY | O_DIRECTORY);
+                                            dup2(folder, STDIN_FILENO);
+                                            ReadLineRaw();
+                                            return 1L;
+                                        });
+    EXPECT_EQ(answer.value, 1);
+}
+
+TEST(ReadLineRaw, WhereThereIsNoMoreInputTheProgramEnds) {
+    EXPECT_EXIT(
+        {
+            dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
+            ReadLineRaw();
+            _exit(0);
+        },
+        testing::ExitedWithCode(1), "");
+}
+
+}  // namespace
