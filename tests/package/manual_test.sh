@@ -7,6 +7,7 @@ LC_ALL=C.UTF-8
 export LC_ALL
 work=$(mktemp -d) || exit 1
 trap 'rm -rf "$work"' EXIT
+trap 'exit 130' HUP INT TERM
 failed=0
 
 Fail() {
@@ -80,12 +81,12 @@ done <"$work/pieces"
 # ---- settings ----
 
 # The keys of the table, in the file's order.
-sed -n '/constexpr Line kLines/,/^};/s/^ *{"\([^"]*\)".*/\1/p' src/net/interface_config.cpp \
+sed -n '/constexpr ConfigLine kConfigLines/,/^};/s/^ *{"\([^"]*\)".*/\1/p' src/net/interface_config.h \
     >"$work/wanted"
 sed -n 's/^\.It Cm //p' man/ifmenu-network.5 >"$work/found"
-Same "the settings of src/net/interface_config.cpp"
+Same "the settings of src/net/interface_config.h"
 sed -n '/^\.Bd/,/^\.Ed/{/ =/s/ =.*//p;/^\.Ed/q}' man/ifmenu-network.5 >"$work/found"
-Same "the settings of src/net/interface_config.cpp"
+Same "the settings of src/net/interface_config.h"
 
 # ---- versions ----
 

@@ -200,6 +200,26 @@ TEST(InterfaceScreen, TheStatusChangesByItselfEveryFiveSeconds) {
     EXPECT_LT(calls[1].seconds - calls[0].seconds, 6);
 }
 
+// "Bring up" does not become "Bring down" under the operator's finger.
+TEST(InterfaceScreen, TheSelectionStaysOnItsRowWhenStatusRowsComeAndGo) {
+    Box box;
+    InterfacePage t(box);
+    t.Press("d");
+    t.WaitSelected("Bring down this interfaces");
+    const int line = t.SelectedRow();
+    for (const auto& [change, moved] :
+         {std::pair("add", 1), std::pair("del", 0), std::pair("add", 1)}) {
+        box.Sh(std::string("ip addr ") + change + " 192.0.2.7/24 dev eth0");
+        t.WaitUntil([&] { return t.SelectedRow() == line + moved; }, "the row to move", 7);
+        EXPECT_EQ(t.Selected(), "Bring down this interfaces");
+    }
+    t.Press("<Enter>");
+    t.WaitFor(kQuestion);
+    t.Press("y");
+    box.WaitForCalls(kNetworkScript, 1);
+    EXPECT_THAT(box.CallLines(kNetworkScript), ElementsAre("/etc/init.d/network stop eth0"));
+}
+
 // ---- wireless cards ----
 
 // A machine with a second card, wlan0, that the kernel takes for a wireless one.

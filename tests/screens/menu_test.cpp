@@ -611,9 +611,13 @@ TEST_F(MenuSize, ASmallerTerminalScrollsToTheSelection) {
     Walk(t, {{"<End>", 0, 33}});
     t.Resize(12, 80);
     WaitForView(t, 28, 33);
-    // A larger one shows more below, and the list stays where it is.
+    // A larger one shows as many rows as fit.
     t.Resize(30, 80);
-    WaitForView(t, 28, 33);
+    WaitForView(t, 10, 33);
+    t.Resize(9, 80);
+    WaitForView(t, 31, 33);
+    t.Resize(40, 80);
+    WaitForView(t, 0, 33);
     Walk(t, {{"<Home>", 0, 0}});
 }
 

@@ -162,6 +162,31 @@ TEST(SmbAccountList, FillsTheScreenAboveTheHelp) {
     EXPECT_EQ(box.CallLines(), Words{kLook});
 }
 
+TEST(SmbAccountList, OnASmallTerminalNoHelpLiesOverTheAccounts) {
+    std::string listing;
+    for (char name = 'a'; name <= 'p'; name++)
+        listing += Listed(std::string(1, name), "U");
+    SmbBox box(listing);
+    AccountList t(box, OfSize(20, 80));
+    t.Resize(18, 80);
+    t.WaitUntil([&] { return t.Row(16) == "    " + RowOf("i"); }, "an account in each row");
+    EXPECT_EQ(t.Row(15), "    " + RowOf("h"));
+    t.Press("<Down>");
+    t.Settle();
+    EXPECT_EQ(t.Row(15), "    " + RowOf("h"));
+    EXPECT_EQ(t.Row(16), "    " + RowOf("i"));
+}
+
+TEST(SmbAccountList, ThatHasBecomeShorterSelectsItsLastRow) {
+    SmbBox box(Listed("amy", "U") + Listed("bob", "U"));
+    AccountList t(box, OfSize(20, 80));
+    OpenAccount(t, "bob");
+    box.StandIn("pdbedit", Listed("amy", "U"));
+    t.Press("d<Enter>");
+    WaitForTitle(t, kListTitle);
+    t.WaitSelected(RowOf("amy"));
+}
+
 TEST(SmbAccountList, OpensTheFirstSixtyFourAccountsOnly) {
     std::string listing;
     for (int i = 1; i <= 70; i++)

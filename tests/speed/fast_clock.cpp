@@ -70,10 +70,11 @@ extern "C" int ppoll(pollfd* descriptors, nfds_t count, const timespec* time,
                      const sigset_t* mask) {
     using Poll = int (*)(pollfd*, nfds_t, const timespec*, const sigset_t*);
     static const auto real = reinterpret_cast<Poll>(dlsym(RTLD_NEXT, "ppoll"));
-    if (time == nullptr || time->tv_sec > 0 || time->tv_nsec <= longest_wait * 1'000'000L) {
+    const long longest = longest_wait * 1'000'000L;
+    if (time == nullptr || longest == 0 || (time->tv_sec == 0 && time->tv_nsec <= longest)) {
         return real(descriptors, count, time, mask);
     }
-    const timespec shorter = {0, Wait(static_cast<int>(time->tv_nsec / 1'000'000)) * 1'000'000L};
+    const timespec shorter = {0, longest};
     return real(descriptors, count, &shorter, mask);
 }
 

@@ -1,0 +1,166 @@
+// Rows that refresh while `ip` is slow, hangs or dies, while the clock is set and the mouse moves:
+// a key acts on the row that it was typed for, and nothing that is shown is old.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <string>
+#include <vector>
+
+#include "main_menu_test.h"
+
+namespace bench {
+namespace {
+
+constexpr const char* kExit = "Exit this program";
+
+// eth0 and eth1 with a cable, and a network script that only records its calls.
+class TwoCards : public testing::Test {
+  protected:
+    TwoCards() {
+        box.AddTap("eth0");
+        box.AddTap("eth1");
+        box.Sh(
+            "ip link set eth0 address 02:00:00:00:00:0a up;"
+            "ip link set eth1 address 02:00:00:00:00:0b up");
+        box.StandIn(kNetworkScript);
+    }
+
+    // `ip` with those arguments (a shell pattern) first runs a shell command.
+    void Before(const std::string& arguments, const std::string& command) {
+        box.StandInScript(
+            "ip", "case \"$*\" in " + arguments + ") " + command + ";; esac; exec /sbin/ip \"$@\"");
+    }
+
+    int Processes(const std::string& state_or_name) {
+        return std::stoi(box.Sh("grep -lE '" + state_or_name + "' /proc/[0-9]*/status | wc -l"));
+    }
+
+    Machine box;
+};
+
+// ---- keys typed ahead ----
+
+TEST_F(TwoCards, KeysTypedAheadWaitForTheFirstList) {
+    Before("link", "sleep 0.9");
+    Terminal t(box);
+    t.SendBytes("2\rd\ry");
+    box.WaitForCalls(kNetworkScript, 1);
+    EXPECT_THAT(box.CallLines(kNetworkScript),
+                testing::ElementsAre("/etc/init.d/network stop eth1"));
+}
+
+TEST_F(TwoCards, KeysTypedAheadOfAListThatDoesNotComeAreDropped) {
+    Before("link", "sleep 1000");
+    Terminal t(box);
+    t.SendBytes("2\rd\ry");
+    t.WaitFor(kExit, 6);
+    EXPECT_EQ(t.Selected(), "Bring up all interfaces");
+    t.Press("e");
+    t.WaitSelected(kExit);
+    EXPECT_THAT(box.CallLines(kNetworkScript), testing::IsEmpty());
+}
+
+TEST_F(TwoCards, AnEndingSignalNeedNotWaitForTheFirstList) {
+    Before("link", "sleep 1000");
+    Terminal t(box);
+    t.SendBytes("2");
+    box.WaitForCalls("ip", 1);
+    t.Signal(SIGTERM);
+    EXPECT_EQ(t.WaitExit(2), Exited(128 + SIGTERM));
+    EXPECT_EQ(Processes("^Name:.sleep"), 0);
+}
+
+// ---- answers that do not come ----
+
+TEST_F(TwoCards, ACommandThatHangsHoldsNothingUp) {
+    Before("'addr show dev eth0'*", "sleep 1000");
+    MainMenu t(box);
+    t.WaitFor("2. eth1    02:00:00:00:00:0B  Link active");
+    box.SetLink("eth0", false);
+    box.Sh("ip addr add 10.1.2.3/24 dev eth1; ip addr add 2001:db8::5/64 dev eth1 nodad");
+    t.WaitFor("1. eth0    02:00:00:00:00:0A  Disconnected", 10);
+    t.WaitFor("IPv4: 10.1.2.3", 10);
+    t.WaitFor("IPv6: 2001:db8::5/64", 10);
+}
+
+// It is ended with what it has started, and asked anew: its answer is shown when it comes.
+TEST_F(TwoCards, ACommandThatHangsIsEndedAndAskedAnew) {
+    box.Sh("ip addr add 2001:db8::a/64 dev eth0 nodad");
+    Before("'addr show dev eth0'*", "[ -e /run/go ] || { sleep 1000; :; }");
+    const auto questions = [&] {
+        const std::vector<std::string> calls = box.CallLines("ip");
+        return std::count(calls.begin(), calls.end(), "ip addr show dev eth0 scope global");
+    };
+    MainMenu t(box);
+    box.WaitUntil([&] { return questions() == 2; }, "the second question", 12);
+    EXPECT_EQ(Processes("^Name:.sleep"), 1);
+    EXPECT_EQ(Processes("^State:.Z"), 0);
+    box.Write("/run/go", "");
+    t.WaitFor("IPv6: 2001:db8::a/64", 12);
+    EXPECT_EQ(Processes("^Name:.sleep"), 0);
+}
+
+TEST_F(TwoCards, AnActionEndsWhatItMakesOld) {
+    Before("'addr show dev eth0'*", "sleep 1000");
+    MainMenu t(box);
+    t.WaitFor("2. eth1    02:00:00:00:00:0B  Link active");
+    for (int visit = 0; visit < 3; ++visit)
+        LookAgain(t);
+    EXPECT_LE(Processes("^Name:.sleep"), 1);
+    t.Press("<Esc>");
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+    EXPECT_EQ(Processes("^Name:.sleep"), 0);
+}
+
+TEST_F(TwoCards, ASlowCommandGetsItsWordIn) {
+    box.Sh("ip addr add 2001:db8::a/64 dev eth0 nodad");
+    Before("'addr show dev eth0'*", "sleep 6");
+    MainMenu t(box);
+    t.WaitFor("IPv6: 2001:db8::a/64", 9);
+    t.RunFor(6);
+    EXPECT_TRUE(t.Shows("IPv6: 2001:db8::a/64"));
+}
+
+TEST_F(TwoCards, WhatACommandSaidOnceIsNotShownForEver) {
+    box.Sh("ip addr add 2001:db8::a/64 dev eth0 nodad");
+    box.Record("ip");
+    MainMenu t(box);
+    t.WaitFor("IPv6: 2001:db8::a/64");
+    Before("'addr show dev eth0'*", "sleep 1000");
+    t.WaitForGone("IPv6", 20);
+}
+
+TEST_F(TwoCards, WhereTheListCannotBeAskedForThereAreNoInterfaces) {
+    MainMenu t(box);
+    t.WaitFor("2. eth1    02:00:00:00:00:0B  Link active");
+    box.Sh("mv /usr/bin/sh /usr/bin/sh.away");
+    t.WaitForGone("eth0", 7);
+    EXPECT_FALSE(t.Shows("eth1"));
+    EXPECT_TRUE(t.Shows(kExit));
+}
+
+// ---- what is no reason to show less ----
+
+TEST_F(TwoCards, AMouseThatMovesShowsNoRowsWithoutTheirState) {
+    MainMenu t(box);
+    t.WaitFor("2. eth1    02:00:00:00:00:0B  Link active");
+    Before("link", "while [ ! -e /run/go ]; do sleep 0.01; done");
+    OpenQuestion(t);
+    const size_t before = box.Calls("ip").size();
+    t.Press("n");
+    box.WaitForCalls("ip", before + 1);
+    t.Mark();
+    t.Hover(10, 10);
+    t.Hover(11, 11);
+    t.RunFor(0.2);
+    box.Write("/run/go", "");
+    t.WaitFor("2. eth1    02:00:00:00:00:0B  Link active");
+    const std::string written = t.Output();
+    const std::string title = "Tavrin 4";
+    EXPECT_EQ(written.find(title), written.rfind(title)) << "painted twice";
+}
+
+}  // namespace
+}  // namespace bench
