@@ -211,6 +211,20 @@ TEST(VncAccess, WithoutAPasswordGoesBackToItsSetup) {
     EXPECT_EQ(box.CallLines(), Words{"/usr/share/tavrin/local-desktop-vnc stop"});
 }
 
+TEST(VncAccess, APipeInTheMarkersPlaceHoldsNothingUp) {
+    VncBox box;
+    box.SetPassword();
+    box.Sh(std::string("mkfifo ") + kVncOn);
+    ServicesScreen t(box);
+    Choose(t, kEnable);
+    t.Settle();
+    t.Press("<Home>m<Enter>");
+    t.WaitFor("Tavrin 4");
+    t.Settle();
+    t.Signal(SIGTERM);
+    EXPECT_EQ(t.WaitExit(5), Exited(128 + SIGTERM));
+}
+
 // ---- changing it ----
 
 TEST(VncChange, AsksInTwoLines) {
