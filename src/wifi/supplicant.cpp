@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdlib>
 
 #include "util/command.h"
 #include "util/lines.h"
 #include "util/message.h"
+#include "util/number.h"
 #include "util/wipe.h"
 
 namespace {
@@ -28,7 +28,9 @@ AccessPoint ConfiguredNetwork(const std::vector<char*>& columns) {
     if (columns.size() >= 2) network.ssid = columns[1];
     if (columns.size() >= 3) network.bssid = columns[2];
     if (columns.size() >= 4) network.flags = columns[3];
-    if (!columns.empty() && BeginsWithDigit(columns[0])) network.networkId = std::atoi(columns[0]);
+    if (!columns.empty() && BeginsWithDigit(columns[0])) {
+        network.networkId = ParseNumber(columns[0]).value_or(-1);
+    }
     return network;
 }
 
@@ -183,7 +185,7 @@ void RemoveAccessPoint(const std::string& interface_name, const AccessPoint& acc
 int AddNetwork(const std::string& interface_name) {
     const auto output = CommandOutput(WpaCliCommand(interface_name, " add_network"));
     if (!output || !BeginsWithDigit(output->c_str())) return -1;
-    return std::atoi(output->c_str());
+    return ParseNumber(*output).value_or(-1);
 }
 
 void ConfigureNetwork(const std::string& interface_name, const AccessPoint& access_point, int id,

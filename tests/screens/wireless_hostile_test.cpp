@@ -84,6 +84,18 @@ TEST(HostileNames, NumbersAreNumbersWhateverFollowsThem) {
     ExpectNotOwned(box);
 }
 
+// Cut to the size of a number it would be network 1, which is another one.
+TEST(HostileNames, ANumberThatIsTooLargeSelectsNoOtherNetwork) {
+    WirelessBox box;
+    box.SetConfigured(Configured("4294967297", "attic", "any"));
+    List t(box);
+    OpenNetwork(t, 0);
+    t.Press("c<Enter>");
+    box.WaitForCommand("save_config");
+    EXPECT_EQ(box.Count("select_network|1"), 0);
+    EXPECT_EQ(box.Count("select_network|-1"), 1);
+}
+
 // Nothing of the hostile bytes has reached the terminal as it stands.
 void ExpectNotDriven(const Terminal& t) {
     EXPECT_EQ(t.Bells(), 0);
