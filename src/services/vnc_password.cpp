@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -54,11 +55,14 @@ void SetVncPassword(std::string& password) {
         const mode_t before = umask(kOwnerOnly);
         chmod(kPasswordFile, kOwnerReads);
         // The empty lines answer whatever else the tool may ask.
-        FeedCommand("vncpasswd -f >/etc/local.desktop.vnc.passwd",
-                    {password, "\n", "\n", "\n\n\n\n\n\n\n\n\n\n\n"}, &password);
+        const int status = FeedCommand("vncpasswd -f >/etc/local.desktop.vnc.passwd",
+                                       {password, "\n", "\n", "\n\n\n\n\n\n\n\n\n\n\n"}, &password);
         umask(before);
+        if (is_aside && !(WIFEXITED(status) && WEXITSTATUS(status) == 0)) {
+            std::rename(kOldPasswordFile, kPasswordFile);
+        }
         chmod(kPasswordFile, kOwnerReads);
         CutEmptyPassword();
-        if (is_aside) unlink(kOldPasswordFile);
+        unlink(kOldPasswordFile);
     });
 }

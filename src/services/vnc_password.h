@@ -5,8 +5,9 @@
 #include <string_view>
 
 // Makes /etc/local.desktop.vnc.passwd from the password with the VNC server's own tool, which gets
-// it through a pipe, on the plain terminal. An empty password changes nothing. What fails is not
-// reported. The password is wiped as soon as the tool has it.
+// it through a pipe, on the plain terminal. An empty password changes nothing. When the tool fails,
+// by its exit status, the old password is in force again; nothing is reported. The password is
+// wiped as soon as the tool has it.
 //
 // The file is a new one, which nobody but its owner can read from its first moment: who holds the
 // old one open does not get the new password. (Only a file that is a link or a mount of its own is

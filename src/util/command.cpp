@@ -72,6 +72,25 @@ int WaitFor(pid_t pid) {
     return status;
 }
 
+// Where SIGCHLD is ignored the kernel keeps no status: it does as long as this lives.
+struct StatusKept {
+    StatusKept() {
+        struct sigaction keep = {};
+        keep.sa_handler = SIG_DFL;
+        sigaction(SIGCHLD, &keep, &before);
+    }
+    ~StatusKept() {
+        sigaction(SIGCHLD, &before, nullptr);
+        // Those that ended meanwhile would never be reaped.
+        while (before.sa_handler == SIG_IGN && waitpid(-1, nullptr, WNOHANG) > 0) {
+        }
+    }
+    StatusKept(const StatusKept&) = delete;
+    StatusKept& operator=(const StatusKept&) = delete;
+
+    struct sigaction before = {};
+};
+
 // Until the pipe has something to read or is at its end; ending signals are let in meanwhile.
 void WaitForOutput(int descriptor) {
     pollfd output = {descriptor, POLLIN, 0};
@@ -163,8 +182,9 @@ std::optional<std::string> CommandOutput(const std::string& command) {
     return std::move(running->output);
 }
 
-void FeedCommand(const std::string& command, std::initializer_list<std::string_view> input,
-                 std::string* secret) {
+int FeedCommand(const std::string& command, std::initializer_list<std::string_view> input,
+                std::string* secret) {
+    const StatusKept kept;
     int ends[2] = {-1, -1};
     pid_t pid = -1;
     if (pipe2(ends, O_CLOEXEC) == 0) {
@@ -174,7 +194,7 @@ void FeedCommand(const std::string& command, std::initializer_list<std::string_v
         close(ends[1]);
     }
     if (secret != nullptr) Wipe(*secret);
-    if (pid > 0) WaitFor(pid);
+    return pid > 0 ? WaitFor(pid) : -1;
 }
 
 std::string ShellWord(std::string_view name) {

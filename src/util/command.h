@@ -2,8 +2,8 @@
 //
 // A command starts with SIGCHLD, SIGINT and SIGQUIT at their defaults and no signal held back,
 // whatever this program does with them: start-up scripts whose shell hands an ignored SIGCHLD on
-// misread their own children, and Ctrl-C must end a command that hangs. Exit statuses are never
-// looked at; the operator sees what the command itself prints.
+// misread their own children, and Ctrl-C must end a command that hangs. Exit statuses are
+// hardly ever looked at; the operator sees what the command itself prints.
 #pragma once
 
 #include <sys/types.h>
@@ -45,9 +45,10 @@ std::optional<std::string> CommandOutput(const std::string& command);
 // Runs the command on the program's own terminal with those texts, one after another, as its
 // standard input, and waits for it. No copy of them is made: they may be secrets. The text
 // `secret`, if there is one, is wiped as soon as the command has them, or can't be started. A
-// command that does not read them all is not told.
-void FeedCommand(const std::string& command, std::initializer_list<std::string_view> input,
-                 std::string* secret = nullptr);
+// command that does not read them all is not told. Returns the raw wait status, also while the
+// program ignores SIGCHLD; -1 when the command can't be started.
+int FeedCommand(const std::string& command, std::initializer_list<std::string_view> input,
+                std::string* secret = nullptr);
 
 // A name as one word of a shell command: unchanged when it consists of letters, digits and
 // "%+,-./:=@_" only, which no shell takes for more than a word; otherwise in single quotes.

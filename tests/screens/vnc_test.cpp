@@ -279,6 +279,25 @@ TEST(VncChange, AnEmptyOrCancelledPasswordKeepsTheOldOne) {
     EXPECT_THAT(box.CallLines(), IsEmpty());
 }
 
+TEST(VncChange, AFailureOfTheToolKeepsTheOldPassword) {
+    for (const char* script : {"exit 1", "printf half; exit 1", "printf half; kill -KILL $$"}) {
+        SCOPED_TRACE(script);
+        VncBox box;
+        box.SetPassword();
+        box.StandInScript("vncpasswd", script);
+        ServicesScreen t(box);
+        AskForChange(t);
+        t.Type("better");
+        t.Press("<Enter>");
+        box.WaitForCalls("vncpasswd", 1);
+        WaitForTitle(t, "Services");
+        t.Settle();
+        EXPECT_EQ(box.Read(kVncPassword), "old");
+        EXPECT_EQ(box.ModeOf(kVncPassword), "400\n");
+        EXPECT_EQ(box.Sh("ls -A /etc | grep passwd.old || true"), "");
+    }
+}
+
 // Whoever has the old file open, or a second name of it, keeps the old password.
 TEST(VncChange, MakesANewFile) {
     VncBox box;

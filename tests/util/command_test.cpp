@@ -372,6 +372,22 @@ TEST(FeedCommand, FeedsMoreThanAPipeHolds) {
     EXPECT_EQ(ContentOf(folder.Path("input")), text + "end");
 }
 
+TEST(FeedCommand, ReturnsTheStatusWhateverHappensToOtherChildren) {
+    for (auto handler : {SIG_DFL, SIG_IGN}) {
+        const SignalAction child(SIGCHLD, handler);
+        const auto other = StartCommand("exit 3");
+        const int status = FeedCommand("read -r word; exit $word", {"7\n"});
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 7) << status;
+        struct sigaction after = {};
+        sigaction(SIGCHLD, nullptr, &after);
+        EXPECT_EQ(after.sa_handler, handler);
+        ASSERT_TRUE(other.has_value());
+        close(other->descriptor);
+        const bool is_left = waitpid(other->pid, nullptr, 0) == other->pid;
+        EXPECT_EQ(is_left, handler == SIG_DFL);
+    }
+}
+
 TEST(FeedCommand, WipesTheSecretThatItHasHandedOver) {
     const TemporaryFolder folder;
     std::string secret = "pass word";
