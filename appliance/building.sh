@@ -10,7 +10,8 @@ dnsmasq-base isc-dhcp-client nftables"
 # And to build and run its tests.
 # shellcheck disable=SC2034
 test_packages="libgtest-dev libgmock-dev libvterm-dev clang-format-14 shellcheck locales strace \
-procps wpasupplicant samba tigervnc-tools vsftpd openssl ntpsec iputils-ping \
+procps wpasupplicant samba tigervnc-standalone-server tigervnc-tools vsftpd openssl ntpsec \
+iputils-ping unicode-data \
 clang-14 libclang-rt-14-dev man-db mandoc"
 
 # To build the Debian package.

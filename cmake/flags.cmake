@@ -39,10 +39,16 @@ else()
         target_compile_options(ifmenu_flags INTERFACE -fcf-protection)
     endif()
     target_compile_definitions(ifmenu_flags INTERFACE _GLIBCXX_ASSERTIONS)
-    # The C library's checks need an optimising compiler.
+    # The C library's checks need an optimising compiler. Packages are built with the type None and
+    # flags of their own, which ask for a lower level.
+    set(optimised Release RelWithDebInfo MinSizeRel)
+    if(CMAKE_CXX_FLAGS MATCHES "-O[123s]")
+        list(APPEND optimised None)
+    endif()
+    list(JOIN optimised "," optimised)
     target_compile_options(ifmenu_flags INTERFACE
-        $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
-        $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=3>)
+        $<$<CONFIG:${optimised}>:-U_FORTIFY_SOURCE>
+        $<$<CONFIG:${optimised}>:-D_FORTIFY_SOURCE=3>)
 endif()
 
 # Bound at the start, functions leave no look at the registers on the stack, where a secret may be that

@@ -13,7 +13,9 @@ bool IsRegularFile(const std::string& path) {
 }
 
 void CreateMarkerFile(const std::string& path) {
-    const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    // Without O_NONBLOCK a pipe in the file's place would hang the program.
+    const int descriptor =
+        open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0644);
     if (descriptor >= 0) close(descriptor);
 }
 

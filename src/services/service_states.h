@@ -41,7 +41,8 @@ constexpr const char* kVncEnabled = "/etc/local.desktop.vnc";
 // lstat succeeds and tells a regular file.
 bool IsRegularFile(const std::string& path);
 
-// Makes an empty file of mode 0644, or empties the one that is there. A failure is not reported.
+// Makes an empty file of mode 0644, or empties the one that is there. A failure is not reported,
+// and nothing is waited for, whatever is in the file's place.
 void CreateMarkerFile(const std::string& path);
 
 ServiceStates ProbeServiceStates();

@@ -14,7 +14,6 @@
 #include "ui/dialogs.h"
 #include "ui/plain_steps.h"
 #include "ui/screen_loop.h"
-#include "ui/terminal.h"
 #include "util/command.h"
 
 namespace {
@@ -39,7 +38,7 @@ Next ToggleFtp(State& state) {
 }
 
 Next ToggleFtpTls(State& state) {
-    ShellEscape([&] {
+    RunToTheEnd([&] {
         if (state.ftp_enabled) RunCommand("/etc/init.d/service-vsftpd stop");
         WriteFtpTls(!state.ftp_tls);
         if (state.ftp_enabled) RunCommand("/etc/init.d/service-vsftpd start");

@@ -17,10 +17,14 @@ constexpr int kFirstAccount = 12288;
 
 using State = SmbAccountList;
 
-// Asks until the operator gives up or names a system account.
+bool IsSystemAccount(const char* name) {
+    return getpwnam(name) != nullptr;
+}
+
+// Asks until the operator gives up or names a system account. The name service may be far away.
 bool PromptSystemAccount(std::string_view prompt, std::string& name) {
     while (PromptText(prompt, name)) {
-        if (!name.empty() && getpwnam(name.c_str()) != nullptr) return true;
+        if (!name.empty() && AskBeside(IsSystemAccount, name)) return true;
     }
     return false;
 }

@@ -1,16 +1,22 @@
 #include "services/vnc_password.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstdio>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
-#include "ui/terminal.h"
+#include "services/service_states.h"
+#include "ui/plain_steps.h"
 #include "util/command.h"
 
 namespace {
 
 constexpr const char* kPasswordFile = "/etc/local.desktop.vnc.passwd";
+constexpr const char* kOldPasswordFile = "/etc/.local.desktop.vnc.passwd.old";
 constexpr mode_t kOwnerReads = 0400;
 constexpr mode_t kOwnerOnly = 077;
 // The empty lines answer whatever else the tool may ask.
@@ -23,18 +29,49 @@ Secret InputOfTool(const Secret& password) {
     return input;
 }
 
+// Each password of the file is one block, scrambled with the key that all VNC programs share.
+constexpr std::size_t kBlock = 8;
+constexpr std::string_view kEmptyPassword = "\x5a\xb2\xcd\xc0\xba\xdc\xaf\x13";
+static_assert(kEmptyPassword.size() == kBlock);
+
+void CutEmptyPassword() {
+    const int descriptor =
+        open(kPasswordFile, O_RDWR | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW | O_CLOEXEC);
+    if (descriptor < 0) return;
+    char bytes[2 * kBlock + 1];
+    const ssize_t count = read(descriptor, bytes, sizeof bytes);
+    if (count > 0) {
+        const auto size = static_cast<std::size_t>(count);
+        const std::size_t kept = KeptOfPasswordFile(std::string_view(bytes, size));
+        if (kept < size && ftruncate(descriptor, static_cast<off_t>(kept)) == 0) fsync(descriptor);
+    }
+    explicit_bzero(bytes, sizeof bytes);
+    close(descriptor);
+}
+
 }  // namespace
+
+std::size_t KeptOfPasswordFile(std::string_view bytes) {
+    const bool is_open = bytes.size() == 2 * kBlock && bytes.substr(kBlock) == kEmptyPassword;
+    return is_open ? kBlock : bytes.size();
+}
 
 void SetVncPassword(Secret password) {
     if (password.empty()) return;
     Secret input = InputOfTool(password);
     password = Secret(0);
-    ShellEscape([&] {
+    RunToTheEnd([&] {
+        const bool is_aside =
+            IsRegularFile(kPasswordFile) && std::rename(kPasswordFile, kOldPasswordFile) == 0;
         // The shell makes the file, or fills an older one, before its mode can be set.
         const mode_t before = umask(kOwnerOnly);
         chmod(kPasswordFile, kOwnerReads);
-        FeedCommand("vncpasswd -f >/etc/local.desktop.vnc.passwd", std::move(input));
+        const int status =
+            FeedCommand("vncpasswd -f >/etc/local.desktop.vnc.passwd", std::move(input));
         umask(before);
+        if (is_aside && status != 0) std::rename(kOldPasswordFile, kPasswordFile);
         chmod(kPasswordFile, kOwnerReads);
+        CutEmptyPassword();
+        unlink(kOldPasswordFile);
     });
 }

@@ -4,9 +4,17 @@
 #include "ui/terminal.h"
 #include "util/command.h"
 #include "util/message.h"
+#include "util/signal_gate.h"
+
+void RunToTheEnd(const std::function<void()>& work) {
+    ShellEscape([&] {
+        const HangUpHeld held;
+        work();
+    });
+}
 
 Next RunSteps(std::initializer_list<Step> steps) {
-    ShellEscape([&] {
+    RunToTheEnd([&] {
         for (const Step& step : steps) {
             Say(step.message);
             RunCommand(step.command);

@@ -1,9 +1,11 @@
-// Commands that the operator watches on the plain terminal.
+// Commands that the operator watches on the plain terminal. What has begun is done to its end, also
+// when the line goes away meanwhile: an interface that was stopped over ssh is started again.
 //
 //     RunSteps({{"/etc/init.d/network stop eth0", "Stopping interface...\n"},
 //               {"/etc/init.d/network start eth0", "Starting interface...\n"}});
 #pragma once
 
+#include <functional>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -15,6 +17,9 @@ struct Step {
     std::string_view message = "";  // said before, to standard error
     unsigned pause_seconds = 0;     // afterwards
 };
+
+// Leaves curses, does the work, and comes back.
+void RunToTheEnd(const std::function<void()>& work);
 
 // Leaves curses, takes the steps, and comes back. The result is always Next::Rebuild.
 Next RunSteps(std::initializer_list<Step> steps);

@@ -32,6 +32,32 @@ struct Redirection {
     int output = -1;  // beside the program
 };
 
+// A new process inherits that a signal is ignored, but not that it is held back. One that comes in
+// this moment would be lost, but for a line that goes away, which can be seen.
+struct HangUpIgnored {
+    HangUpIgnored() : has_come(IsPending()), before{} {
+        struct sigaction ignore = {};
+        ignore.sa_handler = SIG_IGN;
+        sigaction(SIGHUP, &ignore, &before);
+    }
+    ~HangUpIgnored() {
+        sigaction(SIGHUP, &before, nullptr);
+        pollfd line = {STDIN_FILENO, 0, 0};
+        if (has_come || (poll(&line, 1, 0) > 0 && isatty(STDIN_FILENO) == 0)) raise(SIGHUP);
+    }
+    HangUpIgnored(const HangUpIgnored&) = delete;
+    HangUpIgnored& operator=(const HangUpIgnored&) = delete;
+
+    static bool IsPending() {
+        sigset_t pending;
+        sigpending(&pending);
+        return sigismember(&pending, SIGHUP) == 1;
+    }
+
+    bool has_come;
+    struct sigaction before;
+};
+
 // Starts /bin/sh on the command; -1 when that fails.
 pid_t StartShell(const char* command, const Redirection& redirection) {
     posix_spawnattr_t attributes;
@@ -65,7 +91,10 @@ pid_t StartShell(const char* command, const Redirection& redirection) {
     // No copy: the command may hold a password, and its owner wipes it.
     char* arguments[] = {shell, flag, const_cast<char*>(command), nullptr};
     pid_t pid = -1;
+    std::optional<HangUpIgnored> ignored;
+    if (HangUpIsHeld()) ignored.emplace();
     const int failure = posix_spawn(&pid, "/bin/sh", &actions, &attributes, arguments, environ);
+    ignored.reset();
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attributes);
     return failure == 0 ? pid : -1;
@@ -79,6 +108,25 @@ int WaitFor(pid_t pid) {
     }
     return status;
 }
+
+// Where SIGCHLD is ignored the kernel keeps no status: it does as long as this lives.
+struct StatusKept {
+    StatusKept() {
+        struct sigaction keep = {};
+        keep.sa_handler = SIG_DFL;
+        sigaction(SIGCHLD, &keep, &before);
+    }
+    ~StatusKept() {
+        sigaction(SIGCHLD, &before, nullptr);
+        // Those that ended meanwhile would never be reaped.
+        while (before.sa_handler == SIG_IGN && waitpid(-1, nullptr, WNOHANG) > 0) {
+        }
+    }
+    StatusKept(const StatusKept&) = delete;
+    StatusKept& operator=(const StatusKept&) = delete;
+
+    struct sigaction before = {};
+};
 
 // Until the pipe has something to read or is at its end; ending signals are let in meanwhile.
 void AwaitPipe(int descriptor) {
@@ -183,7 +231,8 @@ std::optional<std::string> CommandOutput(const std::string& command) {
     return std::move(running->output);
 }
 
-void FeedCommand(const std::string& command, Secret input) {
+int FeedCommand(const std::string& command, Secret input) {
+    const StatusKept kept;
     int ends[2] = {-1, -1};
     pid_t pid = -1;
     if (pipe2(ends, O_CLOEXEC) == 0) {
@@ -193,7 +242,22 @@ void FeedCommand(const std::string& command, Secret input) {
         close(ends[1]);
     }
     input = Secret(0);
-    if (pid > 0) WaitFor(pid);
+    return pid > 0 ? WaitFor(pid) : -1;
+}
+
+bool AskBeside(bool (*question)(const char* subject), const std::string& subject) {
+    const StatusKept kept;
+    const pid_t pid = fork();
+    if (pid == 0) {
+        setpgid(0, 0);
+        _exit(question(subject.c_str()) ? 0 : 1);
+    }
+    if (pid < 0) return false;
+    setpgid(pid, pid);
+    running_groups.push_back(pid);
+    const int status = WaitFor(pid);
+    std::erase(running_groups, pid);
+    return status == 0;
 }
 
 std::string ShellWord(std::string_view name) {

@@ -3,7 +3,7 @@
 // A command starts with no signal held back, and with SIGCHLD, SIGINT, SIGQUIT, SIGPIPE, SIGXFSZ
 // and SIGALRM at their defaults, whatever this program or its parent does with them: start-up
 // scripts whose shell hands an ignored SIGCHLD on misread their own children, and Ctrl-C must end a
-// command that hangs. Exit statuses are ignored; the operator sees what the command itself prints.
+// command that hangs. The operator sees what the command itself prints.
 #pragma once
 
 #include <sys/types.h>
@@ -55,8 +55,8 @@ std::optional<std::string> CommandOutput(const std::string& command);
 
 // Runs the command on the program's own terminal with that text as its standard input, and waits
 // for it. The text is gone as soon as the command has it, or can't be started. A command that does
-// not read it all is not told.
-void FeedCommand(const std::string& command, Secret input);
+// not read it all is not told. Returns the raw wait status; -1 when the command can't be started.
+int FeedCommand(const std::string& command, Secret input);
 
 // A name as one word of a shell command: unchanged when it consists of letters, digits and
 // "%+,-./:=@_" only, which no shell takes for more than a word; otherwise in single quotes.
@@ -64,6 +64,10 @@ std::string ShellWord(std::string_view name);
 
 // Any text as one word in single quotes.
 std::string QuotedWord(std::string_view text);
+
+// Asks the question of that subject in a child process, for what may take for ever inside the C
+// library: ending signals are let in while the program waits. False when there can be no child.
+bool AskBeside(bool (*question)(const char* subject), const std::string& subject);
 
 // Waits at least that many seconds; ending signals are let in meanwhile.
 void Pause(unsigned seconds);

@@ -2,9 +2,11 @@
 // the screen.
 //
 // Texts are bytes in the operator's locale (LC_CTYPE). On a UTF-8 terminal a host name or a
-// network's name beyond ASCII shows as itself; a byte that is no character there, every control
-// character, and what only hides text or turns it around, shows as "?": nothing from a text ever
-// drives the terminal.
+// network's name beyond ASCII shows as itself. What shows as "?": a byte that is no character
+// there; every control character; Unicode's format and default-ignorable characters, which hide
+// text or turn it around (joiners and variation selectors, too: an emoji made of several shows in
+// its parts); and outside UTF-8 every character with a byte from 0x80 to 0x9f, which terminals may
+// take for a control. So nothing from a text ever drives the terminal.
 #pragma once
 
 #include <string>

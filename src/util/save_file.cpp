@@ -1,12 +1,22 @@
 #include "util/save_file.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/random.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdlib>
+#include <ctime>
+#include <map>
+#include <optional>
 
 #include "util/io.h"
 
@@ -14,11 +24,21 @@ namespace {
 
 constexpr int kMostLinks = 40;
 constexpr mode_t kNewFileMode = 0666;
+constexpr mode_t kUnfinishedMode = 0600;
 constexpr mode_t kModeBits = 07777;
+
+// A leading dot: scripts that go through the folder's files do not see it.
+constexpr std::string_view kPrivateName = ".ifmenu-";
+constexpr std::size_t kRandomLetters = 6;
 
 std::string FolderOf(const std::string& path) {
     const std::size_t slash = path.rfind('/');
     return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+}
+
+std::string FolderToOpen(const std::string& path) {
+    const std::string folder = FolderOf(path);
+    return folder.empty() ? "." : folder;
 }
 
 // The path behind symbolic links, whether or not there is a file at the end of them.
@@ -44,64 +64,243 @@ bool CloseFile(int descriptor, bool good) {
     return close(descriptor) == 0 && good;
 }
 
-// Gives the new file what the old one was to others; `old` is null when there is none.
-bool TakeOver(int descriptor, const struct stat* old) {
-    if (old == nullptr) return fchmod(descriptor, kNewFileMode & ~Umask()) == 0;
-    // The owner first: changing it may clear mode bits.
-    return fchown(descriptor, old->st_uid, old->st_gid) == 0 &&
-           fchmod(descriptor, old->st_mode & kModeBits) == 0;
+// Whether a call failed because the file system or its rules don't let it be done, not because the
+// disk is full or broken.
+bool IsRefusal(int error) {
+    return error == EROFS || error == EACCES || error == EPERM || error == EOPNOTSUPP ||
+           error == EINVAL;
+}
+
+// A limit on the size of files must fail a write, not end the program: its signal is held back for
+// as long as this lives, and dropped.
+struct LimitSignalHeld {
+    LimitSignalHeld() {
+        sigemptyset(&signals);
+        sigaddset(&signals, SIGXFSZ);
+        sigprocmask(SIG_BLOCK, &signals, &before);
+    }
+    ~LimitSignalHeld() {
+        const timespec now = {};
+        sigtimedwait(&signals, nullptr, &now);
+        sigprocmask(SIG_SETMASK, &before, nullptr);
+    }
+    LimitSignalHeld(const LimitSignalHeld&) = delete;
+    LimitSignalHeld& operator=(const LimitSignalHeld&) = delete;
+
+    sigset_t signals = {};
+    sigset_t before = {};
+};
+
+// ---- extended attributes: access control lists, labels, and what else a file has ----
+
+using Attributes = std::map<std::string, std::string>;
+
+// A value whose length only the kernel knows; `read` asks for it.
+template <typename Read>
+std::optional<std::string> WholeValue(Read read) {
+    for (;;) {
+        const ssize_t size = read(nullptr, 0);
+        if (size < 0) return std::nullopt;
+        std::string value(static_cast<std::size_t>(size), '\0');
+        const ssize_t length = size > 0 ? read(value.data(), value.size()) : 0;
+        if (length >= 0) {
+            value.resize(static_cast<std::size_t>(length));
+            return value;
+        }
+        if (errno != ERANGE) return std::nullopt;  // it has grown meanwhile
+    }
+}
+
+// What the kernel itself makes of the content.
+bool IsSeal(std::string_view name) {
+    return name == "security.ima" || name == "security.evm";
+}
+
+// Nothing, with errno, when they can't be read; none where the file system knows none.
+std::optional<Attributes> AttributesOf(int descriptor) {
+    Attributes attributes;
+    const auto names = WholeValue(
+        [&](char* buffer, std::size_t size) { return flistxattr(descriptor, buffer, size); });
+    if (!names) return errno == EOPNOTSUPP ? std::optional(attributes) : std::nullopt;
+    for (std::size_t at = 0; at < names->size(); at += std::string_view(&(*names)[at]).size() + 1) {
+        const char* name = &(*names)[at];
+        if (IsSeal(name)) continue;
+        auto value = WholeValue([&](char* buffer, std::size_t size) {
+            return fgetxattr(descriptor, name, buffer, size);
+        });
+        if (!value) return std::nullopt;
+        attributes.emplace(name, std::move(*value));
+    }
+    return attributes;
+}
+
+// Makes the file's attributes these: what it has from its folder goes. False with errno.
+bool SetAttributes(int descriptor, const Attributes& wanted) {
+    const auto present = AttributesOf(descriptor);
+    if (!present) return false;
+    for (const auto& [name, value] : *present) {
+        if (!wanted.contains(name) && fremovexattr(descriptor, name.c_str()) != 0) return false;
+    }
+    for (const auto& [name, value] : wanted) {
+        const auto at = present->find(name);
+        if (at != present->end() && at->second == value) continue;
+        if (fsetxattr(descriptor, name.c_str(), value.data(), value.size(), 0) != 0) return false;
+    }
+    return true;
+}
+
+// ---- the new file ----
+
+// Gives the new file what the old one was to others; false with errno. Whether owner and mode are
+// the old one's counts, not whether they could be set: a file system that knows neither refuses.
+bool TakeOver(int descriptor, int old_descriptor, const struct stat& old) {
+    const auto attributes = AttributesOf(old_descriptor);
+    if (!attributes) return false;
+    int error = EPERM;
+    // The owner first: changing it may clear mode bits. The mode last: where there is an access
+    // control list its middle bits are that list's mask, elsewhere the group's rights.
+    if (fchown(descriptor, old.st_uid, old.st_gid) != 0) error = errno;
+    if (!SetAttributes(descriptor, *attributes)) return false;
+    if (fchmod(descriptor, old.st_mode & kModeBits) != 0) error = errno;
+    struct stat made = {};
+    if (fstat(descriptor, &made) != 0) return false;
+    errno = error;
+    return made.st_uid == old.st_uid && made.st_gid == old.st_gid &&
+           (made.st_mode & kModeBits) == (old.st_mode & kModeBits);
+}
+
+bool TakeOver(int descriptor, const std::string& path, const struct stat* old) {
+    if (old == nullptr) {
+        return fchmod(descriptor, kNewFileMode & ~Umask()) == 0 || IsRefusal(errno);
+    }
+    const int old_descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (old_descriptor < 0) return false;
+    const bool good = TakeOver(descriptor, old_descriptor, *old);
+    const int error = errno;
+    close(old_descriptor);
+    errno = error;
+    return good;
 }
 
 void SyncFolder(const std::string& path) {
-    const std::string folder = FolderOf(path);
-    const int descriptor =
-        open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int descriptor = open(FolderToOpen(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0) return;
     fsync(descriptor);
     close(descriptor);
 }
 
-// Writes and closes the new file; whether all of it is on the disk.
-bool FillFile(int descriptor, std::string_view text, const struct stat* old) {
-    const bool good =
-        TakeOver(descriptor, old) && WriteAll(descriptor, text) && fsync(descriptor) == 0;
-    return CloseFile(descriptor, good);
+enum class Outcome { Saved, Failed, NotReplaceable, NoUnnamedFiles };
+
+Outcome FailedBy(int error) {
+    return IsRefusal(error) ? Outcome::NotReplaceable : Outcome::Failed;
 }
 
-enum class Outcome { Saved, Failed, NotReplaceable };
+// All of the new file, on the disk.
+Outcome FillFile(int descriptor, const std::string& path, std::string_view text,
+                 const struct stat* old) {
+    if (!TakeOver(descriptor, path, old)) return FailedBy(errno);
+    const bool good = WriteAll(descriptor, text) && fsync(descriptor) == 0;
+    return good ? Outcome::Saved : Outcome::Failed;
+}
+
+std::string PrivateNameBeside(const std::string& path) {
+    constexpr std::string_view kLetters =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    unsigned char bytes[kRandomLetters] = {};
+    if (getrandom(bytes, sizeof bytes, 0) < 0) return "";
+    std::string name = FolderOf(path).append(kPrivateName);
+    for (unsigned char byte : bytes)
+        name += kLetters[byte % kLetters.size()];
+    return name;
+}
+
+// What saves that were cut short have left. One that another program is just making is locked.
+void RemoveLeftovers(const std::string& path) {
+    DIR* folder = opendir(FolderToOpen(path).c_str());
+    if (folder == nullptr) return;
+    while (const dirent* entry = readdir(folder)) {
+        const std::string_view name = entry->d_name;
+        struct stat about = {};
+        if (!name.starts_with(kPrivateName) ||
+            name.size() != kPrivateName.size() + kRandomLetters ||
+            fstatat(dirfd(folder), entry->d_name, &about, AT_SYMLINK_NOFOLLOW) != 0 ||
+            !S_ISREG(about.st_mode)) {
+            continue;
+        }
+        const int leftover = openat(dirfd(folder), entry->d_name,
+                                    O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | O_NOFOLLOW);
+        if (leftover < 0) continue;
+        if (flock(leftover, LOCK_EX | LOCK_NB) == 0) unlinkat(dirfd(folder), entry->d_name, 0);
+        close(leftover);
+    }
+    closedir(folder);
+}
+
+// The second way is for users whom the kernel does not let use the first.
+bool GiveName(int descriptor, const std::string& name) {
+    if (linkat(descriptor, "", AT_FDCWD, name.c_str(), AT_EMPTY_PATH) == 0) return true;
+    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+    return linkat(AT_FDCWD, link.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
+Outcome ReplaceThrough(int descriptor, bool has_name, const std::string& name,
+                       const std::string& path, std::string_view text, const struct stat* old) {
+    flock(descriptor, LOCK_EX | LOCK_NB);
+    Outcome outcome = FillFile(descriptor, path, text, old);
+    if (outcome == Outcome::Saved && !has_name) {
+        has_name = GiveName(descriptor, name);
+        if (!has_name) return Outcome::NoUnnamedFiles;
+    }
+    if (outcome == Outcome::Saved && rename(name.c_str(), path.c_str()) != 0) {
+        const bool is_mount = errno == EBUSY;
+        outcome = is_mount ? Outcome::NotReplaceable : Outcome::Failed;
+    }
+    if (outcome != Outcome::Saved && has_name) unlink(name.c_str());
+    return outcome;
+}
 
 Outcome ReplaceFile(const std::string& path, std::string_view text, const struct stat* old) {
-    // A leading dot: scripts that go through the folder's files do not see it.
-    std::string name = FolderOf(path) + ".ifmenu-XXXXXX";
-    const int descriptor = mkostemp(name.data(), O_CLOEXEC);
-    if (descriptor < 0) {
-        const bool folder_is_closed = errno == EROFS || errno == EACCES || errno == EPERM;
-        return folder_is_closed ? Outcome::NotReplaceable : Outcome::Failed;
+    RemoveLeftovers(path);
+    const std::string name = PrivateNameBeside(path);
+    if (name.empty()) return Outcome::Failed;
+    Outcome outcome = Outcome::NoUnnamedFiles;
+    int descriptor =
+        open(FolderToOpen(path).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, kUnfinishedMode);
+    if (descriptor >= 0) {
+        outcome = ReplaceThrough(descriptor, false, name, path, text, old);
+        close(descriptor);
     }
-    if (!FillFile(descriptor, text, old)) {
-        unlink(name.c_str());
-        return Outcome::Failed;
+    if (outcome == Outcome::NoUnnamedFiles) {
+        descriptor = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kUnfinishedMode);
+        if (descriptor < 0) return FailedBy(errno);
+        outcome = ReplaceThrough(descriptor, true, name, path, text, old);
+        close(descriptor);
     }
-    if (rename(name.c_str(), path.c_str()) != 0) {
-        const bool is_mount = errno == EBUSY;
-        unlink(name.c_str());
-        return is_mount ? Outcome::NotReplaceable : Outcome::Failed;
-    }
-    SyncFolder(path);
-    return Outcome::Saved;
+    if (outcome == Outcome::Saved) SyncFolder(path);
+    return outcome;
+}
+
+// ---- the old file, written over ----
+
+bool IsWithinLimit(std::size_t size) {
+    rlimit limit = {};
+    return getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY ||
+           size <= limit.rlim_cur;
 }
 
 bool OverwriteFile(const std::string& path, std::string_view text, const struct stat& old) {
-    const int descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    if (descriptor < 0) return false;
+    std::string whole(text);
     const auto size = static_cast<off_t>(text.size());
+    if (size < old.st_size) whole.append(static_cast<std::size_t>(old.st_size - size), '\n');
+    // A write up to the limit would leave a mixture.
+    if (!IsWithinLimit(whole.size())) return false;
+    const int descriptor = open(path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (descriptor < 0) return false;
     if (size > 0 && fallocate(descriptor, FALLOC_FL_KEEP_SIZE, 0, size) != 0 &&
         errno != EOPNOTSUPP) {
         close(descriptor);
         return false;
     }
-    std::string whole(text);
-    if (size < old.st_size) whole.append(static_cast<std::size_t>(old.st_size - size), '\n');
     const bool good =
         WriteAll(descriptor, whole) && ftruncate(descriptor, size) == 0 && fsync(descriptor) == 0;
     return CloseFile(descriptor, good);
@@ -115,6 +314,7 @@ bool WriteToDevice(const std::string& path, std::string_view text) {
 }  // namespace
 
 bool SaveFile(const std::string& path, std::string_view text) {
+    const LimitSignalHeld held;
     const std::string target = FollowLinks(path);
     struct stat old = {};
     if (stat(target.c_str(), &old) != 0) {
@@ -129,16 +329,18 @@ bool SaveFile(const std::string& path, std::string_view text) {
 }
 
 bool SaveFileThrough(const std::string& temporary, const std::string& path, std::string_view text) {
+    const LimitSignalHeld held;
     struct stat old = {};
     const bool exists = stat(path.c_str(), &old) == 0;
     // Never into what is there under that name: a link, or a file that others have open.
     unlink(temporary.c_str());
     const int descriptor =
-        open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kNewFileMode);
+        open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kUnfinishedMode);
     if (descriptor < 0) return false;
-    if (!FillFile(descriptor, text, exists ? &old : nullptr)) {
+    const Outcome outcome = FillFile(descriptor, path, text, exists ? &old : nullptr);
+    if (!CloseFile(descriptor, outcome == Outcome::Saved)) {
         unlink(temporary.c_str());
-        return false;
+        return outcome == Outcome::NotReplaceable && exists && OverwriteFile(path, text, old);
     }
     if (rename(temporary.c_str(), path.c_str()) != 0) return false;
     SyncFolder(path);

@@ -11,6 +11,15 @@ struct OpenMask {
     sigset_t signals = {};
 } open_mask;
 
+bool hang_up_held = false;
+
+// Those that may pass now.
+sigset_t PassingSignals() {
+    sigset_t signals = GatedSignals();
+    if (hang_up_held) sigdelset(&signals, SIGHUP);
+    return signals;
+}
+
 }  // namespace
 
 sigset_t GatedSignals() {
@@ -41,10 +50,23 @@ int PollWithOpenGate(pollfd* descriptors, nfds_t count, int milliseconds) {
 }
 
 OpenSignalGate::OpenSignalGate() : before{} {
-    const sigset_t signals = GatedSignals();
+    const sigset_t signals = PassingSignals();
     sigprocmask(SIG_UNBLOCK, &signals, &before);
 }
 
 OpenSignalGate::~OpenSignalGate() {
     sigprocmask(SIG_SETMASK, &before, nullptr);
+}
+
+HangUpHeld::HangUpHeld() {
+    hang_up_held = true;
+}
+
+HangUpHeld::~HangUpHeld() {
+    hang_up_held = false;
+    const OpenSignalGate open;
+}
+
+bool HangUpIsHeld() {
+    return hang_up_held;
 }

@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdlib>
 
 #include "util/command.h"
 #include "util/lines.h"
 #include "util/message.h"
+#include "util/number.h"
 
 namespace {
 
@@ -19,10 +19,10 @@ constexpr unsigned kShortPause = 2;
 
 using Cells = std::vector<std::string_view>;
 
-// The number that the text begins with; -1 when it begins with none.
+// The number that the text begins with; -1 when it begins with none that an id can be.
 int LeadingNumber(std::string_view text) {
     const bool is_number = !text.empty() && text.front() >= '0' && text.front() <= '9';
-    return is_number ? std::atoi(std::string(text).c_str()) : -1;
+    return is_number ? ParseNumber(text).value_or(-1) : -1;
 }
 
 // network id, ssid, bssid, flags

@@ -6,6 +6,7 @@
 #include "fuzz.h"
 
 #include <fcntl.h>
+#include <sanitizer/lsan_interface.h>
 #include <strings.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -18,6 +19,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -328,11 +330,35 @@ void Words(std::string_view text) {
             "a text to be quoted leaves no quotes");
 }
 
-void Display(std::string_view text) {
+// The locales that texts are shown in, made by ./fuzz beside the program. The first one is UTF-8's.
+constexpr const char* kLocales[] = {"C.UTF-8", "en_US.ISO-8859-1", "ru_RU.KOI8-R", "zh_CN.GB18030"};
+
+// The best known of the characters that hide text or turn it around.
+bool IsHidden(wchar_t character) {
+    constexpr wchar_t kHidden[][2] = {
+        {0xad, 0xad},     {0x61c, 0x61c},   {0x115f, 0x1160},   {0x180e, 0x180e},  {0x200b, 0x200f},
+        {0x2028, 0x202e}, {0x2060, 0x206f}, {0x3164, 0x3164},   {0xfe00, 0xfe0f},  {0xfeff, 0xfeff},
+        {0xffa0, 0xffa0}, {0xfff9, 0xfffb}, {0x1d173, 0x1d17a}, {0xe0000, 0xe0fff}};
+    return std::any_of(std::begin(kHidden), std::end(kHidden), [&](const auto& range) {
+        return character >= range[0] && character <= range[1];
+    });
+}
+
+bool IsControl(wchar_t character) {
+    return character < 0x20 || (character >= 0x7f && character < 0xa0);
+}
+
+void DisplayHere(std::string_view text, bool is_utf8) {
     for (wchar_t character : DisplayText(text)) {
-        Require(character >= 0x20 && !(character >= 0x7f && character < 0xa0), "nothing drives");
+        Require(!IsControl(character), "nothing drives");
+        Require(!IsHidden(character), "nothing hides or turns around");
     }
-    Require(PrintableText(PrintableText(text)) == PrintableText(text), "what is shown shows so");
+    const std::string printable = PrintableText(text);
+    Require(PrintableText(printable) == printable, "what is shown shows so");
+    for (char c : printable) {
+        const auto byte = static_cast<unsigned char>(c);
+        Require(is_utf8 || byte < 0x80 || byte > 0x9f, "no byte is a control to any terminal");
+    }
     for (std::size_t most : {0U, 1U, 4U}) {
         const std::string_view whole = WholeCharacters(text, most);
         Require(whole.size() <= most && text.starts_with(whole), "a text's beginning is cut off");
@@ -341,6 +367,24 @@ void Display(std::string_view text) {
         const std::wstring line = FitColumns(text, width);
         const int columns = wcswidth(line.c_str(), line.size());
         Require(columns == std::max(width, 0), "a line is as wide as asked");
+    }
+}
+
+void Display(std::string_view text) {
+    static const std::vector<locale_t> locales = [] {
+        // The C library keeps what it has read of them to the end.
+        const __lsan::ScopedDisabler no_leaks;
+        std::vector<locale_t> made;
+        for (const char* name : kLocales) {
+            made.push_back(newlocale(LC_CTYPE_MASK, name, nullptr));
+            Require(made.back() != nullptr, "./fuzz has made the locales");
+        }
+        return made;
+    }();
+    for (locale_t locale : locales) {
+        const locale_t before = uselocale(locale);
+        DisplayHere(text, locale == locales.front());
+        uselocale(before);
     }
 }
 
@@ -409,6 +453,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char*** arguments) {
         if (program.ends_with(std::string("fuzz_") + target.name)) chosen = &target;
     }
     Require(chosen != nullptr, "the program's name is fuzz_NAME");
+    const std::string folder(program.substr(0, program.rfind('/') + 1));
+    setenv("LOCPATH", (folder + "locale").c_str(), 1);
     setlocale(LC_CTYPE, "C.UTF-8");
     return 0;
 }

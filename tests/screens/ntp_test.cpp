@@ -643,5 +643,37 @@ TEST(NtpScreen, ARealDaemonReadsTheSavedFileAndListsItsServers) {
     box.WaitUntil([&] { return box.Sh("pidof ntpd || true").empty(); }, "the daemon to end");
 }
 
+// ---- what is no plain file ----
+
+TEST(NtpScreen, AFileWithoutAnEndIsNotReadAndNotSavedOver) {
+    Box box("");
+    box.Sh(std::string("ln -s /dev/zero ") + kFile);
+    Terminal t(box);
+    Open(t);
+    t.Press("n<Enter>");
+    t.WaitFor(kAddPrompt);
+    t.Type("time.example.org");
+    t.Press("<Enter>");
+    t.WaitFor("Server time.example.org");
+    t.Press("s<Enter>");
+    t.WaitFor(kQuestion);
+    t.Press("y");
+    WaitForRows(t);
+    EXPECT_EQ(box.Sh(std::string("readlink ") + kFile), "/dev/zero\n");
+}
+
+TEST(NtpScreen, APipeInTheFilesPlaceHoldsNothingUp) {
+    Box box("");
+    box.Sh(std::string("mkfifo ") + kFile);
+    Terminal t(box);
+    Open(t);
+    t.Press("s<Enter>");
+    t.WaitFor(kQuestion);
+    t.Press("y");
+    WaitForRows(t);
+    t.Press("m<Enter>");
+    t.WaitFor(kMenuTitle);
+}
+
 }  // namespace
 }  // namespace bench

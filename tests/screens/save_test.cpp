@@ -2,6 +2,7 @@
 // settings hold either what they held or what was saved.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/xattr.h>
 
 #include <string>
 
@@ -55,11 +56,11 @@ class Save : public testing::TestWithParam<Saved> {
     Save() { box.Write(file.path, file.old_text); }
 
     // Saves, and waits until the program has gone on.
-    void Change() {
-        Terminal t(box);
+    void Change(const TerminalOptions& options = {}) {
+        Terminal t(box, options);
         file.change(t);
         t.WaitFor(file.afterwards);
-        t.Settle();
+        if (options.program.empty()) t.Settle();
     }
     // The file's folder, for commands.
     std::string Folder() const { return file.path.substr(0, file.path.rfind('/')); }
@@ -102,6 +103,57 @@ TEST_P(Save, WritesAFileThatIsAMountOfItsOwn) {
     EXPECT_EQ(Leftovers(Folder()), "");
 }
 
+// The owner writes, user 1234 reads, the group and all others do nothing.
+TEST_P(Save, KeepsTheAccessControlList) {
+    const std::string list(
+        "\2\0\0\0"
+        "\x01\0\6\0\xff\xff\xff\xff"
+        "\x02\0\4\0\xd2\4\0\0"
+        "\x04\0\0\0\xff\xff\xff\xff"
+        "\x10\0\4\0\xff\xff\xff\xff"
+        "\x20\0\0\0\xff\xff\xff\xff",
+        44);
+    const std::string name = "system.posix_acl_access";
+    if (setxattr(box.OutsidePath(file.path).c_str(), name.c_str(), list.data(), list.size(), 0) !=
+        0)
+        GTEST_SKIP() << "no access control lists here";
+    Change();
+    EXPECT_EQ(box.Read(file.path), file.new_text);
+    std::string kept(100, ' ');
+    const ssize_t size =
+        getxattr(box.OutsidePath(file.path).c_str(), name.c_str(), kept.data(), kept.size());
+    EXPECT_EQ(kept.substr(0, static_cast<size_t>(std::max<ssize_t>(size, 0))), list);
+    EXPECT_EQ(box.Sh("stat -c %a " + file.path), "640\n");
+}
+
+TEST_P(Save, WithALimitOnTheSizeOfFilesKeepsTheOldFile) {
+    TerminalOptions options;
+    options.program = "/bin/sh";
+    options.arguments = {"-c", std::string("ulimit -f 0; exec ") + IFMENU_PROGRAM};
+    Change(options);
+    EXPECT_EQ(box.Read(file.path), file.old_text);
+    EXPECT_EQ(Leftovers(Folder()), "");
+}
+
+TEST_P(Save, WhereOwnersAndModesCannotBeSetGetsThrough) {
+    if (!box.Sh("strace -o /dev/null true 2>&1 || echo no").empty())
+        GTEST_SKIP() << "no strace here";
+    TerminalOptions options;
+    options.program = "/usr/bin/strace";
+    options.arguments = {"-f",
+                         "--seccomp-bpf",
+                         "-qq",
+                         "-o",
+                         "/dev/null",
+                         "-e",
+                         "inject=fchown,fchmod:error=EPERM",
+                         IFMENU_PROGRAM};
+    Change(options);
+    box.WaitUntil([&] { return box.Read(file.path) == file.new_text; }, "the save");
+    EXPECT_EQ(box.Sh("stat -c %a " + file.path), "644\n");
+    EXPECT_EQ(Leftovers(Folder()), "");
+}
+
 TEST_P(Save, OnAFullDiskKeepsTheOldFile) {
     box.Sh("mkdir /etc/full; mount -t tmpfs -o size=64k none /etc/full; mv " + file.path +
            " /etc/full/file; ln -s /etc/full/file " + file.path +
@@ -138,6 +190,13 @@ TEST_P(Save, MakesAFileThatEverybodyMayRead) {
     Change();
     EXPECT_EQ(box.Read(file.path), file.new_text);
     EXPECT_EQ(box.Sh("stat -c '%a %u:%g' " + file.path), "644 0:0\n");
+}
+
+TEST_P(Save, RemovesWhatAPowerCutHasLeft) {
+    box.Write(Folder() + "/.ifmenu-Xy12zA", "half of it", 0600);
+    Change();
+    EXPECT_EQ(box.Read(file.path), file.new_text);
+    EXPECT_EQ(Leftovers(Folder()), "");
 }
 
 // Killed before the new file is written, before it takes the old one's place, and behind that.

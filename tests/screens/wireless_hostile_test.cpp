@@ -84,6 +84,17 @@ TEST(HostileNames, NumbersAreNumbersWhateverFollowsThem) {
     ExpectNotOwned(box);
 }
 
+// Cut to the size of a number it would be network 1, which is another one.
+TEST(HostileNames, ANumberThatIsTooLargeSelectsNoOtherNetwork) {
+    WirelessBox box;
+    box.SetConfigured(Configured("4294967297", "attic", "any"));
+    List t(box);
+    OpenNetwork(t, 0);
+    t.Press("c<Enter>");
+    t.Settle();
+    EXPECT_EQ(box.Actions(), Words{});
+}
+
 // Nothing of the hostile bytes has reached the terminal as it stands.
 void ExpectNotDriven(const Terminal& t) {
     EXPECT_EQ(t.Bells(), 0);

@@ -150,5 +150,17 @@ TEST(RealSupplicant, PrintsNamesBeyondAsciiWithBackslashes) {
     EXPECT_EQ(t.Row(kFirstLine + 1), "    SSID: 'gr\\xc3\\xbcn'");
 }
 
+// What the manual tells those to do whose machine has other users: no argument holds the password.
+TEST(RealSupplicant, TakesAPasswordFromItsClientsStandardInput) {
+    SupplicantBox box;
+    box.Sh(std::string(kNetwork) + " start wlan0");
+    box.WaitUntil([&] { return box.Exists("/run/wpa_supplicant/wlan0"); }, "the supplicant");
+    box.Sh(std::string("printf '%s\\n' 'set_network 0 psk \"over the roof\"' "
+                       "'set update_config 1' save_config quit | ") +
+           kClient + " -i wlan0");
+    box.WaitForConfig(kSaved +
+                      Network({"ssid=\"attic\"", "psk=\"over the roof\"", "key_mgmt=WPA-PSK"}));
+}
+
 }  // namespace
 }  // namespace wireless

@@ -109,6 +109,20 @@ TEST(CreateMarkerFile, AFailureIsQuiet) {
     EXPECT_TRUE(std::filesystem::is_empty(folder.path));
 }
 
+TEST(CreateMarkerFile, APipeInTheFilesPlaceHangsNothing) {
+    const TemporaryFolder folder;
+    const std::string pipe = folder.path + "/pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EXIT(
+        {
+            alarm(5);
+            CreateMarkerFile(pipe);
+            _exit(0);
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_TRUE(std::filesystem::is_fifo(pipe));
+}
+
 TEST(CreateMarkerFile, KeepsNoDescriptor) {
     const TemporaryFolder folder;
     const int before = dup(STDIN_FILENO);

@@ -416,6 +416,30 @@ TEST(EndAllCommands, EndsEveryCommandThatRunsBesideTheProgram) {
 
 constexpr std::string_view kPassword = "Tr0ub4dor&3";
 
+TEST(FeedCommand, ReturnsTheStatusWhateverHappensToOtherChildren) {
+    for (auto handler : {SIG_DFL, SIG_IGN}) {
+        const SignalAction child(SIGCHLD, handler);
+        const auto other = StartCommand("exit 3");
+        Secret input(2);
+        input.Append("7\n");
+        const int status = FeedCommand("read -r word; exit $word", std::move(input));
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 7) << status;
+        struct sigaction after = {};
+        sigaction(SIGCHLD, nullptr, &after);
+        EXPECT_EQ(after.sa_handler, handler);
+        ASSERT_TRUE(other.has_value());
+        close(other->descriptor);
+        const bool is_left = waitpid(other->pid, nullptr, 0) == other->pid;
+        EXPECT_EQ(is_left, handler == SIG_DFL);
+    }
+}
+
+TEST(AskBeside, TellsWhatTheQuestionTells) {
+    const auto is_a = [](const char* subject) { return subject == std::string("a"); };
+    EXPECT_TRUE(AskBeside(is_a, "a"));
+    EXPECT_FALSE(AskBeside(is_a, "b"));
+}
+
 TEST(FeedCommand, TheTextIsTheCommandsInput) {
     const TemporaryFolder folder;
     for (const std::string& text : {"pass word\n\0\xff"s, ""s, std::string(300'000, 'x')}) {
@@ -443,9 +467,7 @@ TEST(FeedCommand, TheTextIsGoneAsSoonAsTheCommandHasIt) {
 TEST(FeedCommand, TheTextIsGoneWhereThereIsNoShell) {
     const TemporaryFolder empty;
     EXPECT_FALSE(StaysInMemory(kPassword, [&] {
-        Secret secret(48);
-        secret.Append(kOverwrittenByHeap);
-        secret.Append(kPassword);
+        Secret secret = SecretOf(kPassword);
         if (EnterRoot(empty.path) == Prepared::kYes) FeedCommand("cat", std::move(secret));
         raise(SIGSTOP);
     }));

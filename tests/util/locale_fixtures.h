@@ -17,24 +17,28 @@ struct Characters {
     bool available;
 };
 
-// The same with ISO-8859-1, made for the occasion, as few systems have it ready.
-struct Latin1Characters {
-    Latin1Characters() {
-        const std::string locale = folder.Path(kName);
-        const std::string command =
-            std::string("localedef -i en_US -f ISO-8859-1 ") + locale + " >/dev/null 2>&1";
+// The same with another character set than UTF-8, made for the occasion, as few systems have it
+// ready.
+struct MadeCharacters {
+    explicit MadeCharacters(const std::string& territory, const std::string& set) {
+        const std::string name = territory + "." + set;
+        const std::string command = "localedef -i " + territory + " -f " + set + " " +
+                                    folder.Path(name) + " >/dev/null 2>&1";
         if (std::system(command.c_str()) != 0) return;
         setenv("LOCPATH", folder.path.c_str(), 1);
-        available = std::setlocale(LC_CTYPE, kName) != nullptr;
+        available = std::setlocale(LC_CTYPE, name.c_str()) != nullptr;
     }
-    ~Latin1Characters() {
+    ~MadeCharacters() {
         std::setlocale(LC_CTYPE, "C");
         unsetenv("LOCPATH");
     }
-    Latin1Characters(const Latin1Characters&) = delete;
-    Latin1Characters& operator=(const Latin1Characters&) = delete;
+    MadeCharacters(const MadeCharacters&) = delete;
+    MadeCharacters& operator=(const MadeCharacters&) = delete;
 
-    static constexpr const char* kName = "en_US.ISO-8859-1";
     TemporaryFolder folder;
     bool available = false;
+};
+
+struct Latin1Characters : MadeCharacters {
+    Latin1Characters() : MadeCharacters("en_US", "ISO-8859-1") {}
 };

@@ -3,6 +3,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <vector>
 
 #include "util/locale_fixtures.h"
@@ -88,8 +92,9 @@ TEST(DisplayText, OnAUtf8TerminalEachByteThatIsNoCharacterIsAQuestionMark) {
     });
 }
 
+// All but the soft hyphen.
 wchar_t Latin1OrQuestionMark(int byte) {
-    return IsPrintableAscii(byte) || byte >= 0xa0 ? static_cast<wchar_t>(byte) : L'?';
+    return IsPrintableAscii(byte) || (byte >= 0xa0 && byte != 0xad) ? static_cast<wchar_t>(byte) : L'?';
 }
 
 TEST(DisplayText, OnALatin1TerminalShowsItsCharacters) {
@@ -103,6 +108,142 @@ TEST(DisplayText, OnALatin1TerminalShowsItsCharacters) {
          "2J",
          L"?2J"},
     });
+}
+
+// ---- what hides text or turns it around ----
+
+std::string Utf8Of(char32_t character) {
+    std::string bytes;
+    if (character < 0x80) return {static_cast<char>(character)};
+    const int more = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
+    constexpr unsigned char kFirst[] = {0, 0xc0, 0xe0, 0xf0};
+    bytes += static_cast<char>(kFirst[more] | character >> (6 * more));
+    for (int at = more - 1; at >= 0; at--)
+        bytes += static_cast<char>(0x80 | (character >> (6 * at) & 0x3f));
+    return bytes;
+}
+
+bool IsHidden(char32_t character) {
+    return DisplayText(Utf8Of(character)) == L"?";
+}
+
+TEST(DisplayText, WhatHidesTextOrTurnsItAroundIsAQuestionMark) {
+    const Characters utf8("C.UTF-8");
+    ASSERT_TRUE(utf8.available);
+    const std::vector<char32_t> hidden = {
+        0xad,     // soft hyphen
+        0x34f,    // combining grapheme joiner
+        0x61c,    // Arabic letter mark
+        0x6dd,    // Arabic end of ayah, which encloses what follows
+        0x115f,   // Hangul choseong filler
+        0x180e,   // Mongolian vowel separator
+        0x200d,   // zero width joiner
+        0x202e,   // right-to-left override
+        0x2028,   // line separator
+        0x2066,   // left-to-right isolate
+        0x3164,   // Hangul filler
+        0xfe0f,   // variation selector
+        0xffa0,   // halfwidth Hangul filler
+        0xfff9,   // interlinear annotation
+        0x1d173,  // musical beam
+        0xe0041,  // tag letter A
+        0xe01ef,  // variation selector
+    };
+    for (char32_t character : hidden) {
+        EXPECT_TRUE(IsHidden(character)) << std::hex << static_cast<unsigned>(character);
+        EXPECT_EQ(PrintableText("a" + Utf8Of(character) + "b"), "a?b");
+    }
+    for (char32_t character : {0xa0, 0xac, 0xae, 0x300, 0x5d0, 0x627, 0x1161, 0x3000, 0xfffd})
+        EXPECT_FALSE(IsHidden(character)) << std::hex << static_cast<unsigned>(character);
+}
+
+// The characters of a file of the Unicode Character Database whose second or third field is this.
+std::vector<char32_t> CharactersOf(const std::string& path, const std::string& wanted) {
+    std::vector<char32_t> characters;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream fields(line.substr(0, line.find('#')));
+        std::string range;
+        std::getline(fields, range, ';');
+        bool is_wanted = false;
+        for (std::string field; std::getline(fields, field, ';');) {
+            field.erase(0, field.find_first_not_of(' '));
+            field.resize(field.find_last_not_of(' ') + 1);
+            is_wanted = is_wanted || field == wanted;
+        }
+        if (!is_wanted) continue;
+        const std::size_t dots = range.find("..");
+        const auto first = static_cast<char32_t>(std::stoul(range, nullptr, 16));
+        const auto last =
+            dots == std::string::npos
+                ? first
+                : static_cast<char32_t>(std::stoul(range.substr(dots + 2), nullptr, 16));
+        for (char32_t character = first; character <= last; character++)
+            characters.push_back(character);
+    }
+    return characters;
+}
+
+TEST(DisplayText, HidesWhatTheUnicodeCharacterDatabaseSaysHidesText) {
+    const std::string folder = "/usr/share/unicode/";
+    if (!std::filesystem::exists(folder + "UnicodeData.txt"))
+        GTEST_SKIP() << "no Unicode Character Database here";
+    const Characters utf8("C.UTF-8");
+    ASSERT_TRUE(utf8.available);
+    const auto format = CharactersOf(folder + "UnicodeData.txt", "Cf");
+    const auto ignorable =
+        CharactersOf(folder + "DerivedCoreProperties.txt", "Default_Ignorable_Code_Point");
+    EXPECT_GT(format.size(), 150U);
+    EXPECT_GT(ignorable.size(), 4000U);
+    for (const auto* characters : {&format, &ignorable}) {
+        for (char32_t character : *characters)
+            EXPECT_TRUE(IsHidden(character)) << std::hex << static_cast<unsigned>(character);
+    }
+}
+
+// ---- outside UTF-8 ----
+
+bool HasControlByte(const std::string& text) {
+    return std::any_of(text.begin(), text.end(), [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return byte >= 0x80 && byte <= 0x9f;
+    });
+}
+
+// In KOI8-R the bytes from 0x80 to 0x9f are lines and blocks, in GB18030 parts of characters: a
+// terminal with another character set reads controls.
+TEST(PrintableText, OutsideUtf8NoByteIsAControlToAnyTerminal) {
+    constexpr struct {
+        const char* territory;
+        const char* set;
+    } kSets[] = {{"en_US", "ISO-8859-1"}, {"ru_RU", "KOI8-R"}, {"zh_CN", "GB18030"}};
+    for (const auto& [territory, set] : kSets) {
+        SCOPED_TRACE(set);
+        const MadeCharacters characters(territory, set);
+        if (!characters.available) GTEST_SKIP() << "localedef can't make " << set << " here";
+        for (int first = 0; first < 256; first++) {
+            for (int second = 0; second < 256; second++) {
+                const std::string text = {static_cast<char>(first), static_cast<char>(second)};
+                EXPECT_FALSE(HasControlByte(PrintableText(text))) << first << " " << second;
+            }
+        }
+        EXPECT_FALSE(HasControlByte(PrintableText("\x81\x30\x84\x38\x90\x30\x81\x30")));
+    }
+}
+
+TEST(PrintableText, OutsideUtf8OtherCharactersAreThemselves) {
+    const auto same = [](const std::string& text) { return PrintableText(text) == text; };
+    {
+        const MadeCharacters koi8("ru_RU", "KOI8-R");
+        if (!koi8.available) GTEST_SKIP() << "localedef can't make KOI8-R here";
+        EXPECT_TRUE(same("\xf3\xd4\xd5\xc4\xc9\xd1"));
+        EXPECT_EQ(PrintableText("\x80\x9b\xf3"), "??\xf3");
+        EXPECT_EQ(DisplayText("\x9b"), L"?");
+    }
+    const MadeCharacters gb18030("zh_CN", "GB18030");
+    if (!gb18030.available) GTEST_SKIP() << "localedef can't make GB18030 here";
+    EXPECT_TRUE(same("\xd6\xd0\xce\xc4"));
+    EXPECT_EQ(PrintableText("\x9b\x9b\xd6\xd0"), "?\xd6\xd0");
 }
 
 // ---- the same as bytes ----

@@ -43,6 +43,39 @@ TEST(ReadWholeFile, APipeInTheFilesPlaceHangsNothing) {
     EXPECT_EQ(ReadWholeFile(fifo.c_str()).value_or(""), "");
 }
 
+TEST(ReadWholeFile, APipeWhoseWriterIsSilentHangsNothing) {
+    const TemporaryFolder folder;
+    const std::string fifo = folder.Path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const int writer = open(fifo.c_str(), O_RDWR | O_CLOEXEC);
+    EXPECT_EQ(ReadWholeFile(fifo.c_str()), std::nullopt);
+    close(writer);
+}
+
+constexpr std::size_t kMost = 16 << 20;
+
+TEST(ReadWholeFile, ReadsSixteenMebibytes) {
+    const TemporaryFolder folder;
+    const std::string file = folder.File("f", std::string(kMost, 'x'));
+    EXPECT_EQ(ReadWholeFile(file.c_str()).value_or("").size(), kMost);
+}
+
+// Half of a file must not pass for all of it: it would be saved so.
+TEST(ReadWholeFile, AFileThatIsLongerGivesNothing) {
+    const TemporaryFolder folder;
+    const std::string file = folder.File("f", std::string(kMost + 1, 'x'));
+    EXPECT_EQ(ReadWholeFile(file.c_str()), std::nullopt);
+    EXPECT_EQ(errno, EFBIG);
+}
+
+TEST(ReadWholeFile, AFileWithoutAnEndGivesNothing) {
+    const TemporaryFolder folder;
+    const std::string link = folder.Path("link");
+    std::filesystem::create_symlink("/dev/zero", link);
+    EXPECT_EQ(ReadWholeFile(link.c_str()), std::nullopt);
+    EXPECT_EQ(errno, EFBIG);
+}
+
 TEST(ReadWholeFile, AnEmptyFileGivesAnEmptyText) {
     const TemporaryFolder folder;
     EXPECT_EQ(ReadWholeFile(folder.File("f", "").c_str()), "");

@@ -20,12 +20,14 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -121,6 +123,94 @@ inline void MakeReadOnly(const std::string& where) {
     if (mount(nullptr, where.c_str(), nullptr, kHow, nullptr) != 0) std::abort();
 }
 
+// A call that the kernel denies this process from now on, with an error: all of them, or those in
+// whose argument any of the flags is set.
+struct Denied {
+    int call = 0;
+    int error = 0;
+    size_t argument = 0;
+    unsigned flags = 0;
+};
+
+// For a child.
+inline void Deny(const std::vector<Denied>& calls) {
+    constexpr auto kNumber = static_cast<unsigned>(offsetof(seccomp_data, nr));
+    std::vector<sock_filter> filter;
+    for (const Denied& one : calls) {
+        const auto argument = static_cast<unsigned>(offsetof(seccomp_data, args[0]) +
+                                                    one.argument * sizeof(seccomp_data::args[0]));
+        const auto refusal = SECCOMP_RET_ERRNO | static_cast<unsigned>(one.error);
+        const unsigned char rest = one.flags != 0 ? 3 : 1;
+        filter.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kNumber));
+        filter.push_back(
+            BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned>(one.call), 0, rest));
+        if (one.flags != 0) {
+            filter.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, argument));
+            filter.push_back(BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, one.flags, 0, 1));
+        }
+        filter.push_back(BPF_STMT(BPF_RET | BPF_K, refusal));
+    }
+    filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    const sock_fprog program = {static_cast<unsigned short>(filter.size()), filter.data()};
+    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    if (prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) std::abort();
+}
+
+// Files without a name, as some file systems don't have them.
+inline Denied UnnamedFiles() {
+    constexpr unsigned kUnnamed = O_TMPFILE & ~O_DIRECTORY;
+    return {.call = SYS_openat, .error = EOPNOTSUPP, .argument = 2, .flags = kUnnamed};
+}
+
+// What no file of a FAT disk has.
+inline std::vector<Denied> OwnersAndModes() {
+    return {{.call = SYS_fchown, .error = EPERM},
+            {.call = SYS_fchmod, .error = EPERM},
+            {.call = SYS_fsetxattr, .error = EOPNOTSUPP},
+            {.call = SYS_flistxattr, .error = EOPNOTSUPP},
+            UnnamedFiles()};
+}
+
+// ---- extended attributes ----
+
+constexpr const char* kAccessList = "system.posix_acl_access";
+constexpr const char* kHandedDown = "system.posix_acl_default";  // of a folder, to new files in it
+
+struct AclEntry {
+    uint16_t tag, rights;
+    uint32_t id = 0xffffffff;
+};
+
+// An access control list as the kernel takes it.
+inline std::string AccessList(const std::vector<AclEntry>& entries) {
+    std::string bytes("\x02\0\0\0", 4);
+    const auto append = [&](uint32_t number, int count) {
+        for (int byte = 0; byte < count; byte++)
+            bytes += static_cast<char>(number >> (8 * byte));
+    };
+    for (const AclEntry& entry : entries) {
+        append(entry.tag, 2);
+        append(entry.rights, 2);
+        append(entry.id, 4);
+    }
+    return bytes;
+}
+
+// The owner writes, user 1234 reads, the group and all others do nothing. The mode is 0640: the
+// middle digit is the list's mask.
+inline std::string OneMoreReader() {
+    return AccessList({{0x01, 6}, {0x02, 4, 1234}, {0x04, 0}, {0x10, 4}, {0x20, 0}});
+}
+
+inline bool SetAttribute(const std::string& path, const char* name, const std::string& value) {
+    return setxattr(path.c_str(), name, value.data(), value.size(), 0) == 0;
+}
+inline std::string AttributeOf(const std::string& path, const char* name) {
+    char value[256];
+    const ssize_t size = getxattr(path.c_str(), name, value, sizeof value);
+    return size < 0 ? "none" : std::string(value, static_cast<size_t>(size));
+}
+
 // Fills the file system of the folder to the last block.
 inline void FillUp(const std::string& folder) {
     const int file = open((folder + "/filler").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
@@ -184,11 +274,13 @@ inline const std::set<int>& FileCalls() {
 #ifdef SYS_chown
         SYS_chown,
 #endif
-        SYS_openat,   SYS_renameat2,       SYS_linkat,     SYS_unlinkat,  SYS_newfstatat,
-        SYS_fstat,    SYS_statx,           SYS_readlinkat, SYS_fchmodat,  SYS_fchownat,
-        SYS_fchmod,   SYS_fchown,          SYS_write,      SYS_pwrite64,  SYS_writev,
-        SYS_sendfile, SYS_copy_file_range, SYS_fallocate,  SYS_ftruncate, SYS_truncate,
-        SYS_fsync,    SYS_fdatasync,       SYS_sync,       SYS_syncfs,    SYS_close,
+        SYS_openat,       SYS_renameat2,       SYS_linkat,     SYS_unlinkat,  SYS_newfstatat,
+        SYS_fstat,        SYS_statx,           SYS_readlinkat, SYS_fchmodat,  SYS_fchownat,
+        SYS_fchmod,       SYS_fchown,          SYS_write,      SYS_pwrite64,  SYS_writev,
+        SYS_sendfile,     SYS_copy_file_range, SYS_fallocate,  SYS_ftruncate, SYS_truncate,
+        SYS_fsync,        SYS_fdatasync,       SYS_sync,       SYS_syncfs,    SYS_close,
+        SYS_flock,        SYS_getdents64,      SYS_flistxattr, SYS_fgetxattr, SYS_fsetxattr,
+        SYS_fremovexattr,
 #ifdef SYS_renameat
         SYS_renameat,
 #endif

@@ -1,6 +1,8 @@
 #include "util/save_file.h"
 
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/resource.h>
 
 #include "save_file_fixtures.h"
 
@@ -62,6 +64,183 @@ TEST(SaveFile, AnOldFileKeepsItsOwners) {
     EXPECT_EQ(OwnersOf(path), "1234:4321");
     EXPECT_EQ(ModeOf(path), 06750U);
     EXPECT_EQ(ContentOf(path), kNew);
+}
+
+// Whoever could not read the file still can't: the mask of an access control list is no right of
+// the group's.
+TEST(SaveFile, AnOldFileKeepsItsAccessControlListAndItsOtherAttributes) {
+    const TemporaryFolder folder;
+    const std::string path = folder.File("settings", kOld);
+    if (!SetAttribute(path, kAccessList, OneMoreReader()))
+        GTEST_SKIP() << "no access control lists here";
+    ASSERT_EQ(ModeOf(path), 0640U);
+    const bool has_others = SetAttribute(path, "user.origin", "by hand");
+    EXPECT_TRUE(SaveFile(path, kNew));
+    EXPECT_EQ(ContentOf(path), kNew);
+    EXPECT_EQ(AttributeOf(path, kAccessList), OneMoreReader());
+    EXPECT_EQ(ModeOf(path), 0640U);
+    if (has_others) {
+        EXPECT_EQ(AttributeOf(path, "user.origin"), "by hand");
+    }
+    EXPECT_EQ(NamesIn(folder.path), Names{"settings"});
+}
+
+TEST(SaveFile, AnOldFileGetsNoRightsFromItsFolder) {
+    const TemporaryFolder folder;
+    const std::string path = folder.File("settings", kOld);
+    ASSERT_EQ(chmod(path.c_str(), 0640), 0);
+    if (!SetAttribute(folder.path, kHandedDown, OneMoreReader()))
+        GTEST_SKIP() << "no access control lists here";
+    EXPECT_TRUE(SaveFile(path, kNew));
+    EXPECT_EQ(AttributeOf(path, kAccessList), "none");
+    EXPECT_EQ(ModeOf(path), 0640U);
+}
+
+TEST(SaveFile, WhatCannotBeKeptOfAFileStaysWithIt) {
+    const TemporaryFolder folder;
+    const std::string path = folder.File("settings", kOld);
+    if (!SetAttribute(path, kAccessList, OneMoreReader()))
+        GTEST_SKIP() << "no access control lists here";
+    const ino_t inode = InodeOf(path);
+    for (const int call : {SYS_fsetxattr, SYS_flistxattr, SYS_fgetxattr}) {
+        const int error = call == SYS_fsetxattr ? EOPNOTSUPP : EPERM;
+        const auto answer = AnswerOfChild([&] {
+            Deny({{.call = call, .error = error}});
+            return std::string(SaveFile(path, kNew) ? "saved" : "refused");
+        });
+        EXPECT_EQ(answer, "saved");
+        EXPECT_EQ(ContentOf(path), kNew);
+        EXPECT_EQ(InodeOf(path), inode);
+        EXPECT_EQ(AttributeOf(path, kAccessList), OneMoreReader());
+        EXPECT_EQ(NamesIn(folder.path), Names{"settings"});
+        MakeFile(path, kOld);
+    }
+}
+
+// ---- a limit on the size of files ----
+
+// "saved" or "refused" where no file may have more bytes than that; "died" of the signal.
+std::string SavedWithin(rlim_t bytes, const std::function<bool()>& save) {
+    return AnswerOfChild([&] {
+               const rlimit limit = {bytes, bytes};
+               if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return std::string("no limit");
+               return std::string(save() ? "saved" : "refused");
+           })
+        .value_or("died");
+}
+
+TEST(SaveFile, ALimitOnTheSizeOfFilesKeepsTheOldFile) {
+    const TemporaryFolder folder;
+    const std::string path = folder.File("settings", kOld);
+    for (const rlim_t limit : {rlim_t{0}, rlim_t{kNew.size() - 1}}) {
+        EXPECT_EQ(SavedWithin(limit, [&] { return SaveFile(path, kNew); }), "refused");
+        EXPECT_EQ(SavedWithin(limit, [&] { return SaveFileThrough(path + ".tmp", path, kNew); }),
+                  "refused");
+        EXPECT_EQ(ContentOf(path), kOld);
+        EXPECT_EQ(NamesIn(folder.path), Names{"settings"});
+    }
+    EXPECT_EQ(SavedWithin(kNew.size(), [&] { return SaveFile(path, kNew); }), "saved");
+    EXPECT_EQ(ContentOf(path), kNew);
+}
+
+// The limit may be the operator's shell's; a command has its own way with the signal.
+TEST(SaveFile, ALimitOnTheSizeOfFilesChangesNoSignal) {
+    const TemporaryFolder folder;
+    const std::string path = folder.File("settings", kOld);
+    const auto signals = [&] {
+        sigset_t pending;
+        sigset_t blocked;
+        struct sigaction action = {};
+        sigpending(&pending);
+        sigprocmask(SIG_SETMASK, nullptr, &blocked);
+        sigaction(SIGXFSZ, nullptr, &action);
+        return sigismember(&pending, SIGXFSZ) == 0 && sigismember(&blocked, SIGXFSZ) == 0 &&
+               action.sa_handler == SIG_DFL;
+    };
+    const std::string answer = SavedWithin(0, [&] { return !SaveFile(path, kNew) && signals(); });
+    EXPECT_EQ(answer, "saved");
+}
+
+// ---- a file system that knows no owners or modes ----
+
+TEST(SaveFile, AFileWithoutOwnersAndModesIsReplaced) {
+    const TemporaryFolder folder;
+    const std::string path = folder.File("settings", kOld);
+    ASSERT_EQ(chmod(path.c_str(), 0600), 0);  // what a file gets here as others on their FAT disk
+    const ino_t inode = InodeOf(path);
+    const auto answer = AnswerOfChild([&] {
+        Deny(OwnersAndModes());
+        return std::string(SaveFile(path, kNew) ? "saved" : "refused");
+    });
+    EXPECT_EQ(answer, "saved");
+    EXPECT_EQ(ContentOf(path), kNew);
+    EXPECT_NE(InodeOf(path), inode);
+    EXPECT_EQ(NamesIn(folder.path), Names{"settings"});
+}
+
+TEST(SaveFile, AFileWhoseModeCannotBeGivenIsWrittenInPlace) {
+    const TemporaryFolder folder;
+    const std::string path = folder.File("settings", kOld);
+    ASSERT_EQ(chmod(path.c_str(), 0644), 0);
+    for (const bool through : {false, true}) {
+        MakeFile(path, kOld);
+        const ino_t inode = InodeOf(path);
+        const auto answer = AnswerOfChild([&] {
+            Deny(OwnersAndModes());
+            const bool saved =
+                through ? SaveFileThrough(path + ".tmp", path, kNew) : SaveFile(path, kNew);
+            return std::string(saved ? "saved" : "refused");
+        });
+        EXPECT_EQ(answer, "saved");
+        EXPECT_EQ(ContentOf(path), kNew);
+        EXPECT_EQ(InodeOf(path), inode);
+        EXPECT_EQ(ModeOf(path), 0644U);
+        EXPECT_EQ(NamesIn(folder.path), Names{"settings"});
+    }
+}
+
+TEST(SaveFile, ANewFileIsMadeWithoutOwnersAndModes) {
+    const TemporaryFolder folder;
+    const std::string path = folder.Path("settings");
+    const auto answer = AnswerOfChild([&] {
+        Deny(OwnersAndModes());
+        return std::string(SaveFile(path, kNew) ? "saved" : "refused");
+    });
+    EXPECT_EQ(answer, "saved");
+    EXPECT_EQ(ContentOf(path), kNew);
+}
+
+// ---- what cut-short saves have left ----
+
+TEST(SaveFile, RemovesWhatEarlierSavesHaveLeft) {
+    const TemporaryFolder folder;
+    const std::string path = folder.File("settings", kOld);
+    folder.File(".ifmenu-aB3xY9", "half");
+    folder.File(".ifmenu-000000", "");
+    const Names others = {".ifmenu-", ".ifmenu-aB3xY", ".ifmenu-aB3xY99", "ifmenu-aB3xY9"};
+    for (const std::string& name : others)
+        folder.File(name, "not ours");
+    std::filesystem::create_directory(folder.Path(".ifmenu-folder"));
+    std::filesystem::create_symlink("settings", folder.Path(".ifmenu-a_link"));
+    ASSERT_EQ(mkfifo(folder.Path(".ifmenu-a_pipe").c_str(), 0600), 0);
+    EXPECT_TRUE(SaveFile(path, kNew));
+    Names expected = others;
+    expected.insert({"settings", ".ifmenu-folder", ".ifmenu-a_link", ".ifmenu-a_pipe"});
+    EXPECT_EQ(NamesIn(folder.path), expected);
+    EXPECT_EQ(ContentOf(path), kNew);
+}
+
+TEST(SaveFile, LeavesTheHalfMadeFileOfAnotherSaveToIt) {
+    const TemporaryFolder folder;
+    const std::string path = folder.File("settings", kOld);
+    const std::string other = folder.File(".ifmenu-aB3xY9", "half");
+    const int descriptor = open(other.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(flock(descriptor, LOCK_EX), 0);
+    EXPECT_TRUE(SaveFile(path, kNew));
+    EXPECT_TRUE(std::filesystem::exists(other));
+    close(descriptor);
+    EXPECT_TRUE(SaveFile(path, kNew));
+    EXPECT_FALSE(std::filesystem::exists(other));
 }
 
 TEST(SaveFile, APathWithoutAFolderIsInTheWorkingFolder) {
@@ -252,7 +431,8 @@ class SaveFileFaults : public testing::Test {
         if (!FaultsWork()) GTEST_SKIP() << "this kernel does not show calls to another process";
     }
 
-    // Besides the file, a killed save may leave its own half-made one, which no script looks at.
+    // Besides the file and a link to it there is at most the new file, under a name that no script
+    // looks at.
     void ExpectOldOrNew(const std::string& context) {
         const std::string content = ContentOf(path_);
         EXPECT_TRUE(content == kOld || content == kNew) << context << ":\n" << content;
@@ -299,14 +479,48 @@ TEST_F(SaveFileFaults, AKillLeavesNoPartOfAFileThatWasNotThere) {
               0U);
 }
 
-TEST_F(SaveFileFaults, AKilledSaveDoesNotStandInTheWayOfTheNext) {
-    StartAgain();
-    for (size_t at = 0;; at++) {
-        if (!RunWith(Fault{.at = at, .error = 0}, [&] { return SaveFile(path_, kNew); }).hit) break;
+// The new file has a name for as long as it takes to rename it.
+TEST_F(SaveFileFaults, AKillLeavesNothingElseButBetweenTheNewNameAndTheExchange) {
+    const auto unnamed = AnswerOfChild([&] {
+        return std::string(open(folder_.path.c_str(), O_TMPFILE | O_WRONLY, 0600) < 0 ? "" : "yes");
+    });
+    if (unnamed != "yes") GTEST_SKIP() << "all files have names here";
+    size_t left = 0;
+    const auto look = [&](const Trial& trial) {
+        const bool is_clean = NamesIn(folder_.path) == Names{"settings"};
+        if (!is_clean) left++;
+        EXPECT_TRUE(is_clean || IsRename(trial.Last())) << "call " << trial.Last();
+    };
+    KillAtEveryCall([&] { StartAgain(); }, [&] { return SaveFile(path_, kNew); }, look);
+    EXPECT_EQ(left, 1U);
+}
+
+TEST_F(SaveFileFaults, AKilledSaveLeavesNothingBehindTheNext) {
+    for (const bool has_unnamed : {true, false}) {
+        StartAgain();
+        const auto save = [&] {
+            if (!has_unnamed) Deny({UnnamedFiles()});
+            return SaveFile(path_, kNew);
+        };
+        for (size_t at = 0; RunWith(Fault{.at = at, .error = 0}, save).hit; at++) {
+            EXPECT_TRUE(SaveFile(path_, kOld));
+            EXPECT_EQ(NamesIn(folder_.path), Names{"settings"}) << "call " << at;
+            EXPECT_EQ(ContentOf(path_), kOld);
+            EXPECT_EQ(ModeOf(path_), 0640U);
+        }
     }
-    EXPECT_TRUE(SaveFile(path_, kOld));
-    EXPECT_EQ(ContentOf(path_), kOld);
-    EXPECT_EQ(ModeOf(path_), 0640U);
+}
+
+TEST_F(SaveFileFaults, AKillWhereAllFilesHaveNamesLeavesTheOldFileOrTheNewOne) {
+    const auto save = [&] {
+        Deny({UnnamedFiles()});
+        return SaveFile(path_, kNew);
+    };
+    const auto look = [&](const Trial& trial) {
+        ExpectOldOrNew("killed at call " + std::to_string(trial.calls.size() - 1));
+    };
+    EXPECT_GT(KillAtEveryCall([&] { StartAgain(); }, save, look), 0U);
+    EXPECT_EQ(ContentOf(path_), kNew);
 }
 
 TEST_F(SaveFileFaults, AKillLeavesALinkToTheOldFileOrTheNewOne) {
@@ -572,6 +786,18 @@ TEST_F(SaveFileDisks, AFileThatIsAMountOfItsOwnIsWritten) {
         EXPECT_EQ(ContentOf(path_), text);
         EXPECT_EQ(InodeOf(path_), inode);
         EXPECT_EQ(NamesIn(folder_.path), Names{"settings"});
+    }
+}
+
+TEST_F(SaveFileDisks, AMountOfItsOwnKeepsItsContentUnderALimit) {
+    MakeFile(path_, kOld);
+    for (const size_t limit : {size_t{0}, kNew.size(), kOld.size() - 1}) {
+        const std::string answer = Inside([&] {
+            MountOver(path_, path_);
+            return SavedWithin(limit, [&] { return SaveFile(path_, kNew); });
+        });
+        EXPECT_EQ(answer, "refused");
+        EXPECT_EQ(ContentOf(path_), kOld);
     }
 }
 

@@ -94,6 +94,16 @@ TEST(ParseConfiguredNetworks, TheNumberBeginsWithADigitOrThereIsNone) {
     }
 }
 
+// Cut to an int's size it would be another network's.
+TEST(ParseConfiguredNetworks, ANumberBeyondAnIntIsNone) {
+    for (const char* column : {"2147483648", "4294967296", "4294967297", "99999999999999999999"}) {
+        AccessPointMap map;
+        ParseConfiguredNetworks(kConfiguredHeader + std::string(column) + "\tattic\tany\t\n", map);
+        ASSERT_EQ(map.size(), 1u) << column;
+        EXPECT_EQ(map.begin()->second.networkId, -1) << column;
+    }
+}
+
 TEST(ParseConfiguredNetworks, TheFirstLineIsNeverANetwork) {
     AccessPointMap map;
     ParseConfiguredNetworks("0\tattic\tany\t\n1\thome\tany\t\n", map);
@@ -366,6 +376,8 @@ TEST(AddNetwork, ReturnsTheNumberOfTheFirstLine) {
                  {"-1\n", -1},
                  {"-3\n", -1},
                  {"+3\n", -1},
+                 {"2147483647\n", 2147483647},
+                 {"4294967297\n", -1},
                  {"UNKNOWN COMMAND\n", -1},
                  {std::string(1023, ' ') + "5\n", -1}};
     for (const auto& [reply, id] : cases) {
