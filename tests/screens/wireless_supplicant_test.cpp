@@ -1,8 +1,6 @@
 // The program with a real supplicant and its real client: a wired one, on a tap, since no kernel
 // makes wireless cards out of nothing. Only what it would find in the air is written by the test.
 // After each action its configuration file is read back.
-#include <unistd.h>
-
 #include "wireless_fixtures.h"
 
 namespace wireless {
@@ -30,7 +28,7 @@ Words With(Words lines, const std::string& line) {
 class SupplicantBox : public Machine {
   public:
     SupplicantBox() {
-        if (access(kClient, X_OK) != 0) Skip("no wpasupplicant here", Place::Here());
+        if (!Exists(kClient)) Skip("no wpasupplicant here", Place::Here());
         AddTap("wlan0");
         Sh("ip link set wlan0 address 02:1a:2b:3c:4d:5e up; mkdir -p /var/network/"
            "02:1a:2b:3c:4d:5e /mnt/air");
