@@ -60,6 +60,9 @@ CheckMachine() {
         ip link')"
     Promise "The first process is the machine's own, and the command its child" "1" \
         "$(Enter --bare sh -c 'echo $PPID')"
+    Promise "Its pseudo-terminals are its own" "ptmx /dev/pts/0" \
+        "$(Enter --bare sh -c 'ls /dev/pts && script -qec tty /dev/null' </dev/null |
+            tr -d '\r' | xargs)"
     Promise "The kernel's settings cannot be written" "" \
         "$(Enter --bare sh -c 'echo 1 >/proc/sys/kernel/sysrq && echo written' 2>/dev/null)"
     Promise "The files that the program writes can be written" "" "$(Enter --bare sh -c '
@@ -96,6 +99,21 @@ CheckFolders() {
     enter="$odd/${appliance##*/}/enter"
     Promise "A checkout in a folder with an odd name is in reach" "$enter" \
         "$(Enter --bare ls "$enter")"
+    unpacked="$odd/build/packages/root"
+    mkdir -p "$unpacked/usr/bin" "$unpacked/usr/share/unpacked" "$unpacked/etc/unpacked"
+    ln -s usr/bin "$unpacked/bin"
+    printf '#!/bin/sh\ncat /usr/share/unpacked/words /etc/unpacked/words\n' >"$unpacked/usr/bin/say-it"
+    chmod 755 "$unpacked/usr/bin/say-it"
+    echo one >"$unpacked/usr/share/unpacked/words"
+    echo two >"$unpacked/etc/unpacked/words"
+    Promise "Packages unpacked beside the build lie over the host's files" \
+        "one two true nscd" "$(Enter --bare sh -c \
+        'echo $(say-it) $(basename $(command -v true)) $(basename $(command -v nscd))' 2>&1)"
+    Promise "What is done to them in a machine leaves them as they are" "three one two" "$({
+        Enter --bare sh -c 'rm -f /usr/share/unpacked/words 2>/dev/null
+            rm /etc/unpacked/words && echo three >/etc/unpacked/words && cat /etc/unpacked/words'
+        cat "$unpacked/usr/share/unpacked/words" "$unpacked/etc/unpacked/words"
+        } | xargs)"
     rm -rf "$odd"
     enter=$appliance/enter
 }
