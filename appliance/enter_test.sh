@@ -20,6 +20,14 @@ Promise() {
     broken=1
 }
 
+# CopyTo FOLDER: another checkout, as far as a machine needs one. What some releases lack without the
+# packages unpacked beside the build comes along.
+CopyTo() {
+    mkdir -p "$1/build/packages/root/usr/bin" && cp -R "$appliance" "$1"
+    command -v pivot_root >/dev/null ||
+        cp "$appliance/../build/packages/root/usr/bin/pivot_root" "$1/build/packages/root/usr/bin"
+}
+
 # Enter ARG...: enter as the user at hand.
 Enter() {
     $as "$enter" "$@"
@@ -94,8 +102,7 @@ CheckEnd() {
 
 CheckFolders() {
     odd="$scratch/a b,c:d"
-    mkdir -p "$odd"
-    cp -R "$appliance" "$odd"
+    CopyTo "$odd"
     enter="$odd/${appliance##*/}/enter"
     Promise "A checkout in a folder with an odd name is in reach" "$enter" \
         "$(Enter --bare ls "$enter")"
@@ -126,11 +133,12 @@ CheckFileSystems() {
     Promise "The appliance's files lie over a separate /etc, too" appliance "$seen"
     for folder in /home /mnt /run; do
         [ -d $folder ] || continue
-        seen=$(unshare --mount sh -c 'mount -t tmpfs test "$1" && mkdir "$1/checkout" &&
-            cp -R "$2" "$1/checkout" && "$1/checkout/${2##*/}/enter" --bare ls "$1/checkout"' \
-            sh $folder "$appliance")
+        CopyTo "$scratch/checkout"
+        seen=$(unshare --mount sh -c 'mount -t tmpfs test "$1" && cp -R "$2" "$1" &&
+            "$1/checkout/${3##*/}/enter" --bare ls "$1/checkout"' \
+            sh $folder "$scratch/checkout" "$appliance" | xargs)
         Promise "A checkout on a file system of its own in $folder is in reach" \
-            "${appliance##*/}" "$seen"
+            "${appliance##*/} build" "$seen"
     done
 }
 

@@ -40,7 +40,7 @@ if [ "$(uname -m)" = x86_64 ]; then
         failed=1
     fi
     grep -A 1 'sub  *[$]0x1000,%rsp' "$scratch/code" >"$scratch/pages"
-    Expect "a large stack frame is entered page by page" '(or|mov)q +[$]0x0,[(]%rsp[)]' "$scratch/pages"
+    Expect "a large stack frame is entered page by page" '(or[bq]|movq) +[$]0x0,[(]%rsp[)]' "$scratch/pages"
 fi
 
 # Flags FOLDER FILE: the sorted flags in one of a build's files, without folders and warnings.
