@@ -86,7 +86,7 @@ Fetch() {
 Offered() {
     [ -n "$(find "$packages/lists" -name '*Release' 2>/dev/null)" ] ||
         Update >/dev/null 2>&1
-    Apt -o Debug::NoLocking=true --simulate --no-download install "$1" >/dev/null 2>&1
+    Apt -o Debug::NoLocking=true --simulate install "$1" >/dev/null 2>&1
 }
 
 # MissingPackages PACKAGE...: those that are not installed.
