@@ -11,6 +11,7 @@ PATH=$PATH:/usr/sbin:/sbin
 scratch=$(mktemp -d)
 chmod 755 "$scratch"
 trap 'rm -rf "$scratch"' EXIT
+trap 'exit 130' HUP INT TERM
 broken=0
 
 # Promise WORDS EXPECTED ACTUAL

@@ -16,6 +16,7 @@ PATH=$PATH:/usr/sbin:/sbin
 
 scratch=$(mktemp -d)
 trap 'kill "$decoy" 2>/dev/null; rm -rf "$scratch"' EXIT
+trap 'exit 130' HUP INT TERM
 
 # Picture: what of the host the program's actions could change.
 Picture() {

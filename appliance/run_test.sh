@@ -7,6 +7,7 @@ set -u
 cd -- "$(dirname -- "$0")/.." || exit 1
 scratch=$(mktemp -d) || exit 1
 trap 'rm -rf "$scratch"' EXIT
+trap 'exit 130' HUP INT TERM
 wrong=0
 
 # Promise WORDS COMMAND...: that the command succeeds.

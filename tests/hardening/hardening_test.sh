@@ -10,6 +10,7 @@ build=$2
 source=$(cd -- "$(dirname -- "$0")/../.." && pwd)
 scratch=$(mktemp -d) || exit 1
 trap 'rm -rf "$scratch"' EXIT
+trap 'exit 130' HUP INT TERM
 failed=0
 
 # Expect WHAT PATTERN FILE: a line of the file matches.

@@ -173,6 +173,7 @@ case $what in
 --known)
     cd -- "$(dirname -- "$0")/../.." || exit 1
     list=$(mktemp)
+    trap 'rm -f "$list"; exit 130' HUP INT TERM
     status=0
     Known $pages || status=1
     rm -f "$list"

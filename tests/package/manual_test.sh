@@ -7,6 +7,7 @@ LC_ALL=C.UTF-8
 export LC_ALL
 work=$(mktemp -d) || exit 1
 trap 'rm -rf "$work"' EXIT
+trap 'exit 130' HUP INT TERM
 failed=0
 
 Fail() {
