@@ -2,7 +2,7 @@
 # ./run where the program can't be used: without a terminal, and on one of an unknown type.
 #
 # Exit status 0: as it should be, 1: not (what is wrong is printed).
-# shellcheck disable=SC2317  # functions called by name through Promise
+# shellcheck disable=SC2317,SC2329  # functions called by name through Promise
 set -u
 cd -- "$(dirname -- "$0")/.." || exit 1
 scratch=$(mktemp -d) || exit 1
