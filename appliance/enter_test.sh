@@ -11,6 +11,7 @@ PATH=$PATH:/usr/sbin:/sbin
 scratch=$(mktemp -d)
 chmod 755 "$scratch"
 trap 'rm -rf "$scratch"' EXIT
+trap 'exit 130' HUP INT TERM
 broken=0
 
 # Promise WORDS EXPECTED ACTUAL
@@ -18,6 +19,14 @@ Promise() {
     [ "$2" = "$3" ] && return
     printf '%s (%s)\n    expected: %s\n    seen:     %s\n' "$1" "$who" "$2" "$3"
     broken=1
+}
+
+# CopyTo FOLDER: another checkout, as far as a machine needs one. What some releases lack without the
+# packages unpacked beside the build comes along.
+CopyTo() {
+    mkdir -p "$1/build/packages/root/usr/bin" && cp -R "$appliance" "$1"
+    command -v pivot_root >/dev/null ||
+        cp "$appliance/../build/packages/root/usr/bin/pivot_root" "$1/build/packages/root/usr/bin"
 }
 
 # Enter ARG...: enter as the user at hand.
@@ -60,6 +69,9 @@ CheckMachine() {
         ip link')"
     Promise "The first process is the machine's own, and the command its child" "1" \
         "$(Enter --bare sh -c 'echo $PPID')"
+    Promise "Its pseudo-terminals are its own" "ptmx /dev/pts/0" \
+        "$(Enter --bare sh -c 'ls /dev/pts && script -qec tty /dev/null' </dev/null |
+            tr -d '\r' | xargs)"
     Promise "The kernel's settings cannot be written" "" \
         "$(Enter --bare sh -c 'echo 1 >/proc/sys/kernel/sysrq && echo written' 2>/dev/null)"
     Promise "The files that the program writes can be written" "" "$(Enter --bare sh -c '
@@ -91,11 +103,25 @@ CheckEnd() {
 
 CheckFolders() {
     odd="$scratch/a b,c:d"
-    mkdir -p "$odd"
-    cp -R "$appliance" "$odd"
+    CopyTo "$odd"
     enter="$odd/${appliance##*/}/enter"
     Promise "A checkout in a folder with an odd name is in reach" "$enter" \
         "$(Enter --bare ls "$enter")"
+    unpacked="$odd/build/packages/root"
+    mkdir -p "$unpacked/usr/bin" "$unpacked/usr/share/unpacked" "$unpacked/etc/unpacked"
+    ln -s usr/bin "$unpacked/bin"
+    printf '#!/bin/sh\ncat /usr/share/unpacked/words /etc/unpacked/words\n' >"$unpacked/usr/bin/say-it"
+    chmod 755 "$unpacked/usr/bin/say-it"
+    echo one >"$unpacked/usr/share/unpacked/words"
+    echo two >"$unpacked/etc/unpacked/words"
+    Promise "Packages unpacked beside the build lie over the host's files" \
+        "one two true nscd" "$(Enter --bare sh -c \
+        'echo $(say-it) $(basename $(command -v true)) $(basename $(command -v nscd))' 2>&1)"
+    Promise "What is done to them in a machine leaves them as they are" "three one two" "$({
+        Enter --bare sh -c 'rm -f /usr/share/unpacked/words 2>/dev/null
+            rm /etc/unpacked/words && echo three >/etc/unpacked/words && cat /etc/unpacked/words'
+        cat "$unpacked/usr/share/unpacked/words" "$unpacked/etc/unpacked/words"
+        } | xargs)"
     rm -rf "$odd"
     enter=$appliance/enter
 }
@@ -108,11 +134,12 @@ CheckFileSystems() {
     Promise "The appliance's files lie over a separate /etc, too" appliance "$seen"
     for folder in /home /mnt /run; do
         [ -d $folder ] || continue
-        seen=$(unshare --mount sh -c 'mount -t tmpfs test "$1" && mkdir "$1/checkout" &&
-            cp -R "$2" "$1/checkout" && "$1/checkout/${2##*/}/enter" --bare ls "$1/checkout"' \
-            sh $folder "$appliance")
+        CopyTo "$scratch/checkout"
+        seen=$(unshare --mount sh -c 'mount -t tmpfs test "$1" && cp -R "$2" "$1" &&
+            "$1/checkout/${3##*/}/enter" --bare ls "$1/checkout"' \
+            sh $folder "$scratch/checkout" "$appliance" | xargs)
         Promise "A checkout on a file system of its own in $folder is in reach" \
-            "${appliance##*/}" "$seen"
+            "${appliance##*/} build" "$seen"
     done
 }
 

@@ -16,6 +16,7 @@ PATH=$PATH:/usr/sbin:/sbin
 
 scratch=$(mktemp -d)
 trap 'kill "$decoy" 2>/dev/null; rm -rf "$scratch"' EXIT
+trap 'exit 130' HUP INT TERM
 
 # Picture: what of the host the program's actions could change.
 Picture() {
@@ -26,7 +27,7 @@ Picture() {
     ip -oneline addr | sed 's/valid_lft.*//'
     ip route show table all | sed 's/expires.*//'
     ip -6 route show table all | sed 's/expires.*//'
-    sysctl -a --pattern '^net\.ipv[46]\.(ip_forward|conf\.)' 2>/dev/null
+    grep -s . /proc/sys/net/ipv4/ip_forward /proc/sys/net/ipv[46]/conf/*/*
     echo "-- mounts"
     cat /proc/self/mounts
     echo "-- files"

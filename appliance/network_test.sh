@@ -12,6 +12,7 @@ PATH=$PATH:/usr/sbin:/sbin
 scratch=$(mktemp -d)
 chmod 755 "$scratch"
 trap 'rm -rf "$scratch"' EXIT
+trap 'exit 130' HUP INT TERM
 broken=0
 
 # What the shells in the machine have in common; eth1 is the card that they work on.

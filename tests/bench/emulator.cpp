@@ -107,16 +107,13 @@ int OnBell(void* bells) {
     return 1;
 }
 
-constexpr VTermScreenCallbacks kCallbacks = {
-    .damage = nullptr,
-    .moverect = nullptr,
-    .movecursor = nullptr,
-    .settermprop = OnProperty,
-    .bell = OnBell,
-    .resize = nullptr,
-    .sb_pushline = nullptr,
-    .sb_popline = nullptr,
-};
+// Which callbacks there are depends on the library's version: those not named here are left out.
+constexpr VTermScreenCallbacks kCallbacks = [] {
+    VTermScreenCallbacks callbacks{};
+    callbacks.settermprop = OnProperty;
+    callbacks.bell = OnBell;
+    return callbacks;
+}();
 
 void OnReply(const char* bytes, size_t length, void* reply) {
     (*static_cast<std::function<void(const std::string&)>*>(reply))(std::string(bytes, length));
@@ -159,6 +156,10 @@ Emulator::~Emulator() {
     vterm_free(vterm_);
 }
 
+void Emulator::Write(const std::string& bytes) {
+    vterm_input_write(vterm_, bytes.data(), bytes.size());
+}
+
 void Emulator::TrackModes(const std::string& sequence) {
     const char final = sequence.back();
     if (sequence.size() < 4 || sequence[2] != '?' || (final != 'h' && final != 'l')) return;
@@ -176,17 +177,56 @@ void Emulator::FeedSequence(const std::string& sequence) {
     const char final = sequence.back();
     const bool is_public = sequence[2] != '?' && sequence[2] != '>';
     if (final == 'm' && is_public) {
-        const std::string translated = WithDimAsBlink(sequence);
-        vterm_input_write(vterm_, translated.data(), translated.size());
+        Write(WithDimAsBlink(sequence));
+    } else if ((final == 'J' || final == 'K' || final == 'X') && is_public && PenHasAttributes()) {
+        Erase(final, std::max(Numbers(sequence, 2)[0], 0));
     } else {
-        vterm_input_write(vterm_, sequence.data(), sequence.size());
+        Write(sequence);
     }
+}
+
+bool Emulator::PenHasAttributes() const {
+    const VTermState* state = vterm_obtain_state(vterm_);
+    constexpr VTermAttr kOfCells[] = {VTERM_ATTR_BOLD, VTERM_ATTR_BLINK, VTERM_ATTR_REVERSE,
+                                      VTERM_ATTR_UNDERLINE};
+    return std::any_of(std::begin(kOfCells), std::end(kOfCells), [&](VTermAttr attribute) {
+        VTermValue value{};
+        return vterm_state_get_penattr(state, attribute, &value) != 0 && value.number != 0;
+    });
+}
+
+void Emulator::Erase(char final, int argument) {
+    const int row = cursor_row();
+    const int col = cursor_col();
+    int from = col;
+    int to = cols_;
+    if (final == 'X') {
+        to = std::min(cols_, col + std::max(argument, 1));
+    } else {
+        if (argument != 0) from = 0;
+        if (argument == 1) to = col + 1;
+    }
+    // Wrapping is off, as the last column's blank would leave the cursor waiting beyond it.
+    std::string drawn = "\x1b[?7l";
+    const auto move = [&](int line, int column) {
+        drawn += "\x1b[" + std::to_string(line + 1) + ";" + std::to_string(column + 1) + "H";
+    };
+    const auto blank = [&](int line, int begin, int end) {
+        move(line, begin);
+        drawn.append(static_cast<size_t>(end - begin), ' ');
+    };
+    blank(row, from, to);
+    if (final == 'J') {
+        for (int line = argument == 0 ? row + 1 : 0; line < (argument == 1 ? row : rows_); line++)
+            if (line != row) blank(line, 0, cols_);
+    }
+    move(row, col);
+    Write(drawn + "\x1b[?7h");
 }
 
 void Emulator::FeedText(const std::string& bytes) {
     if (bytes.empty()) return;
-    const std::string text = latin1_ ? Latin1ToUtf8(bytes) : bytes;
-    vterm_input_write(vterm_, text.data(), text.size());
+    Write(latin1_ ? Latin1ToUtf8(bytes) : bytes);
 }
 
 void Emulator::Feed(const std::string& bytes) {

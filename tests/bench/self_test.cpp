@@ -100,7 +100,8 @@ TEST(Machine, ItsProcessesEndWithIt) {
     {
         Machine box;
         box.Sh("sleep " + mark + " >/dev/null 2>&1 &");
-        EXPECT_TRUE(OutsideProcessRuns(mark));
+        // For a moment a process that becomes another program has no words.
+        box.WaitUntil([&] { return OutsideProcessRuns(mark); }, "the process to be seen");
     }
     EXPECT_FALSE(OutsideProcessRuns(mark));
 }
@@ -414,6 +415,27 @@ TEST(FullScreen, StylesAreRead) {
     EXPECT_FALSE(t.Cell(6, 0).dim);
     EXPECT_EQ(t.SelectedRow(), 6);
     EXPECT_EQ(t.Selected(), "selected");
+}
+
+// Some blanks come as an erased part of a row, of the screen, or as a number of cells.
+TEST(FullScreen, ErasedCellsHaveTheStyleOfTheMoment) {
+    Machine box;
+    TerminalOptions options = Shell(
+        "printf 'abcdef\\r\\n\\33[1;37;44m123456\\33[4D\\33[2X\\r\\n12\\33[K\\r\\n';"
+        "printf '123\\33[1K\\r\\n12\\33[J'");
+    options.rows = 6;
+    options.cols = 8;
+    Terminal t(box, options);
+    t.WaitExit();
+    EXPECT_EQ(t.Screen(), (std::vector<std::string>{"abcdef", "12  56", "12", "", "12", ""}));
+    EXPECT_EQ(t.Style(0), "");
+    EXPECT_EQ(t.Style(1), "0-5 white/blue bold");
+    EXPECT_EQ(t.Style(2), "0-7 white/blue bold");
+    EXPECT_EQ(t.Style(3), "0-3 white/blue bold");
+    EXPECT_EQ(t.Style(4), "0-7 white/blue bold");
+    EXPECT_EQ(t.Style(5), "0-7 white/blue bold");
+    EXPECT_EQ(t.CursorRow(), 4);
+    EXPECT_EQ(t.CursorCol(), 2);
 }
 
 TEST(FullScreen, TextsBeyondAsciiAreRead) {

@@ -11,6 +11,7 @@ others=${3-}
 source=$(cd -- "$(dirname -- "$0")/../.." && pwd)
 scratch=$(mktemp -d) || exit 1
 trap 'rm -rf "$scratch"' EXIT
+trap 'exit 130' HUP INT TERM
 failed=0
 
 # Expect WHAT PATTERN FILE: a line of the file matches.
@@ -41,7 +42,7 @@ if grep -q 'Machine:.*X86-64' "$scratch/parts"; then
         failed=1
     fi
     grep -A 1 'sub  *[$]0x1000,%rsp' "$scratch/code" >"$scratch/pages"
-    Expect "a large stack frame is entered page by page" '(or|mov)q +[$]0x0,[(]%rsp[)]' "$scratch/pages"
+    Expect "a large stack frame is entered page by page" '(or[bq]|movq) +[$]0x0,[(]%rsp[)]' "$scratch/pages"
 fi
 
 # ExpectLevel BUILD: all sources of the program are compiled with the highest level of the C library's

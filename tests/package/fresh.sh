@@ -1,11 +1,16 @@
 #!/bin/sh
-# The commands of the pages, on a Debian just installed: what the pages tell to type works.
+# The commands of the pages, on a Debian just installed: what the pages tell to type works, and the
+# computer stays as it was but for the packages that have to be installed.
 #
-#     tests/package/fresh.sh            those of README.md but ./test; takes about ten minutes
-#     tests/package/fresh.sh --all      all of README.md and CONTRIBUTING.md; takes an hour
-#     tests/package/fresh.sh --known    only tells whether it is known here how to run each of them
+#     tests/package/fresh.sh [--short] [RELEASE...]
+#     tests/package/fresh.sh --known
+#
+# Runs the commands of README.md and CONTRIBUTING.md on each release (bookworm, trixie and testing
+# unless they are named), with --short those of README.md alone, and says at the end what ran where.
+# A release takes about an hour, a short one twenty minutes; the messages are in build/package. With
+# --known it only tells whether it is known here how to run each of the commands.
 # shellcheck disable=SC2086  # commands are lists of words
-set -eu
+set -u
 
 # Commands FILE...: the commands in the blocks of shell code, each once, one a line.
 Commands() {
@@ -50,16 +55,19 @@ Really() {
     [ "$what" = --known ] || "$@"
 }
 
+# Glance: ./run where there is no terminal.
+Glance() {
+    ./run </dev/null >/root/screen 2>&1 && cat /root/screen &&
+        grep -Fq "Network configuration main menu for '" /root/screen
+}
+
 # RunOne COMMAND: as its reader runs it; root needs no sudo, and what asks is answered yes. Fails for
 # a command that is not known.
 RunOne() {
     case $1 in
-    ./run) Really Operate ./run ;;
-    ./test) [ "$what" != --all ] || ./test ;;
-    ./package | './test --tidy') Really $1 ;;
+    ./run) Really Glance && Really Operate ./run ;;
+    ./test | ./package | './test --tidy' | ./fuzz) Really $1 ;;
     './package --'*) ;; # tests themselves, and longer than this one
-    ./fuzz) Really Install clang-14 libclang-rt-14-dev && Really ./fuzz ;;
-    'cmake --preset clang') Really Install clang-14 && Really $1 ;;
     cmake\ * | ctest\ *) Really $1 ;;
     'sudo cmake --install build/out') Really ${1#sudo } && Really test -x /usr/local/sbin/ifmenu ;;
     'sudo apt-get install ./build/package/ifmenu_*.deb')
@@ -70,30 +78,121 @@ RunOne() {
     esac
 }
 
+# Note COMMAND RESULT: for the end, when all releases have been tried.
+Note() {
+    echo "fresh: $release, $1: $2"
+}
+
+# Installed: the packages.
+Installed() {
+    dpkg-query --show --showformat='${db:Status-Status} ${Package}\n' | sed -n 's/^installed //p'
+}
+
+# Interrupt: an installation that is interrupted is finished, and nothing else.
+Interrupt() {
+    ./run --build-only >/root/interrupted 2>&1 &
+    interrupted=$!
+    until cat /proc/[0-9]*/comm 2>/dev/null | grep -qx dpkg; do
+        kill -0 $interrupted 2>/dev/null || break
+        sleep 0.1
+    done
+    kill -TERM $interrupted
+    wait $interrupted
+    [ $? = 130 ] && [ -z "$(dpkg --audit)" ] && [ ! -e /usr/sbin/policy-rc.d ] &&
+        [ ! -e build/run/ifmenu ] && dpkg-query --show cmake && return
+    cat /root/interrupted
+    return 1
+}
+
+# AsItWas: since the beginning.
+AsItWas() {
+    tests/package/host.sh compare /root/host || return
+    Installed | sort >/root/installed
+    echo "Packages: $(wc -l </root/bare) before, $(wc -l </root/installed) now; these have come:"
+    comm -13 /root/bare /root/installed | tr '\n' ' ' | fold -s -w 100
+    echo
+}
+
+# Known PAGE...: whether every command of the pages is known.
+Known() {
+    Commands "$@" >"$list"
+    [ -s "$list" ] || return
+    while IFS= read -r command; do
+        RunOne "$command" || { echo "$command: not known" && return 1; }
+    done <"$list"
+}
+
 # RunAll PAGE...: every command of the pages, in their order.
 RunAll() {
     Commands "$@" >"$list"
-    [ -s "$list" ]
+    status=0
+    Try "an interrupted installation" Interrupt
     while IFS= read -r command <&4; do
-        [ "$what" = --known ] || Say "$command"
-        RunOne "$command" 4<&- || { echo "$command: failed, or not known" && return 1; }
+        case $command in './package --'*) continue ;; esac
+        Try "$command" RunOne "$command" 4<&-
+        [ "$command" != ./test ] || Try "the computer as it was" AsItWas
     done 4<"$list"
+    return $status
 }
 
+# Try WHAT COMMAND...
+Try() {
+    what_runs=$1
+    shift
+    Say "$what_runs"
+    begin=$(date +%s)
+    if "$@"; then
+        Note "$what_runs" "good, $(($(date +%s) - begin)) s"
+    else
+        Note "$what_runs" FAILED
+        status=1
+    fi
+}
+
+# OnEach RELEASE...: on a clean machine of each.
+OnEach() {
+    status=0
+    for release; do
+        log=build/package/fresh-$release.log
+        echo "Running the commands of the pages on $release; the messages are in $log ..."
+        tests/package/clean --release "$release" /mnt/tests/package/fresh.sh --here "$release" $pages \
+            >"$log" 2>&1 </dev/null || status=1
+        grep '^fresh: ' "$log" || { tail -n 20 "$log" && status=1; }
+    done
+    echo
+    echo "What ran where:"
+    for release; do
+        grep -h '^fresh: ' "build/package/fresh-$release.log" | sed 's/^fresh: //'
+    done
+    return $status
+}
+
+pages="README.md CONTRIBUTING.md"
 what=${1-}
 case $what in
 --known)
-    cd -- "$(dirname -- "$0")/../.."
+    cd -- "$(dirname -- "$0")/../.." || exit 1
     list=$(mktemp)
+    trap 'rm -f "$list"; exit 130' HUP INT TERM
     status=0
-    RunAll README.md CONTRIBUTING.md || status=1
+    Known $pages || status=1
     rm -f "$list"
     exit $status
     ;;
---here) what=${2-} ;;
+--here)
+    release=$2
+    shift 2
+    ;;
 *)
-    cd -- "$(dirname -- "$0")"
-    exec ./clean /mnt/tests/package/fresh.sh --here "$@"
+    cd -- "$(dirname -- "$0")/../.." || exit 1
+    if [ "$what" = --short ]; then
+        pages=README.md
+        shift
+    fi
+    [ $# -gt 0 ] || set -- bookworm trixie testing
+    mkdir -p build/package
+    OnEach "$@"
+    exit
     ;;
 esac
 
@@ -102,9 +201,9 @@ esac
 . /mnt/tests/package/copy.sh
 list=/root/commands
 CopyCheckout /root/ifmenu
-cd /root/ifmenu
-if [ "$what" = --all ]; then
-    RunAll README.md CONTRIBUTING.md
-else
-    RunAll README.md
-fi
+cd /root/ifmenu || exit 1
+. /etc/os-release
+release="$PRETTY_NAME"
+Installed | sort >/root/bare
+tests/package/host.sh look /root/host
+RunAll "$@"

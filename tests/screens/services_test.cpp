@@ -1077,8 +1077,9 @@ TEST(ServicesOfTheAppliance, TheFtpServerTakesTheSetting) {
     EXPECT_EQ(AnswerToTls(box), "530 Please login with USER and PASS.\r\n");
     Toggle(t, "Enable FTP SSL/TLS", "Disable FTP SSL/TLS");
     EXPECT_EQ(AnswerToTls(box), "234 Proceed with negotiation.\r\n");
-    EXPECT_THAT(box.Sh("openssl s_client -starttls ftp -connect 127.0.0.1:21 </dev/null 2>&1"),
-                HasSubstr("subject=CN = appliance"));
+    EXPECT_THAT(box.Sh("openssl s_client -nameopt RFC2253 -starttls ftp -connect 127.0.0.1:21 "
+                       "</dev/null 2>&1"),
+                HasSubstr("subject=CN=appliance"));
     Toggle(t, "Disable FTP SSL/TLS", "Enable FTP SSL/TLS");
     EXPECT_EQ(AnswerToTls(box), "530 Please login with USER and PASS.\r\n");
     Toggle(t, "Disable FTP service", "Enable FTP service");

@@ -258,8 +258,9 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(TerminalType, StaysWhereTheChosenOneIsMissing) {
     Machine box;
     RecordType(box);
-    // The basic types are in another folder.
-    box.Sh("mount -t tmpfs none /usr/share/terminfo");
+    box.Sh(
+        "cp -R /usr/share/terminfo/x /tmp/types && rm /tmp/types/xterm-1003* && "
+        "mount --bind /tmp/types /usr/share/terminfo/x");
     for (const char* term : {"xterm", "xterm-256color"}) {
         TerminalOptions options;
         options.term = term;
@@ -283,7 +284,9 @@ TEST(TerminalType, OneThatIsUnknownEndsOnThePlainTerminal) {
         options.environment = WithoutLeakSearch(box);  // curses gives up as it stands
         Terminal t(box, AtAPrompt(options));
         EXPECT_EQ(t.WaitExit(), Exited(1)) << term;
-        EXPECT_TRUE(t.Shows("Error opening terminal")) << term;
+        // In the words of curses before 6.6, and of later ones.
+        EXPECT_TRUE(t.Shows("Error opening terminal") || t.Shows("cannot initialize terminal type"))
+            << term;
         ExpectTerminalAsBefore(t);
     }
 }

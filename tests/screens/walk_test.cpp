@@ -14,6 +14,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -171,10 +172,10 @@ const std::vector<DocumentedScreen>& Document() {
     return document;
 }
 
-const DocumentedScreen& ScreenNamed(const std::string& name) {
+const DocumentedScreen& ScreenNamed(std::string_view name) {
     for (const DocumentedScreen& screen : Document())
         if (screen.name == name) return screen;
-    throw std::runtime_error("no screen named '" + name + "' in the document");
+    throw std::runtime_error("no screen named '" + std::string(name) + "' in the document");
 }
 
 // The document's screens; and whether three rows of help stand under the list.
