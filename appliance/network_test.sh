@@ -298,6 +298,21 @@ CheckOthers() {
             sed -n "s/.* \(tun0\): .*/\1 up/p")')"
 }
 
+CheckNames() {
+    Promise "Names resolve, and the ping test's host answers from behind the router" \
+        "PING dns.quad9.net (9.9.9.9) 64 bytes from dns.quad9.net (9.9.9.9)" "$(Demo '
+        ping -c 1 -W 5 dns.quad9.net >/run/ping
+        echo $(sed -n "s/^\(PING [^)]*)\).*/\1/p; s/^\(64.*)\).*/\1/p" /run/ping)')"
+    Promise "Without its router no name resolves" "2" "$(Demo '
+        $network stop eth0 >/dev/null
+        ping -c 1 -W 5 dns.quad9.net >/run/ping 2>/dev/null
+        echo $? $(cat /run/ping)')"
+    Promise "The time servers are there" "192.168.10.1 192.168.10.1" "$(Demo '
+        for name in $(sed -n "s/^server //p" /etc/ntp.conf | cut -d " " -f 1); do
+            getent ahostsv4 "$name" | head -n 1 | cut -d " " -f 1
+        done | xargs')"
+}
+
 # CheckMissing: root can take the programs away.
 CheckMissing() {
     Promise "What is missing is told, and the rest holds" \
@@ -317,6 +332,7 @@ CheckValues
 CheckFiles
 CheckServers
 CheckWireless
+CheckNames
 if [ "$(id -u)" = 0 ]; then
     CheckMissing
     CheckOthers
@@ -325,6 +341,7 @@ if [ "$(id -u)" = 0 ]; then
         who="an ordinary user" as=$ordinary
         CheckStop
         CheckWireless
+        CheckNames
     fi
 fi
 exit $broken
