@@ -57,7 +57,7 @@ RunOne() {
     ./run) Really Operate ./run ;;
     ./test) [ "$what" != --all ] || ./test ;;
     ./package | './test --tidy') Really $1 ;;
-    './package --'*) ;; # tests themselves, and longer than this one
+    './package --'* | ./vm) ;; # tests themselves, and longer than this one
     ./fuzz) Really Install clang-14 libclang-rt-14-dev && Really ./fuzz ;;
     'cmake --preset clang') Really Install clang-14 && Really $1 ;;
     cmake\ * | ctest\ *) Really $1 ;;

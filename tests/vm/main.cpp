@@ -461,7 +461,7 @@ void CheckCursor(Machine& machine, Line& line) {
     Console console(machine);
     console.Type("ifmenu");
     console.Press("<Enter>");
-    console.WaitFor("Exit this program");
+    console.WaitFor("1. eth0");
     SelectionShows(console);
     CheckCursorAtRow(console);
 }
@@ -504,7 +504,7 @@ void CheckKernelMessages(Machine& machine, Line&) {
     Console console(machine);
     console.Type("ifmenu");
     console.Press("<Enter>");
-    console.WaitFor("Exit this program");
+    console.WaitFor("1. eth0");
     console.Press("s<Enter>");
     console.WaitFor("FTP service");
     std::string before = Settled(console);
@@ -516,7 +516,7 @@ void CheckKernelMessages(Machine& machine, Line&) {
     console.WaitForGone("radio: message", 15);
     Same("Services after a while", before, Settled(console));
     console.Press("m<Enter>");
-    console.WaitFor("Exit this program");
+    console.WaitFor("1. eth0");
     console.Press("n<Enter>");
     console.WaitFor("New computer host name");
     before = Settled(console);

@@ -1,7 +1,9 @@
 #include "screen.h"
 
 #include <cctype>
+#include <chrono>
 #include <map>
+#include <thread>
 
 #include "keys.h"
 
@@ -97,10 +99,13 @@ void Line::Look() {
 }
 
 void Line::Press(const std::string& keys) {
-    std::string bytes;
-    for (const bench::KeyPress& press : Presses(type_, keys))
-        bytes += press.bytes;
-    socket_.Send(bytes);
+    // One after the other: an escape sequence that comes in pieces, as it may on a machine that has
+    // much to do, begins with the key ESC.
+    for (const bench::KeyPress& press : Presses(type_, keys)) {
+        socket_.Send(press.bytes);
+        std::this_thread::sleep_for(std::chrono::milliseconds(120));
+        Look();
+    }
 }
 
 std::string Line::Row(int row) const {
@@ -115,8 +120,8 @@ bool Line::Marked(int row, int column) const {
     return cell.reverse || cell.bg == bench::kBlue;
 }
 
-void Line::Open(const std::string& before) {
-    Type(before + "TERM=" + type_ + " ifmenu\r");
+void Line::Open() {
+    Type("stty rows 40 columns 80; TERM=" + type_ + " ifmenu\r");
     WaitFor("Exit this program");
 }
 

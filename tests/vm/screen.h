@@ -10,7 +10,8 @@
 
 namespace vm {
 
-constexpr int kRows = 24;
+// Of the terminal at the line; the console may have fewer rows.
+constexpr int kRows = 40;
 constexpr int kColumns = 80;
 
 class Screen {
@@ -50,7 +51,7 @@ class Line : public Screen {
 
     void Type(const std::string& bytes) { socket_.Send(bytes); }
     // Opens the program from the shell that is at the line.
-    void Open(const std::string& before = "");
+    void Open();
     void Clear();
     size_t bytes() const { return bytes_; }
     const bench::Emulator& emulator() const { return *emulator_; }
