@@ -190,6 +190,9 @@ bool Machine::Start(const std::string& accelerator) {
         socket("monitor"),
         "-mon",
         "chardev=monitor,mode=control"};
+    // An emulated machine's clock goes as fast as the machine, so that a busy computer does not
+    // make pauses between the bytes of a key.
+    if (accelerator == "tcg") words.insert(words.end(), {"-icount", "shift=auto,sleep=on"});
     for (const char* file : {"kernel.log", "line.socket", "control.socket", "monitor.socket"})
         unlink((folder_ + "/" + file).c_str());
     qemu_ = fork();
@@ -205,22 +208,27 @@ bool Machine::Start(const std::string& accelerator) {
         execvp(argv[0], argv.data());
         _exit(127);
     }
+    // Where KVM only seems to work, QEMU ends, or the kernel never says its first word.
+    bool ended = false;
+    const auto kernel_speaks = [&] {
+        ended = waitpid(qemu_, nullptr, WNOHANG) == qemu_;
+        return ended ||
+               ReadFile(folder_ + "/kernel.log").find("Linux version") != std::string::npos;
+    };
+    const bool speaks = Await(kernel_speaks, accelerator == "kvm" ? 15 : 60);
+    if (ended) qemu_ = -1;
+    if (ended || !speaks) return false;
     try {
         monitor_ = new Socket(folder_ + "/monitor.socket");
         control_ = new Socket(folder_ + "/control.socket");
         line_ = new Socket(folder_ + "/line.socket");
         Command(R"({"execute":"qmp_capabilities"})");
-        // Where KVM only seems to work, the kernel never says its first word.
-        const auto kernel_speaks = [&] {
-            return ReadFile(folder_ + "/kernel.log").find("Linux version") != std::string::npos;
-        };
-        if (!Await(kernel_speaks, 20)) return false;
         const auto ready = [&] {
             control_->Receive(0);
             line_->Receive(0);
             return control_->received.find("ready\n") != std::string::npos;
         };
-        if (!Await(ready, 120)) return false;
+        if (!Await(ready, 300)) return false;
     } catch (const Failure&) {
         return false;
     }
