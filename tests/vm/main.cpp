@@ -67,7 +67,7 @@ void OpenList(Line& line) {
 
 void ScanUntil(Line& line, const std::string& text) {
     for (int tries = 0; tries < 6 && !line.Shows(text); tries++) {
-        line.Press("<Home>s<Enter>");
+        line.Press("s<Enter>");
         line.WaitFor("Scanning for access points...");
         line.WaitFor("Return to wifi menu");
     }
@@ -85,7 +85,7 @@ int PlaceOf(Line& line, const std::string& text) {
 }
 
 void OpenNetwork(Line& line, const std::string& text) {
-    std::string keys = "<Home><Down><Down><Down><Down>";
+    std::string keys = "r<Down><Down><Down><Down>";
     for (int i = PlaceOf(line, text); i > 0; i--)
         keys += "<Down>";
     line.Press(keys + "<Enter>");
@@ -121,7 +121,7 @@ void JoinStudio(Machine& machine, Line& line) {
 void CheckRows(Machine& machine, Line& line) {
     JoinStudio(machine, line);
     AwaitSh(machine, "ip -4 -oneline addr show dev wlan0 | grep -q inet");
-    line.Press("<Home>r<Enter>");
+    line.Press("r<Enter>");
     line.WaitFor(kBackToInterface);
     line.Press("m<Enter>");
     line.WaitFor("Exit this program");
@@ -162,7 +162,7 @@ void CheckShortPassphrase(Machine& machine, Line& line) {
          "7 chars");
     AwaitSh(machine, "iw dev wlan0 link | grep -q Not");
     AwaitSh(machine, "sed -n '/studio/,/}/p' /etc/network/*.wireless | grep -q disabled=1");
-    line.Press("<Home>a<Enter>");
+    line.Press("a<Enter>");
     line.WaitFor("Allowing any access point...");
     line.WaitFor("Return to wifi menu");
     AwaitSh(machine, OnNetwork("studio"));
@@ -319,7 +319,7 @@ void CheckSetting(Machine& machine, Line& line, const Setting& setting) {
                kEth0File + "; ip addr add 192.168.10.77/24 dev eth0 2>/dev/null; true");
     line.Press("c<Enter>");
     line.WaitFor("Save changes");
-    std::string keys = "<Home>";
+    std::string keys;
     for (int i = 0; i < setting.row; i++)
         keys += "<Down>";
     if (*setting.text == '\0') {
@@ -327,7 +327,7 @@ void CheckSetting(Machine& machine, Line& line, const Setting& setting) {
     } else {
         line.Press(keys + "<Enter>");
         for (int i = 0; i < 16; i++)
-            line.Press("<End><Backspace>");
+            line.Press("<Backspace>");
         line.Type(std::string(setting.text) + "\r");
         line.WaitFor(setting.text);
     }
@@ -336,7 +336,7 @@ void CheckSetting(Machine& machine, Line& line, const Setting& setting) {
     Require(machine.Holds(std::string("grep -qx '") + setting.line + " *' " + kEth0File),
             std::string("not in the file: ") + setting.line + "\n" +
                 machine.Sh(std::string("cat ") + kEth0File));
-    line.Press("<Home>uu<Enter>");
+    line.Press("uu<Enter>");
     line.WaitFor("Are you sure? [y/n]");
     line.Press("y");
     line.WaitForGone("Are you sure? [y/n]");
@@ -366,13 +366,13 @@ void CheckPowerCuts(Machine& machine, Line& line) {
                kEth0File);
     line.Press("c<Enter>");
     line.WaitFor("Save changes");
-    line.Press("<Home><Space>s<Enter>");
+    line.Press("<Space>s<Enter>");
     line.WaitFor(kBackToInterface);
     machine.Sh("sync");
     const std::string before = machine.Sh(std::string("cat ") + kEth0File);
     line.Press("c<Enter>");
     line.WaitFor("Save changes");
-    line.Press("<Home><Space>s");
+    line.Press("<Space>s");
     line.Look();
     std::this_thread::sleep_for(std::chrono::seconds(2));
     machine.Save("saving");
@@ -563,7 +563,7 @@ void CheckSmb(Machine& machine, Line&) {
     line.Press("c<Enter>");
     line.WaitFor("Enter user account.");
     for (int i = 0; i < 8; i++)
-        line.Press("<End><Backspace>");
+        line.Press("<Backspace>");
     line.Type("editor\r");
     line.WaitFor("Configure user 'editor' [account disabled] [no password]");
     const auto client = [&](const std::string& password) {
