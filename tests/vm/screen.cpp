@@ -121,7 +121,7 @@ bool Line::Marked(int row, int column) const {
 }
 
 void Line::Open() {
-    Type("stty rows 40 columns 80; TERM=" + type_ + " ifmenu\r");
+    Type("stty rows 40 columns 100; TERM=" + type_ + " ifmenu\r");
     WaitFor("Exit this program");
 }
 

@@ -12,7 +12,7 @@ namespace vm {
 
 // Of the terminal at the line; the console may have fewer rows.
 constexpr int kRows = 40;
-constexpr int kColumns = 80;
+constexpr int kColumns = 100;
 
 class Screen {
   public:
