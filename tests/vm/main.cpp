@@ -106,8 +106,11 @@ std::string OnNetwork(const std::string& name) {
 }
 
 void NothingJoined(Machine& machine) {
-    // As long as an association takes at most; none is the proof.
-    const auto joined = [&] { return !machine.Holds("iw dev wlan0 link | grep -q Not"); };
+    // An association comes before the passphrase is looked at, and is no proof. 25 seconds are more
+    // than the steps of several tries take.
+    const auto joined = [&] {
+        return machine.Holds("wpa_cli -i wlan0 status | grep -q wpa_state=COMPLETED");
+    };
     Require(!Await(joined, 25), "joined: " + machine.Sh("iw dev wlan0 link"));
 }
 
