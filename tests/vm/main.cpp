@@ -350,7 +350,6 @@ void CheckSetting(Machine& machine, Line& line, const Setting& setting) {
 void CheckSettings(Machine& machine, Line& line) {
     line.Open();
     OpenInterface(line, "eth0");
-    std::string failures;
     for (const Setting& setting : kSettings) {
         try {
             CheckSetting(machine, line, setting);
@@ -389,8 +388,7 @@ void CheckPowerCuts(Machine& machine, Line& line) {
     for (int cut = 0; cut < 20; cut++) {
         machine.Load("saving");
         line.Press("<Enter>");
-        std::this_thread::sleep_for(
-            std::chrono::milliseconds(15 * cut * (machine.emulated() ? 3 : 1)));
+        std::this_thread::sleep_for(std::chrono::milliseconds(4 * cut));
         machine.Monitor("stop");
         const std::string look = "qemu-img convert -U -O raw '" + machine.folder() +
                                  "/settings.qcow2' '" + image + "' && { e2fsck -fy '" + image +
@@ -470,7 +468,7 @@ void CheckCursor(Machine& machine, Line& line) {
 }
 
 void CheckSlowLine(Machine& machine, Line& line) {
-    machine.Sh("stty -F /dev/ttyS1 9600");
+    line.Type("stty 9600\r");
     line.Open();
     Same("the line's speed", "speed 9600 baud;",
          machine.Sh("stty -F /dev/ttyS1 | head -n 1").substr(0, 16));
