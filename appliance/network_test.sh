@@ -206,6 +206,114 @@ CheckServers() {
         echo $before $(pgrep -c -f "dhclient.* eth1$") $(ip -brief addr show dev eth1 | cut -c 33-)')"
 }
 
+# CheckWireless: eth1 gets the kernel's files of a radio, and the supplicant and its client are stand-ins.
+# The client says that the card is on the network in /run/ssid.
+CheckWireless() {
+    cat >"$scratch/wireless" <<'END'
+folder=$(readlink -f /sys/class/net/eth1)
+mkdir -p /mnt/radio/upper/phy80211 /mnt/radio/work /mnt/radio/bin
+echo 0 >/mnt/radio/upper/phy80211/index
+for kind in rw userxattr; do
+    ! (cd "$folder" && mount -t overlay eth1 "$folder" \
+        -o "$kind,lowerdir=.,upperdir=/mnt/radio/upper,workdir=/mnt/radio/work") 2>/dev/null || break
+done
+cp "$(command -v sleep)" /mnt/radio/bin/wpa_supplicant
+printf '#!/bin/sh\necho "$@" >>/run/supplicant
+while [ $# -gt 0 ]; do [ "$1" != -P ] || file=$2; shift; done
+setsid /mnt/radio/bin/wpa_supplicant 600 </dev/null >/dev/null 2>&1 & echo $! >$file
+' >/mnt/bin/wpa_supplicant
+chmod +x /mnt/bin/wpa_supplicant
+rm /mnt/bin/wpa_cli
+printf '#!/bin/sh\nif [ "$3" = status ]; then cat /run/ssid; else echo "$@" >>/run/client; fi
+' >/mnt/bin/wpa_cli
+chmod +x /mnt/bin/wpa_cli
+pid=/var/network/02:00:00:00:10:21/wpa_supplicant.pid
+Settings "dhcp = 0" "static ip = 192.168.21.5"
+END
+    Promise "A wireless card has a supplicant from its start to its stop" \
+        "-B -D nl80211,wext -i eth1 -c /etc/network/02:00:00:00:10:21.wireless\
+ -O /run/wpa_supplicant -P /var/network/02:00:00:00:10:21/wpa_supplicant.pid
+wpa_supplicant
+gone no-file" "$(Demo '. "$1/wireless"
+        $network start eth1 >/dev/null
+        cat /run/supplicant
+        one=$(cat $pid)
+        cat /proc/$one/comm
+        $network stop eth1 >/dev/null
+        [ -e /proc/$one ] && printf "there " || printf "gone "
+        [ -e $pid ] && echo file || echo no-file')"
+    Promise "A start after a start has one supplicant, a new one" "1 other" "$(Demo '. "$1/wireless"
+        $network start eth1 >/dev/null
+        one=$(cat $pid)
+        $network start eth1 >/dev/null
+        printf "%s " "$(pidof /mnt/radio/bin/wpa_supplicant | wc -w)"
+        [ "$(cat $pid)" = $one ] && echo same || echo other')"
+    Promise "Its networks are kept for root, and begin with those of all cards" \
+        "600 network={} 600 mine" "$(Demo '. "$1/wireless"
+        echo "network={}" >/etc/network/default.wireless
+        own=/etc/network/02:00:00:00:10:21.wireless
+        $network start eth1 >/dev/null
+        printf "%s " "$(stat -c %a $own) $(cat $own)"
+        echo mine >$own
+        $network start eth1 >/dev/null
+        echo "$(stat -c %a $own) $(cat $own)"')"
+    Promise "A number of another process in the file is not ended" "there" "$(Demo '. "$1/wireless"
+        mkdir -p ${pid%/*}
+        sleep 600 & other=$!
+        echo $other >$pid
+        $network start eth1 >/dev/null
+        [ -e /proc/$other ] && echo there || echo gone')"
+    Promise "A card that is not managed keeps its supplicant" "there" "$(Demo '. "$1/wireless"
+        $network start eth1 >/dev/null
+        Settings "manage = 0"
+        $network stop eth1 >/dev/null
+        [ -e /proc/$(cat $pid) ] && echo there || echo gone')"
+    Promise "On another network an address is asked for again, on the same one it is kept" \
+        "1 2 2 3" "$(Demo '. "$1/wireless"
+        Settings "enable_ip6 = 0"
+        Asked() { grep -c DHCPDISCOVER /run/router/log; }
+        asked=$(Asked)
+        Join() {
+            echo "ssid=$1" >/run/ssid
+            sh -c "$(sed -n "s/.* -a \([^ ]*\) .*/\1/p" /run/client | tail -n 1) eth1 CONNECTED"
+            Await "grep -qsx $1 /run/network/eth1.network"
+            flock /run/network/eth1.lock true
+        }
+        $network start eth1 >/dev/null
+        printf "%s " $(($(Asked) - asked))
+        Join one
+        printf "%s " $(($(Asked) - asked))
+        sh -c "$(sed -n "s/.* -a \([^ ]*\) .*/\1/p" /run/client | tail -n 1) eth1 DISCONNECTED"
+        Join one
+        printf "%s " $(($(Asked) - asked))
+        Join two
+        printf "%s\n" $(($(Asked) - asked))')"
+}
+
+# CheckOthers: a simulated radio has one more interface, which is no card; here a tunnel is one such.
+CheckOthers() {
+    [ -w /dev/net/tun ] || return 0
+    Promise "All are the cards of the machine, and nothing else" "br0 eth0 eth1 wlan0, tun0 up" \
+        "$(Demo 'ip tuntap add dev tun0 mode tun && ip link set tun0 up || exit
+        echo $($network stop all | sed -n "s/: stopping//p" | sort), $(ip -oneline link show up |
+            sed -n "s/.* \(tun0\): .*/\1 up/p")')"
+}
+
+CheckNames() {
+    Promise "Names resolve, and the ping test's host answers from behind the router" \
+        "PING dns.quad9.net (9.9.9.9) 64 bytes from dns.quad9.net (9.9.9.9)" "$(Demo '
+        ping -c 1 -W 5 dns.quad9.net >/run/ping
+        echo $(sed -n "s/^\(PING [^)]*)\).*/\1/p; s/^\(64.*)\).*/\1/p" /run/ping)')"
+    Promise "Without its router no name resolves" "2" "$(Demo '
+        $network stop eth0 >/dev/null
+        ping -c 1 -W 5 dns.quad9.net >/run/ping 2>/dev/null
+        echo $? $(cat /run/ping)')"
+    Promise "The time servers are there" "192.168.10.1 192.168.10.1" "$(Demo '
+        for name in $(sed -n "s/^server //p" /etc/ntp.conf | cut -d " " -f 1); do
+            getent ahostsv4 "$name" | head -n 1 | cut -d " " -f 1
+        done | xargs')"
+}
+
 # CheckMissing: root can take the programs away.
 CheckMissing() {
     Promise "What is missing is told, and the rest holds" \
@@ -224,12 +332,17 @@ CheckStop
 CheckValues
 CheckFiles
 CheckServers
+CheckWireless
+CheckNames
 if [ "$(id -u)" = 0 ]; then
     CheckMissing
+    CheckOthers
     ordinary="setpriv --reuid 65534 --regid 65534 --clear-groups"
     if $ordinary "$appliance/enter" --bare true 2>/dev/null; then
         who="an ordinary user" as=$ordinary
         CheckStop
+        CheckWireless
+        CheckNames
     fi
 fi
 exit $broken

@@ -67,7 +67,7 @@ RunOne() {
     case $1 in
     ./run) Really Glance && Really Operate ./run ;;
     ./test | ./package | './test --tidy' | ./fuzz) Really $1 ;;
-    './package --'*) ;; # tests themselves, and longer than this one
+    './package --'* | ./vm) ;; # tests themselves, and longer than this one
     cmake\ * | ctest\ *) Really $1 ;;
     'sudo cmake --install build/out') Really ${1#sudo } && Really test -x /usr/local/sbin/ifmenu ;;
     'sudo apt-get install ./build/package/ifmenu_*.deb')

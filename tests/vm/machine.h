@@ -1,0 +1,78 @@
+// The machine on which ./vm works the program: QEMU, its monitor, and the ways in.
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+namespace vm {
+
+// What a check says when something did not hold, or could not be tried.
+class Failure : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+// Looks at a condition again and again, for as long as an emulated machine may need.
+constexpr double kPatience = 60;
+bool Await(const std::function<bool()>& condition, double seconds = kPatience);
+void Require(bool holds, const std::string& what);
+
+// A socket of QEMU's. What comes is collected in `received`.
+class Socket {
+  public:
+    explicit Socket(const std::string& path);
+    ~Socket();
+    Socket(const Socket&) = delete;
+    Socket& operator=(const Socket&) = delete;
+    void Send(const std::string& bytes);
+    // Takes what has come; waits up to this time for it.
+    void Receive(int milliseconds);
+    std::string received;
+
+  private:
+    int fd_ = -1;
+};
+
+class Machine {
+  public:
+    // The folder has vmlinuz, initrd, and the disks root.qcow2 and settings.qcow2. Started with KVM
+    // where that works; returns when the machine answers.
+    explicit Machine(const std::string& folder);
+    ~Machine();
+    Machine(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
+
+    // A command line of the machine's shell, as root, without a terminal: what it prints, with its
+    // exit status. Sh fails when that is not 0.
+    std::string Run(const std::string& command, int& status);
+    std::string Sh(const std::string& command);
+    bool Holds(const std::string& command);
+
+    // The whole machine's state under a name.
+    void Save(const std::string& name);
+    void Load(const std::string& name);
+    // A command of QEMU's monitor for people, and a key or several at a time by QEMU's names.
+    std::string Monitor(const std::string& command);
+    void PressKeys(const std::string& names);
+
+    const std::string& folder() const { return folder_; }
+    bool emulated() const { return emulated_; }
+    Socket& line() { return *line_; }
+
+  private:
+    bool Start(const std::string& accelerator);
+    void End();
+    std::string Command(const std::string& json);
+
+    std::string folder_;
+    pid_t qemu_ = -1;
+    bool emulated_ = false;
+    Socket* monitor_ = nullptr;
+    Socket* control_ = nullptr;
+    Socket* line_ = nullptr;
+};
+
+}  // namespace vm
