@@ -54,7 +54,7 @@ Next StopAll(State&) {
 }
 
 Next UpdateAll(State&) {
-    return ConfirmSteps({kStopAll, kStartAll});
+    return ConfirmUpdate({kStopAll, kStartAll});
 }
 
 // -w: the old daemon must be gone before the new one takes its socket.

@@ -43,19 +43,40 @@ bool IsIgnored(int signal_number) {
     return action.sa_handler == SIG_IGN;
 }
 
-// The program's own end by such a signal leaves a terminal to type on. Its modes come first: where
-// the fault is in curses, taking the screen down may be the next one, and ends the program there.
+// A clean-up that hangs, on a stopped terminal say, is ended by SIGALRM, whatever whoever started
+// the program has made of that signal.
+void LimitCleanUp() {
+    std::signal(SIGALRM, SIG_DFL);
+    sigset_t alarm_signal;
+    sigemptyset(&alarm_signal);
+    sigaddset(&alarm_signal, SIGALRM);
+    sigprocmask(SIG_UNBLOCK, &alarm_signal, nullptr);
+    alarm(kCleanUpSeconds);
+}
+
+// The program's end by such a signal leaves a terminal to type on. Its modes come first: where the
+// fault is in curses, taking the screen down may be the next one, and ends the program there.
 void OnFault(int signal_number) {
+    LimitCleanUp();
+    DropTypedKeys();
     reset_shell_mode();
     RestoreTerminal();
     raise(signal_number);
 }
 
+// A fault may be that the stack is used up.
+alignas(16) char fault_stack[64 << 10];
+
 void CatchFaults() {
+    stack_t stack = {};
+    stack.ss_sp = fault_stack;
+    stack.ss_size = sizeof fault_stack;
+    sigaltstack(&stack, nullptr);
     struct sigaction action = {};
     action.sa_handler = OnFault;
-    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
-    for (int number : {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV}) {
+    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER | SA_ONSTACK);
+    for (int number : {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGPIPE, SIGSEGV, SIGSYS, SIGTRAP, SIGUSR1,
+                       SIGUSR2, SIGXCPU}) {
         struct sigaction present = {};
         sigaction(number, nullptr, &present);
         // A sanitizer has its own.
@@ -65,7 +86,9 @@ void CatchFaults() {
 
 // If curses runs out of memory it exits without restoring the terminal.
 void RestoreLineMode() {
-    if (!isendwin()) reset_shell_mode();
+    if (isendwin()) return;
+    DropTypedKeys();
+    reset_shell_mode();
 }
 
 bool TerminalTypeExists(const char* name) {
@@ -115,6 +138,8 @@ void PrepareProcess() {
 void OnMemoryExhausted() {
     // What follows may ask for memory, too.
     std::set_new_handler(nullptr);
+    LimitCleanUp();
+    DropTypedKeys();
     RestoreTerminal();
     Say("Out of memory.\n");
     std::_Exit(kOutOfMemory);
@@ -125,12 +150,11 @@ void OnTerminateSignal(int signal_number) {
         signal_number != SIGHUP) {
         return;
     }
-    alarm(kCleanUpSeconds);
+    LimitCleanUp();
     if (stdscr != nullptr && !isendwin()) {
         // Curses turns mouse reporting off only when it believes that it is on.
         StartMouse();
     }
-    if (signal_number == SIGINT || signal_number == SIGQUIT) DropTypedKeys();
     EndProgram(128 + signal_number);
 }
 

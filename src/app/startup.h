@@ -13,17 +13,17 @@ void PrintRootRefusal();
 // are let in only while the program waits (util/signal_gate.h). Descriptors 0 to 2 that are closed
 // are opened on /dev/null, so that no file of ours takes their place. What the program and its
 // commands make can be written by nobody else, whatever the umask was. When memory runs out,
-// OnMemoryExhausted is called. A fault of the program's own (SIGSEGV, SIGABRT and their like) ends
-// it as ever, but restores the terminal before.
+// OnMemoryExhausted is called. A signal that ends programs and is not meant for the operator
+// (SIGSEGV, SIGABRT, SIGUSR1, SIGXCPU and their like) ends it, but restores the terminal before.
 void PrepareProcess();
 
 // Called when there is no memory for the program's own records: restores the terminal, says so and
 // ends the program with 1. A save that was under way has left the old file or the new one.
 [[noreturn]] void OnMemoryExhausted();
 
-// Restores the terminal and ends the program with 128 + signal; what was typed ahead of Ctrl-C is
-// dropped. Gives itself five seconds: a
-// clean-up that hangs is ended by SIGALRM. Any other signal number is ignored.
+// Restores the terminal and ends the program with 128 + signal; what was typed ahead is dropped.
+// Gives itself five seconds: a clean-up that hangs is ended by SIGALRM. Any other signal number is
+// ignored.
 void OnTerminateSignal(int signal_number);
 
 // The one preparation of the file system, at every start: the settings folder and the file that

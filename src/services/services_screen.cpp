@@ -26,19 +26,19 @@ using State = ServiceStates;
 // the row was made, the command would put the example in their place. The next row tells of them.
 Next ToggleFtp(State& state) {
     if (state.ftp_enabled) {
-        return RunSteps(
+        return RunUpdate(
             {{"/etc/init.d/service-vsftpd stop; "
               "mv -v /etc/vsftpd.conf /etc/vsftpd.conf.disabled"}});
     }
     if (IsRegularFile(kFtpSettings)) return Next::Rebuild;
-    return RunSteps(
+    return RunUpdate(
         {{"mv -v /etc/vsftpd.conf.disabled /etc/vsftpd.conf || "
           "cp -v /etc/vsftpd.conf.example /etc/vsftpd.conf; "
           "/etc/init.d/service-vsftpd start"}});
 }
 
 Next ToggleFtpTls(State& state) {
-    RunToTheEnd([&] {
+    RunUpdate([&] {
         if (state.ftp_enabled) RunCommand("/etc/init.d/service-vsftpd stop");
         WriteFtpTls(!state.ftp_tls);
         if (state.ftp_enabled) RunCommand("/etc/init.d/service-vsftpd start");
@@ -48,12 +48,12 @@ Next ToggleFtpTls(State& state) {
 
 Next ToggleSmb(State& state) {
     if (state.smb_enabled) {
-        return RunSteps(
+        return RunUpdate(
             {{"/etc/init.d/service-smbd stop; /etc/init.d/service-nmbd stop; "
               "mv -v /etc/samba/smb.conf /etc/samba/smb.conf.disabled"}});
     }
     if (IsRegularFile(kSmbSettings)) return Next::Rebuild;
-    return RunSteps(
+    return RunUpdate(
         {{"mv -v /etc/samba/smb.conf.disabled /etc/samba/smb.conf || "
           "cp -v /etc/samba/smb.conf.example /etc/samba/smb.conf; "
           "/etc/init.d/service-smbd start; /etc/init.d/service-nmbd start"}});

@@ -60,7 +60,7 @@ void SetVncPassword(Secret password) {
     if (password.empty()) return;
     Secret input = InputOfTool(password);
     password = Secret(0);
-    RunToTheEnd([&] {
+    RunUpdate([&] {
         const bool is_aside =
             IsRegularFile(kPasswordFile) && std::rename(kPasswordFile, kOldPasswordFile) == 0;
         // The shell makes the file, or fills an older one, before its mode can be set.

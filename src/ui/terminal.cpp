@@ -3,6 +3,8 @@
 #include <curses.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -17,15 +19,17 @@
 
 #include "util/clock.h"
 #include "util/command.h"
+#include "util/lines.h"
 #include "util/message.h"
+#include "util/read_file.h"
 #include "util/signal_gate.h"
+#include "util/trim.h"
 
 namespace {
 
 constexpr mmask_t kMouseEvents = ALL_MOUSE_EVENTS | REPORT_MOUSE_POSITION;
-constexpr int kEscapeWaitMs = 25;
-// Within a sequence that has begun, the next byte may come over a slow line.
-constexpr int kSequenceWaitMs = 50;
+// The bytes of a key may come one by one over a slow line.
+constexpr int kEscapeWaitMs = 100;
 constexpr int kNoMoreInput = 1;
 
 bool mouse_available = false;
@@ -36,6 +40,42 @@ int put_back = ERR;
 // Whether curses may have a key of its own to give (one put back, a new size of the terminal), or
 // something to draw that waits for wgetch().
 bool curses_has_news = true;
+// Whether one was put back.
+bool curses_has_keys = false;
+
+constexpr int kCtrlL = 'l' & 0x1f;
+constexpr double kRepaintSeconds = 5;
+
+// When what the kernel may have printed over the picture is next painted over; never on other
+// terminals.
+double next_repaint = std::numeric_limits<double>::infinity();
+
+// Whether the terminal is a virtual console, or a line that is a console, too: the kernel's
+// messages go there.
+bool KernelWritesHere() {
+    constexpr unsigned kConsoleMajor = 4;
+    constexpr unsigned kLastConsole = 63;
+    constexpr std::size_t kMostLines = 64;
+    struct stat terminal = {};
+    if (fstat(STDOUT_FILENO, &terminal) != 0 || !S_ISCHR(terminal.st_mode)) return false;
+    if (major(terminal.st_rdev) == kConsoleMajor && minor(terminal.st_rdev) <= kLastConsole) {
+        return true;
+    }
+    const std::string active = ReadWholeFile("/sys/class/tty/console/active").value_or("");
+    std::vector<std::string_view> lines =
+        SplitColumns(TrimEnd(active, kLineEnds), Columns::ByBlanks, kMostLines);
+    lines.emplace_back("console");
+    return std::any_of(lines.begin(), lines.end(), [&](std::string_view line) {
+        struct stat console = {};
+        return stat(("/dev/" + std::string(line)).c_str(), &console) == 0 &&
+               S_ISCHR(console.st_mode) && console.st_rdev == terminal.st_rdev;
+    });
+}
+
+void RepaintAll() {
+    ShowWindow(curscr);
+    if (!std::isinf(next_repaint)) next_repaint = MonotonicSeconds() + kRepaintSeconds;
+}
 
 int MillisecondsUntil(double moment) {
     constexpr double kLongest = 3600;
@@ -80,10 +120,17 @@ bool IsBetween(int key, int first, int last) {
     return key >= first && key <= last;
 }
 
+// Puts a key back for curses to give again.
+void PutBack(int key) {
+    ungetch(key);
+    curses_has_keys = curses_has_news = true;
+}
+
 // What curses has for a key; ERR when nothing. It may have to wait for the rest of what it took for
 // the beginning of a mouse report: ending signals are let in, with nothing left to be drawn.
 int KeyFromCurses() {
     if (is_wintouched(stdscr)) ShowScreen();
+    curses_has_keys = false;
     const OpenSignalGate open;
     return wgetch(stdscr);
 }
@@ -92,7 +139,7 @@ int KeyFromCurses() {
 int NextInSequence() {
     const int key = KeyFromCurses();
     if (key == ERR || IsBetween(key, 0x20, 0x7e)) return key;
-    ungetch(key);
+    PutBack(key);
     return ERR;
 }
 
@@ -120,10 +167,10 @@ int ResolveEscape() {
     const int follower = KeyFromCurses();
     if (follower == ERR) return kEscape;
     if (follower != '[' && follower != 'O') {
-        ungetch(follower);
+        PutBack(follower);
         return kEscape;
     }
-    timeout(kSequenceWaitMs);
+    timeout(get_escdelay());
     if (follower == '[') {
         SwallowControlSequence();
     } else {
@@ -178,12 +225,13 @@ void StartKeyboard() {
     nonl();
     // The wait is done in ReadKey, where signals can be let in; curses itself never waits.
     timeout(0);
-    set_escdelay(kEscapeWaitMs);
+    if (std::getenv("ESCDELAY") == nullptr) set_escdelay(kEscapeWaitMs);
     cbreak();
     noecho();
     // Ctrl-C and Ctrl-Z would take keys away that curses has already seen waiting: it would then
     // wait for others, and the screen with it.
     noqiflush();
+    if (KernelWritesHere()) next_repaint = MonotonicSeconds() + kRepaintSeconds;
     KeepKeysFromTheShell();
 }
 
@@ -200,10 +248,18 @@ int ReadKey(const Wake& wake) {
     int key = curses_has_news || is_wintouched(stdscr) ? KeyFromCurses() : ERR;
     curses_has_news = key != ERR;
     if (key == ERR) {
-        if (!AwaitKey(wake)) return ERR;
+        const Wake sooner = {std::min(wake.until, next_repaint), wake.answers};
+        if (!AwaitKey(sooner)) {
+            if (MonotonicSeconds() >= next_repaint) RepaintAll();
+            return ERR;
+        }
         key = KeyFromCurses();
         curses_has_news = true;
         if (key == ERR && InputHasEnded()) EndProgram(kNoMoreInput);
+    }
+    if (key == kCtrlL) {
+        RepaintAll();
+        return ERR;
     }
     return key == kEscape ? ResolveEscape() : key;
 }
@@ -213,7 +269,7 @@ void AwaitWithoutKeys(Wake wake) {
 }
 
 bool InputIsWaiting() {
-    return put_back != ERR || PollInput(0) != 0;
+    return put_back != ERR || curses_has_keys || PollInput(0) != 0;
 }
 
 bool KeyIsTyped() {
@@ -221,7 +277,8 @@ bool KeyIsTyped() {
         const int key = ReadKey({.until = 0});
         if (key == ERR) return false;
         // Whoever asks has not painted yet: the new size will be seen then.
-        if (key == KEY_RESIZE || (key == KEY_MOUSE && DropMouseMotion())) continue;
+        if (key == KEY_RESIZE || key == kUnknownKey) continue;
+        if (key == KEY_MOUSE && DropMouseMotion()) continue;
         if (key != KEY_MOUSE) put_back = key;
         return true;
     }
@@ -232,7 +289,7 @@ bool DropMouseMotion() {
     if (getmouse(&event) != OK) return true;
     if ((event.bstate & ~static_cast<mmask_t>(REPORT_MOUSE_POSITION)) == 0) return true;
     ungetmouse(&event);
-    curses_has_news = true;
+    curses_has_keys = curses_has_news = true;
     return false;
 }
 
@@ -305,6 +362,7 @@ void RestoreTerminal() {
 
 void EndProgram(int status) {
     EndAllCommands();
+    DropTypedKeys();
     RestoreTerminal();
     std::exit(status);
 }

@@ -37,10 +37,15 @@ struct Wake {
 // Waits for a key and returns its code, or ERR when something else has ended the wait. Draws what
 // is pending on the standard screen first, as wgetch() does.
 //
-// A lone ESC comes through after 25 ms. ESC that begins a sequence which curses does not know
-// (ESC [ ... or ESC O ..., from F1 of some terminals, Ctrl-Left, paste brackets) is swallowed with
-// the whole sequence and comes as kUnknownKey: taken byte by byte it would leave the screen and
-// then work as hot keys. ESC followed by anything else is ESC.
+// A lone ESC comes through after 100 ms, or after as many milliseconds as ESCDELAY in the
+// environment says: so long may each byte of a key take over a slow line. ESC that begins a
+// sequence which curses does not know (ESC [ ... or ESC O ..., from F1 of some terminals,
+// Ctrl-Left, paste brackets) is swallowed with the whole sequence and comes as kUnknownKey: taken
+// byte by byte it would leave the screen and then work as hot keys. ESC followed by anything else
+// is ESC.
+//
+// Ctrl-L repaints the whole terminal and gives ERR. On a terminal that the kernel writes its
+// messages to, that is done every five seconds, too.
 int ReadKey(const Wake& wake = {});
 
 // The same wait without taking keys: they stay where they are.
@@ -74,8 +79,8 @@ void Print(std::string_view text);
 void PrintAt(int line, int column, std::string_view text);
 
 // Leaves curses with a blank terminal in its plain state, runs `work` there (messages to standard
-// error, commands, pauses), and re-enters curses. The caller then repaints: its menu's `rebuild` or
-// `redraw`.
+// error, commands, pauses), and re-enters curses. The caller then asks to be
+// painted (ui/rows.h, Next).
 void ShellEscape(const std::function<void()>& work);
 
 // Reads a byte from standard input on the plain terminal; ending signals are let in meanwhile.
@@ -97,6 +102,6 @@ void DropTypedKeys();
 // Restores the terminal if curses has it: mouse reporting off, cursor on, main screen.
 void RestoreTerminal();
 
-// Ends the commands that run beside the program, restores the terminal, and ends the program with
-// that status.
+// Ends the commands that run beside the program, drops the keys typed ahead, restores the terminal,
+// and ends the program with that status.
 [[noreturn]] void EndProgram(int status);

@@ -42,8 +42,8 @@ struct HangUpIgnored {
     }
     ~HangUpIgnored() {
         sigaction(SIGHUP, &before, nullptr);
-        pollfd line = {STDIN_FILENO, 0, 0};
-        if (has_come || (poll(&line, 1, 0) > 0 && isatty(STDIN_FILENO) == 0)) raise(SIGHUP);
+        const bool line_is_gone = isatty(STDIN_FILENO) == 0 && errno == EIO;
+        if (has_come || line_is_gone) raise(SIGHUP);
     }
     HangUpIgnored(const HangUpIgnored&) = delete;
     HangUpIgnored& operator=(const HangUpIgnored&) = delete;
@@ -211,9 +211,9 @@ bool ReadAvailable(RunningCommand& command) {
 }
 
 void EndCommand(RunningCommand& command) {
-    if (command.descriptor < 0) return;
-    kill(-command.pid, SIGKILL);
-    StopListening(command);
+    if (command.pid < 0) return;
+    if (command.descriptor >= 0) StopListening(command);
+    kill(-std::exchange(command.pid, -1), SIGKILL);
 }
 
 void EndAllCommands() {
@@ -227,7 +227,7 @@ std::optional<std::string> CommandOutput(const std::string& command) {
     if (!running) return std::nullopt;
     while (!ReadAvailable(*running))
         AwaitPipe(running->descriptor);
-    WaitFor(running->pid);
+    if (running->pid > 0) WaitFor(running->pid);
     return std::move(running->output);
 }
 

@@ -42,8 +42,8 @@ std::optional<RunningCommand> StartCommand(const std::string& command);
 // and the command is ended.
 bool ReadAvailable(RunningCommand& command);
 
-// Ends the command, with all that it has started, and stops listening to it. Does nothing when its
-// output has been read to the end.
+// Ends the command, with all that it has started, and stops listening to it. One that has closed
+// its output is ended, too: it may hang all the same.
 void EndCommand(RunningCommand& command);
 
 // The same for every command that still runs beside the program, which is about to end.

@@ -10,9 +10,9 @@
 // was (and no file appears where there was none); nothing is reported. Nothing here waits, whatever
 // is in the file's place: a pipe that nobody reads is a failure.
 //
-// The new content is written to a file without a name, brought to the disk, gets an unguessable name
-// beside the old one (`.ifmenu-XXXXXX`), and takes its place at once. A file system that has no
-// files without names gets one with that name from the start. What a kill or a power cut leaves
+// The new content is written to a file without a name, brought to the disk, gets an unguessable
+// name beside the old one (`.ifmenu-XXXXXX`), and takes its place at once. A file system that has
+// no files without names gets one with that name from the start. What a kill or a power cut leaves
 // under such a name, the next save in the same folder removes.
 //
 // To everyone else the path stays what it was: same owner, group, mode, access control list and

@@ -1,18 +1,33 @@
 #include "util/secret.h"
 
+#include <sys/prctl.h>
+
 #include <algorithm>
 #include <cstring>
 #include <vector>
 
+namespace {
+
+int living = 0;
+
+}  // namespace
+
 struct Secret::Storage {
-    explicit Storage(std::size_t room) : bytes(room + 1) {}
+    explicit Storage(std::size_t room) : bytes(room + 1) {
+        if (living++ == 0) prctl(PR_SET_DUMPABLE, 0);
+    }
+    ~Storage() {
+        explicit_bzero(bytes.data(), bytes.size());
+        if (--living == 0) prctl(PR_SET_DUMPABLE, 1);
+    }
+    Storage(const Storage&) = delete;
+    Storage& operator=(const Storage&) = delete;
 
     std::vector<char> bytes;
     std::size_t used = 0;
 };
 
-void Secret::Overwrite::operator()(Storage* storage) const {
-    explicit_bzero(storage->bytes.data(), storage->bytes.size());
+void Secret::End::operator()(Storage* storage) const {
     delete storage;
 }
 

@@ -1,5 +1,6 @@
 // A text that nobody else may read: a typed password, or what is made of one. It lives in one
-// place, never leaves a copy behind, and is overwritten when it ends.
+// place, never leaves a copy behind, and is overwritten when it ends. As long as there is one, the
+// program leaves no core dump, and no process without special rights can trace it.
 //
 //     Secret line(password.size() + 1);
 //     line.Append(password.text());
@@ -30,10 +31,10 @@ class Secret {
     void DropLast();
 
   private:
-    // The bytes, with a NUL behind the last one. Ending it overwrites them all.
+    // The bytes, with a NUL behind the last one; overwritten when it ends.
     struct Storage;
-    struct Overwrite {
+    struct End {
         void operator()(Storage* storage) const;
     };
-    std::unique_ptr<Storage, Overwrite> storage_;
+    std::unique_ptr<Storage, End> storage_;
 };

@@ -21,9 +21,9 @@ void CloseSignalGate();
 // returned at once, and lets no signal in; without descriptors, those that wait come in.
 int PollWithOpenGate(pollfd* descriptors, nfds_t count, int milliseconds);
 
-// For what must not be left half done, an update between its stop and its start say: as long as this
-// lives, SIGHUP does not pass the gate and commands (util/command.h) start with it ignored, so that a
-// line that goes away ends neither. It ends the program as soon as this ends.
+// For what must not be left half done, an update between its stop and its start say: as long as
+// this lives, SIGHUP does not pass the gate and commands (util/command.h) start with it ignored, so
+// that a line that goes away ends neither. It ends the program as soon as this ends.
 struct HangUpHeld {
     HangUpHeld();
     ~HangUpHeld();

@@ -331,6 +331,7 @@ TEST(StartCommand, SeveralRunAtTheSameTime) {
 TEST(StartCommand, OneThatNeverStopsWritingIsReadInPiecesAndGivenUp) {
     auto running = StartCommand("yes");
     ASSERT_TRUE(running.has_value());
+    const pid_t pid = running->pid;
     pollfd output = {running->descriptor, POLLIN, 0};
     poll(&output, 1, -1);
     ASSERT_FALSE(ReadAvailable(*running));
@@ -340,7 +341,7 @@ TEST(StartCommand, OneThatNeverStopsWritingIsReadInPiecesAndGivenUp) {
     EXPECT_EQ(running->descriptor, -1);
     EXPECT_LT(running->output.size(), std::size_t{17} << 20);
     int status = 0;
-    EXPECT_EQ(waitpid(running->pid, &status, 0), running->pid) << "it ends, as nobody listens";
+    EXPECT_EQ(waitpid(pid, &status, 0), pid) << "it is ended, as nobody listens";
 }
 
 // A shell that has written, and waits with a child that holds the pipe open, too.

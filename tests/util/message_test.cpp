@@ -94,7 +94,8 @@ TEST(DisplayText, OnAUtf8TerminalEachByteThatIsNoCharacterIsAQuestionMark) {
 
 // All but the soft hyphen.
 wchar_t Latin1OrQuestionMark(int byte) {
-    return IsPrintableAscii(byte) || (byte >= 0xa0 && byte != 0xad) ? static_cast<wchar_t>(byte) : L'?';
+    return IsPrintableAscii(byte) || (byte >= 0xa0 && byte != 0xad) ? static_cast<wchar_t>(byte)
+                                                                    : L'?';
 }
 
 TEST(DisplayText, OnALatin1TerminalShowsItsCharacters) {

@@ -1,6 +1,7 @@
 #include "util/secret.h"
 
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 
 #include <string>
 #include <utility>
@@ -101,6 +102,18 @@ TEST(Secret, NothingIsLeftInMemory) {
     };
     for (const auto& row : kCases)
         EXPECT_FALSE(StaysInMemory(kText, row.work)) << row.what;
+}
+
+TEST(Secret, LetsNobodyDumpTheProgramWhileThereIsOne) {
+    const auto is_dumpable = [] { return prctl(PR_GET_DUMPABLE) == 1; };
+    EXPECT_TRUE(is_dumpable());
+    {
+        Secret first(8);
+        EXPECT_FALSE(is_dumpable());
+        const Secret second = std::move(first);
+        EXPECT_FALSE(is_dumpable());
+    }
+    EXPECT_TRUE(is_dumpable());
 }
 
 }  // namespace

@@ -1,0 +1,170 @@
+// What was confirmed is done to its end when the line goes away; whatever else holds the program
+// up, an ending signal ends it within five seconds; and a slow line breaks no key up.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <functional>
+
+#include "lifecycle_fixtures.h"
+
+namespace bench::lifecycle {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr double kEndsWithin = 6;  // five, and what a loaded computer adds
+
+// ---- a line that goes away between a stop and a start ----
+
+struct GoingAway {
+    const char* name;
+    std::function<void(Terminal&)> go;
+};
+std::ostream& operator<<(std::ostream& out, const GoingAway& away) {
+    return out << away.name;
+}
+
+class LineGoesAway : public testing::TestWithParam<GoingAway> {
+  protected:
+    void ConfirmAndGoAway(Terminal& t, const std::string& keys) {
+        t.WaitFor(kMainMenu.sign);
+        t.Press(keys);
+        gate.AwaitScript();
+        GetParam().go(t);
+        gate.Open();
+        EXPECT_EQ(t.WaitExit(), Exited(129));
+    }
+
+    OneCard box;
+    Gate gate{box};
+};
+INSTANTIATE_TEST_SUITE_P(Endings, LineGoesAway,
+                         testing::Values(GoingAway{"HangUp", [](Terminal& line) { line.HangUp(); }},
+                                         GoingAway{"Signal",
+                                                   [](Terminal& line) { line.Signal(SIGHUP); }}),
+                         testing::PrintToStringParamName());
+
+TEST_P(LineGoesAway, AnUpdateOfOneInterfaceStartsItAgain) {
+    box.StandInScript(kNetwork, std::string("case $1 in stop) ") + Gate::kWait + ";; esac");
+    Terminal t(box);
+    ConfirmAndGoAway(t, "1<Enter>uu<Enter>y");
+    EXPECT_THAT(box.CallLines(kNetwork),
+                ElementsAre("/etc/init.d/network stop eth0", "/etc/init.d/network start eth0"));
+}
+
+TEST_P(LineGoesAway, AnUpdateOfAllStartsThemAgain) {
+    box.StandInScript(kNetwork, std::string("case $1 in stop) ") + Gate::kWait + ";; esac");
+    Terminal t(box);
+    ConfirmAndGoAway(t, "u<Enter>y");
+    EXPECT_THAT(box.CallLines(kNetwork),
+                ElementsAre("/etc/init.d/network stop all", "/etc/init.d/network start all"));
+}
+
+TEST_P(LineGoesAway, FtpIsStartedWithItsNewSetting) {
+    constexpr const char* kFtp = "/etc/init.d/service-vsftpd";
+    box.Write("/etc/vsftpd.conf", "ssl_enable=NO\n");
+    box.StandInScript(kFtp, std::string("case $1 in stop) ") + Gate::kWait + ";; esac");
+    Terminal t(box);
+    ConfirmAndGoAway(t, "s<Enter><Down><Enter>");
+    EXPECT_THAT(box.CallLines(kFtp),
+                ElementsAre("/etc/init.d/service-vsftpd stop", "/etc/init.d/service-vsftpd start"));
+    EXPECT_EQ(box.Read("/etc/vsftpd.conf"), "ssl_enable=YES\n");
+}
+
+// ---- what must not hold the program up ----
+
+TEST(HeldUp, ByANameServiceThatDoesNotAnswerItEnds) {
+    OneCard box;
+    box.MakeDirectory("/etc/samba");
+    box.Write("/etc/samba/smb.conf", "");
+    box.StandIn("pdbedit");
+    Terminal t(box);
+    GoTo(t, kServices);
+    t.Press("ss<Enter>");
+    t.WaitFor("Create user");
+    t.Press("c<Enter>");
+    t.WaitFor("Enter user account.");
+    box.Sh("mv /etc/passwd /etc/passwd.away; mkfifo /etc/passwd");
+    t.Type("somebody");
+    t.Press("<Enter>");
+    t.RunFor(0.2);
+    t.Signal(SIGTERM);
+    EXPECT_EQ(t.WaitExit(kEndsWithin), Exited(143));
+}
+
+// Whoever started it ignores SIGALRM, which ends a clean-up that hangs.
+TEST(HeldUp, ByAStoppedTerminalItEnds) {
+    Machine box;
+    TerminalOptions options;
+    options.ignored_signals = {SIGALRM};
+    Terminal t(box, options);
+    t.WaitFor(kMainMenu.sign);
+    t.SendBytes("\x13");  // Ctrl-S
+    t.RunFor(0.2);
+    t.Signal(SIGTERM);
+    const Ending ending = t.WaitExit(kEndsWithin);
+    EXPECT_TRUE(ending == Exited(143) || ending == Killed(SIGALRM)) << ending;
+}
+
+// ---- the terminal afterwards ----
+
+class OtherSignal : public testing::TestWithParam<int> {};
+INSTANTIATE_TEST_SUITE_P(Endings, OtherSignal,
+                         testing::Values(SIGPIPE, SIGSEGV, SIGSYS, SIGTRAP, SIGUSR1, SIGUSR2,
+                                         SIGXCPU));
+
+TEST_P(OtherSignal, LeavesATerminalToTypeOn) {
+    Machine box;
+    Terminal t(box, AtAPrompt());
+    t.WaitFor(kMainMenu.sign);
+    t.Signal(GetParam());
+    EXPECT_EQ(t.WaitExit(), Killed(GetParam()));
+    ExpectTerminalAsBefore(t);
+}
+
+class KeysTypedAhead : public testing::TestWithParam<const char*> {};
+INSTANTIATE_TEST_SUITE_P(Endings, KeysTypedAhead, testing::Values("TERM", "HUP", "USR1", "ABRT"));
+
+TEST_P(KeysTypedAhead, NeverReachTheShell) {
+    Machine box;
+    TerminalOptions options;
+    options.program = "/bin/sh";
+    options.arguments = {"-c",
+                         IFMENU_PROGRAM "; stty -icanon min 0 time 0; cat >/run/left; echo end"};
+    Terminal t(box, options);
+    t.WaitFor(kMainMenu.sign);
+    box.Sh("kill -STOP $(pgrep -ox ifmenu)");
+    t.SendBytes("reboot\r");
+    box.Sh(std::string("p=$(pgrep -ox ifmenu); kill -") + GetParam() + " $p; kill -CONT $p");
+    t.WaitFor("end");
+    EXPECT_EQ(box.Read("/run/left"), "");
+}
+
+// ---- slow lines ----
+
+TEST(CursorKey, MayComeSlowly) {
+    Machine box;
+    Terminal t(box);
+    t.WaitFor(kMainMenu.sign);
+    t.SendSlowly("\x1bOB", 80);
+    t.WaitSelected("Bring down all interfaces");
+    t.SendSlowly("\x1b[B", 80);
+    t.Settle();
+    EXPECT_TRUE(t.Running());
+}
+
+TEST(Escape, WaitsAsLongAsTheEnvironmentSays) {
+    Machine box;
+    TerminalOptions options;
+    options.environment = {{"ESCDELAY", "700"}};
+    Terminal t(box, options);
+    t.WaitFor(kMainMenu.sign);
+    const double start = Now();
+    t.SendBytes("\x1b");
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+    EXPECT_GE(Now() - start, 0.7);
+}
+
+}  // namespace
+}  // namespace bench::lifecycle
