@@ -99,9 +99,9 @@ void GatherAccessPoint(int socket, const std::string& name, InterfaceFacts& fact
 }
 
 void GatherRfkill(const std::string& name, InterfaceFacts& facts) {
-    facts.has_rfkill = HasRfkill(name);
-    if (!facts.has_rfkill) return;
     const std::string folder = RfkillFolder(name);
+    facts.has_rfkill = !folder.empty();
+    if (!facts.has_rfkill) return;
     facts.rfkill_state = ReadIntFile(folder + "/state");
     facts.rfkill_hard = ReadIntFile(folder + "/hard");
     facts.rfkill_soft = ReadIntFile(folder + "/soft");

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr double kHangSeconds = 10;
-constexpr double kTooOldSeconds = 10;
+constexpr int kTooManyRounds = 3;
 // How long commands may be started before the next key is looked for.
 constexpr double kStartSeconds = 0.004;
 // Commands that run at the same time.
@@ -67,7 +67,7 @@ GatheredInterface TakeInterface(InterfaceRefresh& refresh, const std::string& na
 }
 
 // What is known of an interface that is still listed stays.
-void TakeList(InterfaceRefresh& refresh, const std::vector<std::string>& names, double now) {
+void TakeList(InterfaceRefresh& refresh, const std::vector<std::string>& names) {
     std::vector<GatheredInterface> listed;
     for (const std::string& name : names) {
         if (listed.size() == kMostListed) break;
@@ -79,12 +79,12 @@ void TakeList(InterfaceRefresh& refresh, const std::vector<std::string>& names, 
     refresh.interfaces = std::move(listed);
     // The commands run while the kernel is asked.
     StartCommands(refresh);
-    AskKernel(refresh, now);
+    AskKernel(refresh);
 }
 
-void AskForList(InterfaceRefresh& refresh, double now) {
+void AskForList(InterfaceRefresh& refresh) {
     refresh.list = StartCommand("ip link");
-    if (!refresh.list) TakeList(refresh, {}, now);
+    if (!refresh.list) TakeList(refresh, {});
 }
 
 // True when the answer has come, and is late.
@@ -92,13 +92,14 @@ bool TakeListAnswer(InterfaceRefresh& refresh, double now) {
     if (!refresh.list) return false;
     if (ReadAvailable(*refresh.list)) {
         const std::string output = std::move(refresh.list->output);
+        EndCommand(*refresh.list);
         refresh.list.reset();
-        TakeList(refresh, ParseInterfaceList(output), now);
+        TakeList(refresh, ParseInterfaceList(output));
         return std::exchange(refresh.list_is_late, false);
     }
     if (HasHung(*refresh.list, now)) {
         EndCommand(*refresh.list);
-        AskForList(refresh, now);
+        AskForList(refresh);
     }
     return false;
 }
@@ -108,7 +109,8 @@ bool TakeAddresses(GatheredInterface& interface, double now) {
     if (!interface.command) return false;
     if (ReadAvailable(*interface.command)) {
         interface.facts.global_addresses = std::move(interface.command->output);
-        interface.answered = now;
+        interface.rounds = 0;
+        EndCommand(*interface.command);
         interface.command.reset();
         return std::exchange(interface.late, false);
     }
@@ -123,25 +125,25 @@ bool IsAwaited(const GatheredInterface& interface) {
     return !interface.late && (interface.command || !interface.asked);
 }
 
-void KeepAddresses(const GatheredInterface& before, GatheredInterface& interface, double now) {
+void KeepAddresses(const GatheredInterface& before, GatheredInterface& interface) {
     interface.facts.addresses_asked = before.facts.addresses_asked;
-    const bool too_old = interface.command && now - interface.answered > kTooOldSeconds;
+    const bool too_old = interface.command && interface.rounds >= kTooManyRounds;
     if (!too_old) interface.facts.global_addresses = before.facts.global_addresses;
 }
 
 }  // namespace
 
 void AskInterfaces(InterfaceRefresh& refresh) {
-    const double now = MonotonicSeconds();
     for (GatheredInterface& interface : refresh.interfaces) {
         interface.late = interface.command.has_value();
         interface.asked = interface.late;
+        ++interface.rounds;
     }
     refresh.list_is_late = refresh.list.has_value();
     if (!refresh.only.empty()) {
-        TakeList(refresh, {refresh.only}, now);
+        TakeList(refresh, {refresh.only});
     } else if (!refresh.list) {
-        AskForList(refresh, now);
+        AskForList(refresh);
     }
 }
 
@@ -163,12 +165,12 @@ Answers TakeAnswers(InterfaceRefresh& refresh, double now) {
     return answers;
 }
 
-void AskKernel(InterfaceRefresh& refresh, double now) {
+void AskKernel(InterfaceRefresh& refresh) {
     const KernelSockets sockets;
     for (GatheredInterface& interface : refresh.interfaces) {
         const GatheredInterface before = {.name = {}, .facts = interface.facts};
         interface.facts = AskInterface(interface.name, sockets);
-        KeepAddresses(before, interface, now);
+        KeepAddresses(before, interface);
     }
     refresh.routes = ReadRouteTable();
 }

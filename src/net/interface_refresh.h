@@ -28,9 +28,9 @@ struct GatheredInterface {
     std::string name;
     InterfaceFacts facts = {};
     std::optional<RunningCommand> command = std::nullopt;  // "ip addr ...", while it runs
-    bool asked = false;   // in this round: its command runs, has answered, or can't be started
-    bool late = false;    // its command is an earlier round's
-    double answered = 0;  // when it did, as MonotonicSeconds tells
+    bool asked = false;  // in this round: its command runs, has answered, or can't be started
+    bool late = false;   // its command is an earlier round's
+    int rounds = 0;      // begun since its command answered last
 };
 
 struct InterfaceRefresh {
@@ -50,7 +50,7 @@ Answers TakeAnswers(InterfaceRefresh& refresh, double now);
 
 // Asks the kernel anew about the interfaces that are known, and for the routes. Drops addresses
 // that a command told more than two rounds ago.
-void AskKernel(InterfaceRefresh& refresh, double now);
+void AskKernel(InterfaceRefresh& refresh);
 
 // What TakeAnswers waits for: adds the pipes of the commands, and returns the moment when it has
 // something to do anyway, as MonotonicSeconds tells.

@@ -49,11 +49,12 @@ Next BringDown(State& state) {
 
 Next Update(State& state) {
     state.has_acted = true;
-    return ConfirmSteps({Stop(state), Start(state)});
+    return ConfirmUpdate({Stop(state), Start(state)});
 }
 
 Next ToggleSoftRfkill(State& state) {
-    WriteIntFile(RfkillFolder(state.interface.name) + "/soft", state.soft_rfkill ? 0 : 1);
+    const std::string folder = RfkillFolder(state.interface.name);
+    if (!folder.empty()) WriteIntFile(folder + "/soft", state.soft_rfkill ? 0 : 1);
     return Next::Rebuild;
 }
 
@@ -100,6 +101,8 @@ bool IsWireless(const State& state) {
     return state.is_wireless;
 }
 
+constexpr const char* kRfkill = "rfkill";
+
 // Two rows share the key u: pressing it again moves to the other.
 constexpr Row<State> kRows[] = {
     {"", 0, 0, nullptr, {.add_list = AddStatusRows}},
@@ -107,8 +110,8 @@ constexpr Row<State> kRows[] = {
     {"Bring up this interfaces", 4, 'u', BringUp},
     {"Bring down this interfaces", 5, 'd', BringDown},
     {"Update interface from config", 7, 'u', Update},
-    {"Disable soft RF-kill", 9, 'r', ToggleSoftRfkill, {.shown = CanUnblock}},
-    {"Enable soft RF-kill", 10, 'r', ToggleSoftRfkill, {.shown = CanBlock}},
+    {"Disable soft RF-kill", 9, 'r', ToggleSoftRfkill, {.shown = CanUnblock, .name = kRfkill}},
+    {"Enable soft RF-kill", 10, 'r', ToggleSoftRfkill, {.shown = CanBlock, .name = kRfkill}},
     {"Edit configuration", 6, 'c', EditConfiguration},
     {"Wireless access points", 8, 'w', OpenWireless, {.shown = IsWireless}},
     kSeparator<State>,
@@ -126,7 +129,7 @@ TitleLines Title(const State& state) {
 bool InterfaceScreen(const Interface& interface) {
     State state = {.interface = interface, .refresh = {.only = interface.name}};
     state.is_wireless = IsWirelessInterface(interface.name);
-    state.has_rfkill = state.is_wireless && HasRfkill(interface.name);
+    state.has_rfkill = state.is_wireless && !RfkillFolder(interface.name).empty();
     const LiveFacts facts = LiveInterfaces(state.refresh);
     RunScreen<State>({.rows = kRows, .title = Title, .look = Look, .follows_rows = true}, state,
                      &facts);

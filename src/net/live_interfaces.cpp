@@ -2,13 +2,11 @@
 
 #include <algorithm>
 
-#include "util/clock.h"
-
 LiveFacts LiveInterfaces(InterfaceRefresh& refresh) {
     return {.forget = [&] { ForgetAnswers(refresh); },
             .ask = [&] { AskInterfaces(refresh); },
             .take = [&](double now) { return TakeAnswers(refresh, now); },
-            .ask_kernel = [&] { AskKernel(refresh, MonotonicSeconds()); },
+            .ask_kernel = [&] { AskKernel(refresh); },
             .stop = [&] { StopAsking(refresh); },
             .await =
                 [&](Wake& wake) {

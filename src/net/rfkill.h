@@ -3,9 +3,10 @@
 
 #include <string>
 
-// "/sys/class/net/NAME/phy80211/rfkill0", and whether it is there.
+// "/sys/class/net/NAME/phy80211/rfkill0"; where that is not there, the card's first switch: after
+// the card's module was loaded again the kernel counts on. Empty when the card has none, or for a
+// name that no interface can have.
 std::string RfkillFolder(const std::string& interface_name);
-bool HasRfkill(const std::string& interface_name);
 
 // The number in the first line of a file (at most 63 characters, as atoi reads it): -1 when the
 // file can't be opened, 0 when it is empty.

@@ -36,6 +36,7 @@ struct RowOptions {
     bool (*closed)(const State&) = nullptr;       // shown, but can't be selected
     bool (*warning)(const State&) = nullptr;      // drawn as a warning
     Next (*turn)(State&) = nullptr;               // what the left and right keys and blank do
+    const char* name = "";                        // shared by rows of which one is shown at a time
     const char* help = "";                        // for the help area, lines ended by "\n"
 
     // A list: adds rows whose ids count up from the row's own; `open` acts on the first `most`.
@@ -119,6 +120,7 @@ void AddRow(Menu& menu, const Row<State>& row, const State& state) {
     const bool closed = options.closed != nullptr && options.closed(state);
     const int index = closed ? menu.AddInformation(label, row.id) : menu.AddItem(label, row.id);
     menu.SetHotKey(index, row.hot_key);
+    menu.SetName(index, options.name);
     menu.SetMarked(index, options.warning != nullptr && options.warning(state));
 }
 

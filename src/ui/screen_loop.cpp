@@ -65,6 +65,7 @@ void Paint(Loop& loop) {
     PaintTitle(menu, loop.screen.title());
     menu.FitView();
     menu.Draw();
+    menu.PlaceCursor();
     ShowScreen();
 }
 
@@ -89,6 +90,7 @@ void BeginAnew(Loop& loop, double now) {
     loop.screen.facts->forget();
     BeginRound(loop, now);
     loop.progress.on_screen = Known::Nothing;
+    loop.menu.redraw = true;
     loop.progress.keys_held_until = now + kLongPatienceSeconds;
     loop.next = Next::Stay;
 }
@@ -142,7 +144,7 @@ void ShowNewFacts(Loop& loop, double now) {
     if (!is_due) return;
     BeginRound(loop, now);
     TakeAnswers(loop, now);
-    if (HasNews(progress)) ShowFacts(loop);
+    if (HasNews(progress) && !InputIsWaiting()) ShowFacts(loop);
 }
 
 void FollowFacts(Loop& loop) {
@@ -169,10 +171,11 @@ Wake WakeOf(const Loop& loop) {
     return wake;
 }
 
-// A key that comes while rows are held back does not wait for them. A report of the mouse having
+// Rows that are held back do not wait for longer than the first key. A report of the mouse having
 // moved is no key.
 bool ShowsHeldRowsFor(int key) {
-    return key != ERR && key != KEY_RESIZE && !(key == KEY_MOUSE && DropMouseMotion());
+    return key != ERR && key != KEY_RESIZE && key != kUnknownKey &&
+           !(key == KEY_MOUSE && DropMouseMotion());
 }
 
 // ---- keys ----
@@ -180,7 +183,7 @@ bool ShowsHeldRowsFor(int key) {
 void Do(Loop& loop, Next next) {
     const Progress& progress = loop.progress;
     const bool has_aged = loop.screen.facts != nullptr &&
-                          (progress.on_screen == Known::Part || MonotonicSeconds() >= progress.due);
+                          (progress.on_screen != Known::All || MonotonicSeconds() >= progress.due);
     if (next == Next::Paint && has_aged) next = Next::Rebuild;
     if (next == Next::Leave) loop.menu.running = false;
     if (next == Next::Paint) loop.menu.redraw = true;
@@ -217,9 +220,9 @@ void WaitForKey(Loop& loop) {
     if (!HasRows(loop)) return AwaitWithoutKeys(WakeOf(loop));
     const int key = ReadKey(WakeOf(loop));
     if (!ShowsHeldRowsFor(key)) return;
-    ShowFacts(loop);
-    Paint(loop);
+    // It was typed for the rows that were shown last. They may have changed since.
     if (key != KEY_MOUSE) TakeKey(loop, key);
+    if (IsHeld(loop) && loop.next == Next::Stay && loop.menu.running) ShowFacts(loop);
 }
 
 }  // namespace

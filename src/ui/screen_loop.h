@@ -33,8 +33,8 @@ struct LiveFacts {
 struct Screen {
     std::function<void(Menu&)> add_rows;
     std::function<Next(int id)> act;
-    std::function<Next(int id)> turn = nullptr;
-    std::function<std::string_view(int id)> help = nullptr;
+    std::function<Next(int id)> turn;
+    std::function<std::string_view(int id)> help;
     std::function<TitleLines()> title;
     Layout layout = Layout::Plain;
     // Whether the selection stays on its row when rows come or go above it at a refresh; otherwise

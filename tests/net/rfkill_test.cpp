@@ -1,16 +1,13 @@
 #include "net/rfkill.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <climits>
 
 #include "util/utility_fixtures.h"
 
 namespace {
-
-TEST(RfkillFolder, IsTheFirstSwitchOfTheCard) {
-    EXPECT_EQ(RfkillFolder("wlan0"), "/sys/class/net/wlan0/phy80211/rfkill0");
-}
 
 TEST(ReadIntFile, ReadsANumber) {
     struct {
@@ -72,17 +69,46 @@ TEST(WriteIntFile, WithoutItsFolderDoesNothing) {
     EXPECT_FALSE(std::filesystem::exists(folder.Path("missing")));
 }
 
-TEST(HasRfkill, AWireHasNone) {
-    EXPECT_FALSE(HasRfkill("lo"));
+TEST(ReadIntFile, APipeInTheFilesPlaceHoldsNothingUp) {
+    const TemporaryFolder folder;
+    const std::string pipe = folder.Path("soft");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(ReadIntFile(pipe), 0);
+    WriteIntFile(pipe, 1);
 }
 
-TEST(HasRfkill, OnlyAFolderCounts) {
+TEST(RfkillFolder, AWireHasNone) {
+    EXPECT_EQ(RfkillFolder("lo"), "");
+}
+
+TEST(RfkillFolder, ANameWithASlashHasNone) {
+    EXPECT_EQ(RfkillFolder("../../../tmp/x"), "");
+}
+
+TEST(RfkillFolder, IsTheFirstOneWhateverItsNumber) {
+    const TemporaryFolder root;
+    for (const char* folder :
+         {"wlan0/phy80211/rfkill0", "wlan0/phy80211/rfkill7", "wlan1/phy80211/rfkill12",
+          "wlan1/phy80211/rfkill4", "wlan1/phy80211/rfkillx", "wlan2/phy80211"})
+        root.File(std::string("sys/class/net/") + folder + "/state", "1\n");
+    const Answer answer = AnswerInChild([&] { return EnterRoot(root.path); },
+                                        [] {
+                                            for (const char* name : {"wlan0", "wlan1", "wlan2"})
+                                                printf("%s\n", RfkillFolder(name).c_str());
+                                            return 0L;
+                                        });
+    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its root";
+    EXPECT_EQ(answer.output,
+              "/sys/class/net/wlan0/phy80211/rfkill0\n"
+              "/sys/class/net/wlan1/phy80211/rfkill4\n\n");
+}
+
+TEST(RfkillFolder, OnlyAFolderCounts) {
     const TemporaryFolder root;
     root.File("sys/class/net/wlan0/phy80211/rfkill0/state", "1\n");
     root.File("sys/class/net/wlan1/phy80211/rfkill0", "1\n");
-    const Answer answer =
-        AnswerInChild([&] { return EnterRoot(root.path); },
-                      [] { return HasRfkill("wlan0") && !HasRfkill("wlan1") ? 1L : 0L; });
+    const Answer answer = AnswerInChild([&] { return EnterRoot(root.path); },
+                                        [] { return RfkillFolder("wlan1").empty() ? 1L : 0L; });
     if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its root";
     EXPECT_EQ(answer.value, 1);
 }
