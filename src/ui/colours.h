@@ -1,4 +1,5 @@
-// The colour pairs by what they are for. Every screen takes its colours from here.
+// The colour pairs by what they are for. Every screen takes its colours from here. A terminal
+// without colours has attributes in their place that each kind of row can be told by.
 #pragma once
 
 enum class Colour : short {
@@ -13,5 +14,8 @@ enum class Colour : short {
 // Sets up the colours and the standard screen's background (Text). After initscr().
 void StartColours();
 
-// The attribute word of the pair, for attrset().
+// The attribute word for attrset(): the pair, or what stands for it without colours.
 unsigned PairAttribute(Colour colour);
+
+// Of the hot key's letter in a selected row, and in another one.
+unsigned HotKeyAttribute(bool selected);

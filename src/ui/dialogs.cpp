@@ -263,6 +263,7 @@ constexpr FormKey kFormKeys[] = {
     {KEY_DC, {REQ_DEL_CHAR, 0}},
     {KEY_BACKSPACE, {REQ_PREV_CHAR, REQ_DEL_CHAR}},
     {kDelete, {REQ_PREV_CHAR, REQ_DEL_CHAR}},
+    {kBackspace, {REQ_PREV_CHAR, REQ_DEL_CHAR}},
 };
 
 // ---- password ----
@@ -345,11 +346,14 @@ void BlankScreen() {
 void ShowQuestion(std::string_view question) {
     Print(question);
     ShowScreen();
-    if (MouseAvailable()) {
-        attrset(A_BOLD);
-        PrintAt(kYesLine, kTextColumn, "[ YES  ]");
-        PrintAt(kNoLine, kTextColumn, "[  NO  ]");
-    }
+    if (!MouseAvailable()) return;
+    int line = 0;
+    int column = 0;
+    getyx(stdscr, line, column);
+    attrset(A_BOLD);
+    PrintAt(kYesLine, kTextColumn, "[ YES  ]");
+    PrintAt(kNoLine, kTextColumn, "[  NO  ]");
+    move(line, column);
 }
 
 }  // namespace

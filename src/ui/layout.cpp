@@ -60,6 +60,7 @@ void PaintHelp(Layout layout, const Menu& menu, HelpArea& area, std::string_view
         const std::wstring line = FitColumns(NextLineOf(help), COLS - 8);
         if (move(area.row + row, kHelpColumn) != ERR) addwstr(line.c_str());
     }
+    menu.PlaceCursor();
     ShowScreen();
     area.shown_id = item->id;
 }

@@ -99,13 +99,16 @@ Menu::Result Menu::HandleKey(int key) {
     const int old_top = top;
     const Result result = TakeKey(key);
     KeepVisible();
-    if (top != old_top) {
-        Draw();
-        ShowScreen();
-    } else if (selection != old_selection) {
-        DrawItem(old_selection);
-        DrawItem(selection);
-        ShowScreen();
+    const bool is_changed = top != old_top || selection != old_selection;
+    // What is about to be painted anew is not painted before.
+    if (is_changed && !NeedsRedraw()) {
+        if (top != old_top) {
+            Draw();
+        } else {
+            DrawItem(old_selection);
+            DrawItem(selection);
+        }
+        Show();
     }
     if (click_pending >= 1 && result == kNotTaken) {
         click_pending = -1;
@@ -242,6 +245,11 @@ void Menu::HandleMouse() {
         ArmClick(event.y, event.x);
         SelectAt(event.y, event.x);
     }
+    Show();
+}
+
+void Menu::Show() const {
+    PlaceCursor();
     ShowScreen();
 }
 

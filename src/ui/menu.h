@@ -68,6 +68,9 @@ class Menu {
     // Draws the visible rows, or one row; no refresh().
     void Draw() const;
     void DrawItem(int index) const;
+    // Puts the cursor at the beginning of the selected row's text, the last thing before a
+    // refresh(): hidden or not, it is what braille displays and screen readers go by.
+    void PlaceCursor() const;
 
     // Takes one key (ERR and KEY_MOUSE too), moves the selection, scrolls so that it is visible,
     // repaints what changed, and turns a click armed by HandleMouse into an activation.
@@ -102,6 +105,7 @@ class Menu {
     double click_time = 0;   // when it was made, as now_seconds tells
 
   private:
+    void Show() const;
     Result TakeKey(int key);
     void Step(int direction);
     void PageUp();

@@ -60,6 +60,11 @@ void Menu::DrawItem(int index) const {
     addwstr(FitColumns(item != nullptr ? item->label : "", width).c_str());
     if (item == nullptr || item->hot_key == 0) return;
     const HotKeyMark mark = MarkOf(*item, width);
-    attrset(index == selection ? A_REVERSE : PairAttribute(Colour::Hover) | A_BOLD);
+    attrset(HotKeyAttribute(index == selection));
     if (move(y + row, x + mark.column) != ERR) addch(static_cast<chtype>(mark.letter));
+}
+
+void Menu::PlaceCursor() const {
+    const int row = selection - top;
+    if (row >= 0 && row < height) move(y + row, x);
 }

@@ -330,7 +330,7 @@ TEST_F(TextBox, BackspaceAtTheStartTakesTheFirstCharacter) {
 
 TEST_F(TextBox, OtherKeysChangeNothing) {
     MainMenu t(box);
-    Try(t, "<Left><Up><Down><PageUp><PageDown><Insert><Tab><F1><F12><C-a><C-h><C-u><C-w><C-x>Z",
+    Try(t, "<Left><Up><Down><PageUp><PageDown><Insert><Tab><F1><F12><C-a><C-u><C-w><C-x>Z",
         "appliancZe", 11);
     OpenTextBox(t);
     t.SendBytes("\x1bOM\x1b[1;5D");  // ENTER of the number pad, Ctrl-Left

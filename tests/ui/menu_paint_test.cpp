@@ -313,6 +313,7 @@ class MenuRepaint : public MenuPaint {
         MenuPaint::SetUp();
         for (const char* label : {"a", "b", "c", "d", "e", "f", "g", "h"})
             menu.AddItem(label, 1);
+        menu.ClearRedraw();
         UnseenScreen::Fill('#');
     }
 
@@ -327,6 +328,13 @@ class MenuRepaint : public MenuPaint {
         return drawn;
     }
 };
+
+TEST_F(MenuRepaint, NothingIsPaintedThatIsAboutToBePaintedAnew) {
+    menu.redraw = true;
+    menu.HandleKey(KEY_DOWN);
+    EXPECT_EQ(menu.selection, 1);
+    EXPECT_EQ(Drawn(), "");
+}
 
 TEST_F(MenuRepaint, AMoveRepaintsTheOldAndTheNewRow) {
     menu.HandleKey(KEY_DOWN);

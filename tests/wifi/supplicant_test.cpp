@@ -100,7 +100,7 @@ TEST(ParseConfiguredNetworks, ANumberBeyondAnIntIsNone) {
         AccessPointMap map;
         ParseConfiguredNetworks(kConfiguredHeader + std::string(column) + "\tattic\tany\t\n", map);
         ASSERT_EQ(map.size(), 1u) << column;
-        EXPECT_EQ(map.begin()->second.networkId, -1) << column;
+        EXPECT_EQ(map.begin()->second.network_id, -1) << column;
     }
 }
 
