@@ -107,9 +107,11 @@ void ShowFacts(Loop& loop) {
 // Rows that are held back, and no longer than need be.
 void ShowHeldFacts(Loop& loop, double now) {
     const Progress& progress = loop.progress;
+    const bool first = !HasRows(loop);
     const bool whole = progress.known == Known::All;
-    if (!whole && now < progress.held_until) return;
-    if (progress.known != Known::Nothing || HasRows(loop) || !KeyIsTyped()) return ShowFacts(loop);
+    const bool hurried = first && progress.known == Known::Part && KeyIsTyped();
+    if (!whole && !hurried && now < progress.held_until) return;
+    if (progress.known != Known::Nothing || !first || !KeyIsTyped()) return ShowFacts(loop);
     if (now < progress.keys_held_until) return;
     ShowFacts(loop);
     DropKeys();
@@ -217,7 +219,11 @@ void TakeKey(Loop& loop, int key) {
 
 void WaitForKey(Loop& loop) {
     if (!IsHeld(loop)) return TakeKey(loop, ReadKey(WakeOf(loop)));
-    if (!HasRows(loop)) return AwaitWithoutKeys(WakeOf(loop));
+    if (!HasRows(loop)) {
+        const bool keys_wait = loop.progress.known == Known::Nothing;
+        return keys_wait ? AwaitWithoutKeys(WakeOf(loop)) : AwaitInput(WakeOf(loop));
+    }
+    if (!TakeBackForInput(WakeOf(loop))) return;
     const int key = ReadKey(WakeOf(loop));
     if (!ShowsHeldRowsFor(key)) return;
     // It was typed for the rows that were shown last. They may have changed since.

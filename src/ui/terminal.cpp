@@ -268,6 +268,18 @@ void AwaitWithoutKeys(Wake wake) {
     PollWithOpenGate(wake.answers.data(), wake.answers.size(), MillisecondsUntil(wake.until));
 }
 
+void AwaitInput(const Wake& wake) {
+    AwaitKey(wake);
+}
+
+bool TakeBackForInput(const Wake& wake) {
+    // Curses would set the keypad's mode on a terminal that it does not restore then.
+    if (!isendwin()) return true;
+    if (!AwaitKey(wake)) return false;
+    ShowScreen();
+    return true;
+}
+
 bool InputIsWaiting() {
     return put_back != ERR || curses_has_keys || PollInput(0) != 0;
 }

@@ -51,8 +51,16 @@ int ReadKey(const Wake& wake = {});
 // The same wait without taking keys: they stay where they are.
 void AwaitWithoutKeys(Wake wake);
 
+// The same wait, which input ends, too, without being taken.
+void AwaitInput(const Wake& wake);
+
 // Whether there is input that ReadKey has not taken yet.
 bool InputIsWaiting();
+
+// After a command the terminal is still the plain one until something is shown. To be called before
+// ReadKey where nothing is: waits, and takes the terminal back when there is input. False when
+// something else has ended the wait.
+bool TakeBackForInput(const Wake& wake);
 
 // Whether a key or a mouse button has been pressed that ReadKey has not returned yet. Reports of
 // the mouse having moved are dropped.

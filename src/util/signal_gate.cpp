@@ -59,6 +59,8 @@ OpenSignalGate::~OpenSignalGate() {
 }
 
 HangUpHeld::HangUpHeld() {
+    // On a line that is gone already nothing is begun.
+    const OpenSignalGate open;
     hang_up_held = true;
 }
 

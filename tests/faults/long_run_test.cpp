@@ -46,7 +46,7 @@ Holdings HoldingsAfter(TourBox& box, Terminal& t, size_t refreshes) {
     box.WaitUntil([&] { return Refreshes(box) >= refreshes; },
                   std::to_string(refreshes) + " refreshes", 600);
     Holdings least = HoldingsOf(t);
-    for (int look = 0; look < 30; ++look) {
+    for (int look = 0; look < 300; ++look) {
         t.RunFor(0.005);
         const Holdings now = HoldingsOf(t);
         least.descriptors = std::min(least.descriptors, now.descriptors);
