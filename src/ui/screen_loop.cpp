@@ -14,8 +14,8 @@ namespace {
 constexpr double kRefreshSeconds = 5;
 
 // Rows are held back until they are whole, so that they are painted once and do not flicker, but
-// not longer than this after the last answer. Without the list of its first rows a screen can't
-// tell what a key means: keys that were typed ahead wait for it, as long as that.
+// not longer than this after more of them is known. Without the list of its first rows a screen
+// can't tell what a key means: keys that were typed ahead wait for it, as long as that.
 constexpr double kPatienceSeconds = 0.5;
 constexpr double kLongPatienceSeconds = 5;
 

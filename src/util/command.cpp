@@ -58,6 +58,31 @@ struct HangUpIgnored {
     struct sigaction before;
 };
 
+// The signals of a new process, and whether it has a group of its own.
+void SetAttributes(posix_spawnattr_t& attributes, bool own_group) {
+    sigset_t defaults;
+    sigset_t mask;
+    sigemptyset(&defaults);
+    for (int number : {SIGCHLD, SIGINT, SIGQUIT, SIGPIPE, SIGXFSZ, SIGALRM})
+        sigaddset(&defaults, number);
+    sigemptyset(&mask);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setsigmask(&attributes, &mask);
+    const short group = own_group ? POSIX_SPAWN_SETPGROUP : 0;
+    posix_spawnattr_setflags(
+        &attributes, static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | group));
+}
+
+void SetDescriptors(posix_spawn_file_actions_t& actions, const Redirection& redirection) {
+    if (redirection.input >= 0) {
+        posix_spawn_file_actions_adddup2(&actions, redirection.input, STDIN_FILENO);
+    }
+    if (redirection.output < 0) return;
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, redirection.output, STDOUT_FILENO);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+}
+
 // Starts /bin/sh on the command; -1 when that fails.
 pid_t StartShell(const char* command, const Redirection& redirection) {
     posix_spawnattr_t attributes;
@@ -67,25 +92,8 @@ pid_t StartShell(const char* command, const Redirection& redirection) {
         posix_spawnattr_destroy(&attributes);
         return -1;
     }
-    sigset_t defaults;
-    sigset_t mask;
-    sigemptyset(&defaults);
-    for (int number : {SIGCHLD, SIGINT, SIGQUIT, SIGPIPE, SIGXFSZ, SIGALRM})
-        sigaddset(&defaults, number);
-    sigemptyset(&mask);
-    posix_spawnattr_setsigdefault(&attributes, &defaults);
-    posix_spawnattr_setsigmask(&attributes, &mask);
-    short flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
-    if (redirection.input >= 0) {
-        posix_spawn_file_actions_adddup2(&actions, redirection.input, STDIN_FILENO);
-    }
-    if (redirection.output >= 0) {
-        flags |= POSIX_SPAWN_SETPGROUP;
-        posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        posix_spawn_file_actions_adddup2(&actions, redirection.output, STDOUT_FILENO);
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    }
-    posix_spawnattr_setflags(&attributes, flags);
+    SetAttributes(attributes, redirection.output >= 0);
+    SetDescriptors(actions, redirection);
     char shell[] = "sh";
     char flag[] = "-c";
     // No copy: the command may hold a password, and its owner wipes it.
