@@ -1,6 +1,7 @@
 // The least that a full-screen list costs with this curses: the rows of a file, the colours of the
-// program, two rows painted anew for a cursor key. 'r' paints everything anew. What the program
-// takes longer than this is its own.
+// program (or its attributes where there are none), two rows painted anew for a cursor key, the
+// cursor at the selected one. 'r' paints everything anew. What the program takes longer than this
+// is its own.
 //
 //     floor ROWS      three lines of title, then rows: hot key or '-', 's' to select or 'd' dim,
 //     text
@@ -15,16 +16,26 @@ static char titles[3][256];
 static char rows[2048][256];
 static int count;
 
+static attr_t RowLook(bool selected) {
+    if (has_colors()) return static_cast<attr_t>(COLOR_PAIR(selected ? 2 : 1));
+    return selected ? A_REVERSE : A_NORMAL;
+}
+
+static attr_t LetterLook(bool selected) {
+    if (!has_colors()) return A_BOLD | A_UNDERLINE | (selected ? A_REVERSE : A_NORMAL);
+    return selected ? A_REVERSE : static_cast<attr_t>(COLOR_PAIR(3)) | A_BOLD;
+}
+
 static void DrawRow(int row, int selection) {
     const char* text = rows[row];
     const attr_t weight = text[1] == 's' ? A_BOLD : A_DIM;
-    attrset(static_cast<attr_t>(COLOR_PAIR(row == selection ? 2 : 1)) | weight);
+    attrset(RowLook(row == selection) | weight);
     mvprintw(5 + row, 4, "%-*.*s", COLS - 5, COLS - 5, text + 2);
     if (text[0] == '-') return;
     const char key[] = {text[0], static_cast<char>(std::toupper(text[0])), '\0'};
     const char* letter = std::strpbrk(text + 2, key);
     if (letter == nullptr) return;
-    attrset(row == selection ? A_REVERSE : static_cast<attr_t>(COLOR_PAIR(3)) | A_BOLD);
+    attrset(LetterLook(row == selection));
     mvaddch(5 + row, static_cast<int>(4 + (letter - text - 2)), static_cast<chtype>(*letter));
 }
 
@@ -35,6 +46,7 @@ static void DrawAll(int selection) {
         mvaddstr(1 + i, 0, titles[i]);
     for (int row = 0; row < count && row < LINES - 6; ++row)
         DrawRow(row, selection);
+    move(5 + selection, 4);
     refresh();
 }
 
@@ -78,5 +90,6 @@ int main(int argc, char** argv) {
         selection += key == KEY_DOWN ? 1 : -1;
         DrawRow(before, selection);
         DrawRow(selection, selection);
+        move(5 + selection, 4);
     }
 }
