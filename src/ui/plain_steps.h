@@ -13,7 +13,7 @@
 
 struct Step {
     std::string command;
-    std::string_view message = "";  // said before, to standard error
+    std::string_view message = {};  // said before, to standard error
     unsigned pause_seconds = 0;     // afterwards
 };
 
