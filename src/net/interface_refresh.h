@@ -48,8 +48,8 @@ void AskInterfaces(InterfaceRefresh& refresh);
 // started before a key would have to wait.
 Answers TakeAnswers(InterfaceRefresh& refresh, double now);
 
-// Asks the kernel anew about the interfaces that are known, and for the routes. While a command runs,
-// what it told more than two rounds ago is dropped.
+// Asks the kernel anew about the interfaces that are known, and for the routes. While a command
+// runs, what it told more than two rounds ago is dropped.
 void AskKernel(InterfaceRefresh& refresh);
 
 // What TakeAnswers waits for: adds the pipes of the commands, and returns the moment when it has

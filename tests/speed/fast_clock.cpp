@@ -1,7 +1,7 @@
 // A preloaded library that makes a program's time run faster, so that a day of refreshes passes in
 // a minute. The commands that the program starts keep their own time.
 //
-//     FAST_CLOCK=1000     seconds that pass in one
+//     FAST_CLOCK=1000     seconds that pass in one; waits of ppoll() end as much earlier
 //     FAST_WAIT=1         the longest wait for a key or an answer, in milliseconds; 0: as asked
 #include <dlfcn.h>
 #include <poll.h>
@@ -70,11 +70,12 @@ extern "C" int ppoll(pollfd* descriptors, nfds_t count, const timespec* time,
                      const sigset_t* mask) {
     using Poll = int (*)(pollfd*, nfds_t, const timespec*, const sigset_t*);
     static const auto real = reinterpret_cast<Poll>(dlsym(RTLD_NEXT, "ppoll"));
-    const long longest = longest_wait * 1'000'000L;
-    if (time == nullptr || longest == 0 || (time->tv_sec == 0 && time->tv_nsec <= longest)) {
-        return real(descriptors, count, time, mask);
-    }
-    const timespec shorter = {0, longest};
+    if (time == nullptr) return real(descriptors, count, time, mask);
+    double wait = Seconds(*time) / factor;
+    if (longest_wait > 0) wait = std::min(wait, longest_wait / 1000.0);
+    const auto seconds = static_cast<time_t>(wait);
+    const timespec shorter = {seconds,
+                              static_cast<long>((wait - static_cast<double>(seconds)) * kBillion)};
     return real(descriptors, count, &shorter, mask);
 }
 

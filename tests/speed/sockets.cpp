@@ -13,6 +13,10 @@
 
 namespace {
 
+// A refresh every 1.7 seconds: a traced one takes its time, and one that is not complete when the
+// next is due asks the kernel again.
+constexpr int kTracedClock = 3;
+
 constexpr int kCards = 8;
 constexpr const char* kStrace = "/usr/bin/strace";
 constexpr const char* kTraces = "/tmp/traces";
@@ -25,7 +29,7 @@ Command Traced() {
     command.words = {kStrace, "-ff", "-T", "-s", "200", "-o", std::string(kTraces) + "/trace"};
     for (const char* word : {"-e", "trace=execve,socket,close", "-e", "signal=none"})
         command.words.emplace_back(word);
-    for (const auto& [name, value] : WithFastClock(TheProgram(), 10).environment)
+    for (const auto& [name, value] : WithFastClock(TheProgram(), kTracedClock).environment)
         command.words.insert(command.words.end(), {"-E", name + "=" + value});
     command.words.emplace_back(IFMENU_PROGRAM);
     return command;
@@ -69,7 +73,7 @@ void Count(const std::string& trace, Calls& calls) {
 }
 
 Calls Trace() {
-    constexpr double kSomeRefreshes = 1.3;
+    constexpr double kSomeRefreshes = 4.2;
     const LastRow last = LastRowOf(kCards);
     {
         Watched program(Traced());
