@@ -101,5 +101,5 @@ std::string PrintableText(std::string_view text) {
 }
 
 void Say(std::string_view message) {
-    std::fwrite(message.data(), 1, message.size(), stderr);
+    if (!message.empty()) std::fwrite(message.data(), 1, message.size(), stderr);
 }

@@ -276,6 +276,7 @@ TEST(PrintableText, OnALatin1TerminalShowsItsCharacters) {
 TEST(Say, WritesToStandardErrorAsItStands) {
     EXPECT_EXIT(
         {
+            Say({});
             Say("Stopping all %s interfaces...\n");
             _exit(0);
         },
