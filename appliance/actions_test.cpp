@@ -9,10 +9,10 @@
 
 namespace {
 
-using bench::Exited;
-using bench::Kind;
-using bench::Machine;
-using bench::Terminal;
+using harness::Exited;
+using harness::Kind;
+using harness::Machine;
+using harness::Terminal;
 
 constexpr const char* kEth0Up = "1. eth0    02:00:00:00:10:20  Link active  Interface up";
 constexpr const char* kEth0Down = "1. eth0    02:00:00:00:10:20  Disconnected";

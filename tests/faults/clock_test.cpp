@@ -5,7 +5,7 @@
 
 #include "tour.h"
 
-namespace bench::faults {
+namespace harness::faults {
 namespace {
 
 struct Setting {
@@ -48,4 +48,4 @@ INSTANTIATE_TEST_SUITE_P(Clock, ClockSet,
                          testing::PrintToStringParamName());
 
 }  // namespace
-}  // namespace bench::faults
+}  // namespace harness::faults

@@ -6,7 +6,7 @@
 
 #include "tour.h"
 
-namespace bench::faults {
+namespace harness::faults {
 namespace {
 
 // A command's misbehaviour, as a script.
@@ -195,4 +195,4 @@ TEST(PoorMachine, OnAFullDiskNothingIsSavedAndNothingLost) {
 }
 
 }  // namespace
-}  // namespace bench::faults
+}  // namespace harness::faults

@@ -12,7 +12,7 @@
 #include "seed.h"
 #include "tour.h"
 
-namespace bench::faults {
+namespace harness::faults {
 namespace {
 
 // A way for a system call to fail.
@@ -145,4 +145,4 @@ INSTANTIATE_TEST_SUITE_P(Whole, WholeTour, testing::ValuesIn(kFaults),
                          testing::PrintToStringParamName());
 
 }  // namespace
-}  // namespace bench::faults
+}  // namespace harness::faults

@@ -10,7 +10,7 @@
 
 #include "tour.h"
 
-namespace bench::faults {
+namespace harness::faults {
 namespace {
 
 // What a process holds, as the kernel tells it.
@@ -115,4 +115,4 @@ TEST(WholeTourInValgrind, LosesNothingAndReadsNothingWrong) {
 }
 
 }  // namespace
-}  // namespace bench::faults
+}  // namespace harness::faults

@@ -8,7 +8,7 @@
 
 #include "tour.h"
 
-namespace bench::faults {
+namespace harness::faults {
 namespace {
 
 // A sanitizer brings its own memory, and closes what it likes.
@@ -146,4 +146,4 @@ TEST(WholeClosing, FailingAnywhereLosesNothing) {
 }
 
 }  // namespace
-}  // namespace bench::faults
+}  // namespace harness::faults

@@ -5,7 +5,7 @@
 #include <iostream>
 #include <random>
 
-namespace bench::faults {
+namespace harness::faults {
 
 // Short tests always play the same game; long ones a new one each time.
 enum class Game { kSame, kNew };
@@ -31,4 +31,4 @@ class Chance {
     std::mt19937 random_;
 };
 
-}  // namespace bench::faults
+}  // namespace harness::faults

@@ -13,7 +13,7 @@
 #include "seed.h"
 #include "tour.h"
 
-namespace bench::faults {
+namespace harness::faults {
 namespace {
 
 using testing::AnyOf;
@@ -323,4 +323,4 @@ INSTANTIATE_TEST_SUITE_P(Whole, WholeNoise, testing::Range(0, 3),
                          [](const auto& each) { return kNoises[each.param].name; });
 
 }  // namespace
-}  // namespace bench::faults
+}  // namespace harness::faults

@@ -8,7 +8,7 @@
 
 #include "../screens/main_menu_test.h"
 
-namespace bench::faults {
+namespace harness::faults {
 namespace {
 
 constexpr const char* kSettings = "/etc/network/02:00:00:00:10:40";
@@ -237,4 +237,4 @@ std::string TerminalDamage(Terminal& t) {
     return damage.str();
 }
 
-}  // namespace bench::faults
+}  // namespace harness::faults

@@ -17,7 +17,7 @@
 #include "machine.h"
 #include "terminal.h"
 
-namespace bench::faults {
+namespace harness::faults {
 
 class TourBox : public FullMachine {
   public:
@@ -68,4 +68,4 @@ bool IsOrderly(const Ending& ending);
 // What is wrong with the terminal afterwards; empty when it is as it was before the program.
 std::string TerminalDamage(Terminal& t);
 
-}  // namespace bench::faults
+}  // namespace harness::faults

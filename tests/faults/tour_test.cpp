@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace bench::faults {
+namespace harness::faults {
 namespace {
 
 TEST(Tour, ComesToEveryScreenAndSavesEveryFile) {
@@ -27,4 +27,4 @@ TEST(Tour, CanBeTypedInOneGo) {
 }
 
 }  // namespace
-}  // namespace bench::faults
+}  // namespace harness::faults

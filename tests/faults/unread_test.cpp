@@ -5,7 +5,7 @@
 
 #include "tour.h"
 
-namespace bench::faults {
+namespace harness::faults {
 namespace {
 
 // The screen shows no servers then; a save from it would be the end of all the file's lines.
@@ -30,4 +30,4 @@ TEST(TimeServers, ThatCouldNotBeReadAreNotSavedOver) {
 }
 
 }  // namespace
-}  // namespace bench::faults
+}  // namespace harness::faults

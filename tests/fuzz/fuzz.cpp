@@ -2,7 +2,7 @@
 // menu engine. Each takes any bytes, checks what must hold of them whatever they are, and aborts
 // when it does not. The program's own name tells which one it is: fuzz_routes, say.
 //
-//     ./fuzz NAME SECONDS
+//     tools/fuzz NAME SECONDS
 #include "fuzz.h"
 
 #include <fcntl.h>
@@ -330,7 +330,8 @@ void Words(std::string_view text) {
             "a text to be quoted leaves no quotes");
 }
 
-// The locales that texts are shown in, made by ./fuzz beside the program. The first one is UTF-8's.
+// The locales that texts are shown in, made by tools/fuzz beside the program. The first one is
+// UTF-8's.
 constexpr const char* kLocales[] = {"C.UTF-8", "en_US.ISO-8859-1", "ru_RU.KOI8-R", "zh_CN.GB18030"};
 
 // The best known of the characters that hide text or turn it around.
@@ -377,7 +378,7 @@ void Display(std::string_view text) {
         std::vector<locale_t> made;
         for (const char* name : kLocales) {
             made.push_back(newlocale(LC_CTYPE_MASK, name, nullptr));
-            Require(made.back() != nullptr, "./fuzz has made the locales");
+            Require(made.back() != nullptr, "tools/fuzz has made the locales");
         }
         return made;
     }();

@@ -1,5 +1,5 @@
 #!/bin/sh
-# On a clean machine: the package is built by ./package alone; a second time without network, in
+# On a clean machine: the package is built by tools/package alone; a second time without network, in
 # another folder, time zone, language and file mode, its bytes are the same; lintian has no remark.
 # The package is left in /tmp/share.
 set -eu
@@ -9,11 +9,11 @@ set -eu
 first=/root/ifmenu second=/srv/some/other/folder/of/another/length/ifmenu
 CopyCheckout $first
 CopyCheckout $second
-(cd $first && ./package)
+(cd $first && tools/package)
 (
     umask 077
     cd $second
-    TZ=Pacific/Kiritimati LC_ALL=C unshare --net ./package
+    TZ=Pacific/Kiritimati LC_ALL=C unshare --net tools/package
 )
 for package in "$first"/build/package/*.deb; do
     cmp "$package" "$second/build/package/$(basename "$package")"

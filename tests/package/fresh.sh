@@ -66,8 +66,8 @@ Glance() {
 RunOne() {
     case $1 in
     ./run) Really Glance && Really Operate ./run ;;
-    ./test | ./package | './test --tidy' | ./fuzz) Really $1 ;;
-    './package --'* | ./vm) ;; # tests themselves, and longer than this one
+    ./test | tools/package | './test --tidy' | tools/fuzz) Really $1 ;;
+    'tools/package --'* | tools/vm) ;; # tests themselves, and longer than this one
     cmake\ * | ctest\ *) Really $1 ;;
     'sudo cmake --install build/out') Really ${1#sudo } && Really test -x /usr/local/sbin/ifmenu ;;
     'sudo apt-get install ./build/package/ifmenu_*.deb')
@@ -128,7 +128,7 @@ RunAll() {
     status=0
     Try "an interrupted installation" Interrupt
     while IFS= read -r command <&4; do
-        case $command in './package --'*) continue ;; esac
+        case $command in 'tools/package --'*) continue ;; esac
         Try "$command" RunOne "$command" 4<&-
         [ "$command" != ./test ] || Try "the computer as it was" AsItWas
     done 4<"$list"

@@ -12,8 +12,8 @@ PATH=$PATH:/usr/local/sbin:/usr/sbin:/sbin
 LC_ALL=C
 export LC_ALL
 cd -- "$(dirname -- "$0")/../.." || exit 1
-# shellcheck source=appliance/building.sh
-. appliance/building.sh
+# shellcheck source=tools/building.sh
+. tools/building.sh
 
 # Look FOLDER
 Look() {

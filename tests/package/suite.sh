@@ -17,6 +17,6 @@ printf '#!/bin/sh\nexit 101\n' >/usr/sbin/policy-rc.d
 chmod 755 /usr/sbin/policy-rc.d
 CopyCheckout /root/ifmenu
 cd /root/ifmenu
-./package
+tools/package
 Install autopkgtest >/root/autopkgtest.log 2>&1 || { cat /root/autopkgtest.log && exit 1; }
 autopkgtest --no-built-binaries build/package/ifmenu_*.deb /root/ifmenu/ -- null

@@ -17,7 +17,7 @@ class Recorder {
   public:
     explicit Recorder(Stage& stage) : terminal_(stage, OptionsOf(24, 80)) {}
 
-    bench::Terminal& terminal() { return terminal_; }
+    harness::Terminal& terminal() { return terminal_; }
     std::vector<Frame> frames() { return std::move(frames_); }
 
     void Show(const std::vector<std::string>& next_keys, const std::string& caption,
@@ -35,7 +35,7 @@ class Recorder {
     }
 
   private:
-    bench::Terminal terminal_;
+    harness::Terminal terminal_;
     std::vector<Frame> frames_;
 };
 
@@ -51,7 +51,7 @@ std::vector<Frame> RecordJourney() {
     stage.Remove("/etc/network/02:00:00:00:10:21");
     stage.HoldNetworkScript();
     Recorder film(stage);
-    bench::Terminal& t = film.terminal();
+    harness::Terminal& t = film.terminal();
 
     Go(t, "", "2. eth1");
     film.Show({"2"}, "selects the second interface", kLook);

@@ -43,7 +43,7 @@ int main(int argc, char** argv) {
     try {
         pictures::DrawAll(argv[1]);
     } catch (const testing::AssertionException&) {
-        return 1;  // the bench has said what went wrong
+        return 1;  // the harness has said what went wrong
     } catch (const std::exception& problem) {
         std::cerr << problem.what() << "\n";
         return 1;

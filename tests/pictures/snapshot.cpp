@@ -2,7 +2,7 @@
 
 namespace pictures {
 
-Snapshot TakeSnapshot(const bench::Terminal& terminal) {
+Snapshot TakeSnapshot(const harness::Terminal& terminal) {
     Snapshot shot;
     shot.rows = terminal.rows();
     shot.cols = terminal.cols();

@@ -10,15 +10,15 @@ namespace pictures {
 
 struct Snapshot {
     int rows = 0, cols = 0;
-    std::vector<bench::Cell> cells;        // row by row
+    std::vector<harness::Cell> cells;      // row by row
     int cursor_row = -1, cursor_col = -1;  // -1: hidden
 
-    const bench::Cell& At(int row, int col) const {
+    const harness::Cell& At(int row, int col) const {
         return cells.at(static_cast<size_t>(row) * static_cast<size_t>(cols) +
                         static_cast<size_t>(col));
     }
 };
 
-Snapshot TakeSnapshot(const bench::Terminal& terminal);
+Snapshot TakeSnapshot(const harness::Terminal& terminal);
 
 }  // namespace pictures

@@ -47,7 +47,7 @@ constexpr const char* kGate = "/mnt/gate";
 
 }  // namespace
 
-Stage::Stage() : Machine(bench::Kind::kDemo) {
+Stage::Stage() : Machine(harness::Kind::kDemo) {
     ShowLink(false);
     Sh(kCable);
     Sh(kServices);
@@ -69,14 +69,14 @@ void Stage::Continue() {
     Sh(std::string("echo >") + kGate);
 }
 
-bench::TerminalOptions OptionsOf(int rows, int cols) {
-    bench::TerminalOptions options;
+harness::TerminalOptions OptionsOf(int rows, int cols) {
+    harness::TerminalOptions options;
     options.rows = rows;
     options.cols = cols;
     return options;
 }
 
-void Go(bench::Terminal& terminal, const std::string& keys, const std::string& wait_for) {
+void Go(harness::Terminal& terminal, const std::string& keys, const std::string& wait_for) {
     terminal.Press(keys);
     terminal.WaitFor(wait_for);
     if (terminal.AltScreen()) terminal.Settle();

@@ -7,7 +7,7 @@
 
 namespace pictures {
 
-class Stage : public bench::Machine {
+class Stage : public harness::Machine {
   public:
     Stage();
 
@@ -19,9 +19,9 @@ class Stage : public bench::Machine {
     void Continue();
 };
 
-bench::TerminalOptions OptionsOf(int rows, int cols);
+harness::TerminalOptions OptionsOf(int rows, int cols);
 
 // Presses the keys and waits until the text stands on the screen and all is drawn.
-void Go(bench::Terminal& terminal, const std::string& keys, const std::string& wait_for);
+void Go(harness::Terminal& terminal, const std::string& keys, const std::string& wait_for);
 
 }  // namespace pictures

@@ -9,7 +9,7 @@
 namespace pictures {
 namespace {
 
-using bench::Cell;
+using harness::Cell;
 
 // All sizes are whole pixels, so that lines are drawn crisply.
 constexpr int kCellWidth = 9, kCellHeight = 18;
@@ -70,7 +70,7 @@ std::string Format(const char* format, Values... values) {
 
 // The colours as they are seen: reverse is undone, a default is the colour that it has here.
 struct Look {
-    int ink = bench::kWhite, ground = bench::kBlack;
+    int ink = harness::kWhite, ground = harness::kBlack;
     bool bold = false, dim = false, underline = false;
 
     bool operator==(const Look&) const = default;
@@ -80,7 +80,7 @@ struct Look {
             classes += (classes.empty() ? "" : " ") + name;
         };
         if (bold) add("bold");
-        if (ink != bench::kWhite) add("f" + std::to_string(ink));
+        if (ink != harness::kWhite) add("f" + std::to_string(ink));
         if (dim) add("dim");
         if (underline) add("underline");
         return classes;
@@ -89,8 +89,8 @@ struct Look {
 
 Look LookOf(const Cell& cell) {
     Look look;
-    if (cell.fg != bench::kDefault) look.ink = cell.fg % 8;
-    if (cell.bg != bench::kDefault) look.ground = cell.bg % 8;
+    if (cell.fg != harness::kDefault) look.ink = cell.fg % 8;
+    if (cell.bg != harness::kDefault) look.ground = cell.bg % 8;
     if (cell.reverse) std::swap(look.ink, look.ground);
     look.bold = cell.bold;
     look.dim = cell.dim;
@@ -151,7 +151,7 @@ class RowDrawing {
             end = col + 1;
             while (end < shot_.cols && LookOf(At(end)).ground == ground)
                 end++;
-            if (ground == bench::kBlack) continue;
+            if (ground == harness::kBlack) continue;
             Add(Format(R"(<rect class="g%d" x="%d" width="%d" height="%d"/>)", ground,
                        col * kCellWidth, (end - col) * kCellWidth, kCellHeight));
         }

@@ -10,7 +10,7 @@
 namespace pictures {
 namespace {
 
-using bench::Cell;
+using harness::Cell;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -57,8 +57,8 @@ TEST(Picture, MarkupInATextIsText) {
 
 TEST(Picture, AGroundOtherThanTheTerminalsIsARectangleUnderTheText) {
     Cell selected;
-    selected.fg = bench::kWhite;
-    selected.bg = bench::kBlue;
+    selected.fg = harness::kWhite;
+    selected.bg = harness::kBlue;
     selected.bold = true;
     EXPECT_THAT(MarkupOf("u  ", selected),
                 ElementsAre(R"(<rect class="g4" x="0" width="27" height="18"/>)",
@@ -75,7 +75,7 @@ TEST(Picture, ReverseChangesInkAndGround) {
 
 TEST(Picture, AHotKeysLetterIsARunOfItsOwn) {
     Cell yellow;
-    yellow.fg = bench::kYellow;
+    yellow.fg = harness::kYellow;
     Snapshot shot;
     Add(shot, Letters("up"));
     Add(shot, Letters("d"), yellow);

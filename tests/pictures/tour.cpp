@@ -124,7 +124,7 @@ const std::vector<Walk>& Walks() {
 
 void Draw(Stage& stage, const Walk& walk, std::vector<Drawn>& drawn) {
     stage.Sh(walk.before);
-    bench::Terminal terminal(stage, OptionsOf(walk.rows, walk.cols));
+    harness::Terminal terminal(stage, OptionsOf(walk.rows, walk.cols));
     Go(terminal, "", kMainMenu);
     for (const Picture& picture : walk.pictures) {
         for (const Step& step : picture.way)
@@ -140,8 +140,8 @@ void Draw(Stage& stage, const Walk& walk, std::vector<Drawn>& drawn) {
 const char* const kGalleryHead =
     "# Pictures of the screens\n"
     "\n"
-    "As the program draws them on the demo appliance. `./screens` makes them, this page too;\n"
-    "`./screens --check` tells whether they are still true, and is a part of `./test`.\n"
+    "As the program draws them on the demo appliance. `tools/screens` makes them, this page too;\n"
+    "`tools/screens --check` tells whether they are still true, and is a part of `./test`.\n"
     "[What every row does](../screens.md) is described elsewhere.\n";
 
 std::vector<Drawn> DrawScreens() {

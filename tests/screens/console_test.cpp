@@ -3,7 +3,7 @@
 
 #include "lifecycle_fixtures.h"
 
-namespace bench::lifecycle {
+namespace harness::lifecycle {
 namespace {
 
 // ---- without colours ----
@@ -138,4 +138,4 @@ TEST(CtrlH, DeletesInATextBox) {
 }
 
 }  // namespace
-}  // namespace bench::lifecycle
+}  // namespace harness::lifecycle

@@ -10,7 +10,7 @@
 #include "machine.h"
 #include "terminal.h"
 
-namespace bench {
+namespace harness {
 namespace {
 
 using testing::HasSubstr;
@@ -370,4 +370,4 @@ TEST_F(RealPing, LeftToRunItEndsByItselfAndWaitsForEnter) {
 }
 
 }  // namespace
-}  // namespace bench
+}  // namespace harness

@@ -9,7 +9,7 @@
 
 #include "main_menu_test.h"
 
-namespace bench {
+namespace harness {
 namespace {
 
 // ---- the question ----
@@ -543,4 +543,4 @@ TEST_F(TextBox, AnEntryOutlivesATerminalTooSmallForIt) {
 }
 
 }  // namespace
-}  // namespace bench
+}  // namespace harness

@@ -8,7 +8,7 @@
 
 #include "lifecycle_fixtures.h"
 
-namespace bench::lifecycle {
+namespace harness::lifecycle {
 namespace {
 
 using testing::ElementsAre;
@@ -184,4 +184,4 @@ TEST(Escape, WaitsAsLongAsTheEnvironmentSays) {
 }
 
 }  // namespace
-}  // namespace bench::lifecycle
+}  // namespace harness::lifecycle

@@ -4,7 +4,7 @@
 
 #include "machine.h"
 
-namespace bench {
+namespace harness {
 
 class FullMachine : public Machine {
   public:
@@ -58,4 +58,4 @@ class FullMachine : public Machine {
     }
 };
 
-}  // namespace bench
+}  // namespace harness

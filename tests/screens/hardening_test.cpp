@@ -9,7 +9,7 @@
 #include "machine.h"
 #include "terminal.h"
 
-namespace bench {
+namespace harness {
 namespace {
 
 using testing::ElementsAre;
@@ -209,4 +209,4 @@ TEST(Rights, NothingIsWrittenThatOthersMayWrite) {
 }
 
 }  // namespace
-}  // namespace bench
+}  // namespace harness

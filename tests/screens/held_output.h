@@ -9,7 +9,7 @@
 #include "spawn.h"
 #include "terminal.h"
 
-namespace bench {
+namespace harness {
 
 // Whether the program sleeps because its terminal takes no output: in a poll of one descriptor
 // without end, where a key is awaited for some milliseconds only. Not every kind of computer has
@@ -27,4 +27,4 @@ inline bool OutputIsHeld(const Terminal& t) {
     return endless && count == "0x1";
 }
 
-}  // namespace bench
+}  // namespace harness

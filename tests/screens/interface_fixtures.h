@@ -10,7 +10,7 @@
 #include "machine.h"
 #include "terminal.h"
 
-namespace bench::one_card {
+namespace harness::one_card {
 
 constexpr const char* kName = "eth0";
 constexpr const char* kAddress = "02:AB:CD:EF:00:01";
@@ -129,4 +129,4 @@ inline std::string TextAt(const Terminal& t, int row) {
     return text.size() > kLeft ? text.substr(kLeft) : "";
 }
 
-}  // namespace bench::one_card
+}  // namespace harness::one_card

@@ -9,7 +9,7 @@
 
 #include "interface_fixtures.h"
 
-namespace bench::one_card {
+namespace harness::one_card {
 namespace {
 
 using testing::Contains;
@@ -804,4 +804,4 @@ TEST(InterfaceScreen, NoScreenIsLeftShowingAnothersPicture) {
 }
 
 }  // namespace
-}  // namespace bench::one_card
+}  // namespace harness::one_card

@@ -10,7 +10,7 @@
 
 #include "interface_fixtures.h"
 
-namespace bench::one_card {
+namespace harness::one_card {
 namespace {
 
 using testing::HasSubstr;
@@ -405,4 +405,4 @@ TEST_F(Journey, ADisabledInterfaceStaysDown) {
 }
 
 }  // namespace
-}  // namespace bench::one_card
+}  // namespace harness::one_card

@@ -9,7 +9,7 @@
 
 #include "lifecycle_fixtures.h"
 
-namespace bench::lifecycle {
+namespace harness::lifecycle {
 namespace {
 
 using testing::IsEmpty;
@@ -426,4 +426,4 @@ TEST(OtherBytes, OfAnySortNeverCrash) {
 }
 
 }  // namespace
-}  // namespace bench::lifecycle
+}  // namespace harness::lifecycle

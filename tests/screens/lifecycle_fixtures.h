@@ -12,7 +12,7 @@
 #include "machine.h"
 #include "terminal.h"
 
-namespace bench::lifecycle {
+namespace harness::lifecycle {
 
 // ---- where the program waits ----
 
@@ -173,4 +173,4 @@ inline void ExpectTerminalAsBefore(Terminal& t, Place place = Place::Here()) {
     EXPECT_TRUE(ModesAsBefore(t.machine()));
 }
 
-}  // namespace bench::lifecycle
+}  // namespace harness::lifecycle

@@ -10,7 +10,7 @@
 
 #include "main_menu_test.h"
 
-namespace bench {
+namespace harness {
 namespace {
 
 constexpr const char* kExit = "Exit this program";
@@ -163,4 +163,4 @@ TEST_F(TwoCards, AMouseThatMovesShowsNoRowsWithoutTheirState) {
 }
 
 }  // namespace
-}  // namespace bench
+}  // namespace harness

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace bench {
+namespace harness {
 namespace {
 
 using testing::ElementsAre;
@@ -830,4 +830,4 @@ TEST_F(Renaming, ALinkedFileStaysLinkedAndKeepsItsMode) {
 }
 
 }  // namespace
-}  // namespace bench
+}  // namespace harness

@@ -13,7 +13,7 @@
 #include "machine.h"
 #include "terminal.h"
 
-namespace bench {
+namespace harness {
 
 // Where the rows begin on the screen.
 constexpr int kFirstLine = 5;
@@ -91,4 +91,4 @@ inline void SetHostName(Machine& box, const std::string& name, Place place = Pla
     if (status != 0) Fail("the host name cannot be set", place);
 }
 
-}  // namespace bench
+}  // namespace harness

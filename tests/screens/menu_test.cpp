@@ -7,7 +7,7 @@
 #include "held_output.h"
 #include "main_menu_test.h"
 
-namespace bench {
+namespace harness {
 namespace {
 
 // The main menu of a machine with twelve bridges: 34 rows, the last of them row 33.
@@ -634,4 +634,4 @@ TEST_F(MenuSize, WithoutRoomForRowsTheKeysStillWork) {
 }
 
 }  // namespace
-}  // namespace bench
+}  // namespace harness

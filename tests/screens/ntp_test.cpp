@@ -9,7 +9,7 @@
 #include "machine.h"
 #include "terminal.h"
 
-namespace bench {
+namespace harness {
 namespace {
 
 using testing::ElementsAre;
@@ -676,4 +676,4 @@ TEST(NtpScreen, APipeInTheFilesPlaceHoldsNothingUp) {
 }
 
 }  // namespace
-}  // namespace bench
+}  // namespace harness

@@ -9,7 +9,7 @@
 
 #include "main_menu_test.h"
 
-namespace bench {
+namespace harness {
 namespace {
 
 using testing::HasSubstr;
@@ -376,4 +376,4 @@ TEST_F(WirelessProbe, TheRadioKillPieceComesLast) {
 }
 
 }  // namespace
-}  // namespace bench
+}  // namespace harness

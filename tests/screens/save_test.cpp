@@ -8,7 +8,7 @@
 
 #include "interface_fixtures.h"
 
-namespace bench::one_card {
+namespace harness::one_card {
 namespace {
 
 // A file that the program saves, and the operator's way to save it. Only texts are awaited on that
@@ -241,4 +241,4 @@ INSTANTIATE_TEST_SUITE_P(, Save, testing::Values(kHostName, kCardSettings),
                          [](const auto& one) { return std::string(one.param.name); });
 
 }  // namespace
-}  // namespace bench::one_card
+}  // namespace harness::one_card

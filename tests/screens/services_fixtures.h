@@ -13,7 +13,7 @@
 
 namespace services {
 
-using namespace bench;
+using namespace harness;
 using Words = std::vector<std::string>;
 
 // The rows' first line and column on the screen.

@@ -10,7 +10,7 @@
 
 #include "interface_fixtures.h"
 
-namespace bench::one_card {
+namespace harness::one_card {
 namespace {
 
 using testing::ElementsAre;
@@ -1090,4 +1090,4 @@ TEST(SettingsEditor, ThePointerColoursARowAndChangesNothing) {
 }
 
 }  // namespace
-}  // namespace bench::one_card
+}  // namespace harness::one_card

@@ -13,7 +13,7 @@
 #include "held_output.h"
 #include "lifecycle_fixtures.h"
 
-namespace bench::lifecycle {
+namespace harness::lifecycle {
 namespace {
 
 using testing::Contains;
@@ -683,4 +683,4 @@ TEST(Signals, OthersAreNoReasonToEnd) {
 }
 
 }  // namespace
-}  // namespace bench::lifecycle
+}  // namespace harness::lifecycle

@@ -9,7 +9,7 @@
 
 #include "main_menu_test.h"
 
-namespace bench {
+namespace harness {
 namespace {
 
 constexpr const char* kExit = "Exit this program";
@@ -256,4 +256,4 @@ TEST(SlowAnswers, AScreenLeavesNothingOpenThatItWaitedFor) {
 }
 
 }  // namespace
-}  // namespace bench
+}  // namespace harness

@@ -5,7 +5,7 @@
 
 #include "lifecycle_fixtures.h"
 
-namespace bench::lifecycle {
+namespace harness::lifecycle {
 namespace {
 
 using testing::ElementsAre;
@@ -347,4 +347,4 @@ TEST(Opening, StandardOutputNeedNotBeATerminal) {
 }
 
 }  // namespace
-}  // namespace bench::lifecycle
+}  // namespace harness::lifecycle

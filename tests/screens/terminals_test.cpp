@@ -8,7 +8,7 @@
 
 #include "lifecycle_fixtures.h"
 
-namespace bench::lifecycle {
+namespace harness::lifecycle {
 namespace {
 
 // ---- types and locales ----
@@ -625,4 +625,4 @@ TEST(WithoutAShell, StoppingFromOutsideLeavesTheScreen) {
 }
 
 }  // namespace
-}  // namespace bench::lifecycle
+}  // namespace harness::lifecycle

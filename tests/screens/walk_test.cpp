@@ -22,7 +22,7 @@
 #include "machine.h"
 #include "terminal.h"
 
-namespace bench {
+namespace harness {
 namespace {
 
 using testing::ElementsAreArray;
@@ -597,4 +597,4 @@ INSTANTIATE_TEST_SUITE_P(, Walk,
                          WalkName);
 
 }  // namespace
-}  // namespace bench
+}  // namespace harness

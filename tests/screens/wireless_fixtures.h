@@ -13,7 +13,7 @@
 
 namespace wireless {
 
-using namespace bench;
+using namespace harness;
 using Words = std::vector<std::string>;
 
 constexpr const char* kNetwork = "/etc/init.d/network";

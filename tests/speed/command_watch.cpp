@@ -24,7 +24,7 @@ void CommandWatch::Look() {
     alignas(inotify_event) char buffer[16384];
     ssize_t count = 0;
     while ((count = read(events_.get(), buffer, sizeof buffer)) > 0) {
-        const double now = bench::Now();
+        const double now = harness::Now();
         // A watch on a file itself has events without names: all of one size.
         for (ssize_t at = 0; at < count; at += static_cast<ssize_t>(sizeof(inotify_event))) {
             const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
@@ -43,9 +43,9 @@ void CommandWatch::Reset() {
 
 void CommandWatch::WaitForRefresh(Watched& program) {
     Reset();
-    const double end = bench::Now() + kPatience;
-    while (!seen() || bench::Now() < last_ + kOver) {
-        if (bench::Now() > end) throw std::runtime_error("no refresh came to its end");
+    const double end = harness::Now() + kPatience;
+    while (!seen() || harness::Now() < last_ + kOver) {
+        if (harness::Now() > end) throw std::runtime_error("no refresh came to its end");
         program.ReadFor(0.002);
         Look();
     }

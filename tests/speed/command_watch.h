@@ -23,7 +23,7 @@ class CommandWatch {
     int ended() const { return ended_; }
 
   private:
-    bench::Descriptor events_;
+    harness::Descriptor events_;
     double first_ = 0, last_ = 0;
     int ended_ = 0;
 };

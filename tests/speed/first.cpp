@@ -41,12 +41,12 @@ double ProcessorSecondsOfChildren() {
 
 // The program's commands without the program.
 void RunCommands(int cards, FirstScreens& firsts) {
-    const double begun = bench::Now();
+    const double begun = harness::Now();
     const int status = std::system(FolderCommand().c_str());
-    const double folder_made = bench::Now();
+    const double folder_made = harness::Now();
     const double processor = ProcessorSecondsOfChildren();
     RunRefreshCommands(cards);
-    const double ended = bench::Now();
+    const double ended = harness::Now();
     firsts.folder.push_back(status == 0 ? folder_made - begun : 0);
     firsts.commands.push_back(ended - folder_made);
     firsts.command_processor.push_back(ProcessorSecondsOfChildren() - processor);

@@ -81,7 +81,7 @@ std::string Load() {
 
 // Whether the section gave its figures; with `check`, whether the exact ones are met, too.
 bool Run(const Section& section, const Amounts& amounts, bool check) {
-    const double begun = bench::Now();
+    const double begun = harness::Now();
     Figures figures;
     try {
         figures = section.measure(amounts);
@@ -90,7 +90,7 @@ bool Run(const Section& section, const Amounts& amounts, bool check) {
         return false;
     }
     std::printf("## %s: %s\n\n%s\n(%.0f s, load %s)\n\n", section.name, section.title,
-                Table(figures).c_str(), bench::Now() - begun, Load().c_str());
+                Table(figures).c_str(), harness::Now() - begun, Load().c_str());
     std::fflush(stdout);
     return !figures.empty() &&
            std::none_of(figures.begin(), figures.end(), [check](const Figure& figure) {
@@ -104,7 +104,7 @@ bool IsWanted(const Section& section, const std::vector<std::string>& names) {
 
 // The machine of an ordinary user has none.
 bool HasTerminals() {
-    return bench::Descriptor(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)).get() >= 0;
+    return harness::Descriptor(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)).get() >= 0;
 }
 
 }  // namespace

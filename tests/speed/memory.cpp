@@ -43,7 +43,7 @@ Figures Resident() {
 
 // Until so many refreshes are over, or the time is up.
 void WaitForRefreshes(Watched& program, CommandWatch& watch, int refreshes, double end) {
-    while (watch.ended() < refreshes * kCommands && bench::Now() < end) {
+    while (watch.ended() < refreshes * kCommands && harness::Now() < end) {
         program.ReadFor(0.05);
         watch.Look();
     }
@@ -60,7 +60,7 @@ Figure Growth(int refreshes) {
     Watched program(command);
     while (program.Row(last.line) != last.text)
         program.Read(1);
-    const double end = bench::Now() + kLongest;
+    const double end = harness::Now() + kLongest;
     WaitForRefreshes(program, watch, refreshes / 10, end);
     const int first = watch.ended() / kCommands;
     const long before = program.MemoryKilobytes("status", "RssAnon");

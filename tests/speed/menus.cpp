@@ -10,7 +10,7 @@ Figures MeasureMenus(const Amounts& amounts) {
     const std::string results = "/tmp/menu_rows";
     Watched program({{SPEED_MENU_ROWS, std::to_string(amounts.menu_rounds), results}});
     program.ReadToEnd();
-    std::istringstream lines(bench::ReadWhole(results));
+    std::istringstream lines(harness::ReadWhole(results));
     Figures figures;
     std::string name;
     std::string seconds;

@@ -23,7 +23,8 @@ std::string Text(const char* format, Values... values) {
 }
 
 bool HasTaps() {
-    static const bool has = bench::Descriptor(open("/dev/net/tun", O_RDWR | O_CLOEXEC)).get() >= 0;
+    static const bool has =
+        harness::Descriptor(open("/dev/net/tun", O_RDWR | O_CLOEXEC)).get() >= 0;
     return has;
 }
 
@@ -53,7 +54,7 @@ std::string MakeCard(int number) {
            "addr add " + IPv6(number) + " dev " + name + " nodad\n";
 }
 
-bench::Descriptor MakeNetwork(int cards) {
+harness::Descriptor MakeNetwork(int cards) {
     if (unshare(CLONE_NEWNET) != 0) throw std::runtime_error("cannot make a network");
     std::FILE* batch = std::fopen(kBatch, "w");
     if (batch == nullptr) throw std::runtime_error("cannot write in /tmp");
@@ -64,7 +65,7 @@ bench::Descriptor MakeNetwork(int cards) {
     if (std::system(("ip -batch " + std::string(kBatch)).c_str()) != 0) {
         throw std::runtime_error("ip cannot make the cards");
     }
-    return bench::Descriptor(open("/proc/self/ns/net", O_RDONLY | O_CLOEXEC));
+    return harness::Descriptor(open("/proc/self/ns/net", O_RDONLY | O_CLOEXEC));
 }
 
 const Row kSeparator = {'-', 'd', ""};
@@ -82,7 +83,7 @@ void AddCard(int number, std::vector<Row>& rows) {
 }  // namespace
 
 void EnterNetwork(int cards) {
-    static std::map<int, bench::Descriptor> networks;
+    static std::map<int, harness::Descriptor> networks;
     const auto found = networks.find(cards);
     if (found == networks.end()) {
         networks[cards] = MakeNetwork(cards);

@@ -73,5 +73,5 @@ Command WithFastClock(Command command, int times);
 std::string StandIn(const std::string& name, const std::string& script);
 std::string PathWith(const std::string& folder);
 
-// What the terminal sends for keys, e.g. "<Down>" (bench/keys.h).
+// What the terminal sends for keys, e.g. "<Down>" (harness/keys.h).
 std::string Keys(const std::string& keys);

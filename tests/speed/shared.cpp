@@ -84,7 +84,7 @@ std::string PathWith(const std::string& folder) {
 std::string Keys(const std::string& keys) {
     std::string error;
     std::string bytes;
-    for (const bench::KeyPress& press : bench::KeyPresses(Command().terminal, keys, error))
+    for (const harness::KeyPress& press : harness::KeyPresses(Command().terminal, keys, error))
         bytes += press.bytes;
     return bytes;
 }

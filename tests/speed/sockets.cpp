@@ -82,7 +82,7 @@ Calls Trace() {
     }
     Calls calls;
     for (const auto& file : std::filesystem::directory_iterator(kTraces))
-        Count(bench::ReadWhole(file.path().string()), calls);
+        Count(harness::ReadWhole(file.path().string()), calls);
     std::filesystem::remove_all(kTraces);
     return calls;
 }

@@ -27,14 +27,14 @@ class Finger {
         const double pressed = program_.Send(down_ ? keys_down_ : keys_up_);
         line_ += down_ ? 1 : -1;
         down_ = !down_;
-        while (!program_.IsSelected(line_) && bench::Now() < pressed + kPatience)
+        while (!program_.IsSelected(line_) && harness::Now() < pressed + kPatience)
             program_.Read(kPatience);
         seconds.push_back(program_.last_byte() - pressed);
     }
 
     void PressFor(double how_long) {
-        const double end = bench::Now() + how_long;
-        while (bench::Now() < end)
+        const double end = harness::Now() + how_long;
+        while (harness::Now() < end)
             Press();
     }
 

@@ -46,7 +46,7 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 [[noreturn]] void Execute(int terminal, char* const* words, char* const* environment,
                           double* started) {
     login_tty(terminal);
-    *started = bench::Now();
+    *started = harness::Now();
     execve(words[0], words, environment);
     _exit(127);
 }
@@ -68,8 +68,8 @@ Watched::Watched(const Command& command)
     if (openpty(&master, &terminal, nullptr, nullptr, &size) != 0) {
         throw std::runtime_error("no terminal to be had");
     }
-    master_ = bench::Descriptor(master);
-    const bench::Descriptor other_end(terminal);
+    master_ = harness::Descriptor(master);
+    const harness::Descriptor other_end(terminal);
     fcntl(master, F_SETFD, FD_CLOEXEC);
     fcntl(master, F_SETFL, O_NONBLOCK);
     std::vector<std::string> words = command.words;
@@ -96,7 +96,7 @@ bool Watched::Read(double seconds) {
     if (ppoll(&input, 1, &wait, nullptr) <= 0) return false;
     char buffer[8192];
     const ssize_t count = read(master_.get(), buffer, sizeof buffer);
-    const double now = bench::Now();
+    const double now = harness::Now();
     if (count <= 0) throw Ended();
     last_byte_ = now;
     bytes_ += count;
@@ -110,11 +110,11 @@ void Watched::ReadUntilQuiet(double seconds) {
 }
 
 void Watched::ReadFor(double seconds) {
-    const double end = bench::Now() + seconds;
+    const double end = harness::Now() + seconds;
     double left = seconds;
     while (left > 0) {
         Read(left);
-        left = end - bench::Now();
+        left = end - harness::Now();
     }
 }
 
@@ -127,9 +127,9 @@ void Watched::ReadToEnd() {
 }
 
 double Watched::WaitForRow(int row, const std::string& text) {
-    const double end = bench::Now() + kPatience;
+    const double end = harness::Now() + kPatience;
     while (Row(row) != text) {
-        if (bench::Now() > end) throw std::runtime_error("\"" + text + "\" never came");
+        if (harness::Now() > end) throw std::runtime_error("\"" + text + "\" never came");
         Read(kPatience);
     }
     ReadUntilQuiet(kStill);
@@ -137,7 +137,7 @@ double Watched::WaitForRow(int row, const std::string& text) {
 }
 
 double Watched::Send(const std::string& bytes) {
-    const double now = bench::Now();
+    const double now = harness::Now();
     if (write(master_.get(), bytes.data(), bytes.size()) < 0) {
         throw std::runtime_error("the terminal takes no key");
     }
@@ -163,7 +163,7 @@ std::string Watched::Picture() {
     std::string picture;
     for (int row = 0; row < kRows; ++row) {
         for (int column = 0; column < kColumns; ++column) {
-            const bench::Cell cell = emulator_.At(row, column);
+            const harness::Cell cell = emulator_.At(row, column);
             picture += cell.text + "[" + cell.Style() + "]";
         }
         picture += "\n";
@@ -174,7 +174,7 @@ std::string Watched::Picture() {
 bool Watched::IsSelected(int row) {
     constexpr int kBehindTheText = 70;
     FeedEmulator();
-    return emulator_.At(row, kBehindTheText).bg == bench::kBlue;
+    return emulator_.At(row, kBehindTheText).bg == harness::kBlue;
 }
 
 double Watched::ProcessorSeconds() const {
@@ -185,7 +185,7 @@ double Watched::ProcessorSeconds() const {
 }
 
 long Watched::MemoryKilobytes(const std::string& file, const std::string& field) const {
-    const std::string text = bench::ReadWhole("/proc/" + std::to_string(pid_) + "/" + file);
+    const std::string text = harness::ReadWhole("/proc/" + std::to_string(pid_) + "/" + file);
     const size_t at = text.find("\n" + field + ":");
     return at == std::string::npos ? 0 : std::atol(text.c_str() + at + field.size() + 2);
 }

@@ -69,8 +69,8 @@ class Watched {
 
     SharedNumber started_;
     pid_t pid_ = -1;
-    bench::Descriptor master_;
-    bench::Emulator emulator_;
+    harness::Descriptor master_;
+    harness::Emulator emulator_;
     std::string all_;  // what has come
     size_t fed_ = 0;   // how much of it the emulator has seen
     double last_byte_ = 0;

@@ -1,4 +1,4 @@
-// The machine on which ./vm works the program: QEMU, its monitor, and the ways in.
+// The machine on which tools/vm works the program: QEMU, its monitor, and the ways in.
 #pragma once
 
 #include <sys/types.h>

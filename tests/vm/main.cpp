@@ -440,8 +440,8 @@ void CheckNoColours(Machine&, Line& line) {
     int colours = 0;
     for (int row = 0; row < kRows; row++) {
         for (int column = 0; column < kColumns; column++) {
-            const bench::Cell cell = line.emulator().At(row, column);
-            if (cell.fg != bench::kDefault || cell.bg != bench::kDefault) colours++;
+            const harness::Cell cell = line.emulator().At(row, column);
+            if (cell.fg != harness::kDefault || cell.bg != harness::kDefault) colours++;
         }
     }
     Same("coloured cells", "0", std::to_string(colours));
@@ -451,7 +451,7 @@ void CheckColours(Machine& machine, Line&) {
     Line coloured(machine.line(), "linux");
     coloured.Open();
     SelectionShows(coloured);
-    const bench::Cell cell = coloured.emulator().At(coloured.Selected(), 8);
+    const harness::Cell cell = coloured.emulator().At(coloured.Selected(), 8);
     Same("the selected row", "white/blue", cell.Style().substr(0, 10));
 }
 

@@ -15,9 +15,9 @@ std::string Trimmed(std::string text) {
     return text;
 }
 
-std::vector<bench::KeyPress> Presses(const std::string& type, const std::string& keys) {
+std::vector<harness::KeyPress> Presses(const std::string& type, const std::string& keys) {
     std::string error;
-    std::vector<bench::KeyPress> presses = bench::KeyPresses(type, keys, error);
+    std::vector<harness::KeyPress> presses = harness::KeyPresses(type, keys, error);
     Require(error.empty(), error);
     return presses;
 }
@@ -87,7 +87,7 @@ void Screen::ChooseAndConfirm(const std::string& text) {
 }
 
 void Line::Clear() {
-    emulator_ = std::make_unique<bench::Emulator>(
+    emulator_ = std::make_unique<harness::Emulator>(
         kRows, kColumns, false, [this](const std::string& answer) { socket_.Send(answer); });
 }
 
@@ -101,7 +101,7 @@ void Line::Look() {
 void Line::Press(const std::string& keys) {
     // One after the other: an escape sequence that comes in pieces, as it may on a machine that has
     // much to do, begins with the key ESC.
-    for (const bench::KeyPress& press : Presses(type_, keys)) {
+    for (const harness::KeyPress& press : Presses(type_, keys)) {
         socket_.Send(press.bytes);
         std::this_thread::sleep_for(std::chrono::milliseconds(120));
         Look();
@@ -116,8 +116,8 @@ std::string Line::Row(int row) const {
 }
 
 bool Line::Marked(int row, int column) const {
-    const bench::Cell cell = emulator_->At(row, column);
-    return cell.reverse || cell.bg == bench::kBlue;
+    const harness::Cell cell = emulator_->At(row, column);
+    return cell.reverse || cell.bg == harness::kBlue;
 }
 
 void Line::Open() {
@@ -158,7 +158,7 @@ void Console::Press(const std::string& keys) {
         {"<Enter>", "ret"},  {"<Down>", "down"},  {"<Up>", "up"},     {"<Home>", "home"},
         {"<Esc>", "esc"},    {"<C-l>", "ctrl-l"}, {"<Space>", "spc"}, {" ", "spc"},
         {"<C-h>", "ctrl-h"}, {"<End>", "end"}};
-    for (const bench::KeyPress& press : Presses("linux", keys)) {
+    for (const harness::KeyPress& press : Presses("linux", keys)) {
         const auto name = kNames.find(press.name);
         machine_.PressKeys(name == kNames.end() ? press.name : name->second);
     }

@@ -54,12 +54,12 @@ class Line : public Screen {
     void Open();
     void Clear();
     size_t bytes() const { return bytes_; }
-    const bench::Emulator& emulator() const { return *emulator_; }
+    const harness::Emulator& emulator() const { return *emulator_; }
 
   private:
     Socket& socket_;
     std::string type_;
-    std::unique_ptr<bench::Emulator> emulator_;
+    std::unique_ptr<harness::Emulator> emulator_;
     size_t bytes_ = 0;
 };
 

@@ -16,7 +16,7 @@
 #include <iostream>
 #include <sstream>
 
-namespace bench {
+namespace harness {
 namespace {
 
 constexpr double kEscapePause = 0.060;
@@ -81,8 +81,8 @@ void Terminal::Start(const Place& place) {
     std::map<std::string, std::string> environment = machine_.Environment();
     if (!options_.term.empty()) environment["TERM"] = options_.term;
     if (machine_.has_cards()) {
-        environment["LD_PRELOAD"] = BENCH_CARDS;
-        environment["APPLIANCE_CARDS"] = "/mnt/.bench/cards";
+        environment["LD_PRELOAD"] = HARNESS_CARDS;
+        environment["APPLIANCE_CARDS"] = "/mnt/.harness/cards";
     }
     for (const auto& [name, value] : options_.environment)
         environment[name] = value;
@@ -383,13 +383,13 @@ Cell Terminal::Cell(int row, int col) const {
 }
 
 std::string Terminal::Style(int row) const {
-    return StyleBut(row, bench::Cell());
+    return StyleBut(row, harness::Cell());
 }
 
-std::string Terminal::StyleBut(int row, const bench::Cell& usual) const {
+std::string Terminal::StyleBut(int row, const harness::Cell& usual) const {
     std::string styles;
     for (int col = 0; col < cols();) {
-        const bench::Cell first = emulator_.At(row, col);
+        const harness::Cell first = emulator_.At(row, col);
         int end = col + 1;
         while (end < cols() && emulator_.At(row, end).SameStyle(first))
             end++;
@@ -405,11 +405,11 @@ std::string Terminal::StyleBut(int row, const bench::Cell& usual) const {
 }
 
 // The style that most cells have: what a report need not repeat.
-bench::Cell Terminal::UsualStyle() const {
-    std::map<std::string, std::pair<int, bench::Cell>> counts;
+harness::Cell Terminal::UsualStyle() const {
+    std::map<std::string, std::pair<int, harness::Cell>> counts;
     for (int row = 0; row < rows(); row++) {
         for (int col = 0; col < cols(); col++) {
-            const bench::Cell cell = emulator_.At(row, col);
+            const harness::Cell cell = emulator_.At(row, col);
             auto& [count, sample] = counts[cell.Style()];
             sample = cell;
             count++;
@@ -420,7 +420,7 @@ bench::Cell Terminal::UsualStyle() const {
 }
 
 int Terminal::SelectedRow() const {
-    const auto first_row_with = [this](const std::function<bool(const bench::Cell&)>& wanted) {
+    const auto first_row_with = [this](const std::function<bool(const harness::Cell&)>& wanted) {
         for (int row = 0; row < rows(); row++) {
             for (int col = 0; col < cols(); col++) {
                 if (wanted(emulator_.At(row, col))) return row;
@@ -428,9 +428,9 @@ int Terminal::SelectedRow() const {
         }
         return -1;
     };
-    const int blue = first_row_with([](const bench::Cell& cell) { return cell.bg == kBlue; });
+    const int blue = first_row_with([](const harness::Cell& cell) { return cell.bg == kBlue; });
     if (blue >= 0) return blue;
-    return first_row_with([](const bench::Cell& cell) { return cell.reverse; });
+    return first_row_with([](const harness::Cell& cell) { return cell.reverse; });
 }
 
 std::string Terminal::Selected() const {
@@ -487,7 +487,7 @@ bool Terminal::LineMode() const {
 }
 
 std::string Terminal::Picture() const {
-    const bench::Cell usual = UsualStyle();
+    const harness::Cell usual = UsualStyle();
     std::ostringstream picture;
     picture << "Terminal " << rows() << " by " << cols() << ", TERM " << options_.term
             << (AltScreen() ? ", alternate screen" : ", plain screen")
@@ -537,4 +537,4 @@ int Terminal::Children() const {
     return count;
 }
 
-}  // namespace bench
+}  // namespace harness

@@ -1,11 +1,11 @@
-// Ending a test from within the bench, with the test's own line in the report.
+// Ending a test from within the harness, with the test's own line in the report.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace bench {
+namespace harness {
 
 // Where in the test a helper was called: taken as a default argument, Place::current().
 struct Place {
@@ -37,4 +37,4 @@ struct Place {
     throw testing::AssertionException(result);
 }
 
-}  // namespace bench
+}  // namespace harness

@@ -14,7 +14,7 @@
 struct VTerm;
 struct VTermScreen;
 
-namespace bench {
+namespace harness {
 
 // Colours of a cell. kDefault is the terminal's own: the program chose none.
 enum Colour { kDefault = -1, kBlack, kRed, kGreen, kYellow, kBlue, kMagenta, kCyan, kWhite };
@@ -70,4 +70,4 @@ class Emulator {
     std::set<int> modes_ = {25};  // a terminal starts with its cursor shown
 };
 
-}  // namespace bench
+}  // namespace harness

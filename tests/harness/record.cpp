@@ -23,7 +23,7 @@
 
 namespace {
 
-constexpr const char* kLog = "/mnt/.bench/calls";
+constexpr const char* kLog = "/mnt/.harness/calls";
 constexpr int kCannotPlay = 125;
 
 [[noreturn]] void Give(const char* what, const char* name) {

@@ -6,7 +6,7 @@
 
 #include "terminal.h"
 
-namespace bench {
+namespace harness {
 
 // Where parts of the secret stand in the writable memory of the terminal's program, as bytes or as
 // the numbers in which curses hands out keys and characters: each part's beginning, and its
@@ -14,4 +14,4 @@ namespace bench {
 // for. The test fails when the memory can't be read.
 std::vector<std::string> TracesOfSecret(const Terminal& t, const std::string& secret);
 
-}  // namespace bench
+}  // namespace harness

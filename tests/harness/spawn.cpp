@@ -15,7 +15,7 @@
 #include <cerrno>
 #include <cstring>
 
-namespace bench {
+namespace harness {
 namespace {
 
 // What the child sends back: its number, or the step that failed.
@@ -165,7 +165,7 @@ std::string ReadWhole(const std::string& path) {
 }
 
 Descriptor MemoryFile() {
-    return Descriptor(memfd_create("bench", MFD_CLOEXEC));
+    return Descriptor(memfd_create("harness", MFD_CLOEXEC));
 }
 
 double Now() {
@@ -174,4 +174,4 @@ double Now() {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
-}  // namespace bench
+}  // namespace harness

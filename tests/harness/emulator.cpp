@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <vector>
 
-namespace bench {
+namespace harness {
 namespace {
 
 constexpr char kEscape = '\x1b';
@@ -294,4 +294,4 @@ int Emulator::cursor_col() const {
     return position.col;
 }
 
-}  // namespace bench
+}  // namespace harness

@@ -6,7 +6,7 @@
 
 #include <map>
 
-namespace bench {
+namespace harness {
 namespace {
 
 struct Key {
@@ -118,4 +118,4 @@ std::string MouseBytes(const std::set<int>& modes, MouseEvent event, int row, in
     return bytes;
 }
 
-}  // namespace bench
+}  // namespace harness

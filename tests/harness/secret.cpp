@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <sstream>
 
-namespace bench {
+namespace harness {
 namespace {
 
 // Long enough not to stand anywhere by chance.
@@ -68,4 +68,4 @@ std::vector<std::string> TracesOfSecret(const Terminal& t, const std::string& se
     return traces;
 }
 
-}  // namespace bench
+}  // namespace harness

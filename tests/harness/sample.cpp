@@ -1,4 +1,4 @@
-// A small full-screen program for the bench's own tests.
+// A small full-screen program for the harness's own tests.
 //
 // It draws one line in each style, and below, from row 12 on, one line for every key that it gets:
 // curses' name of the key, for mouse events the place and what the buttons did. Its keys: q ends

@@ -22,14 +22,14 @@
 
 #include "terminal.h"
 
-namespace bench {
+namespace harness {
 namespace {
 
-constexpr const char* kOwnFolder = "/mnt/.bench";
-constexpr const char* kLog = "/mnt/.bench/calls";
-constexpr const char* kRecorder = "/mnt/.bench/record";
-constexpr const char* kCards = "/mnt/.bench/cards";
-constexpr const char* kReports = "/mnt/.bench/reports";
+constexpr const char* kOwnFolder = "/mnt/.harness";
+constexpr const char* kLog = "/mnt/.harness/calls";
+constexpr const char* kRecorder = "/mnt/.harness/record";
+constexpr const char* kCards = "/mnt/.harness/cards";
+constexpr const char* kReports = "/mnt/.harness/reports";
 constexpr const char* kStandIns = "/mnt/bin";
 constexpr const char* kRealTools = "/usr/sbin:/usr/bin:/sbin:/bin";
 constexpr double kStartSeconds = 20;
@@ -205,9 +205,9 @@ void Machine::Start(Kind kind, const Place& place) {
     constexpr int kAboveShells = 50;
     Descriptor inside(fcntl(theirs.get(), F_DUPFD_CLOEXEC, kAboveShells));
     const std::string number = std::to_string(inside.get());
-    std::vector<const char*> words = {BENCH_ENTER};
+    std::vector<const char*> words = {HARNESS_ENTER};
     if (kind == Kind::kBare) words.push_back("--bare");
-    words.insert(words.end(), {BENCH_INIT, number.c_str(), nullptr});
+    words.insert(words.end(), {HARNESS_INIT, number.c_str(), nullptr});
     enter_ = fork();
     if (enter_ == 0) {
         const int null = open("/dev/null", O_RDWR);
@@ -225,7 +225,7 @@ void Machine::Start(Kind kind, const Place& place) {
     if (init_ < 0) {
         kill(enter_, SIGKILL);
         waitpid(enter_, nullptr, 0);
-        Fail(std::string(BENCH_ENTER) + " made no machine:\n" + ReadWhole(enter_output_.get()),
+        Fail(std::string(HARNESS_ENTER) + " made no machine:\n" + ReadWhole(enter_output_.get()),
              place);
     }
     door_ = OpenDoorway(init_);
@@ -236,7 +236,7 @@ void Machine::Start(Kind kind, const Place& place) {
     chmod(OutsidePath(kReports).c_str(), 01777);
     Write(kLog, "", 0666, place);
     // A copy: not every user may look into the folder that the original lies in.
-    std::filesystem::copy_file(BENCH_RECORD, OutsidePath(kRecorder));
+    std::filesystem::copy_file(HARNESS_RECORD, OutsidePath(kRecorder));
     chmod(OutsidePath(kRecorder).c_str(), 0755);
     watch_ = Descriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     inotify_add_watch(watch_.get(), OutsidePath(kLog).c_str(), IN_MODIFY);
@@ -488,4 +488,4 @@ void Machine::Detach(Terminal* terminal) {
     terminals_.erase(std::remove(terminals_.begin(), terminals_.end(), terminal), terminals_.end());
 }
 
-}  // namespace bench
+}  // namespace harness

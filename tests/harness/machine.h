@@ -30,7 +30,7 @@
 #include "failure.h"
 #include "spawn.h"
 
-namespace bench {
+namespace harness {
 
 class Terminal;
 
@@ -165,4 +165,4 @@ class Machine {
     bool has_cards_ = false;
 };
 
-}  // namespace bench
+}  // namespace harness

@@ -1,5 +1,5 @@
 # shellcheck shell=sh
-# What ./run, ./test and ./package have in common, which read this file in the checkout's folder: the
+# What ./run, ./test and the tools have in common, which read this file in the checkout's folder: the
 # Debian packages that they need, and a care about build folders.
 
 # To build the program. These are installed: they start and enable nothing.

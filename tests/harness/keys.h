@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace bench {
+namespace harness {
 
 // One press, as the bytes that a terminal of this type (its terminfo entry) sends for it.
 struct KeyPress {
@@ -26,4 +26,4 @@ enum class MouseEvent { kMove, kPress, kRelease };
 // would send nothing, as while the program has asked for no mouse reports. 0-based.
 std::string MouseBytes(const std::set<int>& modes, MouseEvent event, int row, int col);
 
-}  // namespace bench
+}  // namespace harness

@@ -1,4 +1,4 @@
-// Asks an interface everything that appliance/cards.cpp can answer, for the bench's own tests.
+// Asks an interface everything that appliance/cards.cpp can answer, for the harness's own tests.
 //
 //     ask NAME     prints one line for each question: its word and the answer, or "fails ERRNO"
 #include <arpa/inet.h>

@@ -1,4 +1,4 @@
-// Starting programs in a private machine, and the few file descriptor habits the bench shares.
+// Starting programs in a private machine, and the few file descriptor habits the harness shares.
 //
 //     Spawning what;
 //     what.words = {"/bin/sh", "-c", "ip link"};
@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-namespace bench {
+namespace harness {
 
 // A file descriptor that is closed with its owner; -1 is none.
 class Descriptor {
@@ -80,4 +80,4 @@ Descriptor MemoryFile();
 // Seconds of the monotonic clock, the same that recorded calls carry.
 double Now();
 
-}  // namespace bench
+}  // namespace harness

@@ -1,4 +1,4 @@
-// The bench tests itself: on shell commands, and on a small full-screen program of its own.
+// The harness tests itself: on shell commands, and on a small full-screen program of its own.
 #include <gmock/gmock.h>
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 #include "machine.h"
 #include "terminal.h"
 
-namespace bench {
+namespace harness {
 namespace {
 
 using testing::ElementsAre;
@@ -28,7 +28,7 @@ TerminalOptions Shell(const std::string& command) {
 
 TerminalOptions Sample(const std::string& term = "xterm-1003") {
     TerminalOptions options;
-    options.program = BENCH_SAMPLE;
+    options.program = HARNESS_SAMPLE;
     options.term = term;
     return options;
 }
@@ -68,7 +68,7 @@ TEST(Machine, HasItsOwnNameAndInterfaces) {
 }
 
 TEST(Machine, FilesStayInside) {
-    const std::string path = "/etc/network/bench-was-here";
+    const std::string path = "/etc/network/harness-was-here";
     Machine box;
     box.MakeDirectory("/etc/network");
     box.Write(path, std::string("a\0b\n", 4), 0600);
@@ -302,7 +302,7 @@ TEST(StandIn, RecordsCallsOfEveryUser) {
 // ---- the terminal's surroundings ----
 
 TEST(Terminal, GivesAFixedEnvironment) {
-    setenv("BENCH_MUST_NOT_LEAK", "1", 1);
+    setenv("HARNESS_MUST_NOT_LEAK", "1", 1);
     Machine box;
     TerminalOptions options = Shell("env");
     options.environment = {{"LANG", "C"}};
@@ -311,7 +311,7 @@ TEST(Terminal, GivesAFixedEnvironment) {
     EXPECT_TRUE(t.Shows("TERM=xterm-256color"));
     EXPECT_TRUE(t.Shows("LANG=C"));
     EXPECT_TRUE(t.Shows("PATH=/mnt/bin:/usr/sbin:/usr/bin:/sbin:/bin"));
-    EXPECT_FALSE(t.Shows("BENCH_MUST_NOT_LEAK"));
+    EXPECT_FALSE(t.Shows("HARNESS_MUST_NOT_LEAK"));
     EXPECT_FALSE(t.Shows("LD_PRELOAD"));
 }
 
@@ -485,7 +485,7 @@ TEST(FullScreen, TheScreensModesAreSeenAndUndone) {
 TEST(FullScreen, ThePlainScreenComesBackAroundACommand) {
     Machine box;
     box.StandInScript("pause-command", "echo on the plain screen; read line");
-    TerminalOptions options = Shell(std::string("echo before; exec ") + BENCH_SAMPLE);
+    TerminalOptions options = Shell(std::string("echo before; exec ") + HARNESS_SAMPLE);
     options.term = "xterm-1003";
     Terminal t(box, options);
     t.WaitFor("selected");
@@ -544,7 +544,7 @@ TEST(FullScreen, SettleLooksAtTheJobInFrontOfAShell) {
     options.environment = {{"PS1", "prompt: "}, {"TERM", "xterm-1003"}};
     Terminal t(box, options);
     t.WaitFor("prompt:");
-    t.Type(std::string(BENCH_SAMPLE) + "\r");
+    t.Type(std::string(HARNESS_SAMPLE) + "\r");
     t.WaitFor("selected");
     for (int round = 0; round < 5; round++) {
         t.Press("<Down>");
@@ -674,7 +674,7 @@ TEST(FullScreen, AWaitInVainShowsScreenStylesAndCommands) {
 // What the machine's interface answers to every question, by its first word or words.
 std::string Answer(Machine& box, const std::string& name, const std::string& word) {
     TerminalOptions options;
-    options.program = BENCH_ASK;
+    options.program = HARNESS_ASK;
     options.arguments = {name};
     Terminal t(box, options);
     EXPECT_EQ(t.WaitExit(), Exited(0));
@@ -746,7 +746,7 @@ TEST(Cards, NetworkNamesFillTheirBufferAndNoMore) {
 TEST(Cards, ChangeWhileTheProgramRuns) {
     Machine box;
     box.Cards("lo link 1\n");
-    Terminal t(box, Shell(std::string("while read line; do clear; ") + BENCH_ASK + " lo; done"));
+    Terminal t(box, Shell(std::string("while read line; do clear; ") + HARNESS_ASK + " lo; done"));
     t.Press("<Enter>");
     t.WaitFor("link 1");
     box.Cards("lo link 0\n");
@@ -758,4 +758,4 @@ TEST(Cards, ChangeWhileTheProgramRuns) {
 }
 
 }  // namespace
-}  // namespace bench
+}  // namespace harness

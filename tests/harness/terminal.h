@@ -41,7 +41,7 @@
 #include "machine.h"
 #include "spawn.h"
 
-namespace bench {
+namespace harness {
 
 struct TerminalOptions {
     int rows = 24, cols = 80;  // 0 by 0: a line that reports no size (the emulator has 24 by 80)
@@ -134,7 +134,7 @@ class Terminal {
     // The first row that holds the text, and the column (in cells) where it begins; -1 for none.
     int Find(const std::string& text) const;
     int FindColumn(const std::string& text) const;
-    bench::Cell Cell(int row, int col) const;
+    harness::Cell Cell(int row, int col) const;
     // The styles along a row, e.g. "0-3 white/black; 4-78 white/blue bold". Plain cells are left
     // out, and the row's blank end counts with the style that it has.
     std::string Style(int row) const;
@@ -180,8 +180,8 @@ class Terminal {
     bool Asleep() const;
     bool AwaitsKey() const;
     bool Await(const std::function<bool()>& condition, double seconds);
-    std::string StyleBut(int row, const bench::Cell& usual) const;
-    bench::Cell UsualStyle() const;
+    std::string StyleBut(int row, const harness::Cell& usual) const;
+    harness::Cell UsualStyle() const;
     void FailOnRuntimeError() const;
     [[noreturn]] void FailWith(const std::string& what, const Place& place);
     void CollectEnding(bool wait);
@@ -200,4 +200,4 @@ class Terminal {
     bool pictured_ = false;
 };
 
-}  // namespace bench
+}  // namespace harness
