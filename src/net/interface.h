@@ -1,10 +1,10 @@
-// A network interface, from the list of the main menu to the last screen that works on it.
+// A network interface, as the main menu hands it to the screens that work on it.
 #pragma once
 
 #include <string>
 
 struct Interface {
-    std::string name;     // the kernel's name, at most 31 characters
-    std::string address;  // "00:1A:2B:3C:4D:5E" in upper case, which names its settings; empty when
-                          // unknown
+    std::string name;  // as `ip link` prints it, cut at 31 bytes
+    // "00:1A:2B:3C:4D:5E" in upper case; its settings file is named after it; empty: unknown.
+    std::string address;
 };

@@ -1,7 +1,6 @@
-// The settings of one interface, as they are kept in its file below /etc/network/. The file is
-// named by the interface's hardware address, so that the settings follow the card and not the
-// kernel's name for it. The start-up script /etc/init.d/network reads it; this program only edits
-// it.
+// The settings of one interface, kept in a file of its own in /etc/network/. The file is named
+// after the hardware address, so the settings follow the card, not the kernel's name for it. This
+// program only edits the file; the start-up script /etc/init.d/network reads and applies it.
 //
 // A file as this program writes it:
 //
@@ -20,7 +19,7 @@
 //     nat enable = 0
 //     nat role = lan
 //
-// Written by hand it may hold other lines and comments (#); a save drops them.
+// A file edited by hand may contain other lines and comments (#); saving drops them.
 #pragma once
 
 #include <string>
@@ -31,7 +30,7 @@ struct InterfaceConfig {
     bool ipv6_router_adv = false;  // accept IPv6 router advertisements
     bool enable_ip6 = false;
     bool disabled = false;  // leave the interface down
-    bool manage = false;    // the start-up script looks after this interface at all
+    bool manage = false;    // false: the start-up script leaves the interface alone
     bool dhcp6 = false;
     bool dhcp = false;
     bool dhcp_gw = false;  // accept the DHCP server's gateway
@@ -39,12 +38,12 @@ struct InterfaceConfig {
     std::string static_ip_netmask;
     std::string static_ip6;
     std::string gateway;
-    std::string dns;  // addresses separated by blanks
+    std::string dns;  // addresses, separated by blanks
     bool nat_enable = false;
     std::string nat_role;  // "", "public" or "lan"
 };
 
-// One setting of the file: its key, and its field in the record.
+// One setting: its key in the file and its field in the record.
 using ConfigField = std::variant<bool InterfaceConfig::*, std::string InterfaceConfig::*>;
 
 struct ConfigLine {
@@ -52,7 +51,7 @@ struct ConfigLine {
     ConfigField field;
 };
 
-// In the order of the file, which is not quite the record's.
+// In file order, which differs slightly from the order of the record.
 inline constexpr ConfigLine kConfigLines[] = {
     {"manage", &InterfaceConfig::manage},
     {"dhcp", &InterfaceConfig::dhcp},
@@ -70,30 +69,30 @@ inline constexpr ConfigLine kConfigLines[] = {
     {"nat role", &InterfaceConfig::nat_role},
 };
 
-// "/etc/network/" followed by the configuration name (the hardware address in upper case).
+// "/etc/network/" plus the configuration name (the hardware address in upper case).
 std::string InterfaceConfigPath(std::string_view config_name);
 
-// Copies /etc/network/example to the interface's file unless that is a regular file already. A copy
-// that fails leaves no file, which reads as the defaults.
+// Copies /etc/network/example to the interface's file unless a regular file is already there. If
+// the copy fails there is no file, and reading it gives the defaults.
 void EnsureInterfaceConfigFile(std::string_view config_name);
 
 // True for a number above 0 and for "on" in any case. "yes" and "true" are false.
 bool ParseConfigBool(const std::string& text);
 
 // Sets the defaults: manage, dhcp, dhcp_gw, enable_ip6 and ipv6_router_adv on; disabled, dhcp6 and
-// NAT off; netmask 255.255.255.0. The other texts stay as they are.
+// NAT off; netmask 255.255.255.0. The other texts keep their values.
 void SetConfigDefaults(InterfaceConfig& config);
 
-// Takes the settings that the text holds into the record. Of a key that occurs several times the
-// last counts; unknown keys, comments and lines without "=" are passed over. There must be a blank
-// before "=": the character there never belongs to the key.
+// Reads the settings in the text into the record. If a key occurs several times, the last one wins.
+// Unknown keys, comments and lines without "=" are ignored. A blank must precede "=": the character
+// there is never part of the key, so "dhcp=1" sets nothing.
 void ParseInterfaceConfig(std::string_view text, InterfaceConfig& config);
 
-// The file's fourteen lines.
+// The fourteen lines of the file.
 std::string FormatInterfaceConfig(const InterfaceConfig& config);
 
-// The defaults, then what the file says. A file that can't be read leaves the defaults.
+// Sets the defaults, then applies the file. If the file can't be read, the defaults remain.
 void ReadInterfaceConfig(InterfaceConfig& config, const std::string& path);
 
-// Rewrites the file as a whole (util/save_file.h). A failure is not reported.
+// Replaces the whole file (util/save_file.h). Failures are not reported.
 void WriteInterfaceConfig(const InterfaceConfig& config, const std::string& path);

@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kLineSize = 512;
 constexpr std::size_t kMostNameBytes = 127;
 
-// The name in one line of `ip link`; empty when the line is no interface's first.
+// The name in one line of `ip link`; empty if the line does not start an interface.
 std::string_view NameInLine(std::string_view line) {
     line = TrimStart(line, kBlanks);
     const std::string_view behind_number = TrimStart(line, "0123456789");

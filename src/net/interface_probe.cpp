@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::size_t kEssidBytes = 64;
 
-// A request record for the interface; a longer name than the kernel allows is cut.
+// An ioctl request for the interface; a name longer than the kernel allows is cut.
 template <typename Request>
 Request RequestFor(const std::string& name) {
     Request request;
@@ -57,7 +57,7 @@ std::optional<bool> AskUp(int socket, const std::string& name) {
     return (request.ifr_flags & IFF_UP) != 0;
 }
 
-// The family and address of an answer that holds a socket address.
+// The socket address that the query returns; all zero if it fails.
 sockaddr_in AskAddress(int socket, unsigned long query, const std::string& name) {
     auto request = RequestFor<ifreq>(name);
     sockaddr_in address = {};
@@ -125,9 +125,9 @@ void CloseOpened(int socket) {
     if (socket >= 0) close(socket);
 }
 
-// Closes the socket in a child: the kernel waits out a grace period of 8 to 20 ms when the last
-// copy of a packet socket is closed, in which no key would be answered. The child ends when the
-// pipe does, after the program has closed its own copy.
+// Closes the socket in a child process. Closing the last copy of a packet socket makes the kernel
+// wait for a grace period of 8 to 20 ms, during which no key would be answered. The child exits
+// when the pipe closes, after the program has closed its own copy.
 void CloseBeside(int socket) {
     int pipe_ends[2] = {-1, -1};
     const bool has_pipe = socket >= 0 && pipe2(pipe_ends, O_CLOEXEC) == 0;

@@ -11,11 +11,11 @@ namespace {
 
 constexpr double kHangSeconds = 10;
 constexpr int kTooManyRounds = 3;
-// How long commands may be started before the next key is looked for.
+// How long to start commands before looking for the next key.
 constexpr double kStartSeconds = 0.004;
-// Commands that run at the same time.
+// How many commands run at the same time.
 constexpr std::ptrdiff_t kMostCommands = 64;
-// No key is answered while the kernel is asked about them all.
+// No key is answered while the kernel is asked about all of them.
 constexpr std::size_t kMostListed = 4096;
 
 bool HasHung(const RunningCommand& command, double now) {
@@ -31,7 +31,7 @@ bool IsToBeAsked(const GatheredInterface& interface) {
     return !interface.asked && !interface.command;
 }
 
-// Behind a list that does not come, the interfaces known so far are asked about.
+// If the list is late, the interfaces known so far are queried.
 bool MayAsk(const InterfaceRefresh& refresh) {
     return !refresh.list || refresh.list_is_late;
 }
@@ -66,7 +66,7 @@ GatheredInterface TakeInterface(InterfaceRefresh& refresh, const std::string& na
     return {.name = name};
 }
 
-// What is known of an interface that is still listed stays.
+// An interface that is still listed keeps what is known about it.
 void TakeList(InterfaceRefresh& refresh, const std::vector<std::string>& names) {
     std::vector<GatheredInterface> listed;
     for (const std::string& name : names) {
@@ -77,7 +77,7 @@ void TakeList(InterfaceRefresh& refresh, const std::vector<std::string>& names) 
         if (gone.command) EndCommand(*gone.command);
     }
     refresh.interfaces = std::move(listed);
-    // The commands run while the kernel is asked.
+    // Started first, so that the commands run while the kernel is asked.
     StartCommands(refresh);
     AskKernel(refresh);
 }
@@ -87,7 +87,7 @@ void AskForList(InterfaceRefresh& refresh) {
     if (!refresh.list) TakeList(refresh, {});
 }
 
-// True when the answer has come, and is late.
+// True if a late answer has arrived.
 bool TakeListAnswer(InterfaceRefresh& refresh, double now) {
     if (!refresh.list) return false;
     if (ReadAvailable(*refresh.list)) {
@@ -104,7 +104,7 @@ bool TakeListAnswer(InterfaceRefresh& refresh, double now) {
     return false;
 }
 
-// True when the answer has come, and is late.
+// True if a late answer has arrived.
 bool TakeAddresses(GatheredInterface& interface, double now) {
     if (!interface.command) return false;
     if (ReadAvailable(*interface.command)) {
@@ -156,7 +156,7 @@ Answers TakeAnswers(InterfaceRefresh& refresh, double now) {
     StartCommands(refresh);
     const bool awaits =
         std::any_of(refresh.interfaces.begin(), refresh.interfaces.end(), IsAwaited);
-    // Without a list, what is known is never all.
+    // Without a list, there may be interfaces that nobody has asked about.
     if (refresh.list) {
         answers.known = awaits ? Known::Nothing : Known::Part;
     } else {

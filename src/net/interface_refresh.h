@@ -1,16 +1,16 @@
-// Gathering the facts of all interfaces without holding up the operator: the `ip` commands run
-// beside the program, at the same time, and their answers are taken as they come, in rounds.
+// Gathers the facts about all interfaces without making the operator wait. The `ip` commands run in
+// parallel in the background; their answers are collected as they arrive, in rounds.
 //
 //     InterfaceRefresh refresh;                      // or {.only = "eth0"}
 //     AskInterfaces(refresh);
 //     while (TakeAnswers(refresh, MonotonicSeconds()).known != Known::All) { ... }
 //     use(refresh.interfaces);
 //
-// A command that hangs holds nothing up. A round waits for the answers that it has asked for
-// itself; what an earlier one has asked for may come late. After ten seconds a command is ended,
-// with all that it has started, and asked anew.
+// A hanging command delays nothing else. A round waits only for answers it asked for itself;
+// answers to an earlier round may arrive late. A command that runs for ten seconds is killed with
+// everything it started, and started again.
 //
-// More interfaces than 4096 are not looked at.
+// At most 4096 interfaces are looked at.
 #pragma once
 
 #include <poll.h>
@@ -28,40 +28,40 @@ struct GatheredInterface {
     std::string name;
     InterfaceFacts facts = {};
     std::optional<RunningCommand> command = std::nullopt;  // "ip addr ...", while it runs
-    bool asked = false;  // in this round: its command runs, has answered, or can't be started
-    bool late = false;   // its command is an earlier round's
-    int rounds = 0;      // begun since its command answered last
+    bool asked = false;  // this round: command running, answered, or failed to start
+    bool late = false;   // its command belongs to an earlier round
+    int rounds = 0;      // started since its command last answered
 };
 
 struct InterfaceRefresh {
-    std::string only = {};                           // this interface instead of those listed
+    std::string only = {};                           // only this interface, without listing
     std::optional<RunningCommand> list = {};         // "ip link", while it runs
-    bool list_is_late = false;                       // it is an earlier round's
+    bool list_is_late = false;                       // it belongs to an earlier round
     std::vector<GatheredInterface> interfaces = {};  // as last listed
     RouteTable routes = {};
 };
 
-// Begins a round. Commands of the last one that still run go on.
+// Starts a round. Commands still running from the previous round continue.
 void AskInterfaces(InterfaceRefresh& refresh);
 
-// Takes the answers that have come, and starts the commands that are to be asked: as many as can be
-// started before a key would have to wait.
+// Collects the answers that have arrived, then starts the commands still to run. To keep a key from
+// waiting, it starts only as many at once as fit into a few milliseconds.
 Answers TakeAnswers(InterfaceRefresh& refresh, double now);
 
-// Asks the kernel anew about the interfaces that are known, and for the routes. While a command
-// runs, what it told more than two rounds ago is dropped.
+// Asks the kernel again about the known interfaces and the routes. If an interface's command is
+// still running, what it said more than two rounds ago is dropped.
 void AskKernel(InterfaceRefresh& refresh);
 
-// What TakeAnswers waits for: adds the pipes of the commands, and returns the moment when it has
-// something to do anyway, as MonotonicSeconds tells.
+// What TakeAnswers is waiting for: appends the commands' pipes and returns the time, in
+// MonotonicSeconds, at which it has work to do even without an answer.
 double AwaitAnswers(const InterfaceRefresh& refresh, std::vector<pollfd>& pipes);
 
-// Ends the commands that run.
+// Kills the running commands.
 void StopAsking(InterfaceRefresh& refresh);
 
-// The same, and forgets all but the interfaces' names and hardware addresses.
+// Also forgets everything except the interfaces' names and hardware addresses.
 void ForgetAnswers(InterfaceRefresh& refresh);
 
-// Puts what was gathered so far into the record.
+// Fills the record from what has been gathered so far.
 void UnderstandGathered(const InterfaceRefresh& refresh, const GatheredInterface& interface,
                         InterfaceStatus& status);

@@ -20,8 +20,8 @@ struct State {
     InterfaceRefresh refresh;
     bool is_wireless = false;
     bool has_rfkill = false;
-    bool soft_rfkill = false;     // the last one that could be read
-    InterfaceStatus status = {};  // kept: a link text outlives a query that fails
+    bool soft_rfkill = false;     // last value that could be read
+    InterfaceStatus status = {};  // kept across refreshes: a failed query leaves its text
     bool has_acted = false;
 };
 
@@ -103,7 +103,7 @@ bool IsWireless(const State& state) {
 
 constexpr const char* kRfkill = "rfkill";
 
-// Two rows share the key u: pressing it again moves to the other.
+// Two rows share the hot key u: pressing it again selects the other one.
 constexpr Row<State> kRows[] = {
     {"", 0, 0, nullptr, {.add_list = AddStatusRows}},
     kSeparator<State>,

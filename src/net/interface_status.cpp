@@ -1,4 +1,4 @@
-// Understanding and wording; the queries are in interface_probe.cpp.
+// Understanding and wording; interface_probe.cpp does the queries.
 #include "net/interface_status.h"
 
 #include <arpa/inet.h>

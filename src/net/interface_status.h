@@ -1,10 +1,10 @@
 // The live state of one interface, and the rows that show it.
 //
-// Gathering (AskInterface: sockets, ioctls, the radio-kill files; net/interface_refresh.h:
-// commands) is apart from understanding (UnderstandInterface) and from wording
-// (FormatInterfaceStatus): the latter two are functions of what was gathered and need no machine.
-// Every query is optional: one that fails leaves its piece of the state out, or the previous link
-// text in place; nothing is reported.
+// Three separate steps: gathering (AskInterface: sockets, ioctls and the rfkill files;
+// net/interface_refresh.h: commands), understanding (UnderstandInterface) and wording
+// (FormatInterfaceStatus). The last two depend only on what was gathered and need no machine. Every
+// query is optional: if one fails, its part of the state is left out, or the previous link text
+// stays. Nothing is reported.
 #pragma once
 
 #include <netinet/in.h>
@@ -19,36 +19,36 @@
 using HardwareAddress = std::array<std::uint8_t, 6>;
 
 struct InterfaceStatus {
-    std::string link;  // "Link active" or "Disconnected"; empty until first learned
+    std::string link;  // "Link active" or "Disconnected"; empty until known
     std::string up;    // "Interface up" or empty
     bool has_ipv4 = false;
     in_addr ipv4 = {};
     in_addr netmask = {};
     in_addr gateway = {};  // 0: none
-    std::string ipv6;      // the last global address listed, with its prefix length; empty: none
+    std::string ipv6;      // last global address listed, with prefix length; empty: none
     bool is_wireless = false;
     std::optional<std::string> essid;
-    std::optional<std::int32_t>
-        frequency_mantissa;  // both or none: m x 10^e hertz, or a channel number
+    // Both or neither: m x 10^e hertz, or a channel number in m.
+    std::optional<std::int32_t> frequency_mantissa;
     std::optional<std::int16_t> frequency_exponent;
     std::optional<HardwareAddress> access_point;
     bool has_rfkill = false;
-    int rfkill_state = -1;  // -1: unreadable
+    int rfkill_state = -1;  // this and the next two: -1 if unreadable
     int rfkill_hard = -1;
     int rfkill_soft = -1;
 };
 
-// What the kernel and the commands said of one interface, as they said it.
+// The raw answers of the kernel and the commands about one interface.
 struct InterfaceFacts {
     std::optional<HardwareAddress> hardware_address;  // SIOCGIFHWADDR
-    bool packet_socket = false;                       // whether link and flags could be asked
+    bool packet_socket = false;                       // link and flags could be queried
     std::optional<bool> link;                         // SIOCETHTOOL, ETHTOOL_GLINK
     std::optional<bool> up;                           // SIOCGIFFLAGS, IFF_UP
-    bool inet_socket = false;                         // whether addresses could be asked
-    std::uint16_t address_family = 0;                 // of SIOCGIFADDR's answer; 0: none
+    bool inet_socket = false;                         // addresses could be queried
+    std::uint16_t address_family = 0;                 // from SIOCGIFADDR; 0: no address
     in_addr ipv4 = {};
     in_addr netmask = {};                            // SIOCGIFNETMASK
-    bool addresses_asked = false;                    // whether the next could be started
+    bool addresses_asked = false;                    // the command below could be started
     std::string global_addresses;                    // "ip addr show dev NAME scope global"
     bool is_wireless = false;                        // SIOCGIWNAME
     std::optional<std::string> essid;                // SIOCGIWESSID, at most 64 bytes
@@ -61,8 +61,7 @@ struct InterfaceFacts {
     int rfkill_soft = -1;
 };
 
-// The sockets that carry the queries, for all interfaces of a round; -1 where the kernel refuses
-// one.
+// The sockets for the queries, shared by all interfaces of a round; -1 if the kernel refuses one.
 struct KernelSockets {
     KernelSockets();
     ~KernelSockets();
@@ -73,27 +72,27 @@ struct KernelSockets {
     int inet;    // IPv4 addresses, wireless
 };
 
-// Asks the kernel everything of that interface. The global addresses are left out: they are what
-// GlobalAddressCommand prints.
+// Queries the kernel for everything about the interface. The global addresses are not included:
+// GlobalAddressCommand prints them.
 InterfaceFacts AskInterface(const std::string& name, const KernelSockets& sockets);
 
 // "ip addr show dev NAME scope global"
 std::string GlobalAddressCommand(const std::string& name);
 
-// Puts what was gathered into the record. `gateway` is the gateway word of the interface's route,
-// 0 when it has none. `link` and `up` stay as they were when no packet socket could be had, `link`
-// also when its query failed; `ipv6` stays when the command could not be started.
+// Fills the record from what was gathered. `gateway` is the gateway of the interface's route in
+// network byte order, 0 if it has none. Without a packet socket `link` and `up` keep their values;
+// `link` also does if its query failed. `ipv6` keeps its value if the command could not be started.
 void UnderstandInterface(const InterfaceFacts& facts, std::uint32_t gateway,
                          InterfaceStatus& status);
 
-// The rows below the interface's first one, each present or absent: IPv4 with netmask and gateway,
-// IPv6, wireless.
+// The rows below the interface's first row, each only if there is something to show: IPv4 with
+// netmask and gateway, IPv6, wireless.
 std::vector<std::string> FormatInterfaceStatus(const InterfaceStatus& status);
 
 // "00:1A:2B:3C:4D:5E"
 std::string FormatHardwareAddress(const HardwareAddress& address);
 
-// The last address in the output of `ip addr show ... scope global` that follows "inet6 ".
+// The last address after "inet6 " in the output of `ip addr show ... scope global`.
 std::string LastGlobalIPv6(std::string_view ip_addr_output);
 
 // Whether the interface is a wireless card (SIOCGIWNAME).

@@ -1,8 +1,8 @@
-// The state of interfaces as the live facts of a screen.
+// Connects an InterfaceRefresh to a screen, as its live facts.
 #pragma once
 
 #include "net/interface_refresh.h"
 #include "ui/screen_loop.h"
 
-// The refresh belongs to the screen and must outlive its loop.
+// The screen owns the refresh, which must outlive the screen's loop.
 LiveFacts LiveInterfaces(InterfaceRefresh& refresh);

@@ -50,7 +50,7 @@ std::string RfkillFolder(const std::string& interface_name) {
     return IsFolder(folder) ? folder : "";
 }
 
-// A pipe or a device in the file's place must not hang the program.
+// O_NONBLOCK: a pipe or device in place of the file must not hang the program.
 int ReadIntFile(const std::string& path) {
     const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (file < 0) return -1;

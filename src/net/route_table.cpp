@@ -16,16 +16,16 @@ namespace {
 constexpr size_t kLineSize = 4096;
 constexpr size_t kColumns = 64;
 
-// The functions that the reports of the assertions name.
+// The function names that assertion reports print.
 constexpr const char* kSplitFunction = "size_t tabsplit(char**, size_t, char*)";
 constexpr const char* kUpdateFunction = "void UpdateRouteInfo()";
 
-// The columns that are read, in the order of kColumnNames.
+// The columns in use, in the order of kColumnNames.
 enum Column { kIface, kDestination, kGateway, kFlags, kMask, kColumnCount };
 
 struct ColumnName {
     const char* name;
-    const char* in_range;  // what holds of its index when a line is read
+    const char* in_range;  // asserted about its index when a line is read
     int line;
 };
 
@@ -46,7 +46,7 @@ Cells SplitLine(std::string_view line) {
     return cells;
 }
 
-// False when a column is missing. When a name occurs twice the later column wins.
+// False if a column is missing. If a name occurs twice, the later column wins.
 bool FindColumns(const Cells& names, ColumnIndices& indices) {
     std::fill(std::begin(indices), std::end(indices), -1);
     for (std::size_t i = 0; i < names.size(); ++i) {

@@ -25,7 +25,7 @@ Next Flip(State& state) {
     return Next::Rebuild;
 }
 
-// Empty, "public", "lan" and around; anything else becomes empty.
+// Cycles through "", "public" and "lan"; anything else becomes "".
 Next CycleRole(State& state) {
     std::string& role = state.config.nat_role;
     if (role.empty()) {
@@ -53,7 +53,7 @@ Next TypeGateway(State& state) {
     return Type(state.config.gateway, "Static IP address gateway");
 }
 
-// The resolver is run by a foundation for everyone.
+// 9.9.9.9 is a public resolver, run by a non-profit foundation.
 Next TypeDnsServers(State& state) {
     std::string servers = state.config.dns;
     if (PromptText("Static IP address DNS servers\n"
@@ -82,22 +82,22 @@ std::string YesNo(const State& state) {
     return state.config.*kField ? "yes" : "no";
 }
 
-// A row is cut at 254 bytes, 31 of them the label's.
+// A row shows at most 254 bytes; the label takes 31 of them.
 template <std::string InterfaceConfig::*kField>
 std::string Text(const State& state) {
     constexpr std::size_t kMostBytes = 254 - 31;
     return std::string(WholeCharacters(state.config.*kField, kMostBytes));
 }
 
-// An address typed in has no effect while DHCP gives one.
+// With DHCP on, a static address has no effect.
 bool HasConflict(const State& state) {
     return state.config.dhcp && !state.config.static_ip.empty();
 }
 
 using Config = InterfaceConfig;
 
-// A setting that is on or off. The left and right keys and blank flip it; ENTER does unless told
-// not to.
+// An on/off setting. The left and right keys and the space bar flip it; so does ENTER, unless told
+// otherwise.
 enum class Enter { Flips, DoesNothing };
 
 template <bool Config::*kField>
@@ -110,7 +110,7 @@ constexpr Row<State> Switch(const char* label, int id, int hot_key, const char* 
             {.word = YesNo<kField>, .turn = Flip<kField>, .help = help}};
 }
 
-// A setting that is typed.
+// A setting that the operator types.
 template <std::string Config::*kField>
 constexpr Row<State> Entry(const char* label, int id, int hot_key, Next (*type)(State&),
                            const char* help) {
@@ -127,8 +127,8 @@ constexpr Row<State> Turning(Row<State> row) {
     return row;
 }
 
-// Several rows share a hot key: pressing it again moves on. ENTER leaves "Enable IPv6" alone: the
-// way back to a machine without IPv4 is not switched off by a slip.
+// Several rows share a hot key: pressing it again selects the next one. ENTER does not flip "Enable
+// IPv6": on a machine without IPv4 a slip would cut the operator off.
 constexpr Row<State> kRows[] = {
     Switch<&Config::disabled>(
         "Leave interface disabled:      %s", 20004, 'd',
@@ -177,7 +177,7 @@ constexpr Row<State> kRows[] = {
 };
 static_assert(AreSound(kRows));
 
-// How many rows show the setting of a line of the file.
+// How many rows show the setting of this line of the file.
 template <std::size_t kLine>
 constexpr auto RowsThatShow() {
     constexpr ConfigField field = kConfigLines[kLine].field;
@@ -191,7 +191,7 @@ constexpr auto RowsThatShow() {
                          [=](const Row<State>& row) { return row.options.word == word; });
 }
 
-// Every setting of the file has a row, and every row with a value is a setting of the file.
+// Every setting in the file has a row, and every row with a value is a setting in the file.
 template <std::size_t... kLine>
 constexpr bool RowsAreTheSettings(std::index_sequence<kLine...>) {
     const auto with_value = std::count_if(std::begin(kRows), std::end(kRows), [](const auto& row) {

@@ -1,8 +1,8 @@
-// The settings editor: the operator looks through one interface's settings, changes them, and saves
-// or drops the changes. Opened by the interface screen.
+// The settings editor: the operator views and changes the settings of one interface, then saves or
+// discards the changes. Opened from the interface screen.
 #pragma once
 
 #include "net/interface.h"
 
-// Runs until "Save changes", "Cancel" or the menu's own exit keys. Only "Save changes" writes.
+// Runs until "Save changes", "Cancel", ESC or backspace. Only "Save changes" writes the file.
 void InterfaceSettingsEditor(const Interface& interface);
