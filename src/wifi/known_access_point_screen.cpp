@@ -21,7 +21,7 @@ Next Forget(State& state) {
     return Next::Leave;
 }
 
-// Both actions have the key c: pressing it again moves to the other.
+// Both actions share the hot key c: pressing it again selects the other one.
 constexpr Row<State> kRows[] = {
     kAddressAndName,
     kSeparator<State>,

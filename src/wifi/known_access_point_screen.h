@@ -1,5 +1,5 @@
-// One network that the supplicant has configured: the operator connects to it or forgets it. Opened
-// by the wireless list.
+// A network that is configured in the supplicant: the operator connects to it or forgets it. Opened
+// from the wireless list.
 #pragma once
 
 #include "net/interface.h"

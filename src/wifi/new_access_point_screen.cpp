@@ -10,9 +10,8 @@ namespace {
 
 using State = AccessPointState;
 
-// The password is asked for whatever the network says of its security: an open one is configured
-// as a protected one, too. When the supplicant gives no number for the network, nothing is said and
-// the screen is never left.
+// Asks for a password even if the network is open: every network is configured as WPA-PSK. If the
+// supplicant returns no network number, the screen stays up without a message.
 Next Connect(State& state) {
     std::optional<Secret> password = PromptPassword("Access point password?");
     if (!password) return Next::Paint;

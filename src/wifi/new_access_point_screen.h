@@ -1,5 +1,5 @@
-// One network that only the scan knows: the operator gives its password and joins it. Opened by the
-// wireless list.
+// A network found by the scan but not configured: the operator enters its password and joins it.
+// Opened from the wireless list.
 #pragma once
 
 #include "net/interface.h"

@@ -19,13 +19,13 @@ constexpr unsigned kShortPause = 2;
 
 using Cells = std::vector<std::string_view>;
 
-// The number that the text begins with; -1 when it begins with none that an id can be.
+// The number at the start of the text; -1 if there is none or it can't be an id.
 int LeadingNumber(std::string_view text) {
     const bool is_number = !text.empty() && text.front() >= '0' && text.front() <= '9';
     return is_number ? ParseNumber(text).value_or(-1) : -1;
 }
 
-// network id, ssid, bssid, flags
+// Columns: network id, ssid, bssid, flags.
 AccessPoint ConfiguredNetwork(const Cells& columns) {
     AccessPoint network;
     if (columns.size() >= 2) network.ssid = columns[1];
@@ -35,7 +35,7 @@ AccessPoint ConfiguredNetwork(const Cells& columns) {
     return network;
 }
 
-// bssid, frequency, signal level, flags, ssid
+// Columns: bssid, frequency, signal level, flags, ssid.
 AccessPoint ScannedNetwork(const Cells& columns) {
     AccessPoint network;
     network.is_new = true;
@@ -67,12 +67,12 @@ void SayOf(const char* doing, const AccessPoint& access_point) {
         PrintableText(access_point.ssid) + "'...\n");
 }
 
-// " set_network ID NAME " without its value.
+// The command "set_network ID NAME ", to be followed by the value.
 std::string SetNetwork(const std::string& interface_name, int id, const char* name) {
     return WpaCliCommand(interface_name, " set_network " + std::to_string(id) + " " + name + " ");
 }
 
-// A text value: in double quotes for the supplicant, in single quotes for the shell.
+// A text value: double quotes for the supplicant, single quotes for the shell.
 void SetQuoted(const std::string& interface_name, int id, const char* name,
                std::string_view value) {
     if (value.empty() || !IsQuotable(value)) return;
@@ -145,7 +145,7 @@ void AllowAnyAccessPoint(const std::string& interface_name) {
 
 void DisconnectAccessPoint(const std::string& interface_name) {
     Say("Disconnecting...\n");
-    // Not saved: a restart of the supplicant connects again.
+    // Not saved: when the supplicant restarts, it connects again.
     RunWpaCli(interface_name, " disconnect");
     Pause(kShortPause);
 }

@@ -51,7 +51,7 @@ std::string NetworkLabel(const AccessPoint& network) {
     return label + (network.ssid.empty() ? "(no SSID)" : network.ssid);
 }
 
-// The rows are made anew only when the networks may have changed, so both listings are fetched.
+// Runs only when the networks may have changed, so it queries both listings every time.
 void Look(State& state) {
     state.networks = LoadAccessPoints(state.card.name);
 }

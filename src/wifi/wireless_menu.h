@@ -1,6 +1,6 @@
-// The wireless networks of one card, configured and seen by the scan, in one list: the operator
-// scans, connects to any configured network, disconnects, or opens one network. Opened by the
-// interface screen.
+// The wireless networks of one card, configured and scanned, in one list. The operator scans,
+// connects to any configured network, disconnects, or opens a network. Opened from the interface
+// screen.
 #pragma once
 
 #include "net/interface.h"
