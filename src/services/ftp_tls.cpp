@@ -27,7 +27,7 @@ std::optional<ConfigFile> OpenConfig() {
     return std::nullopt;
 }
 
-// The setting in one line; nothing when the line holds another.
+// The setting in one line; nothing if the line does not set it.
 std::optional<bool> TlsInLine(std::string_view line) {
     line = TrimStart(line, kBlanks);
     const std::size_t equals = line.find('=');
@@ -37,7 +37,7 @@ std::optional<bool> TlsInLine(std::string_view line) {
     return strcasecmp(value.c_str(), "YES") == 0 || value == "1";
 }
 
-// Narrower than the reader: at most one blank before "=".
+// Stricter than the reader: at most one blank before "=".
 bool IsRewritten(std::string_view line) {
     line = TrimStart(line, kBlanks);
     return line.starts_with("ssl_enable=") || line.starts_with("ssl_enable =");

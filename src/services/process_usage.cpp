@@ -22,7 +22,7 @@ std::string RealPath(const std::string& path) {
     return text;
 }
 
-// The path with its folder's links followed, whether or not the file is still there.
+// The path with the links in its folder resolved, whether or not the file still exists.
 std::string InRealFolder(const std::string& path) {
     const std::size_t slash = path.rfind('/');
     if (slash == std::string::npos) return path;
@@ -30,7 +30,7 @@ std::string InRealFolder(const std::string& path) {
     return (folder == "/" ? "" : folder) + path.substr(slash);
 }
 
-// The executable of a process as the kernel tells it; empty when it tells none.
+// The executable of a process, from the kernel; empty if the kernel does not say.
 std::string_view ExecutableOf(int proc, const char* pid, char (&buffer)[PATH_MAX]) {
     char link[NAME_MAX + sizeof "/exe"];
     std::strcpy(link, pid);

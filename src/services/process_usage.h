@@ -1,8 +1,8 @@
-// Which programs run, seen by the executable links of the processes under /proc.
+// Which programs are running, according to the /proc/PID/exe links.
 #pragma once
 
-// How many running processes use that executable; 0 when none does or /proc can't be read. The path
-// is compared by what it is: folders that are links (/sbin on merged systems) are followed. An
-// executable that has been deleted or replaced since still counts. Processes that end meanwhile
-// or may not be looked at are passed over.
+// The number of processes running that executable; 0 if there are none or /proc can't be read.
+// Links in the path's folders are followed (/sbin on merged systems). An executable that has been
+// deleted or replaced since its start still counts. Processes that exit meanwhile, or that may not
+// be inspected, are skipped.
 int procfs_path_in_use(const char* path);

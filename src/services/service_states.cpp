@@ -13,7 +13,7 @@ bool IsRegularFile(const std::string& path) {
 }
 
 void CreateMarkerFile(const std::string& path) {
-    // Without O_NONBLOCK a pipe in the file's place would hang the program.
+    // Without O_NONBLOCK a pipe in place of the file would hang the program.
     const int descriptor =
         open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0644);
     if (descriptor >= 0) close(descriptor);
@@ -35,7 +35,7 @@ ServiceStates ProbeServiceStates() {
                                IsRegularFile("/var/run/uwsgi.tavrin.reporting.public-uwsgi.pid");
     states.caption_sync_installed = IsRegularFile("/etc/init.d/service-caption-synchronizer");
     states.caption_sync_off = IsRegularFile(kCaptionSyncOff);
-    // Caption synchronization can't be started or stopped here, so no row says whether it runs.
+    // No row shows whether caption synchronization runs: it can't be started or stopped here.
     IsRegularFile("/var/run/tavrin.caption.synchronizer.pid");
     states.web_desktop_control = IsRegularFile(kWebDesktopControl);
     states.local_desktop_installed = IsRegularFile("/usr/share/tavrin/local-desktop");

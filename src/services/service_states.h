@@ -1,6 +1,6 @@
-// What the services screen shows, found by looking: marker files, configuration files and pid
-// files, and whether the disk-management daemon runs. A file counts only when it is a regular file
-// itself: a symbolic link to one does not.
+// The state that the services screen shows, from marker files, configuration files, pid files, and
+// whether the disk-management daemon runs. Only regular files count; a symbolic link does not, even
+// to a regular file.
 #pragma once
 
 #include <string>
@@ -27,22 +27,22 @@ struct ServiceStates {
     bool vnc_installed = false;
 };
 
-// The services' settings, which are parked under another name while the service is disabled.
+// The services' settings files, renamed while the service is disabled.
 constexpr const char* kFtpSettings = "/etc/vsftpd.conf";
 constexpr const char* kSmbSettings = "/etc/samba/smb.conf";
 
-// Marker files: their presence is the whole of the setting.
+// Marker files: the setting is whether the file exists.
 constexpr const char* kReportingBackendOff = "/etc/TAVRIN/disable.reporting";
 constexpr const char* kReportingUiOff = "/etc/TAVRIN/disable.reporting.ui";
 constexpr const char* kCaptionSyncOff = "/etc/caption-sync.disabled";
 constexpr const char* kWebDesktopControl = "/etc/local.desktop.webui.ctl";
 constexpr const char* kVncEnabled = "/etc/local.desktop.vnc";
 
-// lstat succeeds and tells a regular file.
+// True if lstat succeeds and reports a regular file.
 bool IsRegularFile(const std::string& path);
 
-// Makes an empty file of mode 0644, or empties the one that is there. A failure is not reported,
-// and nothing is waited for, whatever is in the file's place.
+// Creates an empty file with mode 0644, or empties an existing one. Failures are not reported.
+// Never blocks, even if a pipe or device is in the file's place.
 void CreateMarkerFile(const std::string& path);
 
 ServiceStates ProbeServiceStates();

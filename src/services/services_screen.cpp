@@ -22,8 +22,8 @@ using State = ServiceStates;
 
 // ---- actions ----
 
-// FTP and SMB/CIFS are enabled only while there still are no settings: where they have come since
-// the row was made, the command would put the example in their place. The next row tells of them.
+// FTP and SMB/CIFS are enabled only if there are still no settings. If some have appeared since the
+// rows were built, the command would overwrite them with the example; the rebuilt row shows them.
 Next ToggleFtp(State& state) {
     if (state.ftp_enabled) {
         return RunUpdate(
@@ -68,7 +68,7 @@ Next ToggleMarker(bool present, const char* marker) {
     return Next::Rebuild;
 }
 
-// For the markers that disable something: enabling starts nothing, disabling stops at once.
+// For markers that disable something: enabling starts nothing, disabling stops at once.
 Next ToggleDisabled(bool disabled, const char* marker, std::initializer_list<Step> stop) {
     ToggleMarker(disabled, marker);
     return disabled ? Next::Rebuild : RunSteps(stop);
@@ -96,7 +96,7 @@ Next ToggleWebDesktopControl(State& state) {
     return ToggleMarker(state.web_desktop_control, kWebDesktopControl);
 }
 
-// Whether a password was typed and set.
+// Whether a password was entered and set.
 bool AskVncPassword(const char* prompt) {
     std::optional<Secret> password = PromptPassword(prompt);
     if (!password || password->empty()) return false;
@@ -154,11 +154,11 @@ Next ToggleVolkeep(State& state) {
                               "everything using it! Are you sure?")) {
         return RunSteps({{"volkeep-stop", "", 1}});
     }
-    // Nothing has changed, so nothing is probed again.
+    // Nothing has changed, so there is nothing to probe.
     return Next::Paint;
 }
 
-// ---- words: what activating the row will do ----
+// ---- words: what activating a row does ----
 
 const char* EnableWord(bool enabled, bool present) {
     if (enabled) return "Disable";
@@ -213,12 +213,12 @@ bool HasVncPassword(const State& state) {
     return state.vnc_installed && state.vnc_password_set;
 }
 
-// With both its halves disabled there is nothing to start or stop.
+// With both halves disabled there is nothing to start or stop.
 bool ReportingIsOff(const State& state) {
     return state.reporting_backend_off && state.reporting_ui_off;
 }
 
-// Three rows share the key s: pressing it again moves on.
+// Three rows share the hot key s: pressing it again selects the next one.
 // clang-format off
 constexpr Row<State> kRows[] = {
     {"%s FTP service", 21, 'f', ToggleFtp, {.word = FtpWord}},
@@ -265,7 +265,7 @@ TitleLines Title(const State&) {
 }  // namespace
 
 void RunServicesScreen() {
-    // For the markers; the mode without search bits is the product line's.
+    // The folder of the markers. The product line creates it without search bits; root needs none.
     mkdir("/etc", 0644);
     mkdir("/etc/TAVRIN", 0644);
     State state;

@@ -26,7 +26,7 @@ void TakeLine(std::string_view line, SmbAccount& account) {
     if (key == "Account Flags") TakeFlags(value, account);
 }
 
-// Reads one record off the front of the listing; false at its end.
+// Removes one record from the front of the listing; false at its end.
 bool ReadRecord(std::string_view& listing, SmbAccount& account) {
     std::string line;
     bool any = false;

@@ -1,5 +1,5 @@
-// The accounts of the SMB/CIFS file server, as its own tool lists them. The server keeps them; the
-// screens ask anew whenever something may have changed.
+// The accounts of the SMB/CIFS file server, as listed by its own tool. The server stores them; the
+// screens list them again whenever they may have changed.
 #pragma once
 
 #include <string>
@@ -14,13 +14,13 @@ struct SmbAccount {
 
 struct SmbAccountList {
     std::vector<SmbAccount> accounts;  // in the order reported
-    bool root_exists = false;          // an account named "root" is among them
+    bool root_exists = false;          // one of them is named "root"
 };
 
-// The accounts in the output of "pdbedit --list --verbose": records of "Key: value" lines, ended by
-// an empty line or one that begins with "-". "Unix username" gives the name; in "Account Flags" a D
-// in the brackets means disabled, an N no password. Records without a name are dropped.
+// The accounts in the output of "pdbedit --list --verbose". A record consists of "Key: value" lines
+// and ends at an empty line or one starting with "-". "Unix username" is the name; in "Account
+// Flags" a D in the brackets means disabled, an N no password. Records without a name are dropped.
 SmbAccountList ParseSmbAccounts(std::string_view listing);
 
-// Runs that command; no accounts when it can't be started.
+// Runs that command; no accounts if it can't be started.
 SmbAccountList ReadSmbAccounts();

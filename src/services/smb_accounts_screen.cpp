@@ -21,7 +21,8 @@ bool IsSystemAccount(const char* name) {
     return getpwnam(name) != nullptr;
 }
 
-// Asks until the operator gives up or names a system account. The name service may be far away.
+// Asks until the operator cancels or names a system account. The lookup runs beside the program: a
+// remote name service may be slow.
 bool PromptSystemAccount(std::string_view prompt, std::string& name) {
     while (PromptText(prompt, name)) {
         if (!name.empty() && AskBeside(IsSystemAccount, name)) return true;

@@ -1,5 +1,5 @@
-// The accounts of the SMB/CIFS file server: the operator makes new ones and opens the others.
-// Opened by the services screen.
+// The accounts of the SMB/CIFS file server: the operator creates accounts and opens existing ones.
+// Opened from the services screen.
 #pragma once
 
 void RunSmbAccountsScreen();

@@ -35,7 +35,7 @@ Next Remove(State& state) {
     return AskYesNoOnBlankScreen() ? RunForAccount(state, "smbpasswd -x ") : Next::Rebuild;
 }
 
-// The new password and its confirmation.
+// The password and its confirmation.
 Secret TwoLines(const Secret& password) {
     Secret lines(2 * (password.size() + 1));
     for (int line = 0; line < 2; ++line) {
@@ -45,8 +45,8 @@ Secret TwoLines(const Secret& password) {
     return lines;
 }
 
-// Runs with the screen up, unlike the others: the password goes through a pipe, and the tool has
-// nothing to ask.
+// The screen stays up, unlike for the other actions: the password goes through a pipe, and the tool
+// asks nothing.
 Next SetPassword(State& state) {
     std::optional<Secret> password = PromptPassword("SMB/CIFS account password?");
     if (!password || password->empty()) return Next::Rebuild;
@@ -67,7 +67,7 @@ bool IsEnabled(const State& state) {
     return !state.account.disabled;
 }
 
-// An account without a password can't be enabled.
+// The server does not enable an account without a password.
 bool LacksPassword(const State& state) {
     return state.account.no_password;
 }
@@ -80,7 +80,7 @@ bool IsNotRoot(const State& state) {
     return !IsRoot(state);
 }
 
-// The key r is shared: pressing it again moves to the other row.
+// Two rows share the hot key r: pressing it again selects the other one.
 constexpr Row<State> kRows[] = {
     {"Return to SMB/CIFS configuration menu", 1, 'r', Leave},
     kSeparator<State>,

@@ -19,7 +19,7 @@ constexpr const char* kPasswordFile = "/etc/local.desktop.vnc.passwd";
 constexpr const char* kOldPasswordFile = "/etc/.local.desktop.vnc.passwd.old";
 constexpr mode_t kOwnerReads = 0400;
 constexpr mode_t kOwnerOnly = 077;
-// The empty lines answer whatever else the tool may ask.
+// Empty lines, in case the tool asks anything else.
 constexpr std::string_view kRestOfInput = "\n\n\n\n\n\n\n\n\n\n\n\n\n";
 
 Secret InputOfTool(const Secret& password) {
@@ -29,7 +29,7 @@ Secret InputOfTool(const Secret& password) {
     return input;
 }
 
-// Each password of the file is one block, scrambled with the key that all VNC programs share.
+// Each password in the file is one block, encrypted with the fixed key that all VNC programs share.
 constexpr std::size_t kBlock = 8;
 constexpr std::string_view kEmptyPassword = "\x5a\xb2\xcd\xc0\xba\xdc\xaf\x13";
 static_assert(kEmptyPassword.size() == kBlock);
@@ -63,7 +63,7 @@ void SetVncPassword(Secret password) {
     RunUpdate([&] {
         const bool is_aside =
             IsRegularFile(kPasswordFile) && std::rename(kPasswordFile, kOldPasswordFile) == 0;
-        // The shell makes the file, or fills an older one, before its mode can be set.
+        // The shell creates or overwrites the file, so its mode can't be set in advance.
         const mode_t before = umask(kOwnerOnly);
         chmod(kPasswordFile, kOwnerReads);
         const int status =

@@ -1,4 +1,4 @@
-// The password of the remote access to the local desktop.
+// The password for remote VNC access to the local desktop.
 #pragma once
 
 #include <cstddef>
@@ -6,20 +6,20 @@
 
 #include "util/secret.h"
 
-// Makes /etc/local.desktop.vnc.passwd from the password with the VNC server's own tool, which gets
-// it through a pipe, on the plain terminal. An empty password changes nothing. When the tool fails,
-// by its exit status, the old password is in force again; nothing is reported. The password is gone
-// as soon as the tool has it.
+// Writes /etc/local.desktop.vnc.passwd with the VNC server's own tool, vncpasswd, which reads the
+// password from a pipe. Runs on the plain terminal. An empty password changes nothing. If the tool
+// fails (by its exit status), the old password file is restored; nothing is reported. The password
+// is erased as soon as the tool has it.
 //
-// The file is a new one, which nobody but its owner can read from its first moment: who holds the
-// old one open does not get the new password. (Only a file that is a link or a mount of its own is
-// filled again, with its mode set first.) While the tool works, the old file is
+// A new file is created that only its owner can ever read, so a process that holds the old file
+// open does not see the new password. Only if the old file is a symbolic link or a mount point is
+// it overwritten in place, after its mode has been set. While the tool runs, the old file is
 // /etc/.local.desktop.vnc.passwd.old.
 //
-// The tool takes an empty line for a second password, of those who may only watch: the server would
-// let everybody in. That half of the file is cut off as soon as the tool has ended.
+// The tool takes an empty line for an empty view-only password, with which the server would let
+// anybody in. That half of the file is cut off as soon as the tool has ended.
 void SetVncPassword(Secret password);
 
-// How many of a password file's bytes are to be kept: the first half, when the second one is the
-// empty password; otherwise all.
+// How many bytes of a password file to keep: the first half if the second half is the empty
+// password, otherwise all.
 std::size_t KeptOfPasswordFile(std::string_view bytes);
