@@ -11,7 +11,7 @@ namespace {
 
 struct State {};
 
-// Runs one check under its banner and waits for ENTER. Ctrl-C ends the command, not the program.
+// Runs a check below its banner and waits for ENTER. Ctrl-C ends the command, not the program.
 Next RunCheck(const char* banner, const char* command) {
     ShellEscape([&] {
         Say("\x1b[H\x1b[J\n");
@@ -29,7 +29,7 @@ Next ShowResolverConfiguration(State&) {
                     "cat /etc/resolv.conf");
 }
 
-// The host is run by a foundation for everyone.
+// The host is a public resolver, run by a non-profit foundation.
 Next RunPingTest(State&) {
     return RunCheck(
         "================= PING TEST =====================\n"

@@ -1,5 +1,5 @@
-// Two checks of the network, run on the plain terminal: the resolver's configuration and a ping to
-// a public host. Opened by the main menu.
+// Two network checks on the plain terminal: show the resolver configuration, ping a public host.
+// Opened from the main menu.
 #pragma once
 
 void RunDiagnosticsScreen();

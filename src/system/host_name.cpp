@@ -27,7 +27,7 @@ std::string HostNameFrom(const std::string& typed) {
 }
 
 void SetHostName(const std::string& name) {
-    // A name that the kernel refuses is still written for the next start.
+    // Written even if the kernel refuses the name: it may apply at the next boot.
     [[maybe_unused]] const int refused = sethostname(name.c_str(), name.size());
     SaveFile("/etc/hostname", name + "\n");
 }

@@ -1,4 +1,4 @@
-// The computer's name: the kernel's, and the one that the next start of the machine reads.
+// The computer's name: the one in the kernel and the one read at the next boot.
 #pragma once
 
 #include <string>
@@ -6,9 +6,9 @@
 // The kernel's host name, at most 127 bytes.
 std::string HostName();
 
-// The name with every blank replaced by "-", at most 126 bytes of it. Nothing else is enforced.
+// The first 126 bytes of the text, with every blank replaced by "-". Nothing else is enforced.
 std::string HostNameFrom(const std::string& typed);
 
-// Gives the kernel the name (sethostname) and writes it with a line feed to /etc/hostname. What
-// fails is passed over.
+// Sets the kernel's host name (sethostname) and writes it, with a line feed, to /etc/hostname.
+// Failures are ignored.
 void SetHostName(const std::string& name);

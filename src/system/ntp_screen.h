@@ -1,6 +1,6 @@
-// The time servers: the operator edits the list, saves it, and stops and starts the service. Opened
-// by the main menu.
+// The time servers: the operator edits and saves the list, and stops and starts the service. Opened
+// from the main menu.
 #pragma once
 
-// True when the operator left with "Main menu".
+// True if the operator left with "Main menu".
 bool RunNtpScreen();
