@@ -25,7 +25,7 @@ namespace {
 constexpr int kFirstInterface = 4096;
 constexpr int kMostInterfaces = 64;
 
-// What is shown of an interface.
+// What the menu shows for an interface.
 struct Listed {
     Interface interface;
     std::string label;
@@ -36,7 +36,7 @@ struct State {
     std::string host_name = {};
     InterfaceRefresh refresh = {};
     std::vector<Listed> listed = {};
-    std::map<std::string, std::size_t> heights = {};  // status rows of each interface, by its name
+    std::map<std::string, std::size_t> heights = {};  // number of status rows, by interface name
     bool has_exited = false;
 };
 
@@ -57,7 +57,7 @@ Next UpdateAll(State&) {
     return ConfirmUpdate({kStopAll, kStartAll});
 }
 
-// -w: the old daemon must be gone before the new one takes its socket.
+// -w: the old daemon must have exited before the new one takes its socket.
 Next RestartDnsCache(State&) {
     return ConfirmSteps({{"killall -w nscd", "Restarting DNS cache...\n", 1},
                          {"/etc/init.d/service-nscd start >/dev/null 2>&1"}});
@@ -79,8 +79,7 @@ Next Open(State&) {
     return Next::Rebuild;
 }
 
-// Unless something was done to the interface, the rows are still true for the rest of their five
-// seconds.
+// If nothing was done to the interface, the rows stay valid until the next refresh.
 Next OpenInterface(State& state, std::size_t index) {
     return InterfaceScreen(state.listed[index].interface) ? Next::Rebuild : Next::Paint;
 }
@@ -106,7 +105,7 @@ int InterfaceHotKey(std::size_t number) {
     return static_cast<int>('0' + number % 10);
 }
 
-// An interface whose state has still to come keeps the height that it had.
+// Until its state arrives, an interface keeps its number of rows, so that the others do not jump.
 std::vector<std::string> StatusRows(State& state, const GatheredInterface& gathered,
                                     const InterfaceStatus& status) {
     const bool known = gathered.facts.packet_socket || gathered.facts.inet_socket;
@@ -156,7 +155,7 @@ bool Never(const State&) {
     return false;
 }
 
-// Two rows share the key u: pressing it again moves to the other.
+// Two rows share the hot key u: pressing it again selects the other one.
 constexpr Row<State> kRows[] = {
     {"Bring up all interfaces", 4, 'u', StartAll},
     {"Bring down all interfaces", 5, 'd', StopAll},

@@ -32,7 +32,7 @@ constexpr int kOutOfMemory = 1;
 
 void OpenMissingDescriptors() {
     for (int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        // The lowest free number is the missing one.
+        // open() uses the lowest free number, which is this one.
         if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);
     }
 }
@@ -43,8 +43,8 @@ bool IsIgnored(int signal_number) {
     return action.sa_handler == SIG_IGN;
 }
 
-// A clean-up that hangs, on a stopped terminal say, is ended by SIGALRM, whatever whoever started
-// the program has made of that signal.
+// SIGALRM ends a clean-up that hangs, for example on a stopped terminal. The program may have been
+// started with SIGALRM ignored or blocked.
 void LimitCleanUp() {
     std::signal(SIGALRM, SIG_DFL);
     sigset_t alarm_signal;
@@ -54,8 +54,8 @@ void LimitCleanUp() {
     alarm(kCleanUpSeconds);
 }
 
-// The program's end by such a signal leaves a terminal to type on. Its modes come first: where the
-// fault is in curses, taking the screen down may be the next one, and ends the program there.
+// Restores the terminal, so that it can be used after the crash. The terminal modes come first: if
+// the fault is in curses, taking the screen down may fault again and end the program there.
 void OnFault(int signal_number) {
     LimitCleanUp();
     DropTypedKeys();
@@ -64,7 +64,7 @@ void OnFault(int signal_number) {
     raise(signal_number);
 }
 
-// A fault may be that the stack is used up.
+// The handler has a stack of its own: the fault may be a stack overflow.
 alignas(16) char fault_stack[64 << 10];
 
 void CatchFaults() {
@@ -79,12 +79,12 @@ void CatchFaults() {
                        SIGUSR2, SIGXCPU}) {
         struct sigaction present = {};
         sigaction(number, nullptr, &present);
-        // A sanitizer has its own.
+        // Sanitizers install their own handlers.
         if (present.sa_handler == SIG_DFL) sigaction(number, &action, nullptr);
     }
 }
 
-// If curses runs out of memory it exits without restoring the terminal.
+// When curses runs out of memory, it exits without restoring the terminal.
 void RestoreLineMode() {
     if (isendwin()) return;
     DropTypedKeys();
@@ -106,7 +106,7 @@ bool AsksForHelp(const char* argument) {
 }
 
 void PrintUsage() {
-    // The text is the sibling capture tool's; the product line has no other.
+    // Deliberately the capture tool's text: the product line has only this one.
     std::fputs("orb-cap-ui [options]\n", stderr);
     std::fputs("Tavrin 4 Capture Collection UI\n", stderr);
 }
@@ -136,7 +136,7 @@ void PrepareProcess() {
 }
 
 void OnMemoryExhausted() {
-    // What follows may ask for memory, too.
+    // The steps below may need memory, too.
     std::set_new_handler(nullptr);
     LimitCleanUp();
     DropTypedKeys();
@@ -152,7 +152,7 @@ void OnTerminateSignal(int signal_number) {
     }
     LimitCleanUp();
     if (stdscr != nullptr && !isendwin()) {
-        // Curses turns mouse reporting off only when it believes that it is on.
+        // Curses turns mouse reporting off only if it believes that it is on.
         StartMouse();
     }
     EndProgram(128 + signal_number);

@@ -1,4 +1,4 @@
-// The "System" screen: one row, back to the main menu.
+// The "System" screen: a single row, back to the main menu.
 #pragma once
 
 void RunSystemScreen();
