@@ -41,7 +41,7 @@ void ProbeFont(ConsoleInfo& info) {
     info.cell_height = static_cast<int>(font.height);
 }
 
-// Whether there is any framebuffer to ask.
+// False if there is no framebuffer device to ask.
 bool ProbeFramebufferIndex(ConsoleInfo& info) {
     for (int index = 0; index < kFramebuffers; ++index) {
         const int device = OpenFramebuffer(index);

@@ -28,7 +28,7 @@ void ReadLineRaw() {
     for (;;) {
         const int byte = ReadByte();
         if (byte == kReadError || IsLineEnd(byte)) return;
-        // Ctrl-D reads as an end once; on a terminal that is still there, more can follow.
+        // Ctrl-D ends the input only once; if the terminal is still there, more can follow.
         if (byte == kEndOfInput && (isatty(STDIN_FILENO) == 0 || InputHasHungUp())) {
             EndProgram(kNoMoreInput);
         }

@@ -1,22 +1,21 @@
-// Waits for ENTER, on the plain terminal and inside curses. No screen uses them; the product line's
-// helpers that work on the plain terminal do.
+// Waiting for ENTER, on the plain terminal and inside curses, for the product line's helpers. No
+// screen of this program uses it.
 #pragma once
 
-// Leaves curses and homes the cursor on a cleared terminal. Curses comes back with the next
-// refresh().
+// Leaves curses, clears the terminal and homes the cursor. The next refresh() re-enters curses.
 void LeaveCursesAtHome();
 
-// Waits on the plain terminal until a line feed or carriage return is read from standard input,
-// byte by byte. Only a read error ends the wait early. End of input does not: Ctrl-D on a terminal
-// is waited out, and where there is no more input at all, the program ends with status 1.
+// Reads standard input on the plain terminal, byte by byte, until a line feed or carriage return. A
+// read error ends the wait early; Ctrl-D on a terminal does not. If the input has really ended, the
+// program exits with status 1.
 void ReadLineRaw();
 
-// On the plain terminal: says "Hit enter to continue" and waits for ENTER.
+// On the plain terminal: prints "Hit enter to continue" and waits for ENTER.
 void WaitForEnter();
 
-// Waits inside curses until the low byte of a key's code is CR or LF. A function key whose code
-// has such a low byte therefore counts as ENTER too.
+// Inside curses: waits until the low byte of a key code is CR or LF. A function key with such a low
+// byte also counts as ENTER.
 void WaitForKeyEnter();
 
-// Inside curses: says "Hit enter to continue" and waits that way.
+// Inside curses: prints "Hit enter to continue" and waits with WaitForKeyEnter.
 void WaitForEnterCurses();

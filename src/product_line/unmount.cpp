@@ -16,8 +16,8 @@ namespace {
 
 constexpr std::size_t kLineSize = 1024;
 
-// Takes the text up to the next blank off the line, and the blanks and tabs that follow. Nothing
-// when no blank follows.
+// Removes the text up to the next blank from the line, with the blanks and tabs that follow it.
+// Returns nothing if there is no blank.
 std::optional<std::string> TakeField(std::string_view& line) {
     const std::size_t end = line.find(' ');
     if (end == std::string_view::npos) return std::nullopt;

@@ -22,12 +22,12 @@ constexpr const char* kSpaceCharacters = "\t\n\r ";
 constexpr int kEthernetNames = 9;
 constexpr useconds_t kWaitAgain = 100;  // microseconds
 
-// Descriptors live only as long as the one call, and no program started meanwhile may have them.
+// Opened for a single call, and never inherited by a program started meanwhile.
 int OpenToRead(const char* path) {
     return open(path, O_RDONLY | O_CLOEXEC);
 }
 
-// Reads once; a failure counts as no bytes.
+// Reads once; on failure returns 0 bytes.
 size_t ReadOnce(int descriptor, char* buffer, size_t count) {
     const ssize_t length = read(descriptor, buffer, count);
     return length > 0 ? static_cast<size_t>(length) : 0;
@@ -41,8 +41,8 @@ char* WithoutFolders(char* path) {
     return name;
 }
 
-// Only the attempt counts: a process whose program is gone, a kernel thread say, is still compared
-// by its arguments.
+// The result is ignored: a process without a program file, such as a kernel thread, is still
+// compared by its arguments.
 void ReadProgramLink(int pid) {
     char path[32];
     char program[256];
@@ -64,7 +64,7 @@ bool IsNamed(int pid, const char* name) {
     return strcmp(WithoutFolders(arguments), name) == 0;
 }
 
-// The pid a folder of /proc stands for; 0 for the folders that are no process.
+// The pid in the name of a /proc folder; 0 if the folder is not a process.
 int PidOfFolder(const char* folder) {
     if (folder[0] == '.') return 0;
     const int pid = atoi(folder);
@@ -214,8 +214,8 @@ int run_and_wait(const void* /*context*/, char* const arguments[]) {
         _exit(1);
     }
     int status = -1;
-    // Where SIGCHLD is ignored the kernel keeps no status: waitpid blocks, then fails, and only the
-    // probe tells that the child is gone.
+    // If SIGCHLD is ignored, the kernel keeps no status: waitpid blocks, then fails, and only
+    // kill(child, 0) shows that the child has gone.
     while (kill(child, 0) == 0 && waitpid(child, &status, 0) != child)
         usleep(kWaitAgain);
     return status;

@@ -1,6 +1,6 @@
-// Small routines on C texts, files and processes which the tools of the product line share. Their
-// names and their exact behaviour are the product line's, so a tool may rely on every detail here.
-// This program's own screens use none of them.
+// Small C routines for texts, files and processes that the tools of the product line share. Names
+// and exact behaviour are the product line's, so its tools may rely on every detail. The screens of
+// this program use none of them.
 //
 //     char line[512];
 //     while (fgets(line, sizeof line, file) != nullptr) {
@@ -8,8 +8,8 @@
 //         ...
 //     }
 //
-// Nothing here keeps a state or writes a message about a failure: a failure is a result. All texts
-// end with a NUL byte, and none of the pointers may be null.
+// The routines keep no state and print no error messages; failures are returned. All texts end in a
+// NUL byte, and no pointer may be null.
 #pragma once
 
 #include <netinet/in.h>
@@ -19,79 +19,78 @@
 #include <cstdint>
 #include <string>
 
-// Cuts all carriage returns and line feeds off the end of the text, in any mixture. Those inside
-// the text stay.
+// Removes all carriage returns and line feeds, in any mixture, from the end of the text. Those
+// inside the text stay.
 void chomp(char* text);
 
-// White space, for these four, is exactly tab, line feed, carriage return and blank.
-// The first other character of the text, or its end.
+// For these four, white space is exactly tab, line feed, carriage return and blank.
+// Returns the first other character of the text, or its end.
 char* skip_space(char* text);
-// Cuts trailing white space in place.
+// Cuts trailing white space, in place.
 void trim_trailing_space(char* text);
 // Both: cuts trailing white space and returns the first other character.
 char* trim_space(char* text);
-// Moves the text without its leading white space to its start.
+// Removes leading white space by moving the rest to the start of the text.
 void strip_leading_space(char* text);
 
-// Whether any of the first `count` bytes is other than zero.
+// Whether any of the first `count` bytes is not zero.
 bool any_nonzero(const void* bytes, size_t count);
 
-// Ends the text at its first line feed and returns what follows it; without a line feed, the
-// text's end. Called again on what it returns, it walks a buffer line by line; the buffer is used
-// up when the result is an empty text.
+// Ends the text at its first line feed and returns what follows; without a line feed, returns the
+// end of the text. Calling it again on the result walks a buffer line by line, until the result is
+// empty.
 char* cut_line(char* text);
 
 // Makes the text empty.
 void clear_string(char* text);
 
-// The text behind the prefix, letters of either case being equal; null when the text does not
-// begin with it. Every text begins with the empty prefix.
+// The text after the prefix, compared ignoring case; null if the text does not start with it. Every
+// text starts with the empty prefix.
 const char* skip_prefix(const char* text, const char* prefix);
 
-// Let a new program not have, or have, the descriptor. The result is fcntl's: 0, or -1 with errno
-// set. The descriptor's flags are replaced as a whole.
+// Close the descriptor on exec, or keep it open. Replace all descriptor flags. Return what fcntl
+// returns: 0, or -1 with errno set.
 int set_cloexec(int descriptor);
 int clear_cloexec(int descriptor);
 
-// Reads the beginning of a file, with a single read of at most n - 1 bytes, and puts a NUL behind
-// it. -1, and the buffer as it was, when the file can't be opened; otherwise 0, with an empty text
-// when the read fails. Nothing is read or stored when n is 0.
+// Reads the start of a file, with a single read of at most n - 1 bytes, and appends a NUL. Returns
+// -1 if the file can't be opened, and leaves the buffer unchanged; otherwise 0, with an empty text
+// if the read fails. If n is 0, reads and stores nothing.
 int read_small_file(const char* path, char* buffer, size_t n);
 
-// Makes the text the whole content of a file, which is created with mode 0644 (less the umask)
-// when missing. No line end is added. -1 when the file can't be opened, otherwise 0: whether the
-// text went in, with its single write, is not told.
+// Writes the text to a file, replacing its content, with a single write and no added line end. A
+// missing file is created with mode 0644 (less the umask). Returns -1 if the file can't be opened,
+// otherwise 0, even if the write fails.
 int write_small_file(const char* path, const char* text);
 
-// The first 1023 bytes of a file up to a NUL byte, without line ends behind them; a file of several
-// lines gives them all. Empty when the file can't be read.
+// The first 1023 bytes of a file, up to a NUL byte, without trailing line ends. Despite its name it
+// returns several lines if the file has them. Empty if the file can't be read.
 std::string read_file_line(const char* path);
 
-// Room for any text of format_size; the longest is "9223.372PB".
+// Enough for any text of format_size; the longest is "9223.372PB".
 constexpr size_t kSizeTextBytes = 32;
 
-// Writes a count of bytes for people: " bytes" up to 999, then KB, MB, GB, TB, PB by powers of
-// 1000, with three decimals cut, not rounded: "999 bytes", "1.500KB", "1.234MB". Empty for a
-// negative count. The buffer takes kSizeTextBytes.
+// Formats a byte count for people: " bytes" up to 999, then KB, MB, GB, TB, PB in powers of 1000
+// with three decimals, truncated: "999 bytes", "1.500KB", "1.234MB". Empty if the count is
+// negative. The buffer must hold kSizeTextBytes.
 void format_size(int64_t bytes, char* buffer);
 
 // The text of format_size.
 std::string format_size_string(int64_t bytes);
 
-// Looks through /proc for a process whose first argument, without its folders, is exactly this
-// name, and returns its pid: the first one in the folder's order, 0 when there is none or /proc
-// can't be opened. Kernel threads have no arguments and so no name. Only the first 1022 bytes of a
-// process's arguments count.
+// The pid of the first process, in /proc order, whose first argument without its folders is exactly
+// this name; 0 if there is none or /proc can't be opened. Kernel threads have no arguments and
+// never match. Only the first 1022 bytes of a process's arguments are read.
 int find_process_by_name(const char* name);
 
-// Runs the program arguments[0], a path, with these arguments (the last one null) and waits for its
-// end, however long that takes. Returns the wait status, for WIFEXITED and its like; 1 is the exit
-// status of a program that can't be run. -1 when there is no new process, or no status to wait for
-// because the caller ignores SIGCHLD; the program has ended then, too. The first argument is for
-// callers that hand a context along; it is not looked at.
+// Runs the program at the path arguments[0] with these arguments (null-terminated) and waits for
+// it, without a time limit. Returns the wait status, for WIFEXITED and the like; a program that
+// can't be run exits with status 1. Returns -1 if no process can be created, or if there is no
+// status because the caller ignores SIGCHLD; even then the program has ended. `context` is ignored;
+// it is there for callers that pass one along.
 int run_and_wait(const void* context, char* const arguments[]);
 
-// Asks the kernel, on an open datagram socket, for the IPv4 addresses of eth0 to eth8 in this order
-// and returns the first there is, in network byte order, after printing it on standard output:
-// "Found: 192.0.2.1\n". 0, and nothing printed, when none of the nine has an address.
+// The first IPv4 address of eth0 to eth8, in this order, in network byte order, queried with
+// SIOCGIFADDR on an open datagram socket. Also prints it to standard output: "Found: 192.0.2.1\n".
+// If none of them has an address, returns 0 and prints nothing.
 in_addr_t find_eth_ipv4(int datagram_socket);
