@@ -1,4 +1,4 @@
-// What holds of every interface's settings, whatever was typed into them.
+// Properties that every interface's settings have, whatever was typed into them.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -9,7 +9,7 @@
 
 namespace {
 
-// What an operator can type into a field: no line end, no blanks around it.
+// What an operator can type into a field: no line feeds, no blanks at either end.
 std::string Typed(Random& random) {
     std::string text = random.Text(60, std::string_view("\n\r\0", 3));
     text.erase(0, text.find_first_not_of(" \t"));
@@ -45,7 +45,7 @@ void ExpectSame(const InterfaceConfig& read, const InterfaceConfig& written) {
     EXPECT_EQ(read.nat_role, written.nat_role);
 }
 
-TEST(InterfaceConfigProperties, WhatIsWrittenReadsTheSame) {
+TEST(InterfaceConfigProperties, FormattedSettingsParseBackUnchanged) {
     Random random;
     for (int i = 0; i < 1000 && !testing::Test::HasFailure(); ++i) {
         const InterfaceConfig written = AnyConfig(random);
@@ -55,7 +55,7 @@ TEST(InterfaceConfigProperties, WhatIsWrittenReadsTheSame) {
     }
 }
 
-TEST(InterfaceConfigProperties, WhatIsWrittenToAFileReadsTheSame) {
+TEST(InterfaceConfigProperties, WrittenSettingsReadBackUnchanged) {
     Random random;
     const TemporaryFolder folder;
     const std::string path = folder.Path("settings");

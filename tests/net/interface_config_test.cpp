@@ -17,7 +17,7 @@
 
 #include "util/folder_fixtures.h"
 
-// All fields, so that a comparison never misses one.
+// All fields, so that a comparison misses none.
 static auto Fields(const InterfaceConfig& config) {
     return std::tie(config.manage, config.dhcp, config.dhcp6, config.dhcp_gw, config.enable_ip6,
                     config.disabled, config.static_ip, config.ipv6_router_adv,
@@ -62,7 +62,8 @@ InterfaceConfig Parsed(const std::string& text) {
     return config;
 }
 
-// It writes down its words, one a line, then where its complaints go, and ends with the status.
+// Records its arguments, one per line, then where its standard error goes, and exits with the
+// status.
 struct RecordingCommand : OwnCommand {
     RecordingCommand(const std::string& name, int status)
         : OwnCommand(name,
@@ -98,7 +99,7 @@ TEST(SetConfigDefaults, AreTheReadersDefaults) {
     EXPECT_EQ(config, Defaults());
 }
 
-TEST(SetConfigDefaults, UndoEveryChoiceButLeaveTheOtherTexts) {
+TEST(SetConfigDefaults, ResetEverySwitchAndKeepTheOtherTexts) {
     InterfaceConfig config;
     config.disabled = config.dhcp6 = config.nat_enable = true;
     config.static_ip = "192.0.2.1";
@@ -130,8 +131,8 @@ TEST(ParseInterfaceConfig, AnEmptyTextLeavesTheDefaults) {
     EXPECT_EQ(Parsed("\n"), Defaults());
 }
 
-// One line changes its own setting and no other.
-TEST(ParseInterfaceConfig, EveryKeyHasItsField) {
+// Each line changes its own setting and no other.
+TEST(ParseInterfaceConfig, EachKeySetsItsOwnField) {
     struct Case {
         const char* line;
         void (*expect)(InterfaceConfig&);
@@ -167,7 +168,7 @@ TEST(ParseInterfaceConfig, LinesThatSetDhcpOff) {
          {"dhcp = 0", "dhcp =0", "dhcp   =   0", "   dhcp = 0", "dhcp = yes", "dhcp = true",
           "dhcp = ", "dhcp =", "dhcp = -1", "dhcp = off", "dhcp = 0 # by hand", "dhcp = = 1",
           "dhcp = on ", "dhcp = 0\r", "dhcp = 0\r\r\n\r",
-          // Whatever stands before "=" is taken for the blank that belongs there.
+          // Any character before "=" counts as the blank.
           "dhcp\t= 0", "dhcp \t= 0", "dhcp6= 0", "dhcp:=0", "dhcp?= 0"}) {
         InterfaceConfig expected = Defaults();
         expected.dhcp = false;
@@ -185,7 +186,7 @@ TEST(ParseInterfaceConfig, LinesThatSetDhcp6On) {
     }
 }
 
-TEST(ParseInterfaceConfig, LinesThatSayNothing) {
+TEST(ParseInterfaceConfig, LinesThatSetNothing) {
     for (const char* line : {"manage=0",
                              "manage= 0",
                              "dhcp=0",
@@ -230,7 +231,7 @@ TEST(ParseInterfaceConfig, LinesThatSayNothing) {
     }
 }
 
-TEST(ParseInterfaceConfig, ATextKeepsAllButItsLeadingSpaces) {
+TEST(ParseInterfaceConfig, ATextLosesOnlyItsLeadingSpaces) {
     struct Case {
         const char* line;
         const char* value;
@@ -256,26 +257,26 @@ TEST(ParseInterfaceConfig, ATextKeepsAllButItsLeadingSpaces) {
     }
 }
 
-TEST(ParseInterfaceConfig, AnEmptyValueEmptiesAText) {
+TEST(ParseInterfaceConfig, AnEmptyValueClearsAText) {
     EXPECT_EQ(Parsed("static ip netmask = \n").static_ip_netmask, "");
     EXPECT_EQ(Parsed("static ip netmask =\n").static_ip_netmask, "");
     EXPECT_EQ(Parsed("dns = 192.0.2.1\ndns =    \n").dns, "");
 }
 
-TEST(ParseInterfaceConfig, TheNetmaskLineNeverTouchesTheAddress) {
+TEST(ParseInterfaceConfig, TheNetmaskLineLeavesTheAddressAlone) {
     const InterfaceConfig config = Parsed("static ip netmask = 255.255.0.0\n");
     EXPECT_EQ(config.static_ip_netmask, "255.255.0.0");
     EXPECT_EQ(config.static_ip, "");
     EXPECT_EQ(config.static_ip6, "");
 }
 
-TEST(ParseInterfaceConfig, TheLastOfSeveralLinesCounts) {
+TEST(ParseInterfaceConfig, TheLastOfSeveralLinesWins) {
     EXPECT_TRUE(Parsed("dhcp = 0\ndns = 192.0.2.1\ndhcp = 1\n").dhcp);
     EXPECT_FALSE(Parsed("dhcp = 1\ndhcp = 0").dhcp);
     EXPECT_EQ(Parsed("dns = 192.0.2.1\ndns = 192.0.2.2").dns, "192.0.2.2");
 }
 
-TEST(ParseInterfaceConfig, KeepsWhatTheTextDoesNotSay) {
+TEST(ParseInterfaceConfig, KeepsSettingsThatTheTextDoesNotMention) {
     InterfaceConfig config = Defaults();
     config.static_ip = "192.0.2.1";
     config.dhcp = false;
@@ -285,8 +286,8 @@ TEST(ParseInterfaceConfig, KeepsWhatTheTextDoesNotSay) {
     EXPECT_EQ(config.gateway, "192.0.2.254");
 }
 
-// Lines are taken in pieces of 1022 characters.
-TEST(ParseInterfaceConfig, ALongLineComesInPieces) {
+// Lines are read in pieces of 1022 characters.
+TEST(ParseInterfaceConfig, ALongLineIsSplit) {
     const std::string key = "dns = ";
     const std::string longest(1022 - key.size(), 'x');
     EXPECT_EQ(Parsed(key + longest).dns, longest);
@@ -294,7 +295,7 @@ TEST(ParseInterfaceConfig, ALongLineComesInPieces) {
     EXPECT_FALSE(Parsed(key + longest + "\nmanage = 0\n").manage);
     EXPECT_EQ(Parsed(key + longest + "y\n").dns, longest);
     EXPECT_EQ(Parsed(key + longest + longest + longest + "\n").dns, longest);
-    // The second piece is a line like any other, even behind a comment.
+    // The second piece is a line like any other, even after a comment.
     const InterfaceConfig behind = Parsed("#" + std::string(1021, ' ') + "manage = 0\n");
     EXPECT_FALSE(behind.manage);
     EXPECT_TRUE(Parsed("#" + std::string(1020, ' ') + "manage = 0\n").manage);
@@ -310,7 +311,7 @@ TEST(ParseInterfaceConfig, AZeroByteEndsItsLine) {
 
 // ---- writing ----
 
-TEST(FormatInterfaceConfig, WritesFourteenLinesInTheFilesOrder) {
+TEST(FormatInterfaceConfig, WritesFourteenLinesInFileOrder) {
     InterfaceConfig config;
     config.manage = true;
     config.dhcp6 = true;
@@ -339,7 +340,7 @@ TEST(FormatInterfaceConfig, WritesFourteenLinesInTheFilesOrder) {
               "nat role = lan\n");
 }
 
-TEST(FormatInterfaceConfig, WritesEmptyTextsBehindTheirBlank) {
+TEST(FormatInterfaceConfig, WritesABlankBeforeAnEmptyText) {
     InterfaceConfig config;
     config.dhcp = config.dhcp_gw = config.disabled = config.nat_enable = true;
     EXPECT_EQ(FormatInterfaceConfig(config),
@@ -359,7 +360,7 @@ TEST(FormatInterfaceConfig, WritesEmptyTextsBehindTheirBlank) {
               "nat role = \n");
 }
 
-TEST(FormatInterfaceConfig, WritesTextsAsTheyStand) {
+TEST(FormatInterfaceConfig, WritesTextsUnchanged) {
     InterfaceConfig config;
     config.dns = "  100% \"sure\" \\n  ";
     config.nat_role = std::string(5000, 'r');
@@ -368,7 +369,7 @@ TEST(FormatInterfaceConfig, WritesTextsAsTheyStand) {
     EXPECT_NE(text.find("\nnat role = " + config.nat_role + "\n"), std::string::npos);
 }
 
-TEST(FormatInterfaceConfig, AWordThatTheReaderDoesNotKnowIsWrittenBackAsOff) {
+TEST(FormatInterfaceConfig, AnUnknownWordForAFlagIsWrittenAsOff) {
     const std::string text = FormatInterfaceConfig(Parsed("dhcp = yes\nmanage = ON\ndhcp6 = 7\n"));
     EXPECT_EQ(text.substr(0, text.find("dhcp_gw")), "manage = 1\ndhcp = 0\ndhcp6 = 1\n");
 }
@@ -394,7 +395,7 @@ class Dice {
     std::mt19937 generator_;
 };
 
-// What an operator may type or paste, without blanks around it.
+// What an operator may type or paste, without blanks at either end.
 std::string RandomValue(Dice& dice) {
     std::string characters = "  ==##\t\r\\%$'\"`;,.:/0123456789abcdefABCDEF\xc3\xa9\xff\x01\x7f";
     std::string text = dice.Text(characters, 60);
@@ -418,19 +419,19 @@ InterfaceConfig RandomConfig(Dice& dice) {
     return config;
 }
 
-TEST(InterfaceConfigRoundTrip, WhatWasWrittenIsRead) {
+TEST(InterfaceConfigRoundTrip, WrittenSettingsAreReadBack) {
     for (unsigned seed = 0; seed < 2000; seed++) {
         Dice dice(seed);
         const InterfaceConfig config = RandomConfig(dice);
         const std::string text = FormatInterfaceConfig(config);
-        InterfaceConfig read = RandomConfig(dice);  // every line must count
+        InterfaceConfig read = RandomConfig(dice);  // every line must be read
         ParseInterfaceConfig(text, read);
         ASSERT_EQ(read, config) << "seed " << seed << "\n" << text;
     }
 }
 
-// Nonsense may leave any settings, but settings that one save and one reading keep.
-TEST(InterfaceConfigRoundTrip, WhatNonsenseLeavesIsKept) {
+// Garbage may give any settings, but one save and one read keep them.
+TEST(InterfaceConfigRoundTrip, SettingsReadFromGarbageSurviveASave) {
     const std::vector<std::string> pieces = {"manage",
                                              "dhcp",
                                              "dhcp6",
@@ -469,7 +470,7 @@ TEST(InterfaceConfigRoundTrip, WhatNonsenseLeavesIsKept) {
             ASSERT_LE(value->size(), 1022U) << "seed " << seed;
         }
         const std::string saved = FormatInterfaceConfig(first);
-        bool fits = true;  // a line that grows by its blanks may become too long to be read back
+        bool fits = true;  // the added blanks may make a line too long to read back
         for (const std::string* value :
              {&first.static_ip, &first.dns, &first.nat_role, &first.gateway,
               &first.static_ip_netmask, &first.static_ip6}) {
@@ -482,7 +483,7 @@ TEST(InterfaceConfigRoundTrip, WhatNonsenseLeavesIsKept) {
 
 // ---- files ----
 
-TEST(InterfaceConfigPath, NamesTheFileByTheHardwareAddress) {
+TEST(InterfaceConfigPath, NamesTheFileAfterTheHardwareAddress) {
     EXPECT_EQ(InterfaceConfigPath("02:00:5E:00:53:01"), "/etc/network/02:00:5E:00:53:01");
 }
 
@@ -501,7 +502,7 @@ TEST(ReadInterfaceConfig, ReadsAFileOverTheDefaults) {
     EXPECT_EQ(config, expected);
 }
 
-TEST(ReadInterfaceConfig, AFileThatIsNoFileLeavesTheDefaults) {
+TEST(ReadInterfaceConfig, WhatIsNotAFileLeavesTheDefaults) {
     const TemporaryFolder folder;
     const std::string empty = folder.File("empty", "");
     for (const std::string& path : {folder.path + "/missing", folder.path, empty}) {
@@ -526,7 +527,7 @@ TEST(WriteInterfaceConfig, RewritesTheWholeFile) {
               "static ip6 = \ngateway = \ndns = \nnat enable = 0\nnat role = \n");
 }
 
-TEST(WriteInterfaceConfig, SaysNothingWhereItCannotWrite) {
+TEST(WriteInterfaceConfig, AFailedWriteIsNotReported) {
     const TemporaryFolder folder;
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
@@ -539,7 +540,7 @@ TEST(WriteInterfaceConfig, SaysNothingWhereItCannotWrite) {
 
 // ---- commands ----
 
-TEST(EnsureInterfaceConfigFile, CopiesTheTemplateWhereThereIsNoFile) {
+TEST(EnsureInterfaceConfigFile, CopiesTheTemplateIfThereIsNoFile) {
     const std::string name = "02:00:5E:00:53:" + std::to_string(getpid());
     const RecordingCommand cp("cp", 1);
     EnsureInterfaceConfigFile(name);

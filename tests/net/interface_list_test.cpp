@@ -9,7 +9,7 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-TEST(ParseInterfaceList, NamesTheNumberedLines) {
+TEST(ParseInterfaceList, TakesTheNamesOfNumberedLines) {
     EXPECT_EQ(
         ParseInterfaceList(
             "1: lo: <LOOPBACK,UP,LOWER_UP> mtu 65536 qdisc noqueue state UNKNOWN mode DEFAULT\n"
@@ -41,20 +41,20 @@ TEST(ParseInterfaceList, LeavesOutLoInAnyCaseAndNothingElse) {
         (Names{"lo0", "l", "lo@x"}));
 }
 
-TEST(ParseInterfaceList, WhatMakesALineAnInterfacesFirst) {
+TEST(ParseInterfaceList, OnlyANumberAndAColonStartAnInterface) {
     struct {
         const char* line;
         Names names;
     } const kCases[] = {
         {"2: eth0: <UP>\n", {"eth0"}},
-        {"   2: eth0: <UP>\n", {"eth0"}},  // blanks may lead
+        {"   2: eth0: <UP>\n", {"eth0"}},  // blanks may come first
         {"1234567: eth0: <UP>\n", {"eth0"}},
         {"2:eth0: <UP>\n", {"eth0"}},
         {"2:    eth0: <UP>\n", {"eth0"}},
         {"2: eth0 <UP>\n", {"eth0"}},  // the name ends at a blank
-        {"2: eth0", {"eth0"}},         // or with the line
+        {"2: eth0", {"eth0"}},         // or at the end of the line
         {"2: eth0\n", {"eth0"}},
-        {"2 : eth0: <UP>\n", {}},  // the colon follows the number at once
+        {"2 : eth0: <UP>\n", {}},  // the colon directly follows the number
         {"2. eth0: <UP>\n", {}},
         {"2\n", {}},
         {"2", {}},
@@ -85,7 +85,7 @@ std::string Padded(std::string line, std::size_t length) {
     return line;
 }
 
-TEST(ParseInterfaceList, ALongLineHidesNoLineBehindIt) {
+TEST(ParseInterfaceList, ALongLineDoesNotHideTheNextLine) {
     for (std::size_t length : {510U, 511U, 512U, 513U, 1021U, 1022U, 1023U, 5000U}) {
         EXPECT_EQ(ParseInterfaceList(Padded("2: eth0: <", length) + "\n3: eth1: <UP>\n"),
                   (Names{"eth0", "eth1"}))
@@ -100,7 +100,7 @@ TEST(ParseInterfaceList, ALineIsReadInPiecesOf511Bytes) {
     EXPECT_EQ(ParseInterfaceList(Padded("2: eth0: <", 512) + "3: eth1: <UP>\n"), Names{"eth0"});
 }
 
-TEST(ParseInterfaceList, ListsHoweverManyThereAre) {
+TEST(ParseInterfaceList, ListsAnyNumberOfInterfaces) {
     std::string text;
     for (int i = 1; i <= 100; ++i)
         text += std::to_string(i) + ": tap" + std::to_string(i) + ": <UP>\n    link/ether\n";
@@ -110,7 +110,7 @@ TEST(ParseInterfaceList, ListsHoweverManyThereAre) {
     EXPECT_EQ(names.back(), "tap100");
 }
 
-TEST(ParseInterfaceList, UnderstandsTheIpCommandOfThisMachine) {
+TEST(ParseInterfaceList, UnderstandsTheRealIpCommand) {
     const Answer answer = AnswerInChild(
         [] {
             return EnterNetwork({{"eth1", nullptr}, {"br-lan", nullptr}, {"eth0", nullptr}});
@@ -123,7 +123,7 @@ TEST(ParseInterfaceList, UnderstandsTheIpCommandOfThisMachine) {
         });
     if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "not possible on this system";
     const std::string& names = answer.output;
-    // The kernel may bring devices of its own into every new network.
+    // The kernel may create devices of its own in every new network.
     const std::size_t ours = names.find("eth1 ");
     ASSERT_NE(ours, std::string::npos) << names;
     EXPECT_EQ(names.substr(ours), "eth1 br-lan eth0 ");

@@ -1,5 +1,5 @@
-// The probe on a real network of the test's own. Bridges are its interfaces, as every kernel has
-// them: one that is up has link, one that is down has none.
+// Probes a private, real network. Its interfaces are bridges, which every kernel supports: a bridge
+// that is up has a link, one that is down has none.
 #include <gtest/gtest.h>
 
 #include <utility>
@@ -20,7 +20,7 @@ void PrintStatus(const InterfaceStatus& status) {
         printf("%s\n", row.c_str());
 }
 
-// What the probe says of eth0 after each group of `ip` commands.
+// What the probe reports about eth0 after each group of `ip` commands.
 Answer Probed(const std::vector<std::string>& commands) {
     return AnswerInChild(
         [] {
@@ -46,7 +46,7 @@ TEST(InterfaceState, AnInterfaceThatIsDownIsDisconnected) {
     EXPECT_EQ(answer.output, "Disconnected|\n");
 }
 
-// A tap that nobody holds open is a card without a cable.
+// A tap device that no process holds open is like a card without a cable.
 TEST(InterfaceState, AnInterfaceCanBeUpWithoutLink) {
     const Answer answer =
         Probed({"ip link del eth0; ip tuntap add eth0 mode tap 2>/dev/null && "
@@ -72,12 +72,12 @@ TEST(InterfaceState, FollowsWhatHappensToTheInterface) {
     if (ipv6 == std::string::npos && !std::filesystem::exists("/proc/net/if_inet6")) {
         GTEST_SKIP() << "no IPv6 on this system";
     }
-    // The kernel lists the address that came last first.
+    // The kernel lists the newest address first.
     EXPECT_EQ(answer.output, up + up + address + "  gateway: 192.0.2.1\n" + up + address + "\n" +
                                  "   IPv6: 2001:db8::1/64\n" + "Disconnected|\n");
 }
 
-TEST(InterfaceState, OfAnInterfaceThatHasGoneOnlyTheLinkTextStays) {
+TEST(InterfaceState, OnlyTheLinkTextOutlivesTheInterface) {
     const Answer answer = Probed({
         "ip link set eth0 up; ip addr add 192.0.2.2/26 dev eth0",
         "ip link del eth0",
@@ -108,7 +108,7 @@ TEST(AskInterface, LearnsTheHardwareAddress) {
     EXPECT_EQ(answer.value, 0);
 }
 
-// Sockets of which the kernel has refused some.
+// Sockets, some of which the kernel has refused.
 struct SomeSockets : KernelSockets {
     SomeSockets(bool has_packet, bool has_inet) {
         if (!has_packet) close(std::exchange(packet, -1));
@@ -116,7 +116,7 @@ struct SomeSockets : KernelSockets {
     }
 };
 
-TEST(AskInterface, WithoutAPacketSocketLinkAndFlagsAreNotAsked) {
+TEST(AskInterface, WithoutAPacketSocketLinkAndFlagsAreNotQueried) {
     const InterfaceFacts facts = AskInterface("lo", SomeSockets(false, true));
     EXPECT_FALSE(facts.packet_socket);
     EXPECT_FALSE(facts.hardware_address.has_value());
@@ -125,14 +125,14 @@ TEST(AskInterface, WithoutAPacketSocketLinkAndFlagsAreNotAsked) {
     EXPECT_TRUE(facts.inet_socket);
 }
 
-TEST(AskInterface, WithoutAnInetSocketAddressesAreNotAsked) {
+TEST(AskInterface, WithoutAnInetSocketAddressesAreNotQueried) {
     const InterfaceFacts facts = AskInterface("lo", SomeSockets(false, false));
     EXPECT_FALSE(facts.inet_socket);
     EXPECT_EQ(facts.address_family, 0);
     EXPECT_FALSE(facts.is_wireless);
 }
 
-TEST(AskInterface, TakesNamesThatNoInterfaceHas) {
+TEST(AskInterface, HandlesNamesThatNoInterfaceHas) {
     const KernelSockets sockets;
     for (const std::string& name : {std::string(), std::string("a b"), std::string("$(echo lo)"),
                                     std::string("veth0@if5"), std::string(127, 'x')}) {
@@ -142,7 +142,7 @@ TEST(AskInterface, TakesNamesThatNoInterfaceHas) {
     }
 }
 
-TEST(KernelSockets, AreClosedAndHandedToNobody) {
+TEST(KernelSockets, AreClosedAndNotInherited) {
     const SignalAction child(SIGCHLD, SIG_IGN);
     const int free_before = dup(STDERR_FILENO);
     close(free_before);
@@ -162,7 +162,7 @@ TEST(GlobalAddressCommand, NamesTheInterface) {
     EXPECT_EQ(GlobalAddressCommand("$(a) b"), "ip addr show dev '$(a) b' scope global");
 }
 
-TEST(IsWirelessInterface, AWireIsNone) {
+TEST(IsWirelessInterface, AWiredCardIsNotWireless) {
     EXPECT_FALSE(IsWirelessInterface("lo"));
     EXPECT_FALSE(IsWirelessInterface("none0"));
 }

@@ -15,9 +15,8 @@ namespace {
 #define SKIP_WHERE_REFUSED(answer) \
     if ((answer).prepared == Prepared::kRefused) GTEST_SKIP() << "not possible on this system"
 
-// An `ip` command of the test's own stands first in PATH: a shell script, with its two uses as
-// functions. Where it waits, it gives up when its folder has gone, or
-// after five seconds.
+// An `ip` command of the test's own, first in PATH: a shell script with a function for each of its
+// two uses. until_there gives up after five seconds, or when the test's folder is gone.
 struct StandInIp : OwnCommand {
     StandInIp(const std::string& link, const std::string& addresses)
         : OwnCommand("ip",
@@ -76,13 +75,13 @@ void AwaitFile(const std::string& path) {
         usleep(1000);
 }
 
-// A command that has run for that long.
+// Makes the command look as if it had started that much earlier.
 void Age(std::optional<RunningCommand>& command, double seconds) {
     ASSERT_TRUE(command.has_value());
     command->started -= seconds;
 }
 
-// Children are reaped by the kernel, as the program has them. What hangs is ended.
+// The kernel reaps children, as in the program. Hanging commands are killed.
 class InterfaceRefreshTest : public testing::Test {
   protected:
     ~InterfaceRefreshTest() override { StopAsking(refresh); }
@@ -91,7 +90,7 @@ class InterfaceRefreshTest : public testing::Test {
     InterfaceRefresh refresh;
 };
 
-TEST_F(InterfaceRefreshTest, GathersAllInterfacesThatAreListed) {
+TEST_F(InterfaceRefreshTest, GathersAllListedInterfaces) {
     const StandInIp ip(kTwoInterfaces, kOwnAddress);
     AskInterfaces(refresh);
     TakeAll(refresh);
@@ -100,7 +99,7 @@ TEST_F(InterfaceRefreshTest, GathersAllInterfacesThatAreListed) {
     EXPECT_FALSE(TakeAnswers(refresh, MonotonicSeconds()).late);
 }
 
-TEST_F(InterfaceRefreshTest, GathersTheOneThatIsNamed) {
+TEST_F(InterfaceRefreshTest, GathersOnlyTheNamedInterface) {
     const StandInIp ip("echo '1: a0: <UP>'", kOwnAddress);
     refresh.only = "c0";
     AskInterfaces(refresh);
@@ -109,7 +108,7 @@ TEST_F(InterfaceRefreshTest, GathersTheOneThatIsNamed) {
     EXPECT_EQ(Addresses(refresh), Texts{"2001:db8::c0/64"});
 }
 
-TEST_F(InterfaceRefreshTest, GathersEachOfManyInterfaces) {
+TEST_F(InterfaceRefreshTest, GathersManyInterfaces) {
     const StandInIp ip("n=1; while [ $n -le 150 ]; do echo \"$n: tap$n: <UP>\"; n=$((n + 1)); done",
                        "echo \"inet6 ::$4\"");
     AskInterfaces(refresh);
@@ -124,7 +123,7 @@ TEST_F(InterfaceRefreshTest, GathersEachOfManyInterfaces) {
     EXPECT_EQ(Addresses(refresh), addresses);
 }
 
-TEST_F(InterfaceRefreshTest, LooksAt4096InterfacesAtMost) {
+TEST_F(InterfaceRefreshTest, LooksAtAtMost4096Interfaces) {
     const StandInIp ip("seq 1 4097 | sed 's/.*/&: tap&: <UP>/'", "exit");
     AskInterfaces(refresh);
     TakeList(refresh);
@@ -132,7 +131,7 @@ TEST_F(InterfaceRefreshTest, LooksAt4096InterfacesAtMost) {
     EXPECT_EQ(refresh.interfaces.back().name, "tap4096");
 }
 
-TEST_F(InterfaceRefreshTest, GoesOnWithoutWaiting) {
+TEST_F(InterfaceRefreshTest, DoesNotBlock) {
     const StandInIp ip("until_there listed; echo '1: a0: <UP>'",
                        "until_there answered; echo 'inet6 ::1'");
     AskInterfaces(refresh);
@@ -149,7 +148,7 @@ TEST_F(InterfaceRefreshTest, GoesOnWithoutWaiting) {
     EXPECT_EQ(Take(refresh), Known::All);
 }
 
-TEST_F(InterfaceRefreshTest, TheCommandsRunAtTheSameTime) {
+TEST_F(InterfaceRefreshTest, RunsTheCommandsInParallel) {
     const StandInIp ip(
         kTwoInterfaces,
         ": >$4; until_there a0; until_there b0; [ -e a0 -a -e b0 ] && echo 'inet6 met'");
@@ -165,9 +164,9 @@ TEST_F(InterfaceRefreshTest, WithoutAnAnswerThereAreNoInterfaces) {
     EXPECT_EQ(Names(refresh), Texts{});
 }
 
-// ---- the next round ----
+// ---- later rounds ----
 
-TEST_F(InterfaceRefreshTest, AsksAnewAndKeepsWhatIsKnownMeanwhile) {
+TEST_F(InterfaceRefreshTest, ANewRoundKeepsOldAnswersUntilNewOnesArrive) {
     const StandInIp ip("cat list", "cat $4");
     ip.folder.File("list", "1: a0: <UP>\n2: b0: <UP>\n");
     ip.folder.File("a0", "inet6 ::a\n");
@@ -184,7 +183,7 @@ TEST_F(InterfaceRefreshTest, AsksAnewAndKeepsWhatIsKnownMeanwhile) {
     EXPECT_EQ(Addresses(refresh), (Texts{"::c", "::bb"}));
 }
 
-TEST_F(InterfaceRefreshTest, DoesNotWaitForWhatAnEarlierOneHasAskedFor) {
+TEST_F(InterfaceRefreshTest, ARoundDoesNotWaitForAnEarlierOne) {
     const StandInIp ip(kTwoInterfaces, "[ $4 = b0 ] || until_there go; echo \"inet6 ::$4\"");
     AskInterfaces(refresh);
     TakeUntil(refresh, [&](const Answers&) { return Addresses(refresh) == Texts{"", "::b0"}; });
@@ -198,7 +197,7 @@ TEST_F(InterfaceRefreshTest, DoesNotWaitForWhatAnEarlierOneHasAskedFor) {
     EXPECT_FALSE(TakeAnswers(refresh, MonotonicSeconds()).late);
 }
 
-TEST_F(InterfaceRefreshTest, BehindAListThatDoesNotComeThoseKnownAreAskedAbout) {
+TEST_F(InterfaceRefreshTest, KnownInterfacesAreQueriedWhileTheListHangs) {
     const StandInIp ip("[ ! -e hang ] || until_there go; cat list", "cat $4");
     ip.folder.File("list", "1: a0: <UP>\n");
     ip.folder.File("a0", "inet6 ::1\n");
@@ -220,7 +219,7 @@ TEST_F(InterfaceRefreshTest, BehindAListThatDoesNotComeThoseKnownAreAskedAbout) 
     EXPECT_EQ(Addresses(refresh), Texts{"::3"});
 }
 
-TEST_F(InterfaceRefreshTest, EndsTheCommandsOfInterfacesThatAreNoLongerListed) {
+TEST_F(InterfaceRefreshTest, KillsTheCommandsOfInterfacesNoLongerListed) {
     const StandInIp ip("cat list", kHang);
     ip.folder.File("list", "1: a0: <UP>\n2: b0: <UP>\n");
     AskInterfaces(refresh);
@@ -238,7 +237,7 @@ TEST_F(InterfaceRefreshTest, EndsTheCommandsOfInterfacesThatAreNoLongerListed) {
     EXPECT_EQ(refresh.interfaces[0].command->pid, stays);
 }
 
-TEST_F(InterfaceRefreshTest, DropsAnAnswerThatIsOlderThanTwoRounds) {
+TEST_F(InterfaceRefreshTest, DropsAnAnswerOlderThanTwoRounds) {
     const StandInIp ip("echo '1: a0: <UP>'", "[ -e hang ] && sleep 60; echo 'inet6 ::1'");
     AskInterfaces(refresh);
     TakeAll(refresh);
@@ -252,9 +251,9 @@ TEST_F(InterfaceRefreshTest, DropsAnAnswerThatIsOlderThanTwoRounds) {
     EXPECT_TRUE(refresh.interfaces[0].facts.addresses_asked);
 }
 
-// ---- what hangs ----
+// ---- hanging commands ----
 
-TEST_F(InterfaceRefreshTest, EndsAHangingCommandWithItsChildrenAndAsksAnew) {
+TEST_F(InterfaceRefreshTest, KillsAHangingCommandWithItsChildrenAndRestartsIt) {
     const StandInIp ip("echo '1: a0: <UP>'",
                        std::string("[ -e starteda0 ] && echo 'inet6 ::2' && exit; ") + kHang);
     AskInterfaces(refresh);
@@ -271,7 +270,7 @@ TEST_F(InterfaceRefreshTest, EndsAHangingCommandWithItsChildrenAndAsksAnew) {
     EXPECT_EQ(Addresses(refresh), Texts{"::2"});
 }
 
-TEST_F(InterfaceRefreshTest, EndsAHangingListWithItsChildrenAndAsksAnew) {
+TEST_F(InterfaceRefreshTest, KillsAHangingListWithItsChildrenAndRestartsIt) {
     const StandInIp ip(std::string("[ -e started ] && echo '1: a0: <UP>' && exit; ") + kHang,
                        kOwnAddress);
     AskInterfaces(refresh);
@@ -287,7 +286,7 @@ TEST_F(InterfaceRefreshTest, EndsAHangingListWithItsChildrenAndAsksAnew) {
     EXPECT_EQ(Names(refresh), Texts{"a0"});
 }
 
-TEST_F(InterfaceRefreshTest, TellsWhatItWaitsFor) {
+TEST_F(InterfaceRefreshTest, AwaitAnswersGivesThePipesAndTheTime) {
     const StandInIp ip(kTwoInterfaces, kHang);
     std::vector<pollfd> pipes;
     EXPECT_TRUE(std::isinf(AwaitAnswers(refresh, pipes)));
@@ -296,7 +295,7 @@ TEST_F(InterfaceRefreshTest, TellsWhatItWaitsFor) {
     ASSERT_EQ(pipes.size(), 1U);
     EXPECT_EQ(pipes[0].fd, refresh.list->descriptor);
     EXPECT_EQ(pipes[0].events, POLLIN);
-    // Until all have been started there is something to do at once.
+    // While commands are still to be started, there is something to do at once.
     TakeUntil(refresh, [&](const Answers&) {
         pipes.clear();
         return !refresh.interfaces.empty() && AwaitAnswers(refresh, pipes) > 0;
@@ -313,9 +312,9 @@ TEST_F(InterfaceRefreshTest, TellsWhatItWaitsFor) {
     EXPECT_TRUE(pipes.empty());
 }
 
-// ---- the end of it ----
+// ---- stopping ----
 
-TEST_F(InterfaceRefreshTest, StoppedItEndsWhatRunsAndKeepsWhatIsKnown) {
+TEST_F(InterfaceRefreshTest, StopAskingKillsCommandsAndKeepsAnswers) {
     const int free_before = dup(STDERR_FILENO);
     close(free_before);
     const StandInIp ip(kTwoInterfaces, std::string("[ -e hang ] || ") + kOwnAddress +
@@ -337,7 +336,7 @@ TEST_F(InterfaceRefreshTest, StoppedItEndsWhatRunsAndKeepsWhatIsKnown) {
     EXPECT_EQ(free_after, free_before);
 }
 
-TEST_F(InterfaceRefreshTest, ForgetsAllButNamesAndHardwareAddresses) {
+TEST_F(InterfaceRefreshTest, ForgetAnswersKeepsNamesAndHardwareAddresses) {
     const StandInIp ip(kTwoInterfaces, kOwnAddress);
     AskInterfaces(refresh);
     TakeAll(refresh);
@@ -357,7 +356,7 @@ TEST_F(InterfaceRefreshTest, ForgetsAllButNamesAndHardwareAddresses) {
     EXPECT_EQ(Addresses(refresh), (Texts{"2001:db8::a0/64", "2001:db8::b0/64"}));
 }
 
-TEST_F(InterfaceRefreshTest, WhereNoCommandCanBeStartedThereAreNoInterfaces) {
+TEST_F(InterfaceRefreshTest, IfNoCommandCanStartThereAreNoInterfaces) {
     const TemporaryFolder empty;
     const Answer answer = AnswerInChild([&] { return EnterRoot(empty.path); },
                                         [&] {
@@ -370,7 +369,7 @@ TEST_F(InterfaceRefreshTest, WhereNoCommandCanBeStartedThereAreNoInterfaces) {
     EXPECT_EQ(answer.value, 1);
 }
 
-TEST_F(InterfaceRefreshTest, WhereNoCommandCanBeStartedTheOneThatIsNamedStays) {
+TEST_F(InterfaceRefreshTest, IfNoCommandCanStartTheNamedInterfaceStays) {
     const TemporaryFolder empty;
     const Answer answer = AnswerInChild([&] { return EnterRoot(empty.path); },
                                         [&] {
@@ -405,7 +404,7 @@ TEST(RefreshOnARealNetwork, GathersTheRealInterfaces) {
             return 0L;
         });
     SKIP_WHERE_REFUSED(answer);
-    // The kernel may bring devices of its own into every new network, before these.
+    // The kernel may list devices of its own before these in every new network.
     const std::size_t ours = answer.output.find("eth0 ");
     ASSERT_NE(ours, std::string::npos) << answer.output;
     EXPECT_EQ(answer.output.substr(ours),

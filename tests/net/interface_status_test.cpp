@@ -1,4 +1,4 @@
-// Understanding and wording of an interface's state.
+// Understanding an interface's state and wording it.
 #include "net/interface_status.h"
 
 #include <arpa/inet.h>
@@ -58,7 +58,7 @@ TEST(FormatInterfaceStatus, AGatewayAloneGivesNoRow) {
     EXPECT_EQ(FormatInterfaceStatus(status), Rows{});
 }
 
-TEST(FormatInterfaceStatus, IPv6RowHasTheAddressAsItStands) {
+TEST(FormatInterfaceStatus, IPv6RowShowsTheAddressUnchanged) {
     InterfaceStatus status;
     status.ipv6 = "2001:db8::5/64";
     EXPECT_EQ(FormatInterfaceStatus(status), Rows{"   IPv6: 2001:db8::5/64"});
@@ -78,7 +78,7 @@ InterfaceStatus StudioCard() {
     return status;
 }
 
-TEST(FormatInterfaceStatus, WirelessRowHasAllPieces) {
+TEST(FormatInterfaceStatus, WirelessRowShowsEverything) {
     EXPECT_EQ(FormatInterfaceStatus(StudioCard()),
               Rows{"   Wireless: 'studio' @2.437GHz A/P 00:11:22:33:44:55 "
                    "Enabled: Yes, RF-Kill: off  "});
@@ -95,7 +95,7 @@ TEST(FormatInterfaceStatus, RowsComeInOrder) {
     EXPECT_EQ(rows[2].substr(0, 12), "   Wireless:");
 }
 
-TEST(FormatInterfaceStatus, OnlyAWirelessInterfaceHasTheRow) {
+TEST(FormatInterfaceStatus, OnlyAWirelessInterfaceHasAWirelessRow) {
     InterfaceStatus status = StudioCard();
     status.is_wireless = false;
     EXPECT_EQ(FormatInterfaceStatus(status), Rows{});
@@ -112,7 +112,7 @@ InterfaceStatus SilentCard() {
     return status;
 }
 
-TEST(FormatInterfaceStatus, EachWirelessPieceStandsForItself) {
+TEST(FormatInterfaceStatus, EachWirelessPartIsOptional) {
     InterfaceStatus status = SilentCard();
     EXPECT_EQ(Wireless(status), "   Wireless: ");
     status.essid = "a b";
@@ -136,7 +136,7 @@ TEST(FormatInterfaceStatus, AFrequencyIsShownInGigahertz) {
         {243700000, 1, "@2.437GHz "},
         {1000, 0, "@0.000GHz "},  // hertz, above the channel numbers
         {2147483647, 0, "@2.147GHz "},
-        {5, 9, "@5.000GHz "},  // a small number with an exponent is no channel
+        {5, 9, "@5.000GHz "},  // with an exponent, a small number is not a channel
         {6, 1, "@0.000GHz "},
         {0, 6, "@0.000GHz "},
         {5180, 6, "@5.180GHz "},
@@ -172,7 +172,7 @@ TEST(FormatInterfaceStatus, ASmallNumberWithoutExponentIsAChannel) {
     }
 }
 
-TEST(FormatInterfaceStatus, NothingStandsBetweenAChannelAndWhatFollows) {
+TEST(FormatInterfaceStatus, NoBlankFollowsAChannel) {
     InterfaceStatus status = SilentCard();
     status.essid = "studio";
     status.frequency_mantissa = 6;
@@ -193,7 +193,7 @@ TEST(FormatInterfaceStatus, AnImpossibleFrequencyFits) {
     }
 }
 
-TEST(FormatInterfaceStatus, RadioKillSaysWhatBlocks) {
+TEST(FormatInterfaceStatus, RfkillShowsWhatBlocks) {
     struct {
         int state, hard, soft;
         const char* piece;
@@ -205,7 +205,7 @@ TEST(FormatInterfaceStatus, RadioKillSaysWhatBlocks) {
         {0, 1, 1, "Enabled: No, RF-Kill: H/W S/W  "},
         {2, 1, 0, "Enabled: Yes, RF-Kill: H/W  "},
         {1, 7, 9, "Enabled: Yes, RF-Kill: H/W S/W  "},
-        // Files that can't be read.
+        // Unreadable files.
         {1, -1, -1, "Enabled: Yes, RF-Kill: off  "},
         {1, -1, 1, "Enabled: Yes, RF-Kill: S/W  "},
         {1, 1, -1, "Enabled: Yes, RF-Kill: H/W  "},
@@ -224,7 +224,7 @@ TEST(FormatInterfaceStatus, RadioKillSaysWhatBlocks) {
     }
 }
 
-TEST(FormatInterfaceStatus, WithoutARadioKillFolderThePieceIsLeftOut) {
+TEST(FormatInterfaceStatus, WithoutAnRfkillFolderThePartIsLeftOut) {
     InterfaceStatus status = SilentCard();
     status.rfkill_state = status.rfkill_hard = status.rfkill_soft = 1;
     EXPECT_EQ(Wireless(status), "   Wireless: ");
@@ -238,7 +238,7 @@ TEST(FormatHardwareAddress, HasSixGroupsInUpperCase) {
 
 // ---- the output of `ip addr` ----
 
-TEST(LastGlobalIPv6, IsTheOneListedLast) {
+TEST(LastGlobalIPv6, IsTheLastAddressListed) {
     EXPECT_EQ(
         LastGlobalIPv6("2: eth0: <BROADCAST,MULTICAST,UP,LOWER_UP> mtu 1500 qdisc pfifo_fast\n"
                        "    link/ether 02:00:00:00:10:20 brd ff:ff:ff:ff:ff:ff\n"
@@ -251,7 +251,7 @@ TEST(LastGlobalIPv6, IsTheOneListedLast) {
         "2001:db8::5/64");
 }
 
-TEST(LastGlobalIPv6, UnderstandsItsLines) {
+TEST(LastGlobalIPv6, RecognisesInet6Lines) {
     struct {
         const char* text;
         const char* address;
@@ -265,7 +265,7 @@ TEST(LastGlobalIPv6, UnderstandsItsLines) {
         {"    inet6 2001:db8::5/64\n", "2001:db8::5/64"},
         {"    inet6 2001:db8::5/64", "2001:db8::5/64"},
         {"    inet6 2001:db8::1 peer 2001:db8::2/64 scope global\n", "2001:db8::1"},
-        {"    inet6\t2001:db8::5/64 scope global\n", ""},  // the word ends with a blank
+        {"    inet6\t2001:db8::5/64 scope global\n", ""},  // a blank ends the word
         {"    inet66 2001:db8::5/64 scope global\n", ""},
         {"\tinet6 2001:db8::5/64 scope global\n", ""},  // only blanks are skipped
         {"    x inet6 2001:db8::5/64 scope global\n", ""},
@@ -303,7 +303,7 @@ TEST(UnderstandInterface, LinkTextFollowsTheLink) {
     EXPECT_EQ(status.link, "Disconnected");
 }
 
-TEST(UnderstandInterface, LinkTextIsEmptyUntilLearnedAndThenKept) {
+TEST(UnderstandInterface, LinkTextIsEmptyUntilKnownAndThenKept) {
     InterfaceStatus status;
     InterfaceFacts facts = SocketFacts();
     UnderstandInterface(facts, 0, status);
@@ -373,7 +373,7 @@ TEST(UnderstandInterface, WithoutAnAddressThereIsNoIPv4RowEvenWithAGateway) {
     EXPECT_EQ(status.gateway.s_addr, Address("192.0.2.1").s_addr);
 }
 
-TEST(UnderstandInterface, AnAddressThatHasGoneLeavesNothingBehind) {
+TEST(UnderstandInterface, ARemovedAddressLeavesNothingBehind) {
     InterfaceStatus status;
     status.ipv4 = Address("192.0.2.2");
     status.netmask = Address("255.255.255.0");
@@ -395,7 +395,7 @@ TEST(UnderstandInterface, IPv6IsTheLastAddressListed) {
     EXPECT_EQ(status.ipv6, "2001:db8::5/64");
 }
 
-TEST(UnderstandInterface, IPv6GoesWhenNoneIsListedAndStaysWithoutTheCommand) {
+TEST(UnderstandInterface, IPv6GoesIfNoneIsListedAndStaysWithoutTheCommand) {
     InterfaceStatus status;
     status.ipv6 = "2001:db8::5/64";
     InterfaceFacts facts = SocketFacts();
@@ -420,7 +420,7 @@ InterfaceFacts StudioFacts() {
     return facts;
 }
 
-TEST(UnderstandInterface, TakesAllOfAWirelessCard) {
+TEST(UnderstandInterface, TakesAllWirelessFacts) {
     InterfaceStatus status;
     UnderstandInterface(StudioFacts(), 0, status);
     EXPECT_EQ(Wireless(status),
@@ -428,7 +428,7 @@ TEST(UnderstandInterface, TakesAllOfAWirelessCard) {
               "Enabled: Yes, RF-Kill: H/W  ");
 }
 
-TEST(UnderstandInterface, EachWirelessQueryThatFailsLeavesItsPieceOut) {
+TEST(UnderstandInterface, AFailedWirelessQueryLeavesItsPartOut) {
     InterfaceStatus status;
     UnderstandInterface(StudioFacts(), 0, status);
     InterfaceFacts facts = SocketFacts();

@@ -1,4 +1,4 @@
-// Waiting for the answers of a round.
+// Waits for the answers of a round.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 #include "net/interface_refresh.h"
 #include "util/clock.h"
 
-// Takes answers until the condition holds of what TakeAnswers says; what it said last.
+// Takes answers until the condition holds for the result of TakeAnswers, and returns that result.
 template <typename Condition>
 Answers TakeUntil(InterfaceRefresh& refresh, Condition holds) {
     constexpr double kGiveUpSeconds = 20;
@@ -20,7 +20,7 @@ Answers TakeUntil(InterfaceRefresh& refresh, Condition holds) {
         const Answers answers = TakeAnswers(refresh, now);
         if (holds(answers)) return answers;
         if (now > end) {
-            ADD_FAILURE() << "the answers that are awaited do not come";
+            ADD_FAILURE() << "the expected answers did not arrive";
             return answers;
         }
         std::vector<pollfd> pipes;

@@ -21,9 +21,9 @@ TEST(ReadIntFile, ReadsANumber) {
         {"  12 34\n", 12},
         {"7x\n", 7},
         {"", 0},                                  // empty
-        {"\n5\n", 0},                             // the first line counts
-        {"soft\n", 0},                            // as atoi reads it
-        {std::string(60, ' ') + "12345\n", 123},  // of at most 63 characters
+        {"\n5\n", 0},                             // only the first line counts
+        {"soft\n", 0},                            // like atoi
+        {std::string(60, ' ') + "12345\n", 123},  // at most 63 characters
         {std::string(62, ' ') + "12345\n", 1},
         {std::string(63, ' ') + "12345\n", 0},
     };
@@ -38,7 +38,7 @@ TEST(ReadIntFile, IsMinusOneForAMissingFile) {
     EXPECT_EQ(ReadIntFile(folder.Path("no/such/folder/state")), -1);
 }
 
-TEST(ReadIntFile, AFolderOpensButHasNoLine) {
+TEST(ReadIntFile, AFolderReadsAsZero) {
     const TemporaryFolder folder;
     EXPECT_EQ(ReadIntFile(folder.path), 0);
 }
@@ -63,13 +63,13 @@ TEST(WriteIntFile, ReplacesALongerText) {
     EXPECT_EQ(ContentOf(file), "1\n");
 }
 
-TEST(WriteIntFile, WithoutItsFolderDoesNothing) {
+TEST(WriteIntFile, DoesNothingIfTheFolderIsMissing) {
     const TemporaryFolder folder;
     WriteIntFile(folder.Path("missing/soft"), 1);
     EXPECT_FALSE(std::filesystem::exists(folder.Path("missing")));
 }
 
-TEST(ReadIntFile, APipeInTheFilesPlaceHoldsNothingUp) {
+TEST(ReadIntFile, APipeInPlaceOfTheFileDoesNotBlock) {
     const TemporaryFolder folder;
     const std::string pipe = folder.Path("soft");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
@@ -77,7 +77,7 @@ TEST(ReadIntFile, APipeInTheFilesPlaceHoldsNothingUp) {
     WriteIntFile(pipe, 1);
 }
 
-TEST(RfkillFolder, AWireHasNone) {
+TEST(RfkillFolder, AWiredCardHasNone) {
     EXPECT_EQ(RfkillFolder("lo"), "");
 }
 
@@ -85,7 +85,7 @@ TEST(RfkillFolder, ANameWithASlashHasNone) {
     EXPECT_EQ(RfkillFolder("../../../tmp/x"), "");
 }
 
-TEST(RfkillFolder, IsTheFirstOneWhateverItsNumber) {
+TEST(RfkillFolder, IsTheLowestNumberThereIs) {
     const TemporaryFolder root;
     for (const char* folder :
          {"wlan0/phy80211/rfkill0", "wlan0/phy80211/rfkill7", "wlan1/phy80211/rfkill12",
@@ -97,7 +97,8 @@ TEST(RfkillFolder, IsTheFirstOneWhateverItsNumber) {
                                                 printf("%s\n", RfkillFolder(name).c_str());
                                             return 0L;
                                         });
-    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its root";
+    if (answer.prepared == Prepared::kRefused)
+        GTEST_SKIP() << "only root can change its root folder";
     EXPECT_EQ(answer.output,
               "/sys/class/net/wlan0/phy80211/rfkill0\n"
               "/sys/class/net/wlan1/phy80211/rfkill4\n\n");
@@ -109,7 +110,8 @@ TEST(RfkillFolder, OnlyAFolderCounts) {
     root.File("sys/class/net/wlan1/phy80211/rfkill0", "1\n");
     const Answer answer = AnswerInChild([&] { return EnterRoot(root.path); },
                                         [] { return RfkillFolder("wlan1").empty() ? 1L : 0L; });
-    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its root";
+    if (answer.prepared == Prepared::kRefused)
+        GTEST_SKIP() << "only root can change its root folder";
     EXPECT_EQ(answer.value, 1);
 }
 

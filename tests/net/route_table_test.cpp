@@ -11,14 +11,14 @@
 
 namespace {
 
-// ---- one table's text ----
+// ---- parsing ----
 
-// As the kernel writes it, with the blank behind "Gateway" and lines filled up with blanks.
+// As the kernel writes it: a blank after "Gateway", and lines padded with blanks.
 constexpr const char* kHeader =
     "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT"
     "                                                       \n";
 
-// All fields of all routes.
+// All routes with all fields, as text.
 std::string AsText(const RouteTable& routes) {
     std::ostringstream text;
     for (const RouteEntry& route : routes) {
@@ -63,13 +63,13 @@ TEST(ParseRouteTable, MatchesHeaderNamesIgnoringCase) {
     }
 }
 
-TEST(ParseRouteTable, FindsColumnsWhereverTheyStand) {
+TEST(ParseRouteTable, FindsColumnsInAnyOrder) {
     ExpectRoutes(ParseRouteTable("mask x flags iface y gateway z destination\n"
                                  "4 - 3 e - 2 - 1\n"),
                  {{"e", 1, 2, 3, 4}});
 }
 
-TEST(ParseRouteTable, AHeaderThatLacksAColumnLeavesNoRoutes) {
+TEST(ParseRouteTable, AHeaderThatLacksAColumnGivesNoRoutes) {
     const char* kNames[] = {"iface", "destination", "gateway", "flags", "mask"};
     for (const char* missing : kNames) {
         std::string header;
@@ -79,7 +79,7 @@ TEST(ParseRouteTable, AHeaderThatLacksAColumnLeavesNoRoutes) {
     }
 }
 
-TEST(ParseRouteTable, OfANameThatOccursTwiceTheLaterColumnWins) {
+TEST(ParseRouteTable, TheLaterOfTwoColumnsWithOneNameWins) {
     ExpectRoutes(
         ParseRouteTable("iface destination gateway flags mask Gateway IFACE\ne 1 2 3 4 5 f\n"),
         {{"f", 1, 5, 3, 4}});
@@ -97,7 +97,7 @@ TEST(ParseRouteTable, AHeaderAloneHasNoRoutes) {
 }
 
 TEST(ParseRouteTable, ABlankBeforeTheHeaderMovesItsColumns) {
-    // The empty first column has an index, so the rows' columns are counted likewise.
+    // The empty first column takes an index, so the columns of the rows shift with it.
     ExpectRoutes(ParseRouteTable(" iface destination gateway flags mask\n e 1 2 3 4\n"),
                  {{"e", 1, 2, 3, 4}});
 }
@@ -108,14 +108,14 @@ RouteTable RoutesOf(const std::string& lines) {
     return ParseRouteTable(kShortHeader + lines);
 }
 
-TEST(ParseRouteTable, AShortLineHasZerosForWhatIsMissing) {
+TEST(ParseRouteTable, MissingFieldsOfAShortLineAreZero) {
     ExpectRoutes(RoutesOf("e\n"), {{"e", 0, 0, 0, 0}});
     ExpectRoutes(RoutesOf("e 1\n"), {{"e", 1, 0, 0, 0}});
     ExpectRoutes(RoutesOf("e 1 2\n"), {{"e", 1, 2, 0, 0}});
     ExpectRoutes(RoutesOf("e 1 2 3\n"), {{"e", 1, 2, 3, 0}});
 }
 
-TEST(ParseRouteTable, AMissingColumnIsNotTheLineBeforesColumn) {
+TEST(ParseRouteTable, AMissingFieldIsNotTakenFromThePreviousLine) {
     ExpectRoutes(RoutesOf("e 1 2 3 4\nf\n"), {{"e", 1, 2, 3, 4}, {"f", 0, 0, 0, 0}});
 }
 
@@ -128,7 +128,7 @@ TEST(ParseRouteTable, AShortLineWithoutItsInterfaceColumnIsSkipped) {
                  {{"e", 1, 2, 3, 4}});
 }
 
-TEST(ParseRouteTable, LineEndsAreNoPartOfTheLastColumn) {
+TEST(ParseRouteTable, LineEndsAreNotPartOfTheLastColumn) {
     ExpectRoutes(ParseRouteTable("destination gateway flags mask iface\r\n1 2 3 4 e\r\n"),
                  {{"e", 1, 2, 3, 4}});
 }
@@ -141,7 +141,7 @@ TEST(ParseRouteTable, NumbersAreHexadecimal) {
     ExpectRoutes(RoutesOf("e 10 fF 0x1F 7fffffff\n"), {{"e", 0x10, 0xff, 0x1f, 0x7fffffff}});
 }
 
-TEST(ParseRouteTable, WhatIsNoNumberIsZero) {
+TEST(ParseRouteTable, AnInvalidNumberIsZero) {
     ExpectRoutes(RoutesOf("e x * ? -\n"), {{"e", 0, 0, 0, 0}});
     ExpectRoutes(RoutesOf("e 12z 3* 4? 5-\n"), {{"e", 0x12, 3, 4, 5}});
 }
@@ -158,7 +158,7 @@ std::string Repeated(const std::string& text, int times) {
     return all;
 }
 
-// Leaves pointers to a number all over the stack.
+// Fills the stack with pointers to a number.
 [[gnu::noinline]] void LeaveNumbersOnTheStack() {
     static char number[] = "77";
     char* volatile pointers[4096];
@@ -166,7 +166,7 @@ std::string Repeated(const std::string& text, int times) {
         pointer = number;
 }
 
-TEST(ParseRouteTable, AMissingColumnIsAbsentWhateverWasInItsPlace) {
+TEST(ParseRouteTable, AMissingFieldIsNotReadFromTheStack) {
     for (int between = 0; between <= 58; ++between) {
         const std::string text =
             "iface " + Repeated("x ", between) + "destination gateway flags mask\ne\n";
@@ -175,7 +175,7 @@ TEST(ParseRouteTable, AMissingColumnIsAbsentWhateverWasInItsPlace) {
     }
 }
 
-TEST(ParseRouteTable, LooksAt63ColumnsOfAHeader) {
+TEST(ParseRouteTable, ReadsAtMost63ColumnsOfAHeader) {
     const std::string lead = "iface destination gateway flags ";
     ExpectRoutes(ParseRouteTable(lead + Repeated("x ", 58) + "mask\n" + "e 1 2 3 " +
                                  Repeated("9 ", 58) + "4\n"),
@@ -188,7 +188,7 @@ TEST(ParseRouteTable, LooksAt63ColumnsOfAHeader) {
                  {});
 }
 
-TEST(ParseRouteTable, ALineOfManyColumnsIsTakenAsFarAsItIsNeeded) {
+TEST(ParseRouteTable, ExcessColumnsOfALineAreIgnored) {
     for (int more : {57, 58, 59, 60, 500})
         ExpectRoutes(RoutesOf("e 1 2 3 4" + Repeated(" 9", more) + "\n"), {{"e", 1, 2, 3, 4}});
 }
@@ -206,12 +206,12 @@ TEST(ParseRouteTable, KeepsTheOrderOfTheFile) {
                  {{"c", 3, 0, 0, 0}, {"a", 1, 0, 0, 0}, {"b", 2, 0, 0, 0}, {"a", 1, 0, 0, 0}});
 }
 
-// ---- the two questions ----
+// ---- gateways ----
 
 constexpr std::uint32_t kGateway = 0x0100A8C0;
 constexpr std::uint32_t kNetwork = 0x0000A8C0;
 
-TEST(HasMultipleGateways, MeansThereIsMoreThanOneDefaultRouteWithGateway) {
+TEST(HasMultipleGateways, NeedsTwoDefaultRoutesWithAGateway) {
     struct {
         const char* what;
         RouteTable routes;
@@ -246,7 +246,7 @@ TEST(HasMultipleGateways, MeansThereIsMoreThanOneDefaultRouteWithGateway) {
     }
 }
 
-TEST(FindGateway, FirstGatewayedRouteWins) {
+TEST(FindGateway, TheFirstRouteWithAGatewayWins) {
     const RouteTable routes = {{"eth0", 0, 0, 1, 0},
                                {"eth1", 0, 5, 3, 0},
                                {"eth0", kNetwork, 7, 3, 0xFFFFFF},
@@ -255,7 +255,7 @@ TEST(FindGateway, FirstGatewayedRouteWins) {
     EXPECT_EQ(FindGateway(routes, "eth1"), 5U);
 }
 
-TEST(FindGateway, TheNameMustBeTheSame) {
+TEST(FindGateway, TheNameMustMatchExactly) {
     const RouteTable routes = {{"eth10", 0, 5, 3, 0}, {"ETH0", 0, 5, 3, 0}, {"eth", 0, 5, 3, 0}};
     for (const char* name : {"eth0", "eth1", "Eth0", "", "eth10 "})
         EXPECT_EQ(FindGateway(routes, name), 0U) << name;
@@ -277,7 +277,7 @@ TEST(FindGateway, AnEmptyTableHasNone) {
 #define SKIP_WHERE_REFUSED(answer) \
     if ((answer).prepared == Prepared::kRefused) GTEST_SKIP() << "not possible on this system"
 
-// What ReadRouteTable makes of a root's /proc/net/route: the number of routes.
+// The number of routes that ReadRouteTable finds in the /proc/net/route below a root folder.
 Answer ReadWithin(const std::string& root) {
     return AnswerInChild([&] { return EnterRoot(root); },
                          [] {
@@ -365,7 +365,7 @@ void PrintSorted(std::vector<std::string> routes) {
         printf("%s\n", route.c_str());
 }
 
-TEST(ReadRouteTable, KnowsTheSameRoutesAsTheIpCommand) {
+TEST(ReadRouteTable, FindsTheSameRoutesAsTheIpCommand) {
     const Answer answer = AnswerInChild(
         [] {
             return EnterNetwork({{"eth0", "192.0.2.2"}, {"eth1", "198.51.100.2"}});
