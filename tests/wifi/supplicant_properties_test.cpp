@@ -1,4 +1,4 @@
-// What holds of every list of networks, whatever is in the air.
+// Properties of every list of networks, whatever the radio receives.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,7 +14,7 @@ struct Row {
     std::string ssid;
     std::string bssid;
 
-    // Byte by byte, the bytes being numbers from 0 to 255.
+    // Compares byte by byte, as numbers from 0 to 255.
     bool operator<(const Row& other) const {
         return Bytes(ssid) != Bytes(other.ssid) ? Bytes(ssid) < Bytes(other.ssid)
                                                 : Bytes(bssid) < Bytes(other.bssid);

@@ -22,7 +22,7 @@ using Words = std::vector<std::string>;
 constexpr const char* kConfiguredHeader = "network id / ssid / bssid / flags\n";
 constexpr const char* kScanHeader = "bssid / frequency / signal level / flags / ssid\n";
 
-// A network as one readable word for each field: "id ssid bssid flags", new ones with "NEW".
+// A network as one line of text: "id ssid bssid flags", new ones with "NEW".
 std::string Text(const AccessPoint& network) {
     return (network.is_new ? "NEW " : "") + std::to_string(network.network_id) + " '" +
            network.ssid + "' " + network.bssid + " " + network.flags;
@@ -47,7 +47,7 @@ Words Scanned(std::string_view rows) {
     return Texts(map);
 }
 
-TEST(AccessPoint, AFreshOneIsNoNetwork) {
+TEST(AccessPoint, ANewRecordIsNotConfigured) {
     const AccessPoint fresh;
     EXPECT_EQ(fresh.bssid, "");
     EXPECT_EQ(fresh.ssid, "");
@@ -61,7 +61,7 @@ TEST(ParseConfiguredNetworks, TakesNumberNameAddressAndFlags) {
               (Words{"0 'attic' any [CURRENT]", "12 'my home' 00:11:22:33:44:55 [DISABLED]"}));
 }
 
-TEST(ParseConfiguredNetworks, NeedsNoFlags) {
+TEST(ParseConfiguredNetworks, FlagsMayBeMissing) {
     EXPECT_EQ(Configured("0\tattic\tany\t\n"), (Words{"0 'attic' any "}));
     EXPECT_EQ(Configured("0\tattic\tany\n"), (Words{"0 'attic' any "}));
 }
@@ -79,7 +79,7 @@ TEST(ParseConfiguredNetworks, AHiddenNetworkHasAnEmptyName) {
     EXPECT_EQ(Configured("3\t\tany\t\n"), (Words{"3 '' any "}));
 }
 
-TEST(ParseConfiguredNetworks, TheNumberBeginsWithADigitOrThereIsNone) {
+TEST(ParseConfiguredNetworks, ANumberMustStartWithADigit) {
     const struct {
         const char* column;
         int id;
@@ -94,8 +94,8 @@ TEST(ParseConfiguredNetworks, TheNumberBeginsWithADigitOrThereIsNone) {
     }
 }
 
-// Cut to an int's size it would be another network's.
-TEST(ParseConfiguredNetworks, ANumberBeyondAnIntIsNone) {
+// Truncated to an int, the number would be that of another network.
+TEST(ParseConfiguredNetworks, ANumberThatDoesNotFitAnIntIsNone) {
     for (const char* column : {"2147483648", "4294967296", "4294967297", "99999999999999999999"}) {
         AccessPointMap map;
         ParseConfiguredNetworks(kConfiguredHeader + std::string(column) + "\tattic\tany\t\n", map);
@@ -110,7 +110,7 @@ TEST(ParseConfiguredNetworks, TheFirstLineIsNeverANetwork) {
     EXPECT_EQ(Texts(map), (Words{"1 'home' any "}));
 }
 
-TEST(ParseConfiguredNetworks, HeaderOnlyOrNothingGivesNone) {
+TEST(ParseConfiguredNetworks, AHeaderAloneGivesNoNetworks) {
     EXPECT_EQ(Configured(""), Words{});
     AccessPointMap map;
     ParseConfiguredNetworks("", map);
@@ -119,11 +119,11 @@ TEST(ParseConfiguredNetworks, HeaderOnlyOrNothingGivesNone) {
     EXPECT_EQ(Texts(map), Words{});
 }
 
-TEST(ParseConfiguredNetworks, TheLastLineMayLackItsEnd) {
+TEST(ParseConfiguredNetworks, TheLastLineNeedsNoLineFeed) {
     EXPECT_EQ(Configured("0\tattic\tany\t[CURRENT]"), (Words{"0 'attic' any [CURRENT]"}));
 }
 
-TEST(ParseConfiguredNetworks, TheFirstOfTwoWithOneNameAndAddressStays) {
+TEST(ParseConfiguredNetworks, TheFirstOfTwoEqualNamesAndAddressesWins) {
     EXPECT_EQ(Configured("4\thome\tany\t\n2\thome\tany\t[CURRENT]\n"), (Words{"4 'home' any "}));
 }
 
@@ -137,7 +137,7 @@ TEST(ParseConfiguredNetworks, ALineOf1023BytesIsOneLine) {
     EXPECT_EQ(Configured("0\t" + name + "\tany\t\n"), (Words{"0 '" + name + "' any "}));
 }
 
-TEST(ParseConfiguredNetworks, ALongerLineCountsAsSeveral) {
+TEST(ParseConfiguredNetworks, ALongerLineIsSplit) {
     const std::string first = "0\tattic\tany\t";
     const std::string line = first + std::string(1023 - first.size(), 'f') + "5\tghost\tany\t[X]\n";
     EXPECT_EQ(Configured(line), (Words{"0 'attic' any " + std::string(1023 - first.size(), 'f'),
@@ -149,13 +149,13 @@ TEST(ParseScanResults, TakesAddressFlagsAndName) {
               (Words{"NEW -1 'my home' 00:11:22:33:44:55 [WPA2-PSK-CCMP][ESS]"}));
 }
 
-TEST(ParseScanResults, AHiddenNetworkHasAnEmptyNameOrNone) {
+TEST(ParseScanResults, AHiddenNetworkHasAnEmptyOrNoName) {
     const Words hidden = {"NEW -1 '' 00:11:22:33:44:55 [ESS]"};
     EXPECT_EQ(Scanned("00:11:22:33:44:55\t2437\t-61\t[ESS]\t\n"), hidden);
     EXPECT_EQ(Scanned("00:11:22:33:44:55\t2437\t-61\t[ESS]\n"), hidden);
 }
 
-TEST(ParseScanResults, TheAddressAloneIsANetwork) {
+TEST(ParseScanResults, AnAddressAloneIsANetwork) {
     EXPECT_EQ(Scanned("00:11:22:33:44:55\n"), (Words{"NEW -1 '' 00:11:22:33:44:55 "}));
 }
 
@@ -168,7 +168,7 @@ TEST(ParseScanResults, IgnoresFurtherColumns) {
               (Words{"NEW -1 'home' 00:11:22:33:44:55 [ESS]"}));
 }
 
-TEST(ParseScanResults, OneAccessPointSeenTwiceIsListedOnce) {
+TEST(ParseScanResults, AnAccessPointSeenTwiceIsListedOnce) {
     EXPECT_EQ(Scanned("00:11:22:33:44:55\t2437\t-61\t[ESS]\thome\n"
                       "00:11:22:33:44:55\t5180\t-70\t[WPS]\thome\n"),
               (Words{"NEW -1 'home' 00:11:22:33:44:55 [ESS]"}));
@@ -180,7 +180,7 @@ TEST(ParseScanResults, TheFirstLineIsNeverANetwork) {
     EXPECT_EQ(Texts(map), Words{});
 }
 
-TEST(ParseScanResults, ALongerLineThan1023BytesCountsAsSeveral) {
+TEST(ParseScanResults, ALineLongerThan1023BytesIsSplit) {
     const std::string first = "00:11:22:33:44:55\t2437\t-61\t[ESS]\t";
     const std::string name(1023 - first.size(), 'n');
     EXPECT_EQ(Scanned(first + name + "00:99:99:99:99:99\t1\t2\t[X]\tghost\n"),
@@ -188,7 +188,7 @@ TEST(ParseScanResults, ALongerLineThan1023BytesCountsAsSeveral) {
                      "NEW -1 '" + name + "' 00:11:22:33:44:55 [ESS]"}));
 }
 
-TEST(ParseScanResults, AConfiguredAccessPointHidesItselfInTheScan) {
+TEST(ParseScanResults, AConfiguredAccessPointHidesItsScanResult) {
     AccessPointMap map;
     ParseConfiguredNetworks(
         kConfiguredHeader + "0\thome\t00:11:22:33:44:55\t[CURRENT]\n1\tattic\tany\t\n"s, map);
@@ -202,11 +202,11 @@ TEST(ParseScanResults, AConfiguredAccessPointHidesItselfInTheScan) {
                                  "NEW -1 'home' 00:11:22:33:44:66 [ESS]"}));
 }
 
-// ---- what comes from the air ----
+// ---- hostile listings ----
 
-// Bytes as an access point might choose them to reach past the listing: separators, quotes,
-// escapes, controls, and what a shell would run.
-TEST(Listings, AnyBytesMakeNetworksOfTheListingsOwnBytes) {
+// Bytes that an access point might choose to break the listing or a command: separators, quotes,
+// escapes, control characters and shell syntax.
+TEST(Listings, HostileBytesInventNothing) {
     const std::string pieces[] = {
         "\t",   "\n",      "\0"s,  "\t\t", "'",   "\"", "\\", "$(reboot)",         "`",
         "\r",   "\x1b[2J", "\x80", "\xff", "any", "0",  "-1", "00:11:22:33:44:55", ";",
@@ -231,7 +231,7 @@ TEST(Listings, AnyBytesMakeNetworksOfTheListingsOwnBytes) {
     }
 }
 
-TEST(Listings, ManyColumnsAndNoneDoNoHarm) {
+TEST(Listings, AnyNumberOfColumnsIsHarmless) {
     std::string letters;
     for (int i = 0; i < 300; ++i)
         letters += std::string(1, static_cast<char>('a' + i % 26)) + "\t";
@@ -246,7 +246,7 @@ TEST(Listings, ManyColumnsAndNoneDoNoHarm) {
     EXPECT_EQ(Scanned(nulls), Words{});
 }
 
-TEST(Listings, TenThousandNetworksAreAllTaken) {
+TEST(Listings, ReadsTenThousandNetworks) {
     std::string rows;
     for (int i = 9999; i >= 0; --i) {
         char row[64];
@@ -262,11 +262,11 @@ TEST(Listings, TenThousandNetworksAreAllTaken) {
 
 // ---- the list ----
 
-// A wpa_cli of our own, first in PATH as long as the object lives.
+// A wpa_cli of the test's own, first in PATH while the object lives.
 struct Client : OwnCommand {
     explicit Client(const std::string& script) : OwnCommand("wpa_cli", script) {}
 
-    // What it prints for "list_networks", "scan_result" or "add_network", by the script kReplies.
+    // What it prints for "list_networks", "scan_result" or "add_network", from the script kReplies.
     void Reply(const std::string& command, const std::string& text) const {
         folder.File(command, text);
     }
@@ -280,7 +280,7 @@ Words Loaded() {
     return rows;
 }
 
-TEST(LoadAccessPoints, OrdersByTheBytesOfNameAndAddress) {
+TEST(LoadAccessPoints, SortsByTheBytesOfNameAndAddress) {
     const Client client(Client::kReplies);
     client.Reply("list_networks", kConfiguredHeader +
                                       "0\thome\tany\t\n"
@@ -315,7 +315,7 @@ TEST(IsQuotable, QuotesAndBackslashesAreNot) {
         EXPECT_FALSE(IsQuotable(mark + "tail"s));
         EXPECT_FALSE(IsQuotable("mid"s + mark + "dle"));
         EXPECT_FALSE(IsQuotable("head"s + mark));
-        EXPECT_FALSE(IsQuotable("a\0b"s + mark)) << "behind a null byte";
+        EXPECT_FALSE(IsQuotable("a\0b"s + mark)) << "after a null byte";
     }
     EXPECT_FALSE(IsQuotable("\"'\\"));
 }
@@ -330,14 +330,14 @@ TEST(IsQuotable, EveryOtherTextIs) {
     }
 }
 
-TEST(WpaCliCommand, PutsTheSuffixBehindTheInterface) {
+TEST(WpaCliCommand, PutsTheSuffixAfterTheInterface) {
     EXPECT_EQ(WpaCliCommand("wlan0", " list_networks"), "wpa_cli -i wlan0 list_networks");
     EXPECT_EQ(WpaCliCommand("wlp2s0.7", " set update_config 1 "),
               "wpa_cli -i wlp2s0.7 set update_config 1 ");
     EXPECT_EQ(WpaCliCommand("wlan0", ""), "wpa_cli -i wlan0");
 }
 
-TEST(WpaCliCommand, AnInterfacesNameIsOneWordOfTheShell) {
+TEST(WpaCliCommand, AnInterfaceNameIsOneWordForTheShell) {
     const Client client("printf '%s|' \"$@\"\n");
     for (const char* name : {"wlan0", "a b", "$(x)", "a;b", "it's", "*", "wlan\xc3\xa4"}) {
         const std::string command = WpaCliCommand(name, " scan");
@@ -350,14 +350,14 @@ TEST(WpaCliCommand, AnInterfacesNameIsOneWordOfTheShell) {
     }
 }
 
-TEST(SupplicantPidPath, NamesTheAddressInLowerCase) {
+TEST(SupplicantPidPath, ContainsTheAddressInLowerCase) {
     EXPECT_EQ(SupplicantPidPath("00:1A:2B:3C:4D:5E"),
               "/var/network/00:1a:2b:3c:4d:5e/wpa_supplicant.pid");
     EXPECT_EQ(SupplicantPidPath("ab:cd:ef:AB:CD:EF"),
               "/var/network/ab:cd:ef:ab:cd:ef/wpa_supplicant.pid");
 }
 
-TEST(AddNetwork, ReturnsTheNumberOfTheFirstLine) {
+TEST(AddNetwork, ReturnsTheNumberInTheFirstLine) {
     const Client client(Client::kReplies);
     const struct {
         std::string reply;
