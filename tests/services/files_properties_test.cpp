@@ -1,4 +1,4 @@
-// What holds of the files in /etc that the services read, whatever is in them.
+// Properties of the services' files in /etc, whatever they contain.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -35,7 +35,7 @@ bool IsTlsLine(std::string line) {
     return line.rfind("ssl_enable=", 0) == 0 || line.rfind("ssl_enable =", 0) == 0;
 }
 
-TEST(NtpProperties, SavingTwiceIsSavingOnce) {
+TEST(NtpProperties, SavingTwiceGivesTheSameFile) {
     Random random;
     for (int i = 0; i < 1000 && !testing::Test::HasFailure(); ++i) {
         const std::string text = random.Lines(12, kNtpWords);
@@ -44,7 +44,7 @@ TEST(NtpProperties, SavingTwiceIsSavingOnce) {
     }
 }
 
-TEST(FtpTlsProperties, NoLineChangesButTheSettings) {
+TEST(FtpTlsProperties, OnlySettingLinesChange) {
     Random random;
     for (int i = 0; i < 1000 && !testing::Test::HasFailure(); ++i) {
         const std::string text = random.Lines(12, kFtpWords);
@@ -57,7 +57,7 @@ TEST(FtpTlsProperties, NoLineChangesButTheSettings) {
     }
 }
 
-// A file as others see it: what it holds, whose it is, and when it was last changed.
+// What others can see of a file: content, owner and time of the last change.
 std::string Looks(const char* path) {
     struct stat about = {};
     if (stat(path, &about) != 0) return "missing";

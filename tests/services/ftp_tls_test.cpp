@@ -1,5 +1,5 @@
-// The FTP server's setting as text: what counts as on, and what a rewrite leaves alone. Then the
-// files: which of the two is taken, and that no save loses one.
+// The FTP server's setting: what counts as on, what a rewrite keeps, which of the two files is
+// used, and that no save loses one.
 #include "services/ftp_tls.h"
 
 #include <algorithm>
@@ -36,7 +36,7 @@ TEST(FtpTlsIn, TakesYesInAnyCaseOrOne) {
         EXPECT_EQ(FtpTlsIn(reading.text), reading.enabled) << reading.text;
 }
 
-TEST(FtpTlsIn, PassesOverBlanksAroundTheKeyAndBeforeTheValueOnly) {
+TEST(FtpTlsIn, IgnoresBlanksOnlyAroundTheKeyAndBeforeTheValue) {
     const Reading readings[] = {
         {"  ssl_enable=YES\n", true},
         {"\t \tssl_enable=YES\n", true},
@@ -60,7 +60,7 @@ TEST(FtpTlsIn, PassesOverBlanksAroundTheKeyAndBeforeTheValueOnly) {
         EXPECT_EQ(FtpTlsIn(reading.text), reading.enabled) << reading.text;
 }
 
-TEST(FtpTlsIn, TakesTheExactKeyOnly) {
+TEST(FtpTlsIn, TakesOnlyTheExactKey) {
     for (const char* text :
          {"", "\n", "=YES\n", "ssl_enable\n", "ssl_enable YES\n", "SSL_ENABLE=YES\n",
           "Ssl_enable=YES\n", "ssl_enable2=YES\n", "xssl_enable=YES\n", "ssl_enable==YES\n",
@@ -89,10 +89,10 @@ TEST(FtpTlsIn, TakesAnyLineEnd) {
     EXPECT_FALSE(FtpTlsIn("listen=NO\rssl_enable=YES\n"));
 }
 
-TEST(FtpTlsIn, ALineBeyondTheBufferComesInPieces) {
+TEST(FtpTlsIn, ALongLineIsSplit) {
     EXPECT_FALSE(FtpTlsIn("#" + Letters(1021) + "ssl_enable=YES\n"));
     EXPECT_TRUE(FtpTlsIn("#" + Letters(1022) + "ssl_enable=YES\n"));
-    // What does not fit any more belongs to the next line.
+    // What does not fit belongs to the next line.
     EXPECT_FALSE(FtpTlsIn(std::string(1010, ' ') + "ssl_enable=YES\n"));
     EXPECT_TRUE(FtpTlsIn(std::string(1009, ' ') + "ssl_enable=YES\n"));
     EXPECT_TRUE(FtpTlsIn(std::string(1009, ' ') + "ssl_enable=YESSIR\n"));
@@ -137,8 +137,8 @@ TEST(WithFtpTls, ReplacesEveryLine) {
               "ssl_enable=YES\nssl_enable=YES\nssl_enable=YES\n");
 }
 
-// The reader honours the first three, the writer does not.
-TEST(WithFtpTls, LeavesWhatItDoesNotKnow) {
+// The reader accepts the first three, the writer does not.
+TEST(WithFtpTls, LeavesOtherLinesAlone) {
     for (const char* text :
          {"ssl_enable  =YES\n", "ssl_enable\t=YES\n", "ssl_enable \t=YES\n", "#ssl_enable=YES\n",
           "  # ssl_enable=YES\n", "SSL_ENABLE=YES\n", "ssl_enable2=YES\n", "ssl_enable\n",
@@ -165,7 +165,7 @@ TEST(WithFtpTls, EveryLineEndsInALineFeed) {
                      {"a\rb\n", "a\rb\n"}});
 }
 
-TEST(WithFtpTls, ALineBeyondTheBufferBecomesSeveral) {
+TEST(WithFtpTls, ALongLineIsSplit) {
     ExpectRewritten(
         {{Letters(1022) + "\n", Letters(1022) + "\n"},
          {Letters(1023), Letters(1023) + "\n"},
@@ -174,7 +174,7 @@ TEST(WithFtpTls, ALineBeyondTheBufferBecomesSeveral) {
           Letters(1023) + "\n" + Letters(1023) + "\n" + Letters(954) + "\nssl_enable=NO\n"}});
 }
 
-TEST(WithFtpTls, TheLineFeedBehindAFullBufferIsAPieceOfItsOwn) {
+TEST(WithFtpTls, TheLineFeedAfterAFullBufferIsALineOfItsOwn) {
     EXPECT_EQ(WithFtpTls(Letters(1023) + "\nlisten=YES\n", true),
               Letters(1023) + "\n\nlisten=YES\n");
 }
@@ -186,7 +186,7 @@ using FtpTlsFile = services::OwnSurroundings;
 constexpr const char* kActive = "/etc/vsftpd.conf";
 constexpr const char* kParked = "/etc/vsftpd.conf.disabled";
 
-// What /etc holds: "name=content" each, in order of the names.
+// The files in /etc as "name=content", sorted by name.
 std::string Etc() {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator("/etc"))
@@ -200,7 +200,7 @@ std::string Etc() {
     return all;
 }
 
-TEST_F(FtpTlsFile, TheActiveOneComesFirst) {
+TEST_F(FtpTlsFile, TheActiveFileComesFirst) {
     const std::string said = InOwnRoot([] {
         WriteFile(kActive, "ssl_enable=YES\n");
         WriteFile(kParked, "ssl_enable=NO\n");
@@ -212,7 +212,7 @@ TEST_F(FtpTlsFile, TheActiveOneComesFirst) {
               "1 /etc/vsftpd.conf=ssl_enable=NO\n;/etc/vsftpd.conf.disabled=ssl_enable=NO\n;");
 }
 
-TEST_F(FtpTlsFile, TheParkedOneStandsIn) {
+TEST_F(FtpTlsFile, TheParkedFileIsUsedIfThereIsNoActiveOne) {
     const std::string said = InOwnRoot([] {
         WriteFile(kParked, "listen=YES\nssl_enable=NO");
         const bool before = ReadFtpTls();
@@ -222,7 +222,7 @@ TEST_F(FtpTlsFile, TheParkedOneStandsIn) {
     EXPECT_EQ(said, "01 /etc/vsftpd.conf.disabled=listen=YES\nssl_enable=YES\n;");
 }
 
-TEST_F(FtpTlsFile, WithoutEitherNothingIsMade) {
+TEST_F(FtpTlsFile, WithoutEitherFileNoneIsCreated) {
     const std::string said = InOwnRoot([] {
         WriteFtpTls(true);
         return std::to_string(ReadFtpTls()) + Etc();
@@ -242,7 +242,7 @@ TEST_F(FtpTlsFile, KeepsItsMode) {
     EXPECT_EQ(said, std::to_string(0640) + " ssl_enable=YES\n");
 }
 
-TEST_F(FtpTlsFile, WhereTheTemporaryFileCannotBeNothingChanges) {
+TEST_F(FtpTlsFile, IfTheTemporaryFileCannotBeCreatedNothingChanges) {
     for (const char* path : {kActive, kParked}) {
         const std::string said = InOwnRoot([path] {
             WriteFile(path, "ssl_enable=NO\n");
@@ -254,7 +254,7 @@ TEST_F(FtpTlsFile, WhereTheTemporaryFileCannotBeNothingChanges) {
     }
 }
 
-TEST_F(FtpTlsFile, OnAFullDiskTheOldOneStaysWhole) {
+TEST_F(FtpTlsFile, OnAFullDiskTheOldFileStaysIntact) {
     const std::string old = "ssl_enable=NO\n# " + std::string(20000, 'x') + "\n";
     const std::string said = InOwnRoot([&] {
         if (mount("none", "/etc", "tmpfs", 0, "size=32k") != 0) return std::string("no mount");

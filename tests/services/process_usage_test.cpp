@@ -1,5 +1,4 @@
-// Who runs an executable: real processes, of programs that are links, deleted, replaced, ended or
-// not to be looked at.
+// Counts real processes whose programs are links, deleted, replaced, finished or unreadable.
 #include "services/process_usage.h"
 
 #include <dirent.h>
@@ -30,7 +29,7 @@ std::string CopyProgram(const std::string& path) {
     return path;
 }
 
-// Starts a process of that program, which runs when this returns.
+// Starts a process of that program and returns once it runs.
 pid_t Start(const std::string& path) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) std::abort();
@@ -42,13 +41,13 @@ pid_t Start(const std::string& path) {
     }
     close(ends[1]);
     char byte = 0;
-    // The end of the file comes when the program has taken the process over.
+    // The read ends when exec closes the pipe.
     if (read(ends[0], &byte, 1) != 0) std::abort();
     close(ends[0]);
     return pid;
 }
 
-// Such a process, gone after the destructor.
+// A process of that program, until the destructor.
 struct Running {
     explicit Running(const std::string& path) : pid(Start(path)) {}
     ~Running() {
@@ -58,7 +57,7 @@ struct Running {
     Running(const Running&) = delete;
     Running& operator=(const Running&) = delete;
 
-    // Ends it, but leaves it in /proc until the destructor.
+    // Kills it, but leaves it in /proc as a zombie until the destructor.
     void EndUnreaped() const {
         kill(pid, SIGKILL);
         siginfo_t ended = {};
@@ -68,7 +67,7 @@ struct Running {
     pid_t pid;
 };
 
-TEST(ProcfsPathInUse, CountsTheProcesses) {
+TEST(ProcfsPathInUse, CountsProcesses) {
     const TemporaryFolder folder;
     const std::string path = CopyProgram(folder.path + "/volkeep");
     EXPECT_EQ(Users(path), 0);
@@ -82,7 +81,7 @@ TEST(ProcfsPathInUse, CountsTheProcesses) {
     EXPECT_EQ(Users(path), 1);
 }
 
-TEST(ProcfsPathInUse, OneThatIsNotThereHasNoUsers) {
+TEST(ProcfsPathInUse, AMissingExecutableHasNoUsers) {
     const TemporaryFolder folder;
     EXPECT_EQ(Users(folder.path + "/volkeep"), 0);
     EXPECT_EQ(Users(folder.path + "/none/volkeep"), 0);
@@ -100,8 +99,8 @@ TEST(ProcfsPathInUse, OtherProgramsDoNotCount) {
     EXPECT_EQ(Users(folder.path + "/sbin"), 0);
 }
 
-// A process carries the program's first argument, and a name of its own choice; neither tells what
-// it runs.
+// A process carries the program's first argument, and a name of its own choice; neither says what
+// it really runs.
 TEST(ProcfsPathInUse, WhatAProcessCallsItselfDoesNotCount) {
     const TemporaryFolder folder;
     const std::string path = CopyProgram(folder.path + "/volkeep");
@@ -123,8 +122,8 @@ TEST(ProcfsPathInUse, WhatAProcessCallsItselfDoesNotCount) {
     waitpid(pretender, nullptr, 0);
 }
 
-// As /sbin is on a merged system: a link to usr/sbin.
-TEST(ProcfsPathInUse, AFolderMayBeALink) {
+// As on a merged system, where /sbin is a link to usr/sbin.
+TEST(ProcfsPathInUse, FollowsLinksInTheFolders) {
     const TemporaryFolder folder;
     const std::string real = CopyProgram(folder.path + "/usr/sbin/volkeep");
     std::filesystem::create_symlink("usr/sbin", folder.path + "/sbin");
@@ -138,7 +137,7 @@ TEST(ProcfsPathInUse, AFolderMayBeALink) {
     EXPECT_EQ(Users(folder.path + "//sbin/../sbin/./volkeep"), 2);
 }
 
-TEST(ProcfsPathInUse, TheExecutableMayBeALink) {
+TEST(ProcfsPathInUse, FollowsALinkToTheExecutable) {
     const TemporaryFolder folder;
     const std::string real = CopyProgram(folder.path + "/lib/volkeep-2");
     const std::string link = folder.path + "/volkeep";
@@ -148,7 +147,7 @@ TEST(ProcfsPathInUse, TheExecutableMayBeALink) {
     EXPECT_EQ(Users(real), 1);
 }
 
-TEST(ProcfsPathInUse, ADeletedExecutableStillRuns) {
+TEST(ProcfsPathInUse, ADeletedExecutableStillCounts) {
     const TemporaryFolder folder;
     const std::string real = CopyProgram(folder.path + "/usr/sbin/volkeep");
     std::filesystem::create_symlink("usr/sbin", folder.path + "/sbin");
@@ -158,7 +157,7 @@ TEST(ProcfsPathInUse, ADeletedExecutableStillRuns) {
     EXPECT_EQ(Users(folder.path + "/sbin/volkeep"), 1);
 }
 
-TEST(ProcfsPathInUse, AReplacedExecutableStillRuns) {
+TEST(ProcfsPathInUse, AReplacedExecutableStillCounts) {
     const TemporaryFolder folder;
     const std::string path = CopyProgram(folder.path + "/volkeep");
     const Running old_one(path);
@@ -169,7 +168,7 @@ TEST(ProcfsPathInUse, AReplacedExecutableStillRuns) {
     EXPECT_EQ(Users(path), 2);
 }
 
-TEST(ProcfsPathInUse, AnEndedProcessDoesNotCount) {
+TEST(ProcfsPathInUse, AFinishedProcessDoesNotCount) {
     const TemporaryFolder folder;
     const std::string path = CopyProgram(folder.path + "/volkeep");
     const Running ended(path);
@@ -177,7 +176,7 @@ TEST(ProcfsPathInUse, AnEndedProcessDoesNotCount) {
     EXPECT_EQ(Users(path), 0);
 }
 
-TEST(ProcfsPathInUse, KeepsNoDescriptor) {
+TEST(ProcfsPathInUse, LeavesNoDescriptorOpen) {
     const auto open_files = [] {
         const auto folder = std::filesystem::directory_iterator("/proc/self/fd");
         return std::distance(begin(folder), end(folder));
@@ -200,7 +199,7 @@ TEST_F(ProcfsPathInUseApart, WithoutProcNothingRuns) {
               "0");
 }
 
-TEST_F(ProcfsPathInUseApart, ProcessesNotToBeLookedAtArePassedOver) {
+TEST_F(ProcfsPathInUseApart, SkipsProcessesThatItMayNotInspect) {
     if (geteuid() != 0) GTEST_SKIP() << "needs another user";
     const TemporaryFolder folder;
     std::filesystem::permissions(folder.path, std::filesystem::perms(0755));
@@ -214,8 +213,8 @@ TEST_F(ProcfsPathInUseApart, ProcessesNotToBeLookedAtArePassedOver) {
               "1");
 }
 
-// Processes that come and go as fast as they can, and two that stay.
-TEST_F(ProcfsPathInUseApart, ProcessesMayEndMeanwhile) {
+// Processes that start and exit as fast as they can, and two that stay.
+TEST_F(ProcfsPathInUseApart, ProcessesMayExitMeanwhile) {
     const TemporaryFolder folder;
     const std::string path = CopyProgram(folder.path + "/volkeep");
     EXPECT_EQ(AmongOwnProcesses([&] {
@@ -241,7 +240,7 @@ int Sleep(void* /*nothing*/) {
         pause();
 }
 
-// It runs whenever the services screen looks, so it must not be felt.
+// The services screen counts at every rebuild, so it must not be noticeable.
 TEST_F(ProcfsPathInUseApart, TwoThousandProcessesTakeMilliseconds) {
     constexpr std::size_t kProcesses = 2000;
     constexpr std::size_t kStack = 16384;
@@ -267,7 +266,7 @@ TEST_F(ProcfsPathInUseApart, TwoThousandProcessesTakeMilliseconds) {
     std::cout << "median of " << kRounds << " looks at " << kProcesses << " processes: " << said
               << " ms\n";
     ASSERT_NE(said, "wrong count");
-    // Half a second would be felt, also on a slower machine.
+    // Half a second would be noticeable; a slower machine must stay below it, too.
     EXPECT_LT(std::stod(said), 200.0);
 }
 

@@ -1,4 +1,4 @@
-// What counts as a file that is there, and how marker files are made.
+// What counts as an existing file, and how marker files are created.
 #include "services/service_states.h"
 
 #include <sys/socket.h>
@@ -10,7 +10,7 @@ namespace {
 
 using services::WriteFile;
 
-TEST(IsRegularFile, IsNothingButARegularFile) {
+TEST(IsRegularFile, OnlyARegularFileCounts) {
     const TemporaryFolder folder;
     const std::string path = folder.path + "/entry";
     EXPECT_FALSE(IsRegularFile(path));
@@ -23,7 +23,7 @@ TEST(IsRegularFile, IsNothingButARegularFile) {
     EXPECT_FALSE(IsRegularFile(""));
 }
 
-TEST(IsRegularFile, ALinkToOneIsNone) {
+TEST(IsRegularFile, ALinkToAFileDoesNotCount) {
     const TemporaryFolder folder;
     WriteFile(folder.path + "/file", "");
     std::filesystem::create_symlink("file", folder.path + "/link");
@@ -34,7 +34,7 @@ TEST(IsRegularFile, ALinkToOneIsNone) {
     EXPECT_TRUE(IsRegularFile(folder.path + "/second"));
 }
 
-TEST(IsRegularFile, PipesAndSocketsAreNone) {
+TEST(IsRegularFile, PipesAndSocketsDoNotCount) {
     const TemporaryFolder folder;
     const std::string pipe = folder.path + "/pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
@@ -48,7 +48,7 @@ TEST(IsRegularFile, PipesAndSocketsAreNone) {
     close(descriptor);
 }
 
-TEST(IsRegularFile, NoPermissionIsNeeded) {
+TEST(IsRegularFile, NeedsNoPermissionOnTheFile) {
     const TemporaryFolder folder;
     const std::string path = folder.path + "/file";
     WriteFile(path, "");
@@ -72,7 +72,7 @@ struct Umask {
     mode_t before;
 };
 
-TEST(CreateMarkerFile, MakesAnEmptyFileForAllToRead) {
+TEST(CreateMarkerFile, CreatesAnEmptyFileThatAllMayRead) {
     const TemporaryFolder folder;
     for (mode_t mask : {mode_t{0}, mode_t{022}}) {
         const Umask guard(mask);
@@ -87,7 +87,7 @@ TEST(CreateMarkerFile, MakesAnEmptyFileForAllToRead) {
     EXPECT_EQ(ModeOf(folder.path + "/private"), mode_t{0600});
 }
 
-TEST(CreateMarkerFile, EmptiesTheOneThatIsThere) {
+TEST(CreateMarkerFile, EmptiesAnExistingFile) {
     const TemporaryFolder folder;
     const std::string path = folder.path + "/marker";
     WriteFile(path, "something\n");
@@ -97,7 +97,7 @@ TEST(CreateMarkerFile, EmptiesTheOneThatIsThere) {
     EXPECT_EQ(ModeOf(path), mode_t{0640});
 }
 
-TEST(CreateMarkerFile, AFailureIsQuiet) {
+TEST(CreateMarkerFile, AFailureIsNotReported) {
     const TemporaryFolder folder;
     testing::internal::CaptureStderr();
     testing::internal::CaptureStdout();
@@ -109,7 +109,7 @@ TEST(CreateMarkerFile, AFailureIsQuiet) {
     EXPECT_TRUE(std::filesystem::is_empty(folder.path));
 }
 
-TEST(CreateMarkerFile, APipeInTheFilesPlaceHangsNothing) {
+TEST(CreateMarkerFile, APipeInPlaceOfTheFileDoesNotBlock) {
     const TemporaryFolder folder;
     const std::string pipe = folder.path + "/pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
@@ -123,7 +123,7 @@ TEST(CreateMarkerFile, APipeInTheFilesPlaceHangsNothing) {
     EXPECT_TRUE(std::filesystem::is_fifo(pipe));
 }
 
-TEST(CreateMarkerFile, KeepsNoDescriptor) {
+TEST(CreateMarkerFile, LeavesNoDescriptorOpen) {
     const TemporaryFolder folder;
     const int before = dup(STDIN_FILENO);
     close(before);

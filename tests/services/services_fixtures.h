@@ -1,5 +1,5 @@
-// Surroundings for the tests of the services' modules: a root folder and a process table of their
-// own, made in a child process and gone with it.
+// Environments for the tests of the services' modules: a private root folder and process table,
+// created in a child process and gone with it.
 //
 //     class FtpTlsFile : public OwnSurroundings {};
 //     TEST_F(FtpTlsFile, ...) {
@@ -35,7 +35,8 @@ inline void WriteFile(const std::string& path, const std::string& content) {
 
 constexpr int kRefusedByTheKernel = 77;
 
-// New namespaces for mounts and processes; an ordinary user becomes root of a namespace of users.
+// Creates new mount and PID namespaces; a user who is not root also gets a user namespace, as its
+// root.
 inline bool LeaveTheHost() {
     const std::string user = std::to_string(geteuid());
     const std::string group = std::to_string(getegid());
@@ -49,9 +50,9 @@ inline bool LeaveTheHost() {
     return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
-// The text that `work` returns when it is the first process of a machine of its own, as `enter`
-// makes it; "" and a failure when it dies. kRefusedByTheKernel as the exit status when there can be
-// no such machine.
+// Runs `work` as the first process of a machine of its own, which `enter` sets up, and returns its
+// text. Returns "" and fails the test if `work` dies. The exit status is kRefusedByTheKernel if no
+// such machine can be made.
 inline std::string InOwnMachine(const std::function<bool()>& enter,
                                 const std::function<std::string()>& work, int* status) {
     int ends[2];
@@ -89,11 +90,11 @@ inline std::string InOwnMachine(const std::function<bool()>& enter,
                                 const std::function<std::string()>& work) {
     int status = 0;
     std::string text = InOwnMachine(enter, work, &status);
-    EXPECT_EQ(status, 0) << "the work did not come to its end";
+    EXPECT_EQ(status, 0) << "the work did not finish";
     return text;
 }
 
-// In a root folder that holds an empty /etc, /proc and /tmp, on a file system of its own.
+// Runs on a file system of its own that has only an empty /etc, /proc and /tmp.
 inline std::string InOwnRoot(const std::function<std::string()>& work) {
     const TemporaryFolder folder;
     const auto enter = [&] {
@@ -106,12 +107,12 @@ inline std::string InOwnRoot(const std::function<std::string()>& work) {
     return InOwnMachine(enter, work);
 }
 
-// With the host's files, but with processes of its own alone.
+// Runs with the host's files, but sees only its own processes.
 inline std::string AmongOwnProcesses(const std::function<std::string()>& work) {
     return InOwnMachine([] { return mount("none", "/proc", "proc", 0, nullptr) == 0; }, work);
 }
 
-// Tests that need such surroundings.
+// For tests that need such an environment.
 class OwnSurroundings : public testing::Test {
   protected:
     void SetUp() override {
@@ -119,7 +120,7 @@ class OwnSurroundings : public testing::Test {
         const auto enter = [] { return mount("none", "/proc", "proc", 0, nullptr) == 0; };
         InOwnMachine(
             enter, [] { return std::string(); }, &status);
-        if (status == kRefusedByTheKernel) GTEST_SKIP() << "this system makes no namespaces";
+        if (status == kRefusedByTheKernel) GTEST_SKIP() << "this system refuses namespaces";
     }
 };
 

@@ -1,4 +1,4 @@
-// The listing of the file server's accounts as text: records, names, flags.
+// The file server's listing of accounts: records, names, flags.
 #include "services/smb_accounts.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::string_literals;
 
-// One word for each account: its name, then D for disabled and N for no password.
+// One word per account: its name, then D for disabled and N for no password.
 std::string Summary(std::string_view listing) {
     const SmbAccountList list = ParseSmbAccounts(listing);
     std::ostringstream text;
@@ -26,8 +26,8 @@ std::string Record(const std::string& name, const std::string& flags) {
            "\nNT username:          \nAccount Flags:        " + flags + "\n";
 }
 
-// What Debian's pdbedit 4.17 printed for an account without a password, disabled; one with a
-// password; and one with a password, disabled.
+// Printed by Debian's pdbedit 4.17 for three accounts: disabled without a password, with a
+// password, disabled with a password.
 constexpr const char* kListing = R"(---------------
 Unix username:        root
 NT username:          
@@ -72,19 +72,19 @@ TEST(ParseSmbAccounts, UnderstandsTheRealTool) {
     EXPECT_EQ(Summary(kListing), "root:DN alice: bob:D +root");
 }
 
-TEST(ParseSmbAccounts, NothingListedIsNoAccount) {
+TEST(ParseSmbAccounts, AnEmptyListingHasNoAccounts) {
     for (const char* listing : {"", "\n", "\n\n\n", "---------------\n", "---\n---\n", "-"})
         EXPECT_EQ(Summary(listing), "") << listing;
 }
 
-TEST(ParseSmbAccounts, EachFlagCountsByItself) {
+TEST(ParseSmbAccounts, EachFlagCountsOnItsOwn) {
     EXPECT_EQ(Summary(Record("a", "[U          ]") + Record("b", "[DU         ]") +
                       Record("c", "[NU         ]") + Record("d", "[NDU        ]") +
                       Record("e", "[UWDXN]") + Record("f", "[]")),
               "a: b:D c:N d:DN e:DN f:");
 }
 
-TEST(ParseSmbAccounts, FlagsStandInTheFirstBracketsOnly) {
+TEST(ParseSmbAccounts, OnlyTheFirstBracketsHoldFlags) {
     EXPECT_EQ(
         Summary(Record("a", "DN [U] DN") + Record("b", "[U][DN]") + Record("c", "DN") +
                 Record("d", "") + Record("e", "]D[N") + Record("f", "[D") + Record("g", "[[N]")),
@@ -95,7 +95,7 @@ TEST(ParseSmbAccounts, FlagsAreCapitals) {
     EXPECT_EQ(Summary(Record("a", "[dn]")), "a:");
 }
 
-TEST(ParseSmbAccounts, FlagsAddUpWithinARecordAndNotBeyond) {
+TEST(ParseSmbAccounts, FlagsAddUpOnlyWithinARecord) {
     EXPECT_EQ(Summary("Account Flags: [D]\nUnix username: a\nAccount Flags: [N]\n"
                       "Account Flags: [U]\n\nUnix username: b\n"),
               "a:DN b:");
@@ -108,7 +108,7 @@ TEST(ParseSmbAccounts, ARecordEndsAtAnEmptyLineOrADash) {
     EXPECT_EQ(Summary("Unix username: a\r\n\r\nUnix username: b\r\n"), "a: b:");
 }
 
-TEST(ParseSmbAccounts, ABlankBeforeTheDashOrInTheLineEndsNone) {
+TEST(ParseSmbAccounts, ALineWithABlankDoesNotEndARecord) {
     EXPECT_EQ(Summary("Unix username: a\n -----\nAccount Flags: [D]\n"), "a:D");
     EXPECT_EQ(Summary("Unix username: a\n \nAccount Flags: [D]\n"), "a:D");
 }
@@ -119,12 +119,12 @@ TEST(ParseSmbAccounts, ARecordWithoutANameIsDropped) {
               "a:");
 }
 
-TEST(ParseSmbAccounts, TheLastNameOfARecordCounts) {
+TEST(ParseSmbAccounts, TheLastNameOfARecordWins) {
     EXPECT_EQ(Summary("Unix username: a\nUnix username: b\n"), "b:");
 }
 
-TEST(ParseSmbAccounts, KeysAreTakenAsTheyStand) {
-    // Blanks before a key are passed over; a tab is none, and a blank behind it belongs to it.
+TEST(ParseSmbAccounts, KeysMustMatchExactly) {
+    // Blanks before a key are skipped, a tab is not; a blank after a key is part of it.
     EXPECT_EQ(Summary("   Unix username: a\n   Account Flags: [D]\n"), "a:D");
     for (const char* line :
          {"\tUnix username: a\n", "Unix username : a\n", "unix username: a\n", "Unix Username: a\n",
@@ -134,7 +134,7 @@ TEST(ParseSmbAccounts, KeysAreTakenAsTheyStand) {
     EXPECT_EQ(Summary("Unix username: a\nAccount flags: [D]\nAccount Flags : [N]\n"), "a:");
 }
 
-TEST(ParseSmbAccounts, TheNameIsAllBehindTheFirstColonAndBlanks) {
+TEST(ParseSmbAccounts, TheNameIsEverythingAfterTheFirstColonAndBlanks) {
     EXPECT_EQ(Summary("Unix username:a\n\nUnix username:   a:b\n\nUnix username: a b\n"),
               "a: a:b: a b:");
     EXPECT_EQ(ParseSmbAccounts("Unix username: a \n").accounts.at(0).name, "a ");
@@ -151,14 +151,14 @@ TEST(ParseSmbAccounts, KeepsTheOrderReported) {
     EXPECT_EQ(Summary(Record("z", "[U]") + Record("a", "[U]") + Record("m", "[U]")), "z: a: m:");
 }
 
-TEST(ParseSmbAccounts, ALineBeyondTheBufferComesInPieces) {
+TEST(ParseSmbAccounts, ALongLineIsSplit) {
     const std::string start = "Full Name: ";
     const std::string filler(1023 - start.size(), 'x');
     EXPECT_EQ(Summary("Unix username: a\n" + start + filler + "\nAccount Flags: [D]\n"),
-              "a:");  // the line feed that did not fit is an empty line
+              "a:");  // the line feed did not fit and makes an empty line
 }
 
-TEST(ParseSmbAccounts, AnyBytesAreSurvived) {
+TEST(ParseSmbAccounts, AnyBytesAreHarmless) {
     std::string noise;
     for (unsigned i = 0; i < 20000; i++)
         noise += static_cast<char>((i * i * 2654435761U) >> 13);
