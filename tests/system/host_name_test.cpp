@@ -17,18 +17,18 @@ TEST(HostNameFrom, NothingElseIsEnforced) {
         EXPECT_EQ(HostNameFrom(name), name);
 }
 
-TEST(HostNameFrom, KeepsAtMost127Bytes) {
+TEST(HostNameFrom, KeepsAtMost126Bytes) {
     EXPECT_EQ(HostNameFrom(std::string(126, 'a')), std::string(126, 'a'));
     EXPECT_LE(HostNameFrom(std::string(254, 'a')).size(), 127U);
 }
 
-// A machine whose names are its own: the kernel's, and /etc/hostname in a folder.
+// A machine with host names of its own: the kernel's, and an /etc/hostname in a folder.
 Prepared EnterMachine(const std::string& root) {
     if (unshare(CLONE_NEWUTS) != 0) return Prepared::kRefused;
     return EnterRoot(root);
 }
 
-TEST(SetHostName, GivesTheKernelTheNameAndWritesIt) {
+TEST(SetHostName, SetsTheKernelsNameAndWritesTheFile) {
     const TemporaryFolder root;
     const std::string file = root.File("etc/hostname", "appliance-with-a-long-name\n");
     const Answer answer = AnswerInChild([&] { return EnterMachine(root.path); },
@@ -37,12 +37,12 @@ TEST(SetHostName, GivesTheKernelTheNameAndWritesIt) {
                                             printf("%s", HostName().c_str());
                                             return 0L;
                                         });
-    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root renames a machine";
+    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root can rename a machine";
     EXPECT_EQ(answer.output, "my-box");
     EXPECT_EQ(ContentOf(file), "my-box\n");
 }
 
-TEST(SetHostName, ANameThatTheKernelRefusesIsWrittenAllTheSame) {
+TEST(SetHostName, ANameThatTheKernelRefusesIsStillWritten) {
     const TemporaryFolder root;
     const std::string file = root.File("etc/hostname", "");
     const std::string name(100, 'a');
@@ -52,12 +52,12 @@ TEST(SetHostName, ANameThatTheKernelRefusesIsWrittenAllTheSame) {
                                             SetHostName(name);
                                             return HostName() == before ? 1L : 0L;
                                         });
-    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root renames a machine";
+    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root can rename a machine";
     EXPECT_EQ(answer.value, 1);
     EXPECT_EQ(ContentOf(file), name + "\n");
 }
 
-TEST(SetHostName, WhereTheFileCantBeWrittenTheKernelHasTheName) {
+TEST(SetHostName, SetsTheKernelsNameEvenIfTheFileCannotBeWritten) {
     const TemporaryFolder root;
     const Answer answer = AnswerInChild([&] { return EnterMachine(root.path); },
                                         [] {
@@ -65,7 +65,7 @@ TEST(SetHostName, WhereTheFileCantBeWrittenTheKernelHasTheName) {
                                             printf("%s", HostName().c_str());
                                             return 0L;
                                         });
-    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root renames a machine";
+    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root can rename a machine";
     EXPECT_EQ(answer.output, "my-box");
     EXPECT_FALSE(std::filesystem::exists(root.Path("etc")));
 }

@@ -11,7 +11,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-// Other lines, then servers, each in brackets.
+// The other lines, then the servers, each in brackets.
 std::string Parts(const std::string& text) {
     const NtpConfig config = ParseNtpConfig(text);
     std::string parts = "lines";
@@ -27,7 +27,7 @@ std::string Regrouped(const std::string& text) {
     return FormatNtpConfig(ParseNtpConfig(text));
 }
 
-TEST(ParseNtpConfig, AServerIsWhatFollowsTheKeywordOptionsIncluded) {
+TEST(ParseNtpConfig, AServerIsTheTextAfterTheKeywordWithOptions) {
     EXPECT_EQ(Parts("server a.example\n"), "lines servers [a.example]");
     EXPECT_EQ(Parts("server\ttime.example iburst\n"), "lines servers [time.example iburst]");
     EXPECT_EQ(Parts("server \t  10.0.0.1\tminpoll 4 # near\n"),
@@ -35,13 +35,13 @@ TEST(ParseNtpConfig, AServerIsWhatFollowsTheKeywordOptionsIncluded) {
     EXPECT_EQ(Parts("server a  \t\n"), "lines servers [a  \t]");
 }
 
-TEST(ParseNtpConfig, AServerLineWithNothingOnItIsDropped) {
+TEST(ParseNtpConfig, AServerLineWithoutANameIsDropped) {
     for (const char* text : {"server \n", "server\t\n", "server   \t \n", "server ", "server \r\n"})
         EXPECT_EQ(Parts(text), "lines servers") << text;
     EXPECT_EQ(Regrouped("# a\nserver  \nserver b\n"), "# a\nserver b\n");
 }
 
-TEST(ParseNtpConfig, WhatDoesNotBeginWithTheKeywordIsAnotherLine) {
+TEST(ParseNtpConfig, ALineThatDoesNotStartWithTheKeywordIsAnotherLine) {
     for (const char* line :
          {" server a", "\tserver a", "#server a", "# server a", "Server a", "SERVER a", "servers a",
           "server", "server-a", "serve r", "pool a", "restrict -4 default", "", "   "})
@@ -61,7 +61,7 @@ TEST(ParseNtpConfig, LineEndsAreNotPartOfALine) {
     EXPECT_EQ(Parts("\n\n"), "lines [] [] servers");
 }
 
-TEST(ParseNtpConfig, ALineBeyond1022BytesCountsAsSeveral) {
+TEST(ParseNtpConfig, ALineLongerThan1022BytesIsSplit) {
     const std::string keyword = "server ";
     const NtpConfig server = ParseNtpConfig(keyword + std::string(2000, 'a') + "\n");
     EXPECT_EQ(server.servers, Lines{std::string(1022 - keyword.size(), 'a')});
@@ -73,7 +73,7 @@ TEST(ParseNtpConfig, ALineBeyond1022BytesCountsAsSeveral) {
     const Lines just_too_long = {std::string(1022, 'b'), "", "c"};
     EXPECT_EQ(ParseNtpConfig(just_too_long[0] + "\nc\n").other_lines, just_too_long);
 
-    // A piece that happens to begin with the keyword is a server line.
+    // A piece that starts with the keyword is a server line.
     EXPECT_EQ(ParseNtpConfig(std::string(1022, '#') + "server x\n").servers, Lines{"x"});
 }
 
@@ -94,14 +94,14 @@ TEST(FormatNtpConfig, EachKindMayBeMissing) {
     EXPECT_EQ(FormatNtpConfig(config), "tos maxclock 11\n");
 }
 
-TEST(FormatNtpConfig, RegroupsAFile) {
+TEST(FormatNtpConfig, MovesServersBelowTheOtherLines) {
     EXPECT_EQ(Regrouped("# near\nserver\ta iburst\n\n# far\n  server c\nserver   b"),
               "# near\n\n# far\n  server c\nserver a iburst\nserver b\n");
     const std::string grouped = "# x\n\nserver a\nserver b\n";
     EXPECT_EQ(Regrouped(grouped), grouped);
 }
 
-// What a machine whose root folder this is reads of its servers.
+// The servers that a machine reads if this is its root folder.
 std::string ServersRead(const std::string& root) {
     const Answer answer = AnswerInChild([&] { return EnterRoot(root); },
                                         [] {
@@ -115,7 +115,7 @@ std::string ServersRead(const std::string& root) {
 TEST(ReadNtpConfig, AFileThatCannotBeReadIsEmpty) {
     const TemporaryFolder root;
     const std::string servers = ServersRead(root.path);
-    if (servers == "refused") GTEST_SKIP() << "only root changes its root folder";
+    if (servers == "refused") GTEST_SKIP() << "only root can change its root folder";
     EXPECT_EQ(servers, "");
     std::filesystem::create_directories(root.Path("etc/ntp.conf"));
     EXPECT_EQ(ServersRead(root.path), "");
@@ -125,7 +125,7 @@ TEST(ReadNtpConfig, ReadsTheFile) {
     const TemporaryFolder root;
     root.File("etc/ntp.conf", "# x\nserver a\nserver b prefer\n");
     const std::string servers = ServersRead(root.path);
-    if (servers == "refused") GTEST_SKIP() << "only root changes its root folder";
+    if (servers == "refused") GTEST_SKIP() << "only root can change its root folder";
     EXPECT_EQ(servers, "[a][b prefer]");
 }
 
