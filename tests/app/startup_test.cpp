@@ -1,4 +1,4 @@
-// What the start-up does without a terminal.
+// Start-up steps that need no terminal.
 #include "app/startup.h"
 
 #include <gtest/gtest.h>
@@ -13,12 +13,12 @@ namespace {
 
 // ---- arguments ----
 
-TEST(AsksForHelp, OneOrMoreDashesAndHelp) {
+TEST(AsksForHelp, OneOrMoreDashesAndHelpDo) {
     for (const char* argument : {"-help", "--help", "---help", "----------help"})
         EXPECT_TRUE(AsksForHelp(argument)) << argument;
 }
 
-TEST(AsksForHelp, NothingElse) {
+TEST(AsksForHelp, NothingElseDoes) {
     for (const char* argument :
          {"help", "", "-", "--", "-h", "--hel", "--helpx", "--help ", "--HELP", "--help=x",
           " --help", "-help-", "-- help", "x--help", "-?"}) {
@@ -50,7 +50,7 @@ TEST(PrintRootRefusal, SaysHowToRunTheProgram) {
 
 // ---- signals ----
 
-// Leaves a trace of the alarm that is set when the program ends.
+// Prints the alarm that is set when the program ends.
 void SayAlarmAtExit() {
     std::atexit([] { fprintf(stderr, "alarm in %u", alarm(0)); });
 }
@@ -76,7 +76,7 @@ TEST(OnTerminateSignal, IgnoresEveryOtherSignal) {
     }
 }
 
-// What a question says in a process that has been prepared.
+// The answer to a question, asked in a prepared process.
 long AfterPreparation(const std::function<void()>& before, const std::function<long()>& question) {
     return AnswerInChild(
                [&] {
@@ -114,7 +114,7 @@ TEST(PrepareProcess, SetsTheSignals) {
               1);
 }
 
-TEST(PrepareProcess, HoldsEndingSignalsBack) {
+TEST(PrepareProcess, BlocksEndingSignals) {
     EXPECT_EQ(AfterPreparation([] {},
                                [] {
                                    return IsBlocked(SIGINT) && IsBlocked(SIGQUIT) &&
@@ -126,19 +126,19 @@ TEST(PrepareProcess, HoldsEndingSignalsBack) {
               1);
 }
 
-TEST(PrepareProcess, AHangUpThatWasIgnoredStaysIgnored) {
+TEST(PrepareProcess, AnIgnoredHangUpStaysIgnored) {
     EXPECT_EQ(AfterPreparation([] { std::signal(SIGHUP, SIG_IGN); },
                                [] { return IsIgnored(SIGHUP) ? 1L : 0L; }),
               1);
 }
 
-TEST(PrepareProcess, AnInterruptThatWasIgnoredIsHandled) {
+TEST(PrepareProcess, AnIgnoredInterruptIsHandled) {
     EXPECT_EQ(AfterPreparation([] { std::signal(SIGINT, SIG_IGN); },
                                [] { return IsHandled(SIGINT) ? 1L : 0L; }),
               1);
 }
 
-TEST(PrepareProcess, NoFileTakesThePlaceOfAMissingDescriptor) {
+TEST(PrepareProcess, ClosedDescriptorsAreOpenedOnDevNull) {
     EXPECT_EQ(AfterPreparation(
                   [] {
                       close(STDIN_FILENO);
@@ -153,7 +153,7 @@ TEST(PrepareProcess, NoFileTakesThePlaceOfAMissingDescriptor) {
 
 // ---- terminal type ----
 
-// Roots with and without an entry for "xterm-1003", nothing else in them.
+// Root folders that contain only an entry for "xterm-1003", or nothing.
 std::string EmptyRoot(const TemporaryFolder& root) {
     return root.path;
 }
@@ -167,7 +167,7 @@ std::string RootWithMouseTerminal(const TemporaryFolder& root) {
     return std::system(command.c_str()) == 0 ? root.path : "";
 }
 
-// TERM after the choice, for a TERM before it; null: not set.
+// TERM after the choice, given TERM before it; null means not set.
 Answer TerminalChosen(const std::string& root, const char* type) {
     return AnswerInChild([&] { return EnterRoot(root); },
                          [&] {
@@ -181,14 +181,15 @@ Answer TerminalChosen(const std::string& root, const char* type) {
                          });
 }
 
-TEST(ChooseTerminalType, TakesMouseMotionForEveryXterm) {
+TEST(ChooseTerminalType, ChoosesMouseMotionForEveryXterm) {
     const TemporaryFolder folder;
     const std::string root = RootWithMouseTerminal(folder);
-    if (root.empty()) GTEST_SKIP() << "no tic here";
+    if (root.empty()) GTEST_SKIP() << "no tic on this system";
     for (const char* type :
          {"xterm", "xterm-256color", "XTERM-256color", "xTermite", "xterm-1003"}) {
         const Answer answer = TerminalChosen(root, type);
-        if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its root";
+        if (answer.prepared == Prepared::kRefused)
+            GTEST_SKIP() << "only root can change its root folder";
         EXPECT_EQ(answer.output, "xterm-1003") << type;
     }
 }
@@ -196,21 +197,23 @@ TEST(ChooseTerminalType, TakesMouseMotionForEveryXterm) {
 TEST(ChooseTerminalType, LeavesOtherTerminalsAlone) {
     const TemporaryFolder folder;
     const std::string root = RootWithMouseTerminal(folder);
-    if (root.empty()) GTEST_SKIP() << "no tic here";
+    if (root.empty()) GTEST_SKIP() << "no tic on this system";
     for (const char* type :
          {"screen", "linux", "vt220", "", "xter", "rxvt", "tmux-xterm", " xterm"}) {
         const Answer answer = TerminalChosen(root, type);
-        if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its root";
+        if (answer.prepared == Prepared::kRefused)
+            GTEST_SKIP() << "only root can change its root folder";
         EXPECT_EQ(answer.output, type);
     }
     EXPECT_EQ(TerminalChosen(root, nullptr).output, "(none)");
 }
 
-TEST(ChooseTerminalType, KeepsTheOperatorsWhereTheEntryIsMissing) {
+TEST(ChooseTerminalType, KeepsTheOperatorsTypeIfTheEntryIsMissing) {
     const TemporaryFolder folder;
     for (const char* type : {"xterm", "XTERM-256color", "screen"}) {
         const Answer answer = TerminalChosen(EmptyRoot(folder), type);
-        if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its root";
+        if (answer.prepared == Prepared::kRefused)
+            GTEST_SKIP() << "only root can change its root folder";
         EXPECT_EQ(answer.output, type);
     }
 }
