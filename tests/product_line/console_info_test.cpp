@@ -17,7 +17,7 @@ TEST(ConsoleInfo, IsUnknownAtFirst) {
     EXPECT_EQ(info.line_length, -1);
 }
 
-TEST(ConsoleNumberOf, IsTheNumberBehindTheDevice) {
+TEST(ConsoleNumberOf, IsTheNumberAfterTheDevice) {
     struct {
         const char* path;
         int number;
@@ -31,7 +31,7 @@ TEST(ConsoleNumberOf, IsTheNumberBehindTheDevice) {
         EXPECT_EQ(ConsoleNumberOf(row.path), row.number) << row.path;
 }
 
-// The figures of a probe whose standard output is that file.
+// The result of a probe with that file as standard output.
 ConsoleInfo ProbedOn(const char* path) {
     const int standard_output = dup(STDOUT_FILENO);
     const int file = open(path, O_RDWR | O_NOCTTY);
@@ -43,7 +43,7 @@ ConsoleInfo ProbedOn(const char* path) {
     return info;
 }
 
-TEST(ProbeConsole, WhereStandardOutputIsNoTerminalTheDefaultsHold) {
+TEST(ProbeConsole, KeepsTheDefaultsIfStandardOutputIsNotATerminal) {
     const ConsoleInfo info = ProbedOn("/dev/null");
     EXPECT_EQ(info.tty_number, -1);
     EXPECT_EQ(info.cell_width, 8);
@@ -52,7 +52,7 @@ TEST(ProbeConsole, WhereStandardOutputIsNoTerminalTheDefaultsHold) {
     EXPECT_EQ(info.framebuffer_width, -1);
 }
 
-TEST(ProbeConsole, APseudoTerminalStandsForTheConsoleInFront) {
+TEST(ProbeConsole, APseudoTerminalMeansTheForegroundConsole) {
     const int master = posix_openpt(O_RDWR | O_NOCTTY);
     ASSERT_GE(master, 0);
     ASSERT_EQ(grantpt(master), 0);
@@ -71,7 +71,7 @@ ConsoleInfo WithCell(int width, int height) {
     return info;
 }
 
-TEST(CellsAndPixels, CellsTimesTheirSize) {
+TEST(CellsAndPixels, MultipliesCellsByTheirSize) {
     EXPECT_EQ(RowsToPixels({}, 25), 400);
     EXPECT_EQ(ColumnsToPixels({}, 80), 640);
     EXPECT_EQ(RowsToPixels(WithCell(9, 14), 3), 42);

@@ -6,7 +6,7 @@
 
 namespace {
 
-// Standard input from the pipe in a child process; returns what is left in it after the wait.
+// Waits in a child process with the pipe as standard input; returns what is left in the pipe.
 std::string LeftAfterWait(const std::string& input) {
     Pipe pipe;
     pipe.Write(input);
@@ -25,7 +25,7 @@ std::string LeftAfterWait(const std::string& input) {
         .output;
 }
 
-TEST(ReadLineRaw, ReadsUpToALineEndAndNotBeyond) {
+TEST(ReadLineRaw, StopsReadingAtALineEnd) {
     EXPECT_EQ(LeftAfterWait("\nrest"), "rest");
     EXPECT_EQ(LeftAfterWait("\rrest"), "rest");
     EXPECT_EQ(LeftAfterWait("abc\x1b[A\nrest\n"), "rest\n");
@@ -43,7 +43,7 @@ TEST(ReadLineRaw, AReadErrorEndsTheWait) {
     EXPECT_EQ(answer.value, 1);
 }
 
-TEST(ReadLineRaw, WhereThereIsNoMoreInputTheProgramEnds) {
+TEST(ReadLineRaw, TheProgramEndsWithItsInput) {
     EXPECT_EXIT(
         {
             dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);

@@ -1,4 +1,4 @@
-// Taking the disks off: which lines of /proc/mounts count, and what happens to real mounts.
+// Unmounting: which lines of /proc/mounts count, and what happens to real mounts.
 #include "product_line/unmount.h"
 
 #include <ostream>
@@ -25,12 +25,12 @@ TEST(ParseMountLine, TakesDeviceMountPointAndType) {
               "/dev/mapper/vg-media|/srv/media|xfs");
 }
 
-TEST(ParseMountLine, PassesOverBlanksAndTabs) {
+TEST(ParseMountLine, SkipsBlanksAndTabs) {
     EXPECT_EQ(Parsed(" \t /dev/sda1  \t/media \t ext4  rw 0 0\n"), "/dev/sda1|/media|ext4");
 }
 
 // Only a blank ends a field.
-TEST(ParseMountLine, ATabAloneSeparatesNothing) {
+TEST(ParseMountLine, ATabAloneDoesNotSeparateFields) {
     EXPECT_EQ(Parsed("/dev/sda1\t/media ext4 rw 0 0\n"), "/dev/sda1\t/media|ext4|rw");
     EXPECT_EQ(Parsed("/dev/sda1\t/media\text4\trw\n"), "nothing");
 }
@@ -43,7 +43,7 @@ TEST(ParseMountLine, NeedsFourFields) {
     EXPECT_EQ(Parsed("/dev/sda1 /media ext4 rw"), "/dev/sda1|/media|ext4");
 }
 
-TEST(ParseMountLine, SkipsWhatIsNoDevice) {
+TEST(ParseMountLine, SkipsWhatIsNotADevice) {
     for (const char* line :
          {"tmpfs /run tmpfs rw 0 0\n", "proc /proc proc rw 0 0\n", "/dev /dev devtmpfs rw 0 0\n",
           "/device/sda1 /media ext4 rw 0 0\n", "dev/sda1 /media ext4 rw 0 0\n",
@@ -52,13 +52,13 @@ TEST(ParseMountLine, SkipsWhatIsNoDevice) {
     }
 }
 
-TEST(ParseMountLine, SkipsTheRootFileSystemAlone) {
+TEST(ParseMountLine, SkipsOnlyTheRootFileSystem) {
     EXPECT_EQ(Parsed("/dev/sda1 / ext4 rw 0 0\n"), "nothing");
     EXPECT_EQ(Parsed("/dev/sda1 // ext4 rw 0 0\n"), "/dev/sda1|//|ext4");
     EXPECT_EQ(Parsed("/dev/sda1 /root ext4 rw 0 0\n"), "/dev/sda1|/root|ext4");
 }
 
-TEST(ParseMountLine, EscapesStayAsTheKernelWritesThem) {
+TEST(ParseMountLine, KeepsTheKernelsEscapes) {
     EXPECT_EQ(Parsed("/dev/sda1 /my\\040media ext4 rw 0 0\n"), "/dev/sda1|/my\\040media|ext4");
 }
 
@@ -74,7 +74,7 @@ void Mount(const char* device, const char* mount_point) {
     if (mount(device, mount_point, "tmpfs", 0, nullptr) != 0) _exit(1);
 }
 
-// What it prints when ENTER has been typed ahead; what is still mounted goes to `left`.
+// The output when ENTER was typed ahead; `left` gets what is still mounted.
 std::string Unmounting() {
     WriteFile("/tmp/input", "\n");
     const int input = open("/tmp/input", O_RDONLY | O_CLOEXEC);
@@ -86,7 +86,7 @@ std::string Unmounting() {
     return ContentOf("/tmp/output");
 }
 
-// The devices that are still mounted.
+// The devices still mounted.
 std::string Mounted() {
     std::ifstream mounts("/proc/mounts");
     std::string all;
@@ -96,7 +96,7 @@ std::string Mounted() {
     return all;
 }
 
-TEST_F(UnmountDevices, TakesOffEveryDeviceButTheRoot) {
+TEST_F(UnmountDevices, UnmountsEveryDeviceButTheRoot) {
     const std::string said = InOwnRoot([] {
         Mount("/dev/made1", "/a");
         Mount("made2", "/b");
@@ -110,7 +110,7 @@ TEST_F(UnmountDevices, TakesOffEveryDeviceButTheRoot) {
                         kPause + "left: ");
 }
 
-TEST_F(UnmountDevices, SaysWhyOneStays) {
+TEST_F(UnmountDevices, SaysWhyADeviceStaysMounted) {
     const std::string said = InOwnRoot([] {
         Mount("/dev/made1", "/a");
         Mount("/dev/made2", "/b");
@@ -125,7 +125,7 @@ TEST_F(UnmountDevices, SaysWhyOneStays) {
                         kPause + "left: /dev/made1 ");
 }
 
-TEST_F(UnmountDevices, WithoutAListOfMountsOnlyWaits) {
+TEST_F(UnmountDevices, OnlyWaitsIfMountsCannotBeListed) {
     const std::string said = InOwnRoot([] {
         Mount("/dev/made1", "/a");
         umount2("/proc", MNT_DETACH);

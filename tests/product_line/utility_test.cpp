@@ -33,7 +33,7 @@ TEST(Chomp, CutsAnyMixtureOfLineEnds) {
     EXPECT_EQ(Chomped("a\r"), "a");
 }
 
-TEST(Chomp, LeavesNothingOfLineEndsAlone) {
+TEST(Chomp, LeavesNothingOfATextOfLineEnds) {
     EXPECT_EQ(Chomped("\r\n\r\n"), "");
     EXPECT_EQ(Chomped("\n"), "");
 }
@@ -54,7 +54,7 @@ TEST(Chomp, OverwritesEveryCutByte) {
     EXPECT_EQ(std::string(text, sizeof text), "a\0\0\0\0"s);
 }
 
-TEST(Chomp, LeavesWhatStandsBeforeTheText) {
+TEST(Chomp, LeavesTheBytesBeforeTheTextAlone) {
     char buffer[] = "\n\n\0\n";
     chomp(buffer + 2);
     EXPECT_EQ(std::string(buffer, sizeof buffer), "\n\n\0\n\0"s);
@@ -76,7 +76,7 @@ TEST(CutLine, WithoutALineFeedReturnsTheEnd) {
     EXPECT_STREQ(text, "one\r");
 }
 
-TEST(CutLine, AnEmptyTextIsItsOwnEnd) {
+TEST(CutLine, OfAnEmptyTextReturnsTheEnd) {
     char text[] = "\0\n";
     EXPECT_EQ(cut_line(text), text);
     EXPECT_EQ(text[1], '\n');
@@ -93,7 +93,7 @@ TEST(CutLine, WalksABufferLineByLine) {
     EXPECT_EQ(lines, (std::vector<std::string>{"one", "", "three"}));
 }
 
-TEST(ClearString, EmptiesTheTextByItsFirstByte) {
+TEST(ClearString, ChangesOnlyTheFirstByte) {
     char text[] = "abc";
     clear_string(text);
     EXPECT_EQ(std::string(text, sizeof text), "\0bc\0"s);
@@ -104,18 +104,18 @@ TEST(SkipPrefix, ReturnsWhatFollowsThePrefix) {
     EXPECT_EQ(skip_prefix(text, "ssl_enable="), text + 11);
 }
 
-TEST(SkipPrefix, TakesLettersOfEitherCase) {
+TEST(SkipPrefix, IgnoresCase) {
     const char* text = "Enable";
     EXPECT_EQ(skip_prefix(text, "en"), text + 2);
     EXPECT_EQ(skip_prefix(text, "EN"), text + 2);
 }
 
-TEST(SkipPrefix, ATextShorterThanThePrefixDoesNotBeginWithIt) {
+TEST(SkipPrefix, ATextShorterThanThePrefixDoesNotMatch) {
     EXPECT_EQ(skip_prefix("en", "enable"), nullptr);
     EXPECT_EQ(skip_prefix("", "enable"), nullptr);
 }
 
-TEST(SkipPrefix, AnotherBeginningIsNoPrefix) {
+TEST(SkipPrefix, ADifferentStartDoesNotMatch) {
     EXPECT_EQ(skip_prefix("disable", "en"), nullptr);
     EXPECT_EQ(skip_prefix("eXable", "ena"), nullptr);
 }
@@ -146,22 +146,22 @@ const Trimmed kTrimmed[] = {
     {"abc \r\n\t", "abc \r\n\t", "abc", "abc"},
     {"  a  b\tc  ", "a  b\tc  ", "  a  b\tc", "a  b\tc"},
     {" \t\r\n", "", "", ""},
-    // White space elsewhere, but not here.
+    // White space elsewhere, but not for these routines.
     {"\v abc \f", "\v abc \f", "\v abc \f", "\v abc \f"},
     {" \fabc\v ", "\fabc\v ", " \fabc\v", "\fabc\v"},
     {"\xa0 abc\xa0", "\xa0 abc\xa0", "\xa0 abc\xa0", "\xa0 abc\xa0"},
 };
 
-TEST(SkipSpace, FindsTheFirstCharacterThatIsNoWhiteSpace) {
+TEST(SkipSpace, FindsTheFirstCharacterThatIsNotWhiteSpace) {
     for (const Trimmed& row : kTrimmed) {
         SCOPED_TRACE(testing::PrintToString(row.text));
         std::string text = row.text;
         EXPECT_STREQ(skip_space(text.data()), row.without_leading.c_str());
-        EXPECT_EQ(text, row.text) << "the text is left alone";
+        EXPECT_EQ(text, row.text) << "the text must not change";
     }
 }
 
-TEST(TrimTrailingSpace, CutsWhiteSpaceAtTheEndOnly) {
+TEST(TrimTrailingSpace, CutsWhiteSpaceOnlyAtTheEnd) {
     for (const Trimmed& row : kTrimmed) {
         SCOPED_TRACE(testing::PrintToString(row.text));
         std::string text = row.text;
@@ -170,7 +170,7 @@ TEST(TrimTrailingSpace, CutsWhiteSpaceAtTheEndOnly) {
     }
 }
 
-TEST(TrimTrailingSpace, LeavesWhatStandsBeforeTheText) {
+TEST(TrimTrailingSpace, LeavesTheBytesBeforeTheTextAlone) {
     char buffer[] = "  \0  ";
     trim_trailing_space(buffer + 3);
     EXPECT_EQ(std::string(buffer, 3), "  \0"s);
@@ -197,7 +197,7 @@ TEST(StripLeadingSpace, MovesTheRestToTheStart) {
     }
 }
 
-TEST(AnyNonzero, LooksAtTheFirstBytesOnly) {
+TEST(AnyNonzero, LooksOnlyAtTheFirstBytes) {
     const unsigned char bytes[] = {0, 0, 0, 7, 0};
     EXPECT_FALSE(any_nonzero(bytes, 3));
     EXPECT_TRUE(any_nonzero(bytes, 4));
@@ -242,7 +242,7 @@ constexpr SizeText kSizeTexts[] = {
     {INT64_MIN, ""},
 };
 
-TEST(FormatSize, WritesPowersOfThousandWithTheFractionCut) {
+TEST(FormatSize, TruncatesToThreeDecimals) {
     for (const SizeText& size : kSizeTexts) {
         char buffer[kSizeTextBytes] = "unchanged";
         format_size(size.bytes, buffer);
@@ -250,7 +250,7 @@ TEST(FormatSize, WritesPowersOfThousandWithTheFractionCut) {
     }
 }
 
-TEST(FormatSize, StaysWithinItsRoom) {
+TEST(FormatSize, FitsIntoItsBuffer) {
     for (const SizeText& size : kSizeTexts) {
         std::string buffer(kSizeTextBytes + 8, '#');
         format_size(size.bytes, buffer.data());
@@ -265,14 +265,14 @@ TEST(FormatSizeString, ReturnsTheTextOfFormatSize) {
 
 // --- Descriptors ---
 
-TEST(SetCloexec, KeepsTheDescriptorFromNewPrograms) {
+TEST(SetCloexec, ClosesTheDescriptorOnExec) {
     const int file = open("/dev/null", O_RDONLY);
     EXPECT_EQ(set_cloexec(file), 0);
     EXPECT_EQ(fcntl(file, F_GETFD), FD_CLOEXEC);
     close(file);
 }
 
-TEST(ClearCloexec, HandsTheDescriptorToNewPrograms) {
+TEST(ClearCloexec, KeepsTheDescriptorOpenOnExec) {
     const int file = open("/dev/null", O_RDONLY | O_CLOEXEC);
     EXPECT_EQ(clear_cloexec(file), 0);
     EXPECT_EQ(fcntl(file, F_GETFD), 0);
@@ -304,14 +304,14 @@ SmallFile ReadSmallFile(const std::string& path, size_t n) {
     return {result, buffer};
 }
 
-TEST(ReadSmallFile, ReadsTheWholeOfASmallFile) {
+TEST(ReadSmallFile, ReadsAllOfASmallFile) {
     const TemporaryFolder folder;
     const SmallFile read = ReadSmallFile(folder.File("hostname", "tavrin\n"), 16);
     EXPECT_EQ(read.result, 0);
     EXPECT_EQ(read.buffer, "tavrin\n\0########"s);
 }
 
-TEST(ReadSmallFile, LeavesRoomForTheEnd) {
+TEST(ReadSmallFile, LeavesRoomForTheNul) {
     const TemporaryFolder folder;
     const std::string file = folder.File("digits", "0123456789");
     EXPECT_EQ(ReadSmallFile(file, 5).buffer, "0123\0###########"s);
@@ -319,14 +319,14 @@ TEST(ReadSmallFile, LeavesRoomForTheEnd) {
     EXPECT_EQ(ReadSmallFile(file, 11).buffer, "0123456789\0#####"s);
 }
 
-TEST(ReadSmallFile, RoomForOneByteIsRoomForTheEndOnly) {
+TEST(ReadSmallFile, ABufferOfOneByteHoldsOnlyTheNul) {
     const TemporaryFolder folder;
     const SmallFile read = ReadSmallFile(folder.File("digits", "0123456789"), 1);
     EXPECT_EQ(read.result, 0);
     EXPECT_EQ(read.buffer, "\0###############"s);
 }
 
-TEST(ReadSmallFile, WithoutRoomStoresNothing) {
+TEST(ReadSmallFile, StoresNothingInAnEmptyBuffer) {
     const TemporaryFolder folder;
     const SmallFile read = ReadSmallFile(folder.File("digits", "0123456789"), 0);
     EXPECT_EQ(read.result, 0);
@@ -334,22 +334,22 @@ TEST(ReadSmallFile, WithoutRoomStoresNothing) {
     EXPECT_EQ(ReadSmallFile(folder.Path("missing"), 0).result, -1);
 }
 
-TEST(ReadSmallFile, AnEmptyFileGivesTheEmptyText) {
+TEST(ReadSmallFile, AnEmptyFileGivesAnEmptyText) {
     const TemporaryFolder folder;
     const SmallFile read = ReadSmallFile(folder.File("empty", ""), 16);
     EXPECT_EQ(read.result, 0);
     EXPECT_EQ(read.buffer, "\0###############"s);
 }
 
-TEST(ReadSmallFile, AMissingFileLeavesTheBuffer) {
+TEST(ReadSmallFile, AMissingFileLeavesTheBufferUnchanged) {
     const TemporaryFolder folder;
     const SmallFile read = ReadSmallFile(folder.Path("missing"), 16);
     EXPECT_EQ(read.result, -1);
     EXPECT_EQ(read.buffer, "################");
 }
 
-TEST(ReadSmallFile, AFailedReadGivesTheEmptyText) {
-    const TemporaryFolder folder;  // a folder opens, but does not read
+TEST(ReadSmallFile, AFailedReadGivesAnEmptyText) {
+    const TemporaryFolder folder;  // a folder can be opened, but not read
     const SmallFile read = ReadSmallFile(folder.path, 16);
     EXPECT_EQ(read.result, 0);
     EXPECT_EQ(read.buffer, "\0###############"s);
@@ -378,7 +378,7 @@ TEST(ReadSmallFile, ClosesTheFile) {
     EXPECT_EQ(OpenDescriptors(), before);
 }
 
-// The permissions a new file gets while these are masked out.
+// The mode of a new file, given this umask.
 mode_t ModeWrittenUnder(mode_t mask) {
     const TemporaryFolder folder;
     const std::string file = folder.Path("new");
@@ -390,14 +390,14 @@ mode_t ModeWrittenUnder(mode_t mask) {
     return status.st_mode & 07777;
 }
 
-TEST(WriteSmallFile, MakesAFileOfTheTextAlone) {
+TEST(WriteSmallFile, WritesOnlyTheText) {
     const TemporaryFolder folder;
     const std::string file = folder.Path("hostname");
     EXPECT_EQ(write_small_file(file.c_str(), "tavrin"), 0);
     EXPECT_EQ(ContentOf(file), "tavrin");
 }
 
-TEST(WriteSmallFile, ANewFileIsForItsOwnerToWriteAndAllToRead) {
+TEST(WriteSmallFile, ANewFileHasMode0644) {
     EXPECT_EQ(ModeWrittenUnder(0), 0644U);
     EXPECT_EQ(ModeWrittenUnder(077), 0600U);
 }
@@ -409,7 +409,7 @@ TEST(WriteSmallFile, ReplacesLongerContent) {
     EXPECT_EQ(ContentOf(file), "tavrin");
 }
 
-TEST(WriteSmallFile, KeepsTheModeOfAFileThatIsThere) {
+TEST(WriteSmallFile, KeepsTheModeOfAnExistingFile) {
     const TemporaryFolder folder;
     const std::string file = folder.File("secret", "old");
     ASSERT_EQ(chmod(file.c_str(), 0600), 0);
@@ -419,7 +419,7 @@ TEST(WriteSmallFile, KeepsTheModeOfAFileThatIsThere) {
     EXPECT_EQ(status.st_mode & 07777, 0600U);
 }
 
-TEST(WriteSmallFile, TheEmptyTextMakesAnEmptyFile) {
+TEST(WriteSmallFile, AnEmptyTextMakesAnEmptyFile) {
     const TemporaryFolder folder;
     const std::string file = folder.File("marker", "old");
     EXPECT_EQ(write_small_file(file.c_str(), ""), 0);
@@ -433,7 +433,7 @@ TEST(WriteSmallFile, ReportsAFileThatCannotBeOpened) {
     EXPECT_EQ(write_small_file(folder.Path("missing/file").c_str(), "text"), -1);
 }
 
-TEST(WriteSmallFile, DoesNotTellOfAFailedWrite) {
+TEST(WriteSmallFile, DoesNotReportAFailedWrite) {
     EXPECT_EQ(write_small_file("/dev/full", "text"), 0);
 }
 
@@ -455,7 +455,7 @@ TEST(ReadFileLine, CutsTheLineEnd) {
     EXPECT_EQ(FileLine("tavrin"), "tavrin");
 }
 
-TEST(ReadFileLine, SeveralLinesComeTogether) {
+TEST(ReadFileLine, ReturnsAllLinesTogether) {
     EXPECT_EQ(FileLine("one\r\n\ntwo\n"), "one\r\n\ntwo");
 }
 
@@ -463,13 +463,13 @@ TEST(ReadFileLine, EndsAtANulByte) {
     EXPECT_EQ(FileLine("one\n\0two\n"s), "one");
 }
 
-TEST(ReadFileLine, TakesAtMost1023Bytes) {
+TEST(ReadFileLine, ReadsAtMost1023Bytes) {
     EXPECT_EQ(FileLine(std::string(1023, 'x')), std::string(1023, 'x'));
     EXPECT_EQ(FileLine(std::string(1022, 'x') + "yz\n"), std::string(1022, 'x') + "y");
     EXPECT_EQ(FileLine(std::string(1022, 'x') + "\nz"), std::string(1022, 'x'));
 }
 
-TEST(ReadFileLine, WithoutAReadableFileIsEmpty) {
+TEST(ReadFileLine, IsEmptyIfTheFileCannotBeRead) {
     const TemporaryFolder folder;
     EXPECT_EQ(read_file_line(folder.Path("missing").c_str()), "");
     EXPECT_EQ(read_file_line(folder.path.c_str()), "");
@@ -477,7 +477,7 @@ TEST(ReadFileLine, WithoutAReadableFileIsEmpty) {
 
 // --- Processes ---
 
-// A name that no other process of this machine has.
+// A name that no other process on this machine has.
 std::string OwnName(const std::string& name) {
     return name + std::to_string(getpid());
 }
@@ -494,7 +494,7 @@ TEST(FindProcessByName, FindsAProgramStartedByItsName) {
     EXPECT_EQ(find_process_by_name(crond.c_str()), process.pid);
 }
 
-TEST(FindProcessByName, ALongerNameIsAnotherName) {
+TEST(FindProcessByName, TheWholeNameMustMatch) {
     const std::string crond = OwnName("crond");
     const RunningProcess wrapper({"/usr/sbin/" + crond + "-wrapper"});
     const RunningProcess rewritten({crond + ": master"});
@@ -524,7 +524,7 @@ TEST(FindProcessByName, TheProgramFileDoesNotCount) {
     EXPECT_NE(found, process.pid);
 }
 
-TEST(FindProcessByName, TheFolderIsNoPartOfTheName) {
+TEST(FindProcessByName, TheFolderIsNotPartOfTheName) {
     const std::string sbin = OwnName("sbin");
     const std::string crond = OwnName("crond");
     const RunningProcess in_folder({"/usr/" + sbin + "/" + crond});
@@ -533,13 +533,13 @@ TEST(FindProcessByName, TheFolderIsNoPartOfTheName) {
     EXPECT_EQ(find_process_by_name((sbin + "/" + crond).c_str()), 0);
 }
 
-TEST(FindProcessByName, SeveralSlashesAreAsGoodAsOne) {
+TEST(FindProcessByName, SeveralSlashesCountAsOne) {
     const std::string crond = OwnName("crond");
     const RunningProcess process({"/usr/sbin///" + crond});
     EXPECT_EQ(find_process_by_name(crond.c_str()), process.pid);
 }
 
-TEST(FindProcessByName, AnEndedProcessHasNoName) {
+TEST(FindProcessByName, AFinishedProcessHasNoName) {
     const std::string crond = OwnName("crond");
     RunningProcess process({crond});
     ASSERT_EQ(find_process_by_name(crond.c_str()), process.pid);
@@ -554,7 +554,7 @@ TEST(FindProcessByName, TheFirstOfSeveralWins) {
     EXPECT_EQ(find_process_by_name(crond.c_str()), std::min(one.pid, two.pid));
 }
 
-// A path of that many bytes which ends in the name.
+// A path of that many bytes that ends in the name.
 std::string LongPath(size_t length, const std::string& name) {
     std::string path(length, 'x');
     path.replace(length - name.size() - 1, std::string::npos, "/" + name);
@@ -602,7 +602,7 @@ TEST(FindProcessByName, OnlyNumbersAboveZeroAreProcesses) {
     EXPECT_EQ(answer.value, 0);
 }
 
-TEST(FindProcessByName, AProcessThatShowsNoArgumentsIsPassedOver) {
+TEST(FindProcessByName, SkipsAProcessWithUnreadableArguments) {
     const TemporaryFolder root;
     for (int pid = 1; pid < 40; ++pid)
         root.File("proc/" + std::to_string(pid) + "/stat", "");
@@ -625,7 +625,7 @@ TEST(FindProcessByName, AKernelThreadHasNoName) {
     EXPECT_EQ(FindProcessBelow(root, "").value, 2);
 }
 
-TEST(FindProcessByName, TheFoldersOrderDecides) {
+TEST(FindProcessByName, TheOrderOfProcDecides) {
     const TemporaryFolder root;
     for (int pid = 5; pid < 15; ++pid) {
         root.File("proc/" + std::to_string(pid) + "/cmdline", "crond\0"s);
@@ -637,7 +637,7 @@ TEST(FindProcessByName, TheFoldersOrderDecides) {
     EXPECT_EQ(answer.value, first);
 }
 
-// Runs a shell script as run_and_wait's program; its "$1" is the argument.
+// Runs a shell script with run_and_wait; its "$1" is the argument.
 int RunScript(std::string script, std::string argument = "") {
     std::string shell = "/bin/sh";
     std::string flag = "-c";
@@ -647,20 +647,20 @@ int RunScript(std::string script, std::string argument = "") {
     return run_and_wait(nullptr, arguments);
 }
 
-TEST(RunAndWait, ReturnsTheWaitStatusAsItIs) {
+TEST(RunAndWait, ReturnsTheWaitStatusUnchanged) {
     const int status = RunScript("exit 7");
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 7);
     EXPECT_EQ(RunScript("exit 0"), 0);
 }
 
-TEST(RunAndWait, TellsTheSignalThatEndedTheProgram) {
+TEST(RunAndWait, ReportsTheSignalThatEndedTheProgram) {
     const int status = RunScript("kill -TERM $$");
     ASSERT_TRUE(WIFSIGNALED(status));
     EXPECT_EQ(WTERMSIG(status), SIGTERM);
 }
 
-TEST(RunAndWait, HandsTheArgumentsOverUnchanged) {
+TEST(RunAndWait, PassesTheArgumentsUnchanged) {
     const TemporaryFolder folder;
     const std::string file = folder.Path("two words; $HOME");
     EXPECT_EQ(RunScript("printf %s \"$0 $#\" > \"$1\"", file), 0);
@@ -685,7 +685,7 @@ TEST(RunAndWait, DoesNotSearchThePathForTheProgram) {
     EXPECT_EQ(WEXITSTATUS(status), 1);
 }
 
-TEST(RunAndWait, TheContextIsNotLookedAt) {
+TEST(RunAndWait, IgnoresTheContext) {
     char program[] = "/bin/true";
     char* const arguments[] = {program, nullptr};
     const char* other_program = "/bin/false";
@@ -693,7 +693,7 @@ TEST(RunAndWait, TheContextIsNotLookedAt) {
     EXPECT_EQ(run_and_wait(other_program, arguments), 0);
 }
 
-TEST(RunAndWait, OtherChildrenStayToBeWaitedFor) {
+TEST(RunAndWait, DoesNotReapOtherChildren) {
     const pid_t other = fork();
     ASSERT_GE(other, 0);
     if (other == 0) _exit(3);
@@ -705,7 +705,7 @@ TEST(RunAndWait, OtherChildrenStayToBeWaitedFor) {
     EXPECT_EQ(WEXITSTATUS(status), 3);
 }
 
-TEST(RunAndWait, UnwrittenOutputIsWrittenOnlyOnce) {
+TEST(RunAndWait, BufferedOutputIsWrittenOnlyOnce) {
     char missing[] = "/nonexistent/program";
     char* const arguments[] = {missing, nullptr};
     const Answer answer = AnswerInChild([] { return Prepared::kYes; },
@@ -716,10 +716,10 @@ TEST(RunAndWait, UnwrittenOutputIsWrittenOnlyOnce) {
     EXPECT_EQ(answer.output, "Stopping interface...");
 }
 
-int go_ahead = -1;  // where the waiting script's line is written
+int go_ahead = -1;  // the line for the waiting script is written here
 
-// While one of these lives, a script can wait for a line which comes only when run_and_wait has had
-// time to be in the middle of its wait, by a signal that interrupts it.
+// While one of these lives, a script can wait for a line that is sent only 50 ms later, with
+// run_and_wait waiting, by the handler of a signal that interrupts the wait.
 struct LateLine {
     LateLine()
         : alarm(SIGALRM,
@@ -747,7 +747,7 @@ TEST(RunAndWait, AnInterruptedWaitGoesOn) {
     EXPECT_EQ(WEXITSTATUS(status), 5);
 }
 
-TEST(RunAndWait, WithIgnoredChildSignalsWaitsButKnowsNoStatus) {
+TEST(RunAndWait, IfSigchldIsIgnoredWaitsButReturnsNoStatus) {
     const SignalAction ignored(SIGCHLD, SIG_IGN);
     const TemporaryFolder folder;
     const LateLine line;
@@ -757,12 +757,12 @@ TEST(RunAndWait, WithIgnoredChildSignalsWaitsButKnowsNoStatus) {
     EXPECT_EQ(ContentOf(done), "done\n");
 }
 
-TEST(RunAndWait, WithoutANewProcessReportsFailure) {
+TEST(RunAndWait, ReportsAFailedFork) {
     const Answer answer = AnswerInChild(
         [] {
             const rlimit none = {0, 0};
             if (setrlimit(RLIMIT_NPROC, &none) != 0) return Prepared::kRefused;
-            constexpr uid_t kNobody = 65534;  // root is not held to the limit
+            constexpr uid_t kNobody = 65534;  // the limit does not apply to root
             if (geteuid() == 0 && setuid(kNobody) != 0) return Prepared::kRefused;
             return Prepared::kYes;
         },
@@ -799,7 +799,7 @@ TEST(FindEthIpv4, TheLowestNumberWithAnAddressWins) {
     EXPECT_EQ(answer.output, "Found: 192.0.2.3\n");
 }
 
-TEST(FindEthIpv4, Eth8IsTheLastOneAsked) {
+TEST(FindEthIpv4, QueriesUpToEth8) {
     const Answer eighth = FindIn({{"eth8", "192.0.2.8"}});
     SKIP_WHERE_REFUSED(eighth);
     EXPECT_EQ(eighth.output, "Found: 192.0.2.8\n");
@@ -808,13 +808,13 @@ TEST(FindEthIpv4, Eth8IsTheLastOneAsked) {
     EXPECT_EQ(beyond.output, "");
 }
 
-TEST(FindEthIpv4, AnInterfaceSetToZeroHasNoAddress) {
+TEST(FindEthIpv4, AnInterfaceWithAddressZeroHasNone) {
     const Answer answer = FindIn({{"eth0", "0.0.0.0"}, {"eth1", "192.0.2.1"}});
     SKIP_WHERE_REFUSED(answer);
     EXPECT_EQ(answer.output, "Found: 192.0.2.1\n");
 }
 
-TEST(FindEthIpv4, OtherInterfacesAreNotAsked) {
+TEST(FindEthIpv4, QueriesNoOtherInterfaces) {
     const Answer answer = FindIn({{"wlan0", "192.0.2.1"}, {"eth", "192.0.2.2"}});
     SKIP_WHERE_REFUSED(answer);
     EXPECT_EQ(answer.value, 0);
