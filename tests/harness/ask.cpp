@@ -1,6 +1,7 @@
-// Asks an interface everything that appliance/cards.cpp can answer, for the harness's own tests.
+// Asks an interface every question that appliance/cards.cpp can answer, for the harness's own
+// tests.
 //
-//     ask NAME     prints one line for each question: its word and the answer, or "fails ERRNO"
+//     ask NAME     prints one line per question: its name and the answer, or "fails ERRNO"
 #include <arpa/inet.h>
 #include <linux/ethtool.h>
 #include <linux/sockios.h>

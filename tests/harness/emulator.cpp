@@ -42,7 +42,7 @@ int ColourIndex(const VTermColor& colour, bool is_default) {
     return colour.indexed.idx;
 }
 
-// The length of the control sequence (ESC [ ... final byte) at `at`; 0 when its end is missing.
+// The length of the control sequence (ESC [ ... final byte) at `at`; 0 if it is incomplete.
 size_t SequenceLength(const std::string& bytes, size_t at) {
     for (size_t i = at + 2; i < bytes.size(); i++) {
         if (bytes[i] >= '@' && bytes[i] <= '~') return i + 1 - at;
@@ -50,7 +50,7 @@ size_t SequenceLength(const std::string& bytes, size_t at) {
     return 0;
 }
 
-// The numbers between the leader and the final byte; a missing number is -1.
+// The numbers between the leader and the final byte; -1 for a missing number.
 std::vector<int> Numbers(const std::string& sequence, size_t from) {
     std::vector<int> numbers = {-1};
     for (size_t i = from; i + 1 < sequence.size(); i++) {
@@ -63,7 +63,7 @@ std::vector<int> Numbers(const std::string& sequence, size_t from) {
     return numbers;
 }
 
-// An attribute sequence with "dim" put as "blink": 22 ends both boldness and dimness.
+// An attribute sequence with dim replaced by blink. 22 turns off both bold and dim.
 std::string WithDimAsBlink(const std::string& sequence) {
     std::string result = "\x1b[";
     size_t colour_arguments = 0;
@@ -107,7 +107,7 @@ int OnBell(void* bells) {
     return 1;
 }
 
-// Which callbacks there are depends on the library's version: those not named here are left out.
+// The callbacks depend on the version of the library; those not named here are null.
 constexpr VTermScreenCallbacks kCallbacks = [] {
     VTermScreenCallbacks callbacks{};
     callbacks.settermprop = OnProperty;
@@ -206,7 +206,7 @@ void Emulator::Erase(char final, int argument) {
         if (argument != 0) from = 0;
         if (argument == 1) to = col + 1;
     }
-    // Wrapping is off, as the last column's blank would leave the cursor waiting beyond it.
+    // Wrapping is off: after a blank in the last column the cursor would wait beyond it.
     std::string drawn = "\x1b[?7l";
     const auto move = [&](int line, int column) {
         drawn += "\x1b[" + std::to_string(line + 1) + ";" + std::to_string(column + 1) + "H";

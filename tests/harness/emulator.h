@@ -1,9 +1,10 @@
-// The terminal emulator behind a Terminal: libvterm, with what it leaves out added around it.
+// The terminal emulator behind a Terminal: libvterm, plus what the tests need beyond it.
 //
-// Two things the tests need are not in libvterm's cells: the dim attribute (taken for blink on the
-// way in, since nothing here blinks) and the modes a program has set, mouse reporting among them.
-// A Latin-1 terminal's bytes become UTF-8 on the way in. Cells that are erased take the attributes
-// of the moment: the library does so before version 0.3 only, so here blanks are written instead.
+// - libvterm's cells lack the dim attribute. It is passed in as blink, which nothing here uses.
+// - libvterm does not report the modes that a program has set, such as mouse reporting.
+// - The bytes of a Latin-1 terminal are converted to UTF-8 before they go in.
+// - Erased cells take the current attributes. Only libvterm before 0.3 does that, so blanks are
+//   written instead.
 #pragma once
 
 #include <functional>
@@ -16,12 +17,11 @@ struct VTermScreen;
 
 namespace harness {
 
-// Colours of a cell. kDefault is the terminal's own: the program chose none.
+// Colours of a cell. kDefault means the terminal's own: the program chose none.
 enum Colour { kDefault = -1, kBlack, kRed, kGreen, kYellow, kBlue, kMagenta, kCyan, kWhite };
 
-// One character cell. An untouched or blank cell has the text " ". What curses leaves behind for
-// blanks tells nothing about bold and dim (a terminal shows neither on a blank), only about the
-// colours, reverse and underline.
+// One character cell. An untouched or blank cell has the text " ". On a blank only the colours,
+// reverse and underline count: bold and dim do not show there, and curses leaves any value.
 struct Cell {
     std::string text;  // UTF-8; empty for the right half of a wide character
     int fg = kDefault, bg = kDefault;
@@ -29,12 +29,12 @@ struct Cell {
 
     bool SameStyle(const Cell& other) const;
     bool Plain() const;         // the terminal's default colours and no attribute
-    std::string Style() const;  // e.g. "white/blue bold"; "" when plain
+    std::string Style() const;  // e.g. "white/blue bold"; "" if plain
 };
 
 class Emulator {
   public:
-    // `reply` takes what the terminal answers to requests of the program.
+    // `reply` receives the terminal's answers to the program's requests.
     Emulator(int rows, int cols, bool latin1, std::function<void(const std::string&)> reply);
     ~Emulator();
     Emulator(const Emulator&) = delete;
@@ -48,7 +48,7 @@ class Emulator {
     Cell At(int row, int col) const;
     int cursor_row() const;
     int cursor_col() const;
-    // The private (DEC) modes that are set, e.g. 25 (cursor shown), 1049, 1003, 1006.
+    // The private (DEC) modes in force, e.g. 25 (cursor shown), 1049, 1003, 1006.
     const std::set<int>& modes() const { return modes_; }
     int bells() const { return bells_; }
 
@@ -66,8 +66,8 @@ class Emulator {
     VTerm* vterm_ = nullptr;
     VTermScreen* screen_ = nullptr;
     std::function<void(const std::string&)> reply_;
-    std::string held_;            // the start of a sequence whose rest is not here yet
-    std::set<int> modes_ = {25};  // a terminal starts with its cursor shown
+    std::string held_;            // the start of an incomplete sequence
+    std::set<int> modes_ = {25};  // initially the cursor is shown
 };
 
 }  // namespace harness

@@ -1,4 +1,4 @@
-// Ending a test from within the harness, with the test's own line in the report.
+// Ends a test from within the harness and reports the test's own line.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 
 namespace harness {
 
-// Where in the test a helper was called: taken as a default argument, Place::current().
+// The caller of a helper in the test, taken as a default argument: Place::current().
 struct Place {
     const char* file;
     int line;
@@ -20,7 +20,7 @@ struct Place {
     }
 };
 
-// Reports a failure at the place and ends the test, as a fatal assertion would.
+// Reports a failure at that place and ends the test, like a fatal assertion.
 [[noreturn]] inline void Fail(const std::string& message, const Place& place) {
     const testing::TestPartResult result(testing::TestPartResult::kFatalFailure, place.file,
                                          place.line, message.c_str());
@@ -29,7 +29,7 @@ struct Place {
     throw testing::AssertionException(result);
 }
 
-// Skips the rest of the test: what it needs is not to be had here, and that is nobody's fault.
+// Skips the rest of the test because this system lacks something that it needs.
 [[noreturn]] inline void Skip(const std::string& message, const Place& place) {
     const testing::TestPartResult result(testing::TestPartResult::kSkip, place.file, place.line,
                                          message.c_str());

@@ -1,6 +1,6 @@
 #include "keys.h"
 
-// The order matters: term.h builds on curses.h, and both define macros of common words.
+// In this order: term.h needs curses.h, and both define common words as macros.
 #include <curses.h>
 #include <term.h>
 
@@ -11,8 +11,8 @@ namespace {
 
 struct Key {
     const char* name;
-    const char* capability;  // terminfo's name of what the key sends; null: always the same
-    const char* other;  // a second capability (an old keyboard's name), or the bytes themselves
+    const char* capability;  // terminfo name of the key's bytes; null: always the same bytes
+    const char* other;       // a second terminfo name (older keyboards), or the bytes themselves
 };
 
 constexpr Key kKeys[] = {
@@ -35,7 +35,7 @@ std::string Capability(const char* name) {
 
 using Keyboard = std::map<std::string, std::string>;
 
-// A terminal whose type is not known to terminfo has an xterm's keyboard.
+// A terminal type that terminfo does not know gets the keys of an xterm.
 Keyboard ReadKeyboard(const std::string& terminal_type) {
     int error = 0;
     if (setupterm(terminal_type.c_str(), 1, &error) != OK && setupterm("xterm", 1, &error) != OK) {

@@ -39,7 +39,7 @@ std::string Errno() {
     return strerror(errno);
 }
 
-// Receives the first process's byte and the number by which this process knows it.
+// Receives the byte of the first process, and its pid as this process sees it.
 pid_t ReceiveSender(int socket) {
     pollfd waiting{socket, POLLIN, 0};
     if (poll(&waiting, 1, static_cast<int>(kStartSeconds * 1000)) != 1) return -1;
@@ -78,7 +78,7 @@ Mode ModeOf(const std::string& word) {
     return word == "raw" ? Mode::kRaw : Mode::kAbsent;
 }
 
-// The fields of a record as the recorder writes them: time, name, mode, signals, arguments.
+// The fields of a record, as the recorder writes them: time, name, mode, signals, arguments.
 constexpr size_t kFieldsBeforeArguments = 4;
 
 Call CallOf(const std::vector<std::string>& fields) {
@@ -93,7 +93,7 @@ Call CallOf(const std::vector<std::string>& fields) {
     return call;
 }
 
-// Takes one record off the front of the text; false when it is not there in full.
+// Removes one record from the front of the text; false if it is incomplete.
 bool TakeRecord(std::string& text, std::vector<std::string>& fields) {
     size_t at = text.find('\0');
     if (at == std::string::npos) return false;
@@ -118,7 +118,7 @@ std::vector<std::string> Lines(const std::vector<Call>& calls) {
     return lines;
 }
 
-// A tap made in the machine's network, as the descriptor that keeps it plugged in.
+// A tap in the machine's network, as the descriptor that keeps it plugged in.
 Descriptor OpenTap(const Doorway& door, const std::string& name, std::string& error) {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return Descriptor();
@@ -201,7 +201,7 @@ void Machine::Start(Kind kind, const Place& place) {
     setsockopt(life_.get(), SOL_SOCKET, SO_PASSCRED, &on, sizeof on);
     enter_output_ = MemoryFile();
 
-    // The number stays clear of those a shell script uses for its own redirections.
+    // Above the numbers that shell scripts use for their own redirections.
     constexpr int kAboveShells = 50;
     Descriptor inside(fcntl(theirs.get(), F_DUPFD_CLOEXEC, kAboveShells));
     const std::string number = std::to_string(inside.get());
@@ -235,7 +235,7 @@ void Machine::Start(Kind kind, const Place& place) {
     MakeDirectory(kStandIns);
     chmod(OutsidePath(kReports).c_str(), 01777);
     Write(kLog, "", 0666, place);
-    // A copy: not every user may look into the folder that the original lies in.
+    // A copy, because not every user can enter the folder of the original.
     std::filesystem::copy_file(HARNESS_RECORD, OutsidePath(kRecorder));
     chmod(OutsidePath(kRecorder).c_str(), 0755);
     watch_ = Descriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
@@ -248,7 +248,7 @@ Machine::~Machine() {
     for (const auto& report : std::filesystem::directory_iterator(OutsidePath(kReports), none)) {
         ADD_FAILURE() << "A sanitizer reports:\n" << ReadWhole(report.path().string());
     }
-    kill(init_, SIGKILL);  // a machine's first process takes all the others with it
+    kill(init_, SIGKILL);  // kills all processes of the machine
     life_.Close();
     waitpid(enter_, nullptr, 0);
 }
@@ -323,7 +323,7 @@ void Machine::PutStandIn(const std::string& name, const std::string& part,
                          const std::string& text) {
     const std::string path = name.front() == '/' ? name : kStandIns + ("/" + name);
     MakeDirectory(std::filesystem::path(path).parent_path());
-    // Put in place whole: the program may be about to call it.
+    // Renamed into place: the program may call it at any moment.
     const std::string fresh = path + ".new";
     Write(fresh, std::string("#!") + kRecorder + "\n" + name + "\n" + part + "\n" + text, 0755);
     std::filesystem::rename(OutsidePath(fresh), OutsidePath(path));
@@ -395,7 +395,7 @@ void Machine::WaitForCalls(const std::string& name, size_t n, double seconds, Pl
 void Machine::WaitUntil(const std::function<bool()>& condition, const std::string& what,
                         double seconds, Place place) {
     if (Await(condition, seconds)) return;
-    std::string report = "Waited in vain for " + what + "\n";
+    std::string report = "Timed out waiting for " + what + "\n";
     for (Terminal* terminal : terminals_)
         report += terminal->Picture();
     Fail(report + CallLog(), place);
@@ -467,7 +467,7 @@ std::map<std::string, std::string> Machine::Environment() const {
         {"HOME", "/root"},
         {"SHELL", "/bin/sh"},
         {"LANG", "C.UTF-8"},
-        // The cards' library comes before the sanitizer's own in the list of libraries.
+        // The cards' library is preloaded before the sanitizer's.
         {"ASAN_OPTIONS", std::string("verify_asan_link_order=0:log_path=") + kReports + "/asan"},
         {"UBSAN_OPTIONS", "print_stacktrace=1:color=never"},
     };

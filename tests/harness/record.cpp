@@ -1,16 +1,16 @@
-// The recorder behind every stand-in: writes down how a command was called, then plays its part.
+// The recorder behind every stand-in: records the call, then acts as the command.
 //
 // A stand-in is a small text file whose first line names this program as its interpreter, so the
-// kernel starts it as: record STAND-IN-FILE ARG... The file's further lines:
+// kernel runs it as: record STAND-IN-FILE ARG... The other lines of the file:
 //
-//     the name under which the call is recorded
+//     the name under which to record the call
 //     "reply N": print the rest of the file and exit with status N
-//     "script":  run the rest of the file with sh, the arguments as $1 ...
-//     "real":    become the command of this name found further down the PATH
+//     "script":  run the rest of the file with sh, with the arguments as $1 ...
+//     "real":    execute the next command of this name in PATH
 //
-// One call is one record appended to the log in a single write: the number of the fields that
-// follow, then the fields (see Field), each ended by a zero byte. Built without the C++ run-time
-// and linked statically, because it stands where the program expects a quick command.
+// Each call is appended to the log as one record, in a single write: the number of fields, then the
+// fields (see Field), each ended by a NUL byte. Built without the C++ run-time and linked
+// statically, because the program expects commands to start quickly.
 #include <fcntl.h>
 #include <signal.h>
 #include <stdio.h>

@@ -1,8 +1,8 @@
 // A small full-screen program for the harness's own tests.
 //
-// It draws one line in each style, and below, from row 12 on, one line for every key that it gets:
-// curses' name of the key, for mouse events the place and what the buttons did. Its keys: q ends
-// it with status 3, e leaves curses, runs "pause-command" and comes back, a kills it by SIGABRT.
+// It draws one line in each style. From row 12 on, it adds a line for every key: curses' name of
+// the key; for mouse events the position and the button state. Keys: q exits with status 3, e
+// leaves curses, runs "pause-command" and comes back, a kills the program with SIGABRT.
 #include <curses.h>
 #include <locale.h>
 #include <stdlib.h>

@@ -11,9 +11,9 @@
 namespace harness {
 namespace {
 
-// Long enough not to stand anywhere by chance.
+// Long enough not to occur by chance.
 constexpr size_t kPartLength = 7;
-// A sanitizer's own notes about the memory are of a size that no program of ours has, and no text.
+// The shadow memory of a sanitizer is larger than any mapping of our programs, and holds no text.
 constexpr uint64_t kLargestMapping = uint64_t{1} << 30;
 constexpr size_t kLeastMemory = 100000;
 

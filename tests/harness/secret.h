@@ -1,4 +1,4 @@
-// The search for what stays of a password in a program's memory.
+// Searches a program's memory for the remains of a password.
 #pragma once
 
 #include <string>
@@ -8,10 +8,10 @@
 
 namespace harness {
 
-// Where parts of the secret stand in the writable memory of the terminal's program, as bytes or as
-// the numbers in which curses hands out keys and characters: each part's beginning, and its
-// mapping. The secret should be long and like nothing else, as parts of seven characters are looked
-// for. The test fails when the memory can't be read.
+// The places in the writable memory of the terminal's program that hold parts of the secret, as
+// bytes or as the numbers in which curses passes keys and characters: the start of each part, and
+// its mapping. Parts are seven characters long, so the secret should be long and unique. The test
+// fails if the memory can't be read.
 std::vector<std::string> TracesOfSecret(const Terminal& t, const std::string& secret);
 
 }  // namespace harness

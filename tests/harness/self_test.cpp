@@ -1,4 +1,4 @@
-// The harness tests itself: on shell commands, and on a small full-screen program of its own.
+// Tests of the harness itself, on shell commands and on a small full-screen program.
 #include <gmock/gmock.h>
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
@@ -33,7 +33,7 @@ TerminalOptions Sample(const std::string& term = "xterm-1003") {
     return options;
 }
 
-// The failure that the action ends with.
+// The message of the failure that ends the action.
 testing::TestPartResult ResultOf(const std::function<void()>& action) {
     testing::TestPartResultArray results;
     testing::ScopedFakeTestPartResultReporter collector(
@@ -67,7 +67,7 @@ TEST(Machine, HasItsOwnNameAndInterfaces) {
     EXPECT_EQ(box.Sh("ls /sys/class/net"), "lo\n");
 }
 
-TEST(Machine, FilesStayInside) {
+TEST(Machine, FilesDoNotAppearOnTheHost) {
     const std::string path = "/etc/network/harness-was-here";
     Machine box;
     box.MakeDirectory("/etc/network");
@@ -86,7 +86,7 @@ TEST(Machine, AFailingCommandEndsTheTestWithItsOutput) {
     EXPECT_THAT(failure, HasSubstr("$ echo out; echo err >&2; exit 4\nout\nerr\nexit status 4"));
 }
 
-TEST(Machine, AFailureStandsAtTheTestsOwnLine) {
+TEST(Machine, AFailureIsReportedAtTheTestsOwnLine) {
     Machine box;
     const int line = __LINE__ + 1;
     const testing::TestPartResult result = ResultOf([&] { box.Read("/nowhere"); });
@@ -100,13 +100,13 @@ TEST(Machine, ItsProcessesEndWithIt) {
     {
         Machine box;
         box.Sh("sleep " + mark + " >/dev/null 2>&1 &");
-        // For a moment a process that becomes another program has no words.
+        // During exec a process briefly has no command line.
         box.WaitUntil([&] { return OutsideProcessRuns(mark); }, "the process to be seen");
     }
     EXPECT_FALSE(OutsideProcessRuns(mark));
 }
 
-// What a test fails with when a program prints this, its own waits being content.
+// The failure of a test in which a program prints this, although every wait succeeds.
 std::string FailureAtTheEnd(const std::string& command) {
     testing::TestPartResultArray results;
     {
@@ -128,14 +128,14 @@ TEST(Machine, TurnsSanitizerReportsIntoFailures) {
     EXPECT_EQ(FailureAtTheEnd("echo error"), "(no failure)");
 }
 
-TEST(Machine, DemoHasTheApplianceInterfaces) {
+TEST(Machine, TheDemoHasTheAppliancesInterfaces) {
     Machine box(Kind::kDemo);
     EXPECT_THAT(box.Sh("ip -brief link"), HasSubstr("eth0 "));
 }
 
 // ---- interfaces ----
 
-TEST(Interfaces, ATapFollowsItsPlug) {
+TEST(Interfaces, ATapHasACarrierWhilePluggedIn) {
     Machine box;
     box.AddTap("eth7");
     box.Sh("ip link set eth7 up");
@@ -154,7 +154,7 @@ TEST(Interfaces, ATapCanStartUnplugged) {
     EXPECT_EQ(box.Read("/sys/class/net/eth7/carrier"), "0\n");
 }
 
-TEST(Interfaces, NamesListWithoutASuffix) {
+TEST(Interfaces, NamesAreListedWithoutASuffix) {
     Machine box;
     box.AddTap("eth0");
     box.AddBridge("br0");
@@ -162,7 +162,7 @@ TEST(Interfaces, NamesListWithoutASuffix) {
     EXPECT_THAT(box.Sh("ip link"), HasSubstr(": br0: "));
 }
 
-TEST(Interfaces, RfkillFilesStandBelowTheInterface) {
+TEST(Interfaces, RfkillFilesAreBelowTheInterface) {
     Machine box;
     box.RfkillFiles("wlan0", "1\n", std::nullopt, "");
     const std::string folder = "/sys/class/net/wlan0/phy80211/rfkill0";
@@ -183,7 +183,7 @@ TEST(StandIn, RecordsArgumentsByteForByte) {
     for (int byte = 1; byte < 256; byte++)
         every_byte += static_cast<char>(byte);
     box.Write("/tmp/bytes", every_byte);
-    // The substitution drops line ends at the end only, and there is none.
+    // $(...) drops only trailing line ends, and there are none.
     Terminal t(box, Shell("killall -w 'a  b' '' \"$(cat /tmp/bytes)\"; echo status $?"));
     t.WaitFor("status 3");
     t.WaitFor("gone");
@@ -193,7 +193,7 @@ TEST(StandIn, RecordsArgumentsByteForByte) {
     EXPECT_NEAR(calls[0].seconds, Now(), 20);
 }
 
-TEST(StandIn, RecordsTheTerminalsMode) {
+TEST(StandIn, RecordsTheModeOfTheTerminal) {
     Machine box;
     box.StandIn("look");
     Terminal t(box,
@@ -249,7 +249,7 @@ TEST(StandIn, ChangesItsReplyWhileTheProgramRuns) {
     EXPECT_THAT(box.Calls(), IsEmpty());
 }
 
-TEST(StandIn, StandsAtAnAbsolutePath) {
+TEST(StandIn, CanHaveAnAbsolutePath) {
     Machine box;
     box.StandIn("/etc/init.d/network", "Stopped.\n");
     Terminal t(box, Shell("/etc/init.d/network stop all"));
@@ -277,14 +277,14 @@ TEST(StandIn, ARealCommandIsRecordedToo) {
     EXPECT_EQ(box.Calls().size(), 1u);
 }
 
-TEST(StandIn, CallsAreAwaited) {
+TEST(StandIn, WaitForCallsWaits) {
     Machine box;
     box.StandIn("tick");
     Terminal t(box, Shell("while :; do tick; sleep 0.01; done"));
     box.WaitForCalls("tick", 3);
     EXPECT_GE(box.Calls("tick").size(), 3u);
     EXPECT_THAT(FailureOf([&] { box.WaitForCalls("tock", 1, 0.05); }),
-                HasSubstr("Waited in vain for 1 calls of tock"));
+                HasSubstr("Timed out waiting for 1 calls of tock"));
 }
 
 TEST(StandIn, RecordsCallsOfEveryUser) {
@@ -299,7 +299,7 @@ TEST(StandIn, RecordsCallsOfEveryUser) {
     EXPECT_EQ(box.Calls("look").size(), 1u);
 }
 
-// ---- the terminal's surroundings ----
+// ---- the environment of a terminal's program ----
 
 TEST(Terminal, GivesAFixedEnvironment) {
     setenv("HARNESS_MUST_NOT_LEAK", "1", 1);
@@ -349,7 +349,7 @@ TEST(Terminal, CanReportNoSize) {
     EXPECT_EQ(t.cols(), 80);
 }
 
-TEST(Terminal, SaysHowTheProgramEnded) {
+TEST(Terminal, ReportsHowTheProgramEnded) {
     Machine box;
     Terminal exits(box, Shell("exit 131"));
     Terminal dies(box, Shell("kill -TERM $$"));
@@ -370,7 +370,7 @@ TEST(Terminal, IgnoredSignalsStayIgnored) {
     EXPECT_EQ(t.WaitExit(), Exited(0));
 }
 
-TEST(Terminal, HangingUpSendsTheSignal) {
+TEST(Terminal, HangUpSendsTheSignal) {
     Machine box;
     Terminal t(box, Shell("echo ready; read line"));
     t.WaitFor("ready");
@@ -399,7 +399,7 @@ TEST(Terminal, MeasuresTheProgram) {
 
 // ---- the full-screen program ----
 
-TEST(FullScreen, StylesAreRead) {
+TEST(FullScreen, ReadsStyles) {
     Machine box;
     Terminal t(box, Sample());
     t.WaitFor("selected");
@@ -417,8 +417,8 @@ TEST(FullScreen, StylesAreRead) {
     EXPECT_EQ(t.Selected(), "selected");
 }
 
-// Some blanks come as an erased part of a row, of the screen, or as a number of cells.
-TEST(FullScreen, ErasedCellsHaveTheStyleOfTheMoment) {
+// Blanks that arrive as erased parts of a row, of the screen, or as a number of cells.
+TEST(FullScreen, ErasedCellsTakeTheCurrentStyle) {
     Machine box;
     TerminalOptions options = Shell(
         "printf 'abcdef\\r\\n\\33[1;37;44m123456\\33[4D\\33[2X\\r\\n12\\33[K\\r\\n';"
@@ -438,13 +438,13 @@ TEST(FullScreen, ErasedCellsHaveTheStyleOfTheMoment) {
     EXPECT_EQ(t.CursorCol(), 2);
 }
 
-TEST(FullScreen, TextsBeyondAsciiAreRead) {
+TEST(FullScreen, ReadsTextBeyondAscii) {
     Machine box;
     Terminal t(box, Sample());
     t.WaitFor("selected");
     EXPECT_EQ(t.Row(7), "caf\xC3\xA9 \xE6\x97\xA5 end");
     EXPECT_EQ(t.Cell(7, 3).text, "\xC3\xA9");
-    EXPECT_EQ(t.FindColumn("end"), 8);  // the wide character takes two cells
+    EXPECT_EQ(t.FindColumn("end"), 8);  // the wide character occupies two cells
 }
 
 TEST(FullScreen, ALatin1TerminalShowsItsBytes) {
@@ -457,7 +457,7 @@ TEST(FullScreen, ALatin1TerminalShowsItsBytes) {
     EXPECT_TRUE(t.Cell(0, 5).bold);
 }
 
-TEST(FullScreen, ALatin1LocaleCanBeMade) {
+TEST(FullScreen, ALatin1LocaleCanBeCreated) {
     Machine box;
     TerminalOptions options = Shell("locale charmap");
     options.environment = box.Latin1Locale();
@@ -465,7 +465,7 @@ TEST(FullScreen, ALatin1LocaleCanBeMade) {
     t.WaitFor("ISO-8859-1");
 }
 
-TEST(FullScreen, TheScreensModesAreSeenAndUndone) {
+TEST(FullScreen, TracksTheModesOfTheScreen) {
     Machine box;
     Terminal t(box, Sample());
     t.WaitFor("selected");
@@ -482,7 +482,7 @@ TEST(FullScreen, TheScreensModesAreSeenAndUndone) {
     EXPECT_FALSE(t.Shows("selected"));
 }
 
-TEST(FullScreen, ThePlainScreenComesBackAroundACommand) {
+TEST(FullScreen, ACommandRunsOnThePlainScreen) {
     Machine box;
     box.StandInScript("pause-command", "echo on the plain screen; read line");
     TerminalOptions options = Shell(std::string("echo before; exec ") + HARNESS_SAMPLE);
@@ -536,7 +536,7 @@ TEST(FullScreen, SettleWaitsForACommandToEnd) {
     EXPECT_TRUE(t.Shows("key e"));
 }
 
-TEST(FullScreen, SettleLooksAtTheJobInFrontOfAShell) {
+TEST(FullScreen, SettleFollowsTheForegroundJobOfAShell) {
     Machine box;
     TerminalOptions options;
     options.program = "/bin/sh";
@@ -556,7 +556,7 @@ TEST(FullScreen, SettleLooksAtTheJobInFrontOfAShell) {
     t.Settle();
 }
 
-TEST(FullScreen, AKeyAfterEscapeIsAKeyOfItsOwn) {
+TEST(FullScreen, AKeyAfterEscapeIsASeparateKey) {
     Machine box;
     Terminal t(box, Sample());
     t.WaitFor("selected");
@@ -566,7 +566,7 @@ TEST(FullScreen, AKeyAfterEscapeIsAKeyOfItsOwn) {
     EXPECT_EQ(t.Row(13), "key KEY_UP");
 }
 
-TEST(FullScreen, BytesCanComeSlowly) {
+TEST(FullScreen, BytesCanArriveSlowly) {
     Machine box;
     Terminal t(box, Sample());
     t.WaitFor("selected");
@@ -576,7 +576,7 @@ TEST(FullScreen, BytesCanComeSlowly) {
     t.WaitFor("key KEY_DOWN");
 }
 
-TEST(FullScreen, ResizingIsSeenByProgramAndEmulator) {
+TEST(FullScreen, ResizingReachesProgramAndEmulator) {
     Machine box;
     Terminal t(box, Sample());
     t.WaitFor("size 24 by 80");
@@ -617,7 +617,7 @@ TEST(FullScreen, MouseEventsArriveWhereTheyHappen) {
     t.WaitFor("mouse 23,79 released");
 }
 
-TEST(FullScreen, MouseBytesFollowTheModesThatAreSet) {
+TEST(FullScreen, MouseBytesDependOnTheModes) {
     const std::set<int> none = {25, 1049}, old = {1000}, all = {1003, 1006};
     EXPECT_EQ(MouseBytes(none, MouseEvent::kPress, 1, 2), "");
     EXPECT_EQ(MouseBytes(old, MouseEvent::kMove, 1, 2), "");
@@ -656,13 +656,13 @@ TEST(FullScreen, AMissingKeyEndsTheTest) {
                 HasSubstr("A terminal of type xterm-256color has no key <Hom>"));
 }
 
-TEST(FullScreen, AWaitInVainShowsScreenStylesAndCommands) {
+TEST(FullScreen, ATimedOutWaitShowsScreenStylesAndCommands) {
     Machine box;
     box.StandIn("look");
     Terminal t(box, Shell("look -x; tput bold; echo here; sleep 30"));
     t.WaitFor("here");
     const std::string failure = FailureOf([&] { t.WaitFor("there", 0.05); });
-    EXPECT_THAT(failure, HasSubstr("Waited in vain for \"there\" on the screen"));
+    EXPECT_THAT(failure, HasSubstr("Timed out waiting for \"there\" on the screen"));
     EXPECT_THAT(failure, HasSubstr("  0|here\n"));
     EXPECT_THAT(failure, HasSubstr("row 0: 0-3 bold"));
     EXPECT_THAT(failure, HasSubstr("line   look '-x'"));
@@ -671,7 +671,7 @@ TEST(FullScreen, AWaitInVainShowsScreenStylesAndCommands) {
 
 // ---- the cards ----
 
-// What the machine's interface answers to every question, by its first word or words.
+// The answers of the machine's interface to every question, by the first word or words.
 std::string Answer(Machine& box, const std::string& name, const std::string& word) {
     TerminalOptions options;
     options.program = HARNESS_ASK;
@@ -684,7 +684,7 @@ std::string Answer(Machine& box, const std::string& name, const std::string& wor
     return "(no answer)";
 }
 
-TEST(Cards, AnswerWhatTheDescriptionSays) {
+TEST(Cards, AnswerAsDescribed) {
     Machine box;
     box.Cards(
         "wlan0 name IEEE 802.11\n"
@@ -707,7 +707,7 @@ TEST(Cards, AnswerWhatTheDescriptionSays) {
     EXPECT_EQ(Answer(box, "wlan0", "hwaddr"), "02:00:00:00:10:40");
 }
 
-TEST(Cards, LeaveTheRestToTheKernel) {
+TEST(Cards, LeaveOtherRequestsToTheKernel) {
     Machine box;
     box.AddTap("wlan0");
     box.Sh("ip link set wlan0 address 02:00:00:00:00:77");
@@ -732,7 +732,7 @@ TEST(Cards, FailAsDescribed) {
     EXPECT_EQ(Answer(box, "lo", "packet socket"), "made");
 }
 
-TEST(Cards, NetworkNamesFillTheirBufferAndNoMore) {
+TEST(Cards, NetworkNamesDoNotOverflowTheirBuffer) {
     Machine box;
     const std::string longest(64, 'n');
     box.Cards("wlan0 essid " + longest + "overflow\n");

@@ -18,7 +18,7 @@
 namespace harness {
 namespace {
 
-// What the child sends back: its number, or the step that failed.
+// What the child sends back: its pid, or the step that failed.
 struct Report {
     pid_t pid = 0;
     int error = 0;
@@ -37,7 +37,7 @@ void EnterMachine(const Doorway& machine, int pipe) {
     const int user = machine.own_users ? CLONE_NEWUSER : 0;
     constexpr int kRest = CLONE_NEWNS | CLONE_NEWUTS | CLONE_NEWIPC | CLONE_NEWNET | CLONE_NEWPID;
     if (setns(machine.process.get(), user | kRest) != 0) GiveUp(pipe, "setns");
-    // The root of the mount namespace need not be the machine's root: it may live in a chroot.
+    // The root of the mount namespace may differ from the machine's root, which may be a chroot.
     if (fchdir(machine.root.get()) != 0 || chroot(".") != 0 || chdir("/") != 0) {
         GiveUp(pipe, "chroot");
     }
@@ -53,7 +53,7 @@ void ResetSignals(const std::vector<int>& ignored) {
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-// Moves the descriptors to 0, 1 and 2 by way of copies, so that none is overwritten before use.
+// Moves the descriptors to 0, 1 and 2, by way of copies so that none is overwritten before use.
 void PlaceDescriptors(const Spawning& what, int pipe) {
     const int wanted[] = {what.input, what.output, what.error};
     int copies[3];
@@ -117,8 +117,8 @@ Started Spawn(const Doorway& machine, const Spawning& what) {
     const pid_t porter = fork();
     if (porter == 0) {
         EnterMachine(machine, ends[1]);
-        // Only children of the one who enters live in the machine's process namespace; made with
-        // our own parent as theirs, the program can be waited for by the test itself.
+        // Only children of the process that entered are in the machine's PID namespace.
+        // CLONE_PARENT makes the program a child of the test, which can then wait for it.
         const long child = syscall(SYS_clone, CLONE_PARENT | SIGCHLD, 0, 0, 0, 0);
         if (child < 0) GiveUp(ends[1], "clone");
         if (child == 0) Execute(what, words.data(), environment.data(), ends[1]);

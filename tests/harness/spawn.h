@@ -1,4 +1,4 @@
-// Starting programs in a private machine, and the few file descriptor habits the harness shares.
+// Starts programs in a private machine, and wraps file descriptors for the harness.
 //
 //     Spawning what;
 //     what.words = {"/bin/sh", "-c", "ip link"};
@@ -15,7 +15,7 @@
 
 namespace harness {
 
-// A file descriptor that is closed with its owner; -1 is none.
+// A file descriptor that its owner closes; -1 means none.
 class Descriptor {
   public:
     Descriptor() = default;
@@ -37,10 +37,10 @@ class Descriptor {
     int fd_ = -1;
 };
 
-// How to get into a machine: descriptors of its first process and of its root folder.
+// The way into a machine: descriptors of its first process and its root folder.
 struct Doorway {
     Descriptor process;      // a pidfd
-    Descriptor root;         // its root folder as that process sees it
+    Descriptor root;         // the root folder of that process
     bool own_users = false;  // the machine has a user namespace of its own
 };
 
@@ -63,21 +63,21 @@ struct Started {
     std::string error;   // why it could not be started; empty when it runs
 };
 
-// Starts a program in its own session inside the machine. When this returns without an error, the
+// Starts a program in its own session inside the machine. If this returns without an error, the
 // program has been executed.
 Started Spawn(const Doorway& machine, const Spawning& what);
 
-// The pidfd of a process of ours; readable once that has ended.
+// The pidfd of one of our processes; readable once the process has ended.
 Descriptor OpenProcess(pid_t pid);
 
-// All bytes of an open file from its start, or of a file by its path ("" when unreadable).
+// All bytes of an open file from its start, or of the file at a path ("" if unreadable).
 std::string ReadWhole(int fd);
 std::string ReadWhole(const std::string& path);
 
-// A file in memory, without a name.
+// An anonymous file in memory.
 Descriptor MemoryFile();
 
-// Seconds of the monotonic clock, the same that recorded calls carry.
+// Seconds on the monotonic clock, as in recorded calls.
 double Now();
 
 }  // namespace harness

@@ -31,7 +31,7 @@ std::string Trim(const std::string& text) {
     return start == std::string::npos ? "" : TrimEnd(text.substr(start));
 }
 
-// The fields of /proc/PID/stat from the third one, the state, on.
+// The fields of /proc/PID/stat, starting with the third, the state.
 std::vector<std::string> Stat(pid_t pid) {
     const std::string text = ReadWhole("/proc/" + std::to_string(pid) + "/stat");
     const size_t after_name = text.rfind(") ");
@@ -63,7 +63,7 @@ void Terminal::Start(const Place& place) {
     if (options_.user != 0 && machine_.door().own_users) {
         Skip("a machine of an ordinary user has root alone", place);
     }
-    // Opened by the machine's own path, so that it is a terminal of the machine's /dev/pts.
+    // Opened by its path in the machine, so that it belongs to the machine's /dev/pts.
     constexpr int kHow = O_RDWR | O_NOCTTY | O_CLOEXEC;
     master_ = Descriptor(open(machine_.OutsidePath("/dev/ptmx").c_str(), kHow | O_NONBLOCK));
     if (!master_) master_ = Descriptor(open("/dev/ptmx", kHow | O_NONBLOCK));
@@ -124,7 +124,7 @@ void Terminal::FailWith(const std::string& what, const Place& place) {
     Fail(what + "\n" + Picture() + machine_.CallLog(), place);
 }
 
-// ---- hands ----
+// ---- input ----
 
 void Terminal::Send(const std::string& bytes) {
     size_t sent = 0;
@@ -132,7 +132,7 @@ void Terminal::Send(const std::string& bytes) {
         const ssize_t wrote = write(master_.get(), bytes.data() + sent, bytes.size() - sent);
         if (wrote > 0) {
             sent += static_cast<size_t>(wrote);
-        } else if (errno == EAGAIN) {  // the program does not read: as much as fits is sent
+        } else if (errno == EAGAIN) {  // the program is not reading: send only as much as fits
             pollfd room{master_.get(), POLLOUT, 0};
             if (poll(&room, 1, 1000) != 1) return;
         } else {
@@ -259,8 +259,8 @@ bool Terminal::InputTaken() const {
     return poll(&input, 1, 0) == 0;
 }
 
-// The leader of the terminal's foreground: the program, or what it runs in front of itself when it
-// is a shell with job control.
+// The leader of the terminal's foreground: the program or, if it is a shell with job control, the
+// job that it runs there.
 pid_t Terminal::FrontProcess() const {
     pid_t group = 0;
     return ioctl(master_.get(), TIOCGPGRP, &group) == 0 && group > 0 ? group : pid_;
@@ -272,8 +272,8 @@ bool Terminal::Asleep() const {
     return fields.empty() || fields[0] == "S" || fields[0] == "T" || fields[0] == "Z";
 }
 
-// Whether the program sleeps in one of the calls by which a program waits for a key. The kernel
-// names the call it sleeps in; where it does not, any sleep has to do.
+// Whether the program sleeps in one of the calls that wait for a key. The kernel names the call; if
+// it does not, any sleep counts.
 bool Terminal::AwaitsKey() const {
     if (ending_) return true;
     if (!Asleep()) return false;
@@ -281,7 +281,7 @@ bool Terminal::AwaitsKey() const {
     long number = -1;
     if (!(text >> number)) return text.str().find("running") == std::string::npos;
     static const std::set<long> kWaits = {
-#ifdef SYS_poll  // not every kind of computer has the older calls
+#ifdef SYS_poll  // not every architecture has the older calls
         SYS_poll, SYS_select, SYS_epoll_wait,
 #endif
         SYS_read, SYS_ppoll,  SYS_pselect6,   SYS_epoll_pwait, SYS_restart_syscall};
@@ -299,7 +299,7 @@ bool Terminal::Await(const std::function<bool()>& condition, double seconds) {
 
 void Terminal::WaitUntil(const std::function<bool()>& condition, const std::string& what,
                          double seconds, Place place) {
-    if (!Await(condition, seconds)) FailWith("Waited in vain for " + what, place);
+    if (!Await(condition, seconds)) FailWith("Timed out waiting for " + what, place);
 }
 
 void Terminal::WaitFor(const std::string& text, double seconds, Place place) {
@@ -331,7 +331,7 @@ Ending Terminal::WaitExit(double seconds, Place place) {
     return *ending_;
 }
 
-// ---- eyes ----
+// ---- output ----
 
 int Terminal::rows() const {
     return emulator_.rows();
@@ -404,7 +404,7 @@ std::string Terminal::StyleBut(int row, const harness::Cell& usual) const {
     return styles;
 }
 
-// The style that most cells have: what a report need not repeat.
+// The style of most cells, which a report does not repeat.
 harness::Cell Terminal::UsualStyle() const {
     std::map<std::string, std::pair<int, harness::Cell>> counts;
     for (int row = 0; row < rows(); row++) {
@@ -471,7 +471,7 @@ void Terminal::Mark() {
     output_.clear();
 }
 
-// The undefined-behaviour sanitizer writes to the terminal whatever its options say.
+// The undefined-behaviour sanitizer writes to the terminal, whatever its options.
 void Terminal::FailOnRuntimeError() const {
     const size_t found = output_.find(": runtime error: ");
     if (found == std::string::npos) return;
@@ -522,7 +522,7 @@ bool Terminal::Running() {
 double Terminal::CpuSeconds() const {
     if (ending_) return ending_cpu_;
     const std::vector<std::string> fields = Stat(pid_);
-    constexpr size_t kUserTime = 11, kSystemTime = 12;  // counted from the state field
+    constexpr size_t kUserTime = 11, kSystemTime = 12;  // counted from the state
     if (fields.size() <= kSystemTime) return 0;
     const double ticks = std::stod(fields[kUserTime]) + std::stod(fields[kSystemTime]);
     return ticks / static_cast<double>(sysconf(_SC_CLK_TCK));

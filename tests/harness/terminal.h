@@ -1,4 +1,4 @@
-// The operator's hands and eyes: a program on a pseudo-terminal of its own inside a Machine.
+// A program on a pseudo-terminal of its own inside a Machine: types its keys and reads its screen.
 //
 //     Machine box;
 //     Terminal t(box);                        // the program, 24 rows by 80 columns
@@ -10,19 +10,18 @@
 //     EXPECT_EQ(t.WaitExit(), Exited(130));
 //     EXPECT_TRUE(t.LineMode());
 //
-// Hands. Keys and mouse events are written at once, without waiting for an effect: the program
-// reads ahead as it would with a fast typist. What follows from a key is awaited with one of the
-// WaitFor... functions; that nothing follows, with Settle() and a look at the screen. Only after
-// <Esc> the next key is held back until the program has taken the ESC and 60 ms have passed,
-// because a terminal's keys begin with the same byte.
+// Input. Keys and mouse events are written at once, without waiting for an effect, as by a fast
+// typist. Wait for the effect of a key with one of the WaitFor... functions; check that a key has
+// no effect with Settle() and a look at the screen. Only after <Esc> is the next key held back,
+// until the program has taken the ESC and 60 ms have passed: other keys start with the same byte.
 //
-// Eyes. A wait looks at finished pictures only: when the program sleeps (waits for a key, a
-// command, a clock) and all that it has written is on the emulated screen. The program here is what
-// stands in the terminal's foreground: a shell, or the job that it has put there. A wait in vain
-// ends the test and prints the screen with its styles, the cursor and the commands that ran. A test
-// that fails otherwise gets the same print when its Terminal goes.
+// Output. A wait looks only at complete screens: the program sleeps (waits for a key, a command or
+// a clock), and the emulator has shown everything it wrote. "The program" is what runs in the
+// terminal's foreground: a shell, or the job it runs there. A wait that times out ends the test and
+// prints the screen with its styles, the cursor and the commands that ran. A test that fails in
+// another way prints the same when its Terminal is destroyed.
 //
-// All rows and columns count from 0.
+// Rows and columns count from 0.
 #pragma once
 
 #include <poll.h>
@@ -44,16 +43,16 @@
 namespace harness {
 
 struct TerminalOptions {
-    int rows = 24, cols = 80;  // 0 by 0: a line that reports no size (the emulator has 24 by 80)
+    int rows = 24, cols = 80;             // 0 by 0: reports no size (emulated as 24 by 80)
     std::string term = "xterm-256color";  // TERM, and the keyboard; "" leaves TERM out
-    bool latin1 = false;                  // the terminal shows Latin-1 bytes instead of UTF-8
-    // Set on top of the fixed environment (PATH, HOME, SHELL, LANG=C.UTF-8, TERM).
+    bool latin1 = false;                  // a Latin-1 terminal instead of UTF-8
+    // Added to the fixed environment (PATH, HOME, SHELL, LANG=C.UTF-8, TERM).
     std::map<std::string, std::string> environment = {};
     std::vector<std::string> arguments = {};
     std::string program = {};  // its path; empty: the program under test
     uid_t user = 0;
     std::vector<int> ignored_signals = {};  // e.g. {SIGHUP}; all others at their defaults
-    std::string input = {};  // a path inside, read as standard input instead of the terminal
+    std::string input = {};  // standard input, a path in the machine; empty: the terminal
 };
 inline TerminalOptions OfSize(int rows, int cols) {
     TerminalOptions options;
@@ -62,7 +61,7 @@ inline TerminalOptions OfSize(int rows, int cols) {
     return options;
 }
 
-// How a program ended: by itself with a status, or killed by a signal.
+// How a program ended: with an exit status, or killed by a signal.
 struct Ending {
     int status = -1;
     int signal = 0;
@@ -80,27 +79,27 @@ class Terminal {
   public:
     explicit Terminal(Machine& machine, const TerminalOptions& options = {},
                       Place place = Place::current());
-    ~Terminal();  // kills the program when it still runs
+    ~Terminal();  // kills the program if it still runs
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
 
-    // ---- hands ----
+    // ---- input ----
 
-    // Keys by name, as the terminal's type sends them: "<Down><Enter>u<C-c>" (names: keys.h).
+    // Keys by name, with the bytes of this terminal type: "<Down><Enter>u<C-c>" (names: keys.h).
     void Press(const std::string& keys, Place place = Place::current());
-    void Type(const std::string& text);  // every character as it stands, '<' too
+    void Type(const std::string& text);  // every character literally, even '<'
     void SendBytes(const std::string& bytes);
     void SendSlowly(const std::string& bytes, int milliseconds_between);
-    // The mouse speaks only as the program has asked it to, as on a real terminal: with no mouse
-    // reporting set, or for motion without mode 1003, nothing is sent.
+    // Mouse events are sent only if the program has asked for them, as by a real terminal: none
+    // without mouse reporting, no motion without mode 1003.
     void Hover(int row, int col);
     void MousePress(int row, int col);
     void MouseRelease(int row, int col);
     void Click(int row, int col);        // press and release in one go
     void DoubleClick(int row, int col);  // twice that
-    void Resize(int rows, int cols);     // the program gets its SIGWINCH from the kernel
-    void Signal(int number);             // to the program alone
-    void HangUp();                       // the terminal goes away; its last screen stays readable
+    void Resize(int rows, int cols);     // the kernel sends SIGWINCH
+    void Signal(int number);             // to the program only
+    void HangUp();                       // closes the terminal; its last screen stays readable
 
     // ---- waiting ----
 
@@ -114,58 +113,59 @@ class Terminal {
                       Place place = Place::current());
     void WaitUntil(const std::function<bool()>& condition, const std::string& what,
                    double seconds = kPatience, Place place = Place::current());
-    // Until the program has taken every byte sent, waits for the next one, and has drawn all that
-    // followed: the moment to assert that a key changed nothing. (A program that left the terminal
-    // to a command is waited for, too.)
+    // Waits until the program has read every byte sent, is waiting for the next one, and has drawn
+    // the result: the moment to assert that a key changed nothing. Also waits for a command that
+    // the program runs on the plain terminal.
     void Settle(double seconds = kPatience, Place place = Place::current());
-    // Lets the program run for a stretch of time and keeps reading what it draws. Only for what
-    // time itself is about: refreshes, processor time, a pause that must not be shorter.
+    // Lets the program run for that time and keeps reading what it draws. Only for what depends on
+    // time itself: refreshes, processor time, the minimum length of a pause.
     void RunFor(double seconds);
     Ending WaitExit(double seconds = kPatience, Place place = Place::current());
 
-    // ---- eyes ----
+    // ---- output ----
 
     int rows() const;
     int cols() const;
-    // A row's text without trailing blanks; "" for a row that does not exist.
+    // The text of a row without trailing blanks; "" if there is no such row.
     std::string Row(int row) const;
     std::vector<std::string> Screen() const;
     bool Shows(const std::string& text) const;
-    // The first row that holds the text, and the column (in cells) where it begins; -1 for none.
+    // The first row that contains the text, and the column (in cells) at which it starts; -1 if
+    // none.
     int Find(const std::string& text) const;
     int FindColumn(const std::string& text) const;
     harness::Cell Cell(int row, int col) const;
     // The styles along a row, e.g. "0-3 white/black; 4-78 white/blue bold". Plain cells are left
-    // out, and the row's blank end counts with the style that it has.
+    // out; trailing blanks count with their style.
     std::string Style(int row) const;
-    // The first row with a cell on blue, else the first with a reversed cell, else -1.
+    // The first row with a cell on blue, else the first one with a reversed cell, else -1.
     int SelectedRow() const;
     std::string Selected() const;  // its text without leading and trailing blanks
     int CursorRow() const;
     int CursorCol() const;
     bool CursorVisible() const;
     int Bells() const;
-    // After the program has ended or left for a command, Screen() is the plain screen again.
+    // False once the program has ended or left for a command; Screen() is then the plain screen.
     bool AltScreen() const;
-    // Those of the modes 1000, 1002, 1003 (what is reported) and 1006 (how) that are set.
+    // Which of the modes 1000, 1002, 1003 (what is reported) and 1006 (how) are in force.
     std::vector<int> MouseReporting() const;
     // Everything written to the terminal since the start or the last Mark().
     std::string Output() const;
     void Mark();
-    // Whether the terminal takes whole lines and echoes them now, as a shell expects it.
+    // Whether the terminal is in line mode with echo, as a shell expects it.
     bool LineMode() const;
-    // All of the above as a report: rows with their styles, cursor, state of the program.
+    // All of this as a report: rows with their styles, cursor, state of the program.
     std::string Picture() const;
 
     // ---- the process ----
 
     pid_t pid() const { return pid_; }
     bool Running();
-    double CpuSeconds() const;  // of the program itself, used so far
-    int Children() const;       // running commands of the program
+    double CpuSeconds() const;  // used by the program itself so far
+    int Children() const;       // commands that the program is running
     Machine& machine() { return machine_; }
 
-    // For Machine: reads what is there; says which descriptors to wait on.
+    // For Machine: reads what has arrived; returns the descriptors to wait for.
     void Serve();
     void AddWaiting(std::vector<pollfd>& waiting) const;
 
@@ -189,7 +189,7 @@ class Terminal {
     Machine& machine_;
     TerminalOptions options_;
     Descriptor master_;
-    Descriptor slave_;  // kept, so that the terminal's state can be read after the program's end
+    Descriptor slave_;  // kept open: the terminal's state is read after the program has ended
     Descriptor process_;
     pid_t pid_ = -1;
     std::optional<Ending> ending_;
