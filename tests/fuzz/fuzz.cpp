@@ -1,6 +1,6 @@
-// Fuzz targets for every reader of outside text, for what quotes and shows such texts, and for the
-// menu engine. Each takes any bytes, checks what must hold of them whatever they are, and aborts
-// when it does not. The program's own name tells which one it is: fuzz_routes, say.
+// Fuzz targets for every reader of outside text, for the quoting and display of such text, and for
+// the menu engine. Each target takes any bytes, checks properties that must always hold, and aborts
+// if one does not. The name of the program selects the target, e.g. fuzz_routes.
 //
 //     tools/fuzz NAME SECONDS
 #include "fuzz.h"
@@ -46,10 +46,11 @@ void Require(bool holds, const char* what) {
 
 namespace {
 
-// Every reader has a longest line; longer ones come in pieces. It is at least this, with its end.
+// Every reader has a maximum line length and splits longer lines. It is at least this, with the
+// line end.
 constexpr std::size_t kPlainLine = 1000;
 
-// The lines of a text, without their ends.
+// The lines of a text, without line ends.
 std::vector<std::string> LinesOf(std::string_view text) {
     std::vector<std::string> lines;
     while (!text.empty()) {
@@ -228,7 +229,7 @@ void CheckSize(std::int64_t bytes) {
     Require(size.size() < kSizeTextBytes, "a size fits its buffer");
     Require(size.empty() == (bytes < 0), "a size has a text");
     if (bytes < 0) return;
-    // Thousands are cut off until the whole part fits: a size never reads as more than it is.
+    // The size is truncated, so it never shows more than there is.
     const double shown = std::strtod(size.c_str(), nullptr);
     double unit = 1;
     for (const char* name : {"KB", "MB", "GB", "TB", "PB"}) {
@@ -299,8 +300,8 @@ void Utility(std::string_view text) {
     CheckSize(bytes);
 }
 
-// What the shell makes of a text: blanks end the word, and outside single quotes only what no shell
-// takes for more than itself may stand. Nothing when it is not exactly one word.
+// The word that the shell makes of a text; nothing if the text is not exactly one word. Blanks end
+// the word. Outside single quotes only characters without a meaning to any shell are accepted.
 bool IsOneWord(std::string_view quoted, std::string& word) {
     constexpr std::string_view kPlain = "%+,-./:=@_";
     word.clear();
@@ -330,11 +331,11 @@ void Words(std::string_view text) {
             "a text to be quoted leaves no quotes");
 }
 
-// The locales that texts are shown in, made by tools/fuzz beside the program. The first one is
-// UTF-8's.
+// The locales in which texts are shown, created by tools/fuzz next to the program. The first is
+// UTF-8.
 constexpr const char* kLocales[] = {"C.UTF-8", "en_US.ISO-8859-1", "ru_RU.KOI8-R", "zh_CN.GB18030"};
 
-// The best known of the characters that hide text or turn it around.
+// The best-known characters that hide or reorder text.
 bool IsHidden(wchar_t character) {
     constexpr wchar_t kHidden[][2] = {
         {0xad, 0xad},     {0x61c, 0x61c},   {0x115f, 0x1160},   {0x180e, 0x180e},  {0x200b, 0x200f},
@@ -373,7 +374,7 @@ void DisplayHere(std::string_view text, bool is_utf8) {
 
 void Display(std::string_view text) {
     static const std::vector<locale_t> locales = [] {
-        // The C library keeps what it has read of them to the end.
+        // The C library never frees what it has loaded for a locale.
         const __lsan::ScopedDisabler no_leaks;
         std::vector<locale_t> made;
         for (const char* name : kLocales) {
@@ -389,7 +390,7 @@ void Display(std::string_view text) {
     }
 }
 
-// The kernel's answers: the first bytes are numbers, the rest a network's name.
+// The kernel's answers: the first bytes are numbers, the rest is a network name.
 void Status(std::string_view text) {
     InterfaceFacts facts;
     facts.packet_socket = facts.inet_socket = facts.is_wireless = facts.has_rfkill = true;

@@ -1,5 +1,5 @@
-// The menu engine under any sequence of rows, sizes, keys and mouse events. Curses draws on a
-// terminal of its own that nobody looks at; the cells are read back from its memory.
+// Fuzzes the menu engine with any sequence of rows, sizes, keys and mouse events. Curses draws on a
+// terminal that nobody sees; the cells are read back from its memory.
 #include <curses.h>
 
 #include <algorithm>
@@ -16,7 +16,7 @@
 
 namespace {
 
-// Takes a session off its bytes, one by one; zeros behind the end.
+// Takes the parts of a session from the bytes, one by one; zeros after the end.
 struct Bytes {
     unsigned Next() {
         if (left.empty()) return 0;
@@ -37,7 +37,7 @@ struct Bytes {
 
 struct Session {
     Menu menu;
-    bool sound = true;  // whether the selection has been a row ever since there were rows
+    bool sound = true;  // the selection has always been a valid row
 };
 
 constexpr int kKeys[] = {KEY_DOWN, KEY_UP,    KEY_HOME,   KEY_END,   KEY_NPAGE,     KEY_PPAGE,
@@ -66,7 +66,7 @@ bool HasSelectable(const Menu& menu) {
                        [](const MenuItem& item) { return IsSelectable(&item); });
 }
 
-// What holds after every key and every mouse event.
+// Checked after every key and every mouse event.
 void CheckPlace(const Session& session) {
     const Menu& menu = session.menu;
     Require(menu.selection >= 0, "the selection is not negative");
@@ -101,7 +101,7 @@ void Paint(Menu& menu) {
     menu.ClearRedraw();
 }
 
-// The rows that keys and the mouse repainted look as if all had been painted anew.
+// Rows repainted after keys and mouse events must look the same as after a full repaint.
 void CheckPicture(Menu& menu) {
     if (menu.NeedsRedraw() || menu.x + menu.width > COLS) return;
     const auto piecewise = Cells(menu);
@@ -138,7 +138,7 @@ void PressKey(Session& session, int key) {
     const int before = menu.selection;
     const bool armed = menu.click_pending >= 1;
     const auto result = menu.HandleKey(key);
-    // A page of no row at all leads anywhere; a selection that is no row is ignored.
+    // With a height below one row, page keys may lead anywhere; an invalid selection is ignored.
     if (!session.sound || menu.height < 1) session.sound = menu.selection < menu.Count();
     CheckPlace(session);
     Require(menu.Count() == 0 || menu.top < menu.Count(), "the top is a row");
@@ -172,7 +172,7 @@ void MoveMouse(Session& session, Bytes& bytes) {
     event.x = bytes.NextBelow(144) - 2;
     const bool was_armed = menu.click_pending >= 1;
     if (ungetmouse(&event) != OK) return;
-    // The key that tells of it is not read: behind it curses would look for a mouse's bytes.
+    // Don't read the KEY_MOUSE itself: curses would then expect the bytes of a mouse report.
     flushinp();
     menu.HandleMouse();
     CheckPlace(session);
