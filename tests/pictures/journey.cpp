@@ -5,14 +5,14 @@
 namespace pictures {
 namespace {
 
-constexpr double kLook = 2.2;     // at a new screen, with the keys that come next
-constexpr double kMove = 1.2;     // at what a key has changed
-constexpr double kLetter = 0.13;  // while typing
+constexpr double kLook = 2.2;     // for a new screen and the keys that come next
+constexpr double kMove = 1.2;     // for the effect of a key
+constexpr double kLetter = 0.13;  // for a typed letter
 constexpr double kEnd = 5;
 
 constexpr const char* kAddress = "192.168.21.5";
 
-// Each frame shows what is pressed next: that is decided before it is pressed.
+// Each frame shows the keys pressed next, so they are known before they are pressed.
 class Recorder {
   public:
     explicit Recorder(Stage& stage) : terminal_(stage, OptionsOf(24, 80)) {}
@@ -25,7 +25,7 @@ class Recorder {
         frames_.push_back({TakeSnapshot(terminal_), next_keys, caption, seconds});
     }
 
-    // Letter by letter, under the caption of the frame before.
+    // Letter by letter, with the caption of the previous frame.
     void Type(const std::string& text) {
         const Frame before = frames_.back();
         for (size_t length = 1; length <= text.size(); length++) {

@@ -1,4 +1,4 @@
-// The typical journey, as a moving picture: a new card gets a fixed address.
+// A typical journey, as an animated picture: a new card gets a fixed address.
 #pragma once
 
 #include <vector>

@@ -1,4 +1,4 @@
-// Draws the program's screens and the journey through them: one SVG for each, and a gallery page.
+// Draws the program's screens and the journey through them: one SVG each, and a gallery page.
 //
 //     ifmenu_pictures FOLDER
 #include <filesystem>
@@ -43,7 +43,7 @@ int main(int argc, char** argv) {
     try {
         pictures::DrawAll(argv[1]);
     } catch (const testing::AssertionException&) {
-        return 1;  // the harness has said what went wrong
+        return 1;  // the harness has reported the failure
     } catch (const std::exception& problem) {
         std::cerr << problem.what() << "\n";
         return 1;

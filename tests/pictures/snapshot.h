@@ -1,4 +1,4 @@
-// What stood on a terminal at one moment: its cells and its cursor.
+// The contents of a terminal at one moment: its cells and its cursor.
 #pragma once
 
 #include <vector>

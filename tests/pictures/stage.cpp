@@ -3,15 +3,14 @@
 namespace pictures {
 namespace {
 
-// No cable to the demo's router: when it speaks, and to whom, is not the same twice.
+// Replaces the cable to the demo's router, whose traffic differs from run to run.
 constexpr const char* kCable = R"(
 index=$(cat /sys/class/net/eth1/ifindex)
 ip link delete eth1
 ip link add eth1 index "$index" address 02:00:00:00:10:21 type bridge
 )";
 
-// What the packages of this computer leave in /etc, and what the operator of the appliance has set
-// up on it.
+// Removes what the packages of this computer leave in /etc, and sets up the services.
 constexpr const char* kServices = R"(
 rm -rf /etc/vsftpd.conf* /etc/samba /etc/TAVRIN /etc/local.desktop.vnc* /etc/local.desktop.webui.ctl
 mkdir /etc/samba
@@ -32,8 +31,8 @@ constexpr const char* kAccounts =
     "Unix username:        root\n"
     "Account Flags:        [DU         ]\n";
 
-// What the cards answer. The demo's own description of the wireless card is the same; whether the
-// others have a link would be the kernel's to say, and not every kernel can make the demo's cards.
+// What the cards answer. The wireless card is the same as in the demo. The links of the others are
+// fixed here because not every kernel can create the demo's cards.
 constexpr const char* kCards =
     "eth0 link 1\n"
     "br0 link 0\n"

@@ -1,5 +1,5 @@
-// The demo appliance as the pictures show it: the same on every computer, whatever is installed
-// there, and with something on every screen.
+// The demo appliance for the pictures: the same on every computer, whatever is installed there, and
+// with something to show on every screen.
 #pragma once
 
 #include "machine.h"
@@ -11,17 +11,17 @@ class Stage : public harness::Machine {
   public:
     Stage();
 
-    // What the second card says of its link: a card that is down has none.
+    // The link state that the second card reports; a card that is down has none.
     void ShowLink(bool link);
 
-    // The network script holds its last message on the terminal until Continue().
+    // The network script stops at its last message until Continue().
     void HoldNetworkScript();
     void Continue();
 };
 
 harness::TerminalOptions OptionsOf(int rows, int cols);
 
-// Presses the keys and waits until the text stands on the screen and all is drawn.
+// Presses the keys, then waits until the text is on the screen and drawing has finished.
 void Go(harness::Terminal& terminal, const std::string& keys, const std::string& wait_for);
 
 }  // namespace pictures

@@ -11,7 +11,7 @@ namespace {
 
 using harness::Cell;
 
-// All sizes are whole pixels, so that lines are drawn crisply.
+// All sizes are whole pixels, so that lines are sharp.
 constexpr int kCellWidth = 9, kCellHeight = 18;
 constexpr int kBaseline = 14;
 constexpr int kMargin = 12;
@@ -68,7 +68,7 @@ std::string Format(const char* format, Values... values) {
 
 // ---- cells ----
 
-// The colours as they are seen: reverse is undone, a default is the colour that it has here.
+// The visible colours: reverse resolved, defaults replaced by the colours used here.
 struct Look {
     int ink = harness::kWhite, ground = harness::kBlack;
     bool bold = false, dim = false, underline = false;
@@ -102,7 +102,7 @@ std::string ClassAttribute(const std::string& classes) {
     return classes.empty() ? "" : " class=\"" + classes + "\"";
 }
 
-// A character that is drawn as lines from the cell's middle to its edges.
+// A character drawn as lines from the middle of the cell to its edges.
 struct LineDrawing {
     const char* text;
     bool left, right, up, down;
@@ -127,7 +127,7 @@ bool IsBlank(const Cell& cell) {
     return cell.text == " " && !cell.underline;
 }
 
-// One row, drawn in layers: grounds, lines, texts, the cursor.
+// One row, drawn in layers: backgrounds, lines, texts, the cursor.
 class RowDrawing {
   public:
     RowDrawing(const Snapshot& shot, int row) : shot_(shot), row_(row) {}
@@ -157,7 +157,7 @@ class RowDrawing {
         }
     }
 
-    // Lines that meet are drawn in one go.
+    // Connected lines are drawn in one stroke.
     void Lines() {
         std::string path;
         for (int col = 0, end = 0; col < shot_.cols; col = end) {
@@ -194,7 +194,8 @@ class RowDrawing {
         return col < shot_.cols && !IsBlank(At(col)) && LineDrawingOf(At(col)) == nullptr;
     }
 
-    // The end of the text that begins at `col`: words of one look with single blanks between them.
+    // The end of the text run that starts at `col`: words in the same style, separated by single
+    // blanks.
     int EndOfText(int col) const {
         const Look look = LookOf(At(col));
         int end = col + 1;
@@ -214,7 +215,7 @@ class RowDrawing {
         }
     }
 
-    // Its length keeps it on the cells where the viewer's font has another width.
+    // textLength keeps the run on its cells if the viewer's font has a different width.
     void AddText(int col, int end, const std::string& classes) {
         std::string text;
         for (int at = col; at < end; at++)
@@ -238,7 +239,7 @@ class RowDrawing {
     std::vector<std::string> markup_;
 };
 
-// ---- the window around them ----
+// ---- the window ----
 
 int PictureWidth(const Snapshot& shot) {
     return shot.cols * kCellWidth + 2 * kMargin;
@@ -286,8 +287,8 @@ std::string Placed(int x, int y, const std::vector<std::string>& markup) {
 
 // ---- frames ----
 
-// The same rows stand in many frames: each is drawn once and used by its name, which its content
-// gives it, so that a row more in one frame changes nothing about the others.
+// Many frames contain the same rows. Each row is drawn once and referred to by a name derived from
+// its content, so a new row in one frame does not change the others.
 class RowStore {
   public:
     // "" for a blank row.
@@ -348,7 +349,7 @@ std::string FrameMarkup(const Frame& frame, int x, RowStore& rows) {
     return svg + "</g>\n";
 }
 
-// The frames lie side by side, and the strip jumps from one to the next.
+// The frames lie side by side in a strip that jumps from one to the next.
 std::string FilmStyle(const std::vector<Frame>& frames, int width) {
     double all = 0;
     for (const Frame& frame : frames)

@@ -1,6 +1,6 @@
-// Terminals drawn as SVG: a window with a title bar, and in it the cells, each at its place
-// whatever the viewer's font is. The result depends on nothing but the arguments; every run of
-// characters stands on a line of its own, so that a change of the screen is a change of few lines.
+// Draws terminals as SVG: a window with a title bar and, in it, the cells, each in its place
+// whatever font the viewer uses. The result depends only on the arguments. Each run of characters
+// is a line of the file, so a change of the screen changes few lines.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@
 
 namespace pictures {
 
-// What a picture is called in its title bar, and what it shows for those who do not see it.
+// The text in the title bar of a picture, and its description for people who can't see it.
 struct Label {
     std::string title;
     std::string description;
@@ -19,19 +19,20 @@ struct Label {
 
 std::string StillPicture(const Snapshot& shot, const Label& label);
 
-// One moment of a moving picture. All are of one size.
+// One frame of an animated picture. All frames have the same size.
 struct Frame {
     Snapshot shot;
-    std::vector<std::string> keys;  // what is pressed next, as written on the keys
-    std::string caption;            // what that is for
+    std::vector<std::string> keys;  // the keys pressed next, as labelled
+    std::string caption;            // why they are pressed
     double seconds = 1;
 };
 
-// Shows the frames one after the other and begins again, without a script. Viewers that animate
-// nothing show the first one, those asked for little motion the last.
+// Shows the frames one after the other in a loop, without a script. Viewers without animation show
+// the first frame; viewers set to reduced motion show the last.
 std::string MovingPicture(const std::vector<Frame>& frames, const Label& label);
 
-// The markup of one row, a line each; nothing for a blank one. Its top left corner is at 0, 0.
+// The markup of one row, with one run per line; nothing for a blank row. Its top left corner is at
+// 0, 0.
 std::vector<std::string> RowMarkup(const Snapshot& shot, int row);
 
 }  // namespace pictures

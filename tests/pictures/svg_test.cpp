@@ -1,4 +1,4 @@
-// The drawing of a terminal's cells, without a terminal.
+// Drawing the cells of a terminal, without a terminal.
 #include "svg.h"
 
 #include <gmock/gmock.h>
@@ -16,7 +16,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-// Adds a text's cells to the shot's only row.
+// Adds the cells of a text to the only row of the snapshot.
 void Add(Snapshot& shot, const std::vector<std::string>& texts, const Cell& look = Cell()) {
     for (const std::string& text : texts) {
         Cell cell = look;
@@ -40,22 +40,22 @@ std::vector<std::string> MarkupOf(const std::string& text, const Cell& look = Ce
     return RowMarkup(shot, 0);
 }
 
-TEST(Picture, ABlankRowIsNothing) {
+TEST(Picture, ABlankRowNeedsNoMarkup) {
     EXPECT_THAT(MarkupOf("     "), IsEmpty());
 }
 
-TEST(Picture, WordsOneBlankApartAreOneRunOthersStandAtTheirOwnColumn) {
+TEST(Picture, OnlySingleBlanksJoinWordsIntoOneRun) {
     EXPECT_THAT(MarkupOf("  to be  or"),
                 ElementsAre(R"(<text x="18" y="14" textLength="45">to be</text>)",
                             R"(<text x="81" y="14" textLength="18">or</text>)"));
 }
 
-TEST(Picture, MarkupInATextIsText) {
+TEST(Picture, MarkupInATextIsEscaped) {
     EXPECT_THAT(MarkupOf("<&>"),
                 ElementsAre(R"(<text x="0" y="14" textLength="27">&lt;&amp;&gt;</text>)"));
 }
 
-TEST(Picture, AGroundOtherThanTheTerminalsIsARectangleUnderTheText) {
+TEST(Picture, AnUnusualBackgroundIsARectangleBehindTheText) {
     Cell selected;
     selected.fg = harness::kWhite;
     selected.bg = harness::kBlue;
@@ -65,7 +65,7 @@ TEST(Picture, AGroundOtherThanTheTerminalsIsARectangleUnderTheText) {
                             R"(<text x="0" y="14" class="bold">u</text>)"));
 }
 
-TEST(Picture, ReverseChangesInkAndGround) {
+TEST(Picture, ReverseSwapsForegroundAndBackground) {
     Cell reverse;
     reverse.reverse = true;
     EXPECT_THAT(MarkupOf("u", reverse),
@@ -73,7 +73,7 @@ TEST(Picture, ReverseChangesInkAndGround) {
                             R"(<text x="0" y="14" class="f0">u</text>)"));
 }
 
-TEST(Picture, AHotKeysLetterIsARunOfItsOwn) {
+TEST(Picture, AHotKeyLetterIsASeparateRun) {
     Cell yellow;
     yellow.fg = harness::kYellow;
     Snapshot shot;
@@ -83,14 +83,14 @@ TEST(Picture, AHotKeysLetterIsARunOfItsOwn) {
                                                 R"(<text x="18" y="14" class="f3">d</text>)"));
 }
 
-TEST(Picture, AWideCharacterKeepsBothOfItsColumns) {
+TEST(Picture, AWideCharacterTakesTwoColumns) {
     Snapshot shot;
     Add(shot, {"漢", "", "a"});
     EXPECT_THAT(RowMarkup(shot, 0),
                 ElementsAre(R"(<text x="0" y="14" textLength="27">漢a</text>)"));
 }
 
-TEST(Picture, LineDrawingIsDrawnAndNotWritten) {
+TEST(Picture, LineDrawingCharactersAreDrawnAsLines) {
     Snapshot shot;
     Add(shot, {"┌", "─", "┐", " ", "│"});
     EXPECT_THAT(RowMarkup(shot, 0),
@@ -98,7 +98,7 @@ TEST(Picture, LineDrawingIsDrawnAndNotWritten) {
                             R"(M40.5 0V18"/>)"));
 }
 
-TEST(Picture, TheCursorLiesOverItsCellAndShowsWhatIsUnderIt) {
+TEST(Picture, TheCursorCoversItsCellAndShowsItsCharacter) {
     Snapshot shot;
     Add(shot, Letters("ab"));
     shot.cursor_row = 0;
@@ -111,7 +111,7 @@ TEST(Picture, TheCursorLiesOverItsCellAndShowsWhatIsUnderIt) {
     EXPECT_THAT(RowMarkup(shot, 0), ElementsAre(Not(HasSubstr("cursor"))));
 }
 
-TEST(Picture, IsNamedAndDescribedForThoseWhoDoNotSeeIt) {
+TEST(Picture, HasATitleAndADescription) {
     Snapshot shot;
     Add(shot, Letters("a"));
     const std::string svg = StillPicture(shot, {"Main <menu>", "All & more"});
@@ -120,7 +120,7 @@ TEST(Picture, IsNamedAndDescribedForThoseWhoDoNotSeeIt) {
     EXPECT_THAT(svg, HasSubstr("<desc id=\"desc\">All &amp; more</desc>"));
 }
 
-TEST(MovingPicture, DrawsARowOnceHoweverManyFramesShowIt) {
+TEST(MovingPicture, DrawsARowOnlyOnceForAllFrames) {
     Frame frame;
     Add(frame.shot, Letters("the same"));
     const std::string svg = MovingPicture({frame, frame}, {"", ""});

@@ -14,14 +14,14 @@ struct Picture {
     const char* name;
     const char* title;
     const char* description;
-    std::vector<Step> way;  // from the picture before, or from the main menu
+    std::vector<Step> way;  // from the previous picture, or from the main menu
 };
 
 // One run of the program.
 struct Walk {
     int rows, cols;
     const char* before;  // shell commands that prepare the machine
-    const char* after;   // and those that undo it
+    const char* after;   // shell commands that undo it
     std::vector<Picture> pictures;
 };
 

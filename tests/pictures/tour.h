@@ -1,4 +1,4 @@
-// Every screen and dialog of the program, each brought up by keys on the demo appliance.
+// Every screen and dialog of the program, each reached by keys on the demo appliance.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 namespace pictures {
 
 struct Drawn {
-    std::string name;  // of its file, without the extension
+    std::string name;  // file name without extension
     Label label;
     Snapshot shot;
 };
