@@ -96,7 +96,7 @@ void Routes(std::string_view text) {
         const bool is_own = std::any_of(routes.begin(), routes.end(), [&](const RouteEntry& each) {
             return each.iface == route.iface && each.gateway == gateway && (each.flags & 2) != 0;
         });
-        Require(gateway == 0 || is_own, "a gateway is its interface's");
+        Require(gateway == 0 || is_own, "a gateway belongs to its interface");
         Require(is_own || (route.flags & 2) == 0, "a gateway is found");
     }
 }
@@ -105,7 +105,7 @@ void Interfaces(std::string_view text) {
     for (const std::string& name : ParseInterfaceList(text)) {
         Require(!name.empty() && name.size() <= 127, "a name has 1 to 127 bytes");
         Require(name.find_first_of(": \t\n") == std::string::npos, "a name is one word");
-        Require(strcasecmp(name.c_str(), "lo") != 0, "lo is none");
+        Require(strcasecmp(name.c_str(), "lo") != 0, "lo is left out");
         Require(!HasPlainLines(text) || text.find(name) != std::string_view::npos,
                 "a name is in the text");
     }
@@ -121,8 +121,10 @@ void Addresses(std::string_view text) {
 void CheckNetworks(const AccessPointMap& map) {
     for (const auto& [key, network] : map) {
         Require(!network.bssid.empty(), "a network has a BSSID");
-        Require(key.first == network.ssid && key.second == network.bssid, "the key is its own");
-        Require(network.ssid.find_first_of("\t\n") == std::string::npos, "a column is one");
+        Require(key.first == network.ssid && key.second == network.bssid,
+                "the key matches the network");
+        Require(network.ssid.find_first_of("\t\n") == std::string::npos,
+                "a column holds no separator");
     }
 }
 
@@ -131,7 +133,7 @@ void Networks(std::string_view text) {
     ParseConfiguredNetworks(text, map);
     CheckNetworks(map);
     for (const auto& [key, network] : map)
-        Require(!network.is_new, "what is configured is not new");
+        Require(!network.is_new, "a configured network is not new");
 }
 
 void Scan(std::string_view text) {
@@ -141,11 +143,11 @@ void Scan(std::string_view text) {
     ParseScanResults(text, map);
     CheckNetworks(map);
     for (const auto& [key, network] : configured) {
-        Require(map.at(key).network_id == network.network_id, "what is configured stays");
+        Require(map.at(key).network_id == network.network_id, "a configured network stays");
     }
     for (const auto& [key, network] : map) {
-        Require(network.is_new != configured.contains(key), "what is not configured is new");
-        Require(!network.is_new || network.network_id == -1, "what is new has no number");
+        Require(network.is_new != configured.contains(key), "a network is new unless configured");
+        Require(!network.is_new || network.network_id == -1, "a new network has no number");
     }
 }
 
@@ -157,7 +159,7 @@ void Accounts(std::string_view text) {
         Require(account.name.find('\n') == std::string::npos, "a name is in one line");
         root = root || account.name == "root";
     }
-    Require(root == list.root_exists, "root is seen");
+    Require(root == list.root_exists, "root is recognised");
 }
 
 bool IsFtpTlsLine(std::string line) {
@@ -171,9 +173,9 @@ void Ftp(std::string_view text) {
     const auto before = LinesOf(text);
     for (bool enable : {false, true}) {
         const std::string once = WithFtpTls(text, enable);
-        Require(WithFtpTls(once, enable) == once, "writing twice is writing once");
+        Require(WithFtpTls(once, enable) == once, "writing twice gives the same text");
         const auto after = LinesOf(once);
-        Require(after.size() == before.size(), "no line comes or goes");
+        Require(after.size() == before.size(), "the number of lines stays the same");
         for (std::size_t line = 0; line < before.size(); ++line) {
             Require(IsFtpTlsLine(before[line])
                         ? after[line] == (enable ? "ssl_enable=YES" : "ssl_enable=NO")
@@ -187,12 +189,12 @@ void Ntp(std::string_view text) {
     const NtpConfig config = ParseNtpConfig(text);
     const std::string once = FormatNtpConfig(config);
     if (!HasPlainLines(text)) return;
-    Require(FormatNtpConfig(ParseNtpConfig(once)) == once, "saving twice is saving once");
+    Require(FormatNtpConfig(ParseNtpConfig(once)) == once, "saving twice gives the same text");
     std::vector<std::string> others = LinesOf(text);
     std::erase_if(others, [](const std::string& line) {
         return line.starts_with("server ") || line.starts_with("server\t");
     });
-    Require(config.other_lines == others, "the other lines stay as they are");
+    Require(config.other_lines == others, "the other lines are unchanged");
 }
 
 void Mounts(std::string_view text) {
@@ -201,7 +203,7 @@ void Mounts(std::string_view text) {
         const auto mounted = ParseMountLine(line);
         if (!mounted) continue;
         Require(mounted->device.starts_with("/dev/"), "a device is below /dev");
-        Require(mounted->mount_point != "/", "the root stays");
+        Require(mounted->mount_point != "/", "the root is never unmounted");
         for (const auto* field : {&mounted->device, &mounted->mount_point, &mounted->type})
             Require(field->find(' ') == std::string::npos, "a field is one word");
     }
@@ -212,7 +214,7 @@ void CheckLineEnds(const std::string& text) {
     expected.resize(expected.find_last_not_of("\r\n") + 1);
     std::string cut = text;
     chomp(cut.data());
-    Require(expected == cut.c_str(), "line ends are cut and nothing else");
+    Require(expected == cut.c_str(), "only line ends are cut");
     std::string walked = text;
     std::string joined;
     for (char* rest = walked.data(); *rest != '\0';) {
@@ -221,13 +223,13 @@ void CheckLineEnds(const std::string& text) {
         joined += line;
         if (rest != line + std::strlen(line)) joined += '\n';
     }
-    Require(joined == text.c_str(), "all lines are walked");
+    Require(joined == text.c_str(), "every line is visited");
 }
 
 void CheckSize(std::int64_t bytes) {
     const std::string size = format_size_string(bytes);
     Require(size.size() < kSizeTextBytes, "a size fits its buffer");
-    Require(size.empty() == (bytes < 0), "a size has a text");
+    Require(size.empty() == (bytes < 0), "only a negative size has no text");
     if (bytes < 0) return;
     // The size is truncated, so it never shows more than there is.
     const double shown = std::strtod(size.c_str(), nullptr);
@@ -236,7 +238,8 @@ void CheckSize(std::int64_t bytes) {
         unit *= 1000;
         if (!size.ends_with(name)) continue;
         const double exact = static_cast<double>(bytes) / unit;
-        Require(shown <= exact * 1.000001 && shown > exact - 0.00101, "a size is the count's");
+        Require(shown <= exact * 1.000001 && shown > exact - 0.00101,
+                "a size is the truncated count");
     }
     Require(!size.ends_with(" bytes") || shown == static_cast<double>(bytes), "bytes are exact");
 }
@@ -246,31 +249,35 @@ void CheckSmallFile(const std::string& text) {
     static const std::string path = "/proc/self/fd/" + std::to_string(file);
     Require(write_small_file(path.c_str(), text.c_str()) == 0, "a file is written");
     char buffer[64];
-    Require(read_small_file(path.c_str(), buffer, sizeof buffer) == 0, "and read");
-    Require(std::string(text.c_str()).substr(0, sizeof buffer - 1) == buffer, "as it was written");
+    Require(read_small_file(path.c_str(), buffer, sizeof buffer) == 0, "a file is read");
+    Require(std::string(text.c_str()).substr(0, sizeof buffer - 1) == buffer,
+            "a file is read as written");
     std::string line = std::string(text.c_str()).substr(0, 1023);
     line.resize(line.find_last_not_of("\r\n") + 1);
-    Require(read_file_line(path.c_str()) == line, "its line is all but the end");
+    Require(read_file_line(path.c_str()) == line, "read_file_line cuts only the line end");
 }
 
 void CheckPrefix(const std::string& text) {
     const std::size_t middle = std::strlen(text.c_str()) / 2;
     const std::string prefix = text.substr(0, middle);
-    Require(skip_prefix(text.c_str(), prefix.c_str()) == text.c_str() + middle, "a prefix is one");
+    Require(skip_prefix(text.c_str(), prefix.c_str()) == text.c_str() + middle,
+            "a text's start is its prefix");
     const char* behind = skip_prefix(text.c_str(), "Enable");
-    Require(behind == nullptr || behind == text.c_str() + 6, "a text goes on behind its prefix");
+    Require(behind == nullptr || behind == text.c_str() + 6, "a text continues after its prefix");
 }
 
 void CheckColumns(std::string_view text) {
     for (const auto columns : {Columns::ByTabs, Columns::ByBlanks}) {
         const auto found = SplitColumns(text, columns, 8);
         Require(found.size() <= 8, "no more columns than asked for");
-        Require(found.empty() == text.empty(), "a text has a column");
+        Require(found.empty() == text.empty(), "only an empty text has no columns");
         for (std::size_t i = 0; i < found.size(); ++i) {
-            Require(found[i].find('\t') == std::string_view::npos, "a tab is in no column");
+            Require(found[i].find('\t') == std::string_view::npos, "no column contains a tab");
             const bool by_blanks = columns == Columns::ByBlanks;
-            Require(!by_blanks || found[i].find(' ') == std::string_view::npos, "nor is a blank");
-            Require(!by_blanks || i == 0 || !found[i].empty(), "only the first can be empty");
+            Require(!by_blanks || found[i].find(' ') == std::string_view::npos,
+                    "no column contains a blank");
+            Require(!by_blanks || i == 0 || !found[i].empty(),
+                    "only the first column can be empty");
         }
     }
 }
@@ -281,11 +288,11 @@ void CheckTrim(const std::string& text) {
     expected.resize(expected.find_last_not_of(kSpaces) + 1);
     expected.erase(0, std::min(expected.find_first_not_of(kSpaces), expected.size()));
     std::string copy = text;
-    Require(expected == trim_space(copy.data()), "white space goes from both ends");
+    Require(expected == trim_space(copy.data()), "white space is trimmed at both ends");
     copy = text;
     strip_leading_space(copy.data());
     trim_trailing_space(copy.data());
-    Require(expected == copy.c_str(), "in either way");
+    Require(expected == copy.c_str(), "both ways of trimming agree");
 }
 
 void Utility(std::string_view text) {
@@ -352,18 +359,19 @@ bool IsControl(wchar_t character) {
 
 void DisplayHere(std::string_view text, bool is_utf8) {
     for (wchar_t character : DisplayText(text)) {
-        Require(!IsControl(character), "nothing drives");
-        Require(!IsHidden(character), "nothing hides or turns around");
+        Require(!IsControl(character), "no control character is shown");
+        Require(!IsHidden(character), "no character that hides or reorders text is shown");
     }
     const std::string printable = PrintableText(text);
-    Require(PrintableText(printable) == printable, "what is shown shows so");
+    Require(PrintableText(printable) == printable, "showing a shown text changes nothing");
     for (char c : printable) {
         const auto byte = static_cast<unsigned char>(c);
         Require(is_utf8 || byte < 0x80 || byte > 0x9f, "no byte is a control to any terminal");
     }
     for (std::size_t most : {0U, 1U, 4U}) {
         const std::string_view whole = WholeCharacters(text, most);
-        Require(whole.size() <= most && text.starts_with(whole), "a text's beginning is cut off");
+        Require(whole.size() <= most && text.starts_with(whole),
+                "a cut text is the beginning of the text");
     }
     for (int width : {-1, 0, 1, 2, 79}) {
         const std::wstring line = FitColumns(text, width);
@@ -379,7 +387,7 @@ void Display(std::string_view text) {
         std::vector<locale_t> made;
         for (const char* name : kLocales) {
             made.push_back(newlocale(LC_CTYPE_MASK, name, nullptr));
-            Require(made.back() != nullptr, "tools/fuzz has made the locales");
+            Require(made.back() != nullptr, "tools/fuzz has created the locales");
         }
         return made;
     }();

@@ -106,7 +106,7 @@ void CheckPicture(Menu& menu) {
     if (menu.NeedsRedraw() || menu.x + menu.width > COLS) return;
     const auto piecewise = Cells(menu);
     Paint(menu);
-    Require(Cells(menu) == piecewise, "what a key repaints is all that changes");
+    Require(Cells(menu) == piecewise, "a key repaints everything that changes");
 }
 
 void AddRow(Session& session, Bytes& bytes) {
@@ -145,12 +145,12 @@ void PressKey(Session& session, int key) {
     CheckVisible(session);
     const bool is_enter = key == '\n' || key == '\r' || key == KEY_ENTER;
     Require(!is_enter || result == Menu::kActivate, "ENTER activates");
-    Require(is_enter || armed || result != Menu::kActivate, "nothing else does without a click");
+    Require(is_enter || armed || result != Menu::kActivate, "only ENTER or a click activates");
     Require(result != Menu::kActivate || menu.selection == before || !session.sound,
-            "an activation leaves the selection");
+            "an activation keeps the selection");
     const bool is_step = key == KEY_DOWN || key == KEY_UP;
     if (is_step && menu.Count() <= 100 && HasSelectable(menu)) {
-        Require(IsSelectable(menu.ItemAt(menu.selection)), "a step ends on a row to select");
+        Require(IsSelectable(menu.ItemAt(menu.selection)), "a step ends on a selectable row");
     }
 }
 
@@ -161,7 +161,7 @@ void MoveThereAndBack(Session& session, Bytes& bytes) {
     const int steps = bytes.NextBelow(100);
     menu.MoveDown(steps);
     menu.MoveUp(steps);
-    Require(menu.selection == before, "as many steps back lead back");
+    Require(menu.selection == before, "the same number of steps back returns");
 }
 
 void MoveMouse(Session& session, Bytes& bytes) {
@@ -181,10 +181,11 @@ void MoveMouse(Session& session, Bytes& bytes) {
         const MenuItem* item = menu.ItemAt(index);
         if (item != nullptr && item->Has(MenuItem::kHover)) ++hovered;
     }
-    Require(hovered <= 1, "the pointer is on one row at most");
+    Require(hovered <= 1, "the pointer is on at most one row");
     if (menu.click_pending < 1 || was_armed) return;
     const MenuItem* clicked = menu.ItemAt(menu.selection);
-    Require(clicked != nullptr && !clicked->Has(MenuItem::kDim), "a click is on a row to select");
+    Require(clicked != nullptr && !clicked->Has(MenuItem::kDim),
+            "a click selects only selectable rows");
     Require(event.y == menu.y + menu.selection - menu.top, "a click acts on the row under it");
 }
 
