@@ -1,5 +1,5 @@
 // A machine with a wireless card and everything else that makes a screen show its rows. Every
-// command that changes something is a stand-in, and succeeds.
+// command that changes something is a stand-in that succeeds.
 #pragma once
 
 #include "machine.h"
@@ -46,12 +46,12 @@ class FullMachine : public Machine {
         WriteSettings();
     }
 
-    // The files that the services and the time servers are set by.
+    // The files that determine the services and time servers.
     void WriteSettings() {
         Write("/etc/vsftpd.conf", "ssl_enable=NO\n");
         Write("/etc/ntp.conf", "server time.example.org iburst\n");
-        // One of the two that take reporting away: with both, there would be no reporting service
-        // to start or stop.
+        // Only one of the two markers that disable reporting: with both, its row to start or stop
+        // is closed.
         for (const char* file : {"/etc/local.desktop.vnc", "/etc/local.desktop.vnc.passwd",
                                  "/etc/samba/smb.conf", "/etc/TAVRIN/disable.reporting"})
             Write(file, "");

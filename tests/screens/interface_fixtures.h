@@ -1,5 +1,5 @@
-// What the tests of the interface screen, of its settings editor and of their saves share: a
-// machine with one card, and the way to its screens.
+// Shared by the tests of the interface screen, of its settings editor and of saving: a machine with
+// one card, and ways to its screens.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -24,11 +24,11 @@ constexpr const char* kEditorHint =
     "Use left/right arrow keys, ENTER/SPACE or double-click to change setting";
 constexpr const char* kQuestion = "Are you sure? [y/n]";
 
-// Where the rows of both screens begin.
+// The first line of the rows on both screens.
 constexpr int kTop = 4;
 constexpr int kLeft = 4;
 
-// A settings file as a save writes it.
+// A settings file as the program saves it.
 inline const std::string kPlain =
     "manage = 1\n"
     "dhcp = 1\n"
@@ -45,14 +45,14 @@ inline const std::string kPlain =
     "nat enable = 0\n"
     "nat role = \n";
 
-// The file with another value in one of its lines.
+// The file with a different value in one line.
 inline std::string With(std::string file, const std::string& key, const std::string& value) {
     const size_t start = file.find(key + " = ") + key.size() + 3;
     return file.replace(start, file.find('\n', start) - start, value);
 }
 
-// What eth0 is. Not everybody may make a card with a cable in it, so only the tests that look at
-// the link ask for one.
+// The kind of eth0. Not every user may create a card with a carrier, so only tests that need a link
+// ask for one.
 enum class Card { kUnplugged, kPlugged };
 
 // The machine: eth0 is down, and the network script only records its calls.
@@ -70,7 +70,7 @@ class Box : public Machine {
     }
     explicit Box(Card card) : Box(kPlain, card) {}
 
-    // User and group of a file that is not root's; where there are no others, root's.
+    // User and group of a file not owned by root; root's, if no others exist.
     std::string OtherOwners() const { return door().own_users ? "0:0" : "12:34"; }
 };
 
@@ -81,7 +81,7 @@ inline void OpenInterface(Terminal& t, Place place = Place::current()) {
     t.Settle(Terminal::kPatience, place);
 }
 
-// From the interface screen.
+// Opens the editor from the interface screen.
 inline void OpenEditor(Terminal& t, Place place = Place::current()) {
     t.Press("c<Enter>", place);
     t.WaitFor("Use left/right", Terminal::kPatience, place);
@@ -115,7 +115,7 @@ inline void BackToInterface(Terminal& t, const std::string& keys, Place place = 
     t.Settle(Terminal::kPatience, place);
 }
 
-// Empties an entry that holds a text of that length, and types another one.
+// Deletes a text of that length from an entry field and types another.
 inline void TypeInstead(Terminal& t, size_t old_length, const std::string& text) {
     t.Press("<Home>");
     for (; old_length > 0; old_length--)
@@ -123,7 +123,7 @@ inline void TypeInstead(Terminal& t, size_t old_length, const std::string& text)
     t.Type(text);
 }
 
-// A row of the screen from column 4 on.
+// A line of the screen from column 4 on.
 inline std::string TextAt(const Terminal& t, int row) {
     const std::string text = t.Row(row);
     return text.size() > kLeft ? text.substr(kLeft) : "";

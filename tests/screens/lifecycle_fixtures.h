@@ -1,5 +1,5 @@
-// What the tests of starting, ending, keys and terminals share: the places where the program waits
-// for the operator, ways to start it, and what a shell expects of the terminal afterwards.
+// Shared by the tests of starting, ending, keys and terminals: the places where the program waits
+// for the operator, ways to start it, and the terminal that a shell expects afterwards.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -16,18 +16,18 @@ namespace harness::lifecycle {
 
 // ---- where the program waits ----
 
-// A place that waits for a key.
+// A place where the program waits for a key.
 struct Stop {
     const char* name;
-    const char* keys;  // the way there from the main menu
-    const char* sign;  // on its screen, and on none before it
+    const char* keys;  // from the main menu to this place
+    const char* sign;  // shown there, and on no screen before it
 };
 
 inline constexpr Stop kMainMenu = {"MainMenu", "", "Exit this program"};
 inline constexpr Stop kYesNo = {"YesNo", "d<Enter>", "Are you sure? [y/n]"};
 inline constexpr Stop kTextEntry = {"TextEntry", "n<Enter>", "New computer host name"};
 inline constexpr Stop kInterface = {"Interface", "1<Enter>", "Network configuration: eth0 ("};
-// The last that the editor draws is the help.
+// The editor draws the help last.
 inline constexpr Stop kEditor = {"Editor", "1<Enter>c<Enter>", "leave the network port disabled"};
 inline constexpr Stop kServices = {"Services", "s<Enter>", "Main menu"};
 inline constexpr Stop kPassword = {"Password", "s<Enter>v<Enter>", "Set VNC password"};
@@ -43,8 +43,8 @@ inline std::string StopName(const testing::TestParamInfo<Stop>& info) {
 
 // ---- terminals ----
 
-// The types that the program is used on: emulators with and without mouse motion, the console, a
-// serial line's.
+// The terminal types that operators use: emulators with and without mouse motion, the console, a
+// serial line.
 inline const char* const kTypes[] = {"xterm-256color", "screen", "tmux", "linux", "vt220"};
 
 inline std::string TypeName(const testing::TestParamInfo<const char*>& info) {
@@ -59,7 +59,7 @@ inline TerminalOptions OfType(const std::string& term) {
     return options;
 }
 
-// One line for each row: "text | styles".
+// One line per row: "text | styles".
 inline std::vector<std::string> Look(const Terminal& t) {
     std::vector<std::string> look;
     for (int row = 0; row < t.rows(); row++)
@@ -74,8 +74,8 @@ inline void GoTo(Terminal& t, const Stop& stop, Place place = Place::Here()) {
     t.Settle(Terminal::kPatience, place);
 }
 
-// A machine with what the stops need: an interface (a bridge, which any user can make in a machine
-// of his own), and the remote desktop's own tool.
+// A machine with what the places need: an interface (a bridge, which any user can create in a user
+// namespace), and the tool of the remote desktop.
 struct OneCard : Machine {
     OneCard() {
         AddBridge("eth0");
@@ -84,8 +84,8 @@ struct OneCard : Machine {
     }
 };
 
-// The environment for a program whose leaks are not looked for, where they are not its own or the
-// search cannot be made.
+// An environment without leak detection, for when the leaks are not the program's or can't be
+// looked for.
 inline std::map<std::string, std::string> WithoutLeakSearch(const Machine& box) {
     return {{"ASAN_OPTIONS", box.Environment()["ASAN_OPTIONS"] + ":detect_leaks=0"}};
 }
@@ -94,15 +94,15 @@ inline std::map<std::string, std::string> WithoutLeakSearch(const Machine& box) 
 
 constexpr const char* kNetwork = "/etc/init.d/network";
 
-// Where a stand-in's script waits until the test opens the gate. It looks every 20 ms instead of
-// sleeping until then: a shell answers a signal when the command it has started ends.
+// Makes a stand-in's script wait until the test opens the gate. The script checks every 20 ms
+// instead of sleeping, because a shell handles a signal only when its current command ends.
 class Gate {
   public:
     explicit Gate(Machine& box) : box_(box) {}
     static constexpr const char* kWait =
         ": >/tmp/waiting; while ! rm /tmp/open 2>/dev/null; do sleep 0.02; done";
 
-    // Until a script has come to the gate.
+    // Waits until a script has reached the gate.
     void AwaitScript(Place place = Place::Here()) {
         const auto waiting = [this] { return box_.Exists("/tmp/waiting"); };
         box_.WaitUntil(waiting, "a script at the gate", Terminal::kPatience, place);
@@ -115,17 +115,17 @@ class Gate {
     Machine& box_;
 };
 
-// ---- the terminal as a shell wants it ----
+// ---- the terminal that a shell expects ----
 
-// For a shell: keeps what the terminal is like for ModesAsBefore.
+// Run in a shell: saves the terminal's modes for ModesAsBefore.
 inline constexpr const char* kKeepModes = "tty <&1 >/tmp/tty; stty -g <&1 >/tmp/modes; ";
 
 inline bool ModesAsBefore(Machine& box) {
     return box.Sh("stty -g -F $(cat /tmp/tty); true") == box.Read("/tmp/modes");
 }
 
-// The program as started by hand: the prompt's line stays on the screen, and what the terminal was
-// like is kept for ExpectTerminalAsBefore.
+// The program as started by hand: the line of the prompt stays on the screen, and the terminal's
+// state is saved for ExpectTerminalAsBefore.
 inline TerminalOptions AtAPrompt(TerminalOptions options = {}) {
     options.program = "/bin/sh";
     options.arguments = {
@@ -134,10 +134,10 @@ inline TerminalOptions AtAPrompt(TerminalOptions options = {}) {
     return options;
 }
 
-// The private modes of a terminal that nothing has changed: lines wrap, the cursor shows.
+// The private modes of a fresh terminal: lines wrap, the cursor is shown.
 inline const std::set<int> kUsualModes = {7, 25};
 
-// The private modes that the output has left set.
+// The private modes still set after this output.
 inline std::set<int> PrivateModes(const std::string& output) {
     std::set<int> modes = kUsualModes;
     for (size_t at = output.find("\x1b[?"); at != std::string::npos;
@@ -154,13 +154,13 @@ inline std::set<int> PrivateModes(const std::string& output) {
     return modes;
 }
 
-// The keypad sends its digits unless the last word on it was "application mode".
+// The keypad sends digits unless it was last switched to "application mode".
 inline bool KeypadSendsDigits(const std::string& output) {
     const size_t application = output.rfind("\x1b=");
     return application == std::string::npos || output.find("\x1b>", application) != output.npos;
 }
 
-// Line mode and echo, cursor visible, no mouse reports, main screen with what was on it before.
+// Line mode with echo, cursor shown, no mouse reports, and the main screen with its old contents.
 inline void ExpectTerminalAsBefore(Terminal& t, Place place = Place::Here()) {
     const testing::ScopedTrace from(place.file, place.line, "");
     EXPECT_TRUE(t.LineMode());

@@ -1,5 +1,4 @@
-// The main menu as the operator meets it: what the tests of the menu engine, the dialogs, the main
-// menu and the status rows share.
+// Shared by the tests of the menu engine, the dialogs, the main menu and the status rows.
 #pragma once
 
 #include <sched.h>
@@ -15,7 +14,7 @@
 
 namespace harness {
 
-// Where the rows begin on the screen.
+// The position of the rows on the screen.
 constexpr int kFirstLine = 5;
 constexpr int kFirstColumn = 4;
 
@@ -31,7 +30,7 @@ inline const std::vector<std::string> kActionRows = {"Bring up all interfaces",
                                                      "Services",
                                                      "Diagnostics"};
 
-// The program on its terminal, with its main menu on the screen.
+// The program on its terminal, with the main menu on the screen.
 class MainMenu : public Terminal {
   public:
     explicit MainMenu(Machine& box, TerminalOptions options = {}, Place place = Place::current())
@@ -44,21 +43,21 @@ inline void WaitForMainMenu(Terminal& t, Place place = Place::current()) {
     t.WaitFor("Tavrin 4 Network configuration utility", Terminal::kPatience, place);
 }
 
-// Has "Bring down all interfaces" ask its question.
+// Makes "Bring down all interfaces" ask its question.
 inline void OpenQuestion(Terminal& t, Place place = Place::current()) {
     t.Press("d<Enter>", place);
     t.WaitFor("Are you sure? [y/n]", Terminal::kPatience, place);
 }
 
-// Has the main menu look at the machine again, now: a question answered with no does that.
+// Makes the main menu query the machine at once: answering a question with "no" does that.
 inline void LookAgain(Terminal& t, Place place = Place::current()) {
     OpenQuestion(t, place);
     t.Press("n", place);
     WaitForMainMenu(t, place);
 }
 
-// Until the program has made of a click what it is. The click shows as one only when no other has
-// followed it for a sixth of a second; a key that follows at once would break it up.
+// Waits until the program has recognised a click. Curses reports a click only when no other follows
+// for a sixth of a second; a key pressed at once would split it.
 inline void LetClickPass(Terminal& t, Place place = Place::current()) {
     t.Settle(Terminal::kPatience, place);
     t.RunFor(0.2);
@@ -78,7 +77,7 @@ inline void AddBridges(Machine& box, int count) {
     box.Sh("ip -batch /run/batch");
 }
 
-// Any bytes as the machine's host name, as no tool would set it.
+// Sets any bytes as the machine's host name, as no tool would.
 inline void SetHostName(Machine& box, const std::string& name, Place place = Place::current()) {
     const pid_t child = fork();
     if (child == 0) {

@@ -1,5 +1,5 @@
-// A machine whose services are what the test makes of them, and the way to the services screen:
-// what the tests of the services, the SMB/CIFS accounts and the VNC password share.
+// Shared by the tests of the services, the SMB/CIFS accounts and the VNC password: a machine whose
+// services the test sets up, and ways to the services screen.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ namespace services {
 using namespace harness;
 using Words = std::vector<std::string>;
 
-// The rows' first line and column on the screen.
+// The first line and column of the rows on the screen.
 constexpr int kFirstLine = 4;
 constexpr int kFirstColumn = 4;
 
@@ -27,7 +27,7 @@ constexpr const char* kSmbParked = "/etc/samba/smb.conf.disabled";
 constexpr const char* kBackendOff = "/etc/TAVRIN/disable.reporting";
 constexpr const char* kUiOff = "/etc/TAVRIN/disable.reporting.ui";
 constexpr const char* kWebServerPid = "/var/httpd.pid";
-// The program calls the folder /var/run, a link whose target from outside is the host's.
+// The program uses /var/run, a link that would lead to the host's folder from outside.
 constexpr const char* kV5Pid = "/run/tavrin.control.api.pid";
 constexpr const char* kReportingPid = "/run/uwsgi.tavrin.reporting.pid";
 constexpr const char* kPublicReportingPid = "/run/uwsgi.tavrin.reporting.public-uwsgi.pid";
@@ -40,13 +40,13 @@ constexpr const char* kVncOn = "/etc/local.desktop.vnc";
 constexpr const char* kVncPassword = "/etc/local.desktop.vnc.passwd";
 constexpr const char* kVnc = "/usr/share/tavrin/local-desktop-vnc";
 
-// All that the screen looks at but the running daemon.
+// Every file whose presence the screen shows.
 inline const Words kProbed = {
     kFtp,          kFtpParked,    kSmb,          kSmbParked,          kBackendOff,  kUiOff,
     kWebServerPid, kV5Pid,        kReportingPid, kPublicReportingPid, kCaptionSync, kCaptionSyncOff,
     kWebControl,   kLocalDesktop, kVncOn,        kVncPassword,        kVnc};
 
-// The screen of a machine on which nothing of all that is there.
+// The screen of a machine that has none of them.
 inline const Words kBareRows = {"Enable and initialize FTP service",
                                 "Enable and initialize SMB/CIFS service",
                                 "Disable reporting backend services",
@@ -60,8 +60,8 @@ inline const Words kBareRows = {"Enable and initialize FTP service",
                                 "",
                                 "Main menu"};
 
-// None of the services is there, and their scripts only record their calls, and which of the files
-// above were there meanwhile (Seen). What mv and cp are called with is recorded, too.
+// A machine without any service. The services' scripts only record their calls and which of the
+// files above existed meanwhile (Seen). Calls of mv and cp are recorded, too.
 class ServicesBox : public Machine {
   public:
     ServicesBox() {
@@ -87,22 +87,22 @@ class ServicesBox : public Machine {
         Record("cp");
     }
 
-    // A service's script that does nothing further.
+    // A service script that does nothing else.
     void Service(const std::string& path) { StandInScript(path, look_); }
     void ServiceWithPidFile(const std::string& path, const std::string& pid_file) {
         StandInScript(path, look_ + "[ $1 = start ] && : >" + pid_file + " || rm -f " + pid_file);
     }
-    // The probed files that were there while the script ran last, one a line.
+    // The probed files that existed during the last run of the script, one per line.
     std::string Seen(const std::string& script_and_action, Place place = Place::Here()) {
         return Read("/mnt/seen/" + script_and_action, place);
     }
 
-    // Makes the folder, too.
+    // Also creates the folder.
     void Make(const std::string& path, const std::string& content = "") {
         MakeDirectory(path.substr(0, path.rfind('/')));
         Write(path, content);
     }
-    // The daemon itself; what is at /sbin on this machine is looked up by its processes.
+    // Installs the daemon; RunVolkeep also starts it. The screen counts its processes.
     void InstallVolkeep() { Sh("cp /bin/sleep /usr/sbin/volkeep"); }
     void RunVolkeep() {
         InstallVolkeep();
@@ -111,7 +111,7 @@ class ServicesBox : public Machine {
     }
     bool VolkeepRuns() { return !Sh("pidof volkeep || true").empty(); }
 
-    // Permission bits in octal.
+    // The permission bits, in octal.
     std::string ModeOf(const std::string& path) { return Sh("stat -c %a " + path); }
 
   private:
@@ -123,7 +123,7 @@ inline void WaitForTitle(Terminal& t, const std::string& title, Place place = Pl
                 Terminal::kPatience, place);
 }
 
-// The program with its services screen on the terminal, by default one that shows all rows.
+// The program with its services screen on the terminal, by default one that fits all rows.
 class ServicesScreen : public Terminal {
   public:
     explicit ServicesScreen(Machine& box, TerminalOptions options = OfSize(30, 80),
@@ -135,7 +135,7 @@ class ServicesScreen : public Terminal {
         Settle(kPatience, place);
     }
 
-    // Leaves the screen and opens it again: it looks at the machine anew.
+    // Leaves the screen and opens it again, so that it probes the machine again.
     void Reopen(Place place = Place::Here()) {
         Press("m<Enter><Enter>", place);
         Settle(kPatience, place);
@@ -176,7 +176,7 @@ inline bool LeftItsScreen(const Terminal& t) {
     return t.Output().find("\x1b[?1049l") != std::string::npos;
 }
 
-// Every command found the plain terminal, and the signals as a shell gives them.
+// Checks that every command ran on the plain terminal, with the default signals of a shell.
 inline void ExpectPlainTerminal(const std::vector<Call>& calls, Place place = Place::Here()) {
     const testing::ScopedTrace from(place.file, place.line, "");
     for (const Call& call : calls) {
@@ -185,12 +185,12 @@ inline void ExpectPlainTerminal(const std::vector<Call>& calls, Place place = Pl
     }
 }
 
-// ---- what stays of a password ----
+// ---- remains of a password ----
 
-// Longer than what a text grows to at first, so that copies of a growing one show.
+// Longer than the initial capacity of a string, so that copies of a growing one are found.
 constexpr const char* kSecret = "Quux7-Zebra#Plinth_42;vortex:Jumbled%Wharf";
 
-// A script that reads its whole input, says so, and ends when it may.
+// A script that reads all its input, reports it, and exits when told to.
 constexpr const char* kReadAndWait =
     "cat >/mnt/seen/input; mkfifo /mnt/seen/gate; touch /mnt/seen/read; read -r _ </mnt/seen/gate";
 
@@ -203,7 +203,7 @@ inline void LetReaderEnd(Machine& box, Place place = Place::Here()) {
     box.Write("/mnt/seen/gate", "\n", 0644, place);
 }
 
-// A script's line that writes down the arguments and environments of all processes of the machine.
+// A line of a script that records the arguments and environments of all processes in the machine.
 inline std::string LookAtProcesses(const std::string& file) {
     return "cat /proc/[0-9]*/cmdline /proc/[0-9]*/environ 2>/dev/null >>" + file + "\n";
 }

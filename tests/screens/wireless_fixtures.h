@@ -1,5 +1,5 @@
-// A machine with one wireless card, a wpa_cli that answers as the test wants it, and the way to the
-// screens: what the tests of the wireless screens share.
+// Shared by the tests of the wireless screens: a machine with one wireless card, a wpa_cli with the
+// answers that a test wants, and ways to the screens.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -22,7 +22,7 @@ constexpr const char* kMainMenu = "Network configuration main menu for";
 constexpr const char* kInterface = "Network configuration: wlan0 (02:1A:2B:3C:4D:5E)";
 constexpr const char* kList = "Wireless access points for wlan0 (02:1A:2B:3C:4D:5E)";
 
-// The first line of a screen's rows, and how many rows and lines stand above the first network.
+// The first line of a screen's rows, and the number of rows and lines above the first network.
 constexpr int kFirstLine = 4;
 constexpr int kRowsAbove = 6;
 
@@ -38,8 +38,8 @@ inline std::string Seen(const std::string& bssid, const std::string& ssid,
     return bssid + "\t2437\t-61\t" + flags + "\t" + ssid + "\n";
 }
 
-// The card wlan0, whose supplicant runs, and a recording wpa_cli. It answers the listings and
-// add_network from files, everything else with OK.
+// The card wlan0 with its supplicant running, and a recording wpa_cli. It answers the listings and
+// add_network from files, and everything else with OK.
 class WirelessBox : public Machine {
   public:
     WirelessBox() {
@@ -75,8 +75,8 @@ class WirelessBox : public Machine {
     void Hold(const std::string& command) { Write("/mnt/air/hold " + command, ""); }
     void Release() { Write("/mnt/air/gate", "\n"); }
 
-    // The calls of wpa_cli, their words joined by "|", without the interface they all name; those
-    // that only look apart from those that do something.
+    // The calls of wpa_cli, with their words joined by "|" and without the interface. Actions
+    // leaves out those that only read.
     Words Commands() {
         Words commands;
         for (const Call& call : Calls("wpa_cli"))
@@ -110,7 +110,7 @@ class WirelessBox : public Machine {
     }
 };
 
-// What adding a network runs, from the first command that is always run to the last.
+// The commands that end the adding of a network, after its settings.
 inline Words AddingRest(const std::string& id) {
     return {"enable_network|" + id, "select_network|" + id, "set|update_config|1", "save_config"};
 }
@@ -127,8 +127,8 @@ class List : public Terminal {
     }
 };
 
-// The keys from anywhere in the list to its n-th network, counted from 0, by the arrow keys: they
-// pass over the separators.
+// The keys from anywhere in the list to its n-th network, counted from 0. They use the arrow keys,
+// which skip the separators.
 inline std::string ToNetwork(int n) {
     std::string keys = "<Home><Down><Down><Down><Down>";
     for (int i = 0; i < n; i++)
@@ -143,7 +143,7 @@ inline void OpenNetwork(Terminal& t, int n, Place place = Place::Here()) {
     t.Settle(Terminal::kPatience, place);
 }
 
-// In an opened network, asks to join it and gives the password.
+// Joins the opened network with that password.
 inline void Join(Terminal& t, const std::string& password, Place place = Place::Here()) {
     t.Press("c<Enter>", place);
     t.WaitFor("Access point password?", Terminal::kPatience, place);
