@@ -1,18 +1,17 @@
 #!/bin/sh
-# The commands of the pages, on a Debian just installed: what the pages tell to type works, and the
-# computer stays as it was but for the packages that have to be installed.
+# Runs the commands of README.md and CONTRIBUTING.md on freshly installed Debians: each command works,
+# and ./test leaves the computer as it was, except for the packages that it installs.
 #
-#     tests/package/fresh.sh [--short] [RELEASE...]
-#     tests/package/fresh.sh --known
+#     tests/package/fresh.sh [RELEASE...]            on bookworm, trixie and testing, or on RELEASE...
+#     tests/package/fresh.sh --short [RELEASE...]    only the commands of README.md
+#     tests/package/fresh.sh --known                 only checks that it can run each command
 #
-# Runs the commands of README.md and CONTRIBUTING.md on each release (bookworm, trixie and testing
-# unless they are named), with --short those of README.md alone, and says at the end what ran where.
-# A release takes about an hour, a short one twenty minutes; the messages are in build/package. With
-# --known it only tells whether it is known here how to run each of the commands.
+# A release takes about an hour, with --short twenty minutes. The messages are in build/package; the
+# last lines say what ran where.
 # shellcheck disable=SC2086  # commands are lists of words
 set -u
 
-# Commands FILE...: the commands in the blocks of shell code, each once, one a line.
+# Commands FILE...: the commands in the blocks of shell code, one per line, without duplicates.
 Commands() {
     awk '/^[`]+$/ { on = 0 } on { sub(/ *#.*/, ""); if (!seen[$0]++) print } /^[`]+sh$/ { on = 1 }' "$@"
 }
@@ -22,21 +21,22 @@ Say() {
     echo "==== $*"
 }
 
-# Await TEXT: until the screen has shown it.
+# Await TEXT: waits until the screen shows it.
 Await() {
     seconds=0
     until grep -Fqs "$1" /root/screen; do
         seconds=$((seconds + 1))
         if [ $seconds -gt 1800 ] || ! kill -0 "$program" 2>/dev/null; then
             cat /root/screen
-            echo "waited in vain for: $1"
+            echo "never shown: $1"
             return 1
         fi
         sleep 1
     done
 }
 
-# Operate COMMAND...: opens the program on a terminal, waits for its main menu, and leaves it.
+# Operate COMMAND...: opens the program on a terminal, waits for its main menu, and leaves it. ./run
+# waits for ENTER first.
 Operate() {
     rm -f /root/keys /root/screen
     mkfifo /root/keys
@@ -45,12 +45,13 @@ Operate() {
     program=$!
     exec 3>/root/keys
     status=0
+    [ "$1" != ./run ] || { Await "Press ENTER" && printf '\r' >&3; } || status=1
     Await "Network configuration main menu for '" && printf 'e\r' >&3 || status=1
     exec 3>&-
     [ $status = 0 ] && wait $program && echo "$*: opened and left, status 0"
 }
 
-# Really COMMAND...: runs it, unless it is only to be told whether it is known.
+# Really COMMAND...: runs it; with --known does nothing.
 Really() {
     [ "$what" = --known ] || "$@"
 }
@@ -61,13 +62,13 @@ Glance() {
         grep -Fq "Network configuration main menu for '" /root/screen
 }
 
-# RunOne COMMAND: as its reader runs it; root needs no sudo, and what asks is answered yes. Fails for
-# a command that is not known.
+# RunOne COMMAND: runs it as a reader does, without sudo, and answers yes to apt-get. Fails for a
+# command that it does not know.
 RunOne() {
     case $1 in
     ./run) Really Glance && Really Operate ./run ;;
     ./test | tools/package | './test --tidy' | tools/fuzz) Really $1 ;;
-    'tools/package --'* | tools/vm) ;; # tests themselves, and longer than this one
+    'tools/package --'* | tools/vm) ;; # take longer than this test
     cmake\ * | ctest\ *) Really $1 ;;
     'sudo cmake --install build/out') Really ${1#sudo } && Really test -x /usr/local/sbin/ifmenu ;;
     'sudo apt-get install ./build/package/ifmenu_*.deb')
@@ -78,17 +79,17 @@ RunOne() {
     esac
 }
 
-# Note COMMAND RESULT: for the end, when all releases have been tried.
+# Note COMMAND RESULT: a line of the summary.
 Note() {
     echo "fresh: $release, $1: $2"
 }
 
-# Installed: the packages.
+# Installed: the installed packages.
 Installed() {
     dpkg-query --show --showformat='${db:Status-Status} ${Package}\n' | sed -n 's/^installed //p'
 }
 
-# Interrupt: an installation that is interrupted is finished, and nothing else.
+# Interrupt: when ./run is interrupted while it installs, it finishes the installation and stops.
 Interrupt() {
     ./run --build-only >/root/interrupted 2>&1 &
     interrupted=$!
@@ -104,33 +105,33 @@ Interrupt() {
     return 1
 }
 
-# AsItWas: since the beginning.
+# AsItWas: nothing has changed since the start, except for installed packages.
 AsItWas() {
     tests/package/host.sh compare /root/host || return
     Installed | sort >/root/installed
-    echo "Packages: $(wc -l </root/bare) before, $(wc -l </root/installed) now; these have come:"
+    echo "Packages: $(wc -l </root/bare) before, $(wc -l </root/installed) now; new ones:"
     comm -13 /root/bare /root/installed | tr '\n' ' ' | fold -s -w 100
     echo
 }
 
-# Known PAGE...: whether every command of the pages is known.
+# Known PAGE...: whether RunOne knows every command of the pages.
 Known() {
     Commands "$@" >"$list"
     [ -s "$list" ] || return
     while IFS= read -r command; do
-        RunOne "$command" || { echo "$command: not known" && return 1; }
+        RunOne "$command" || { echo "tests/package/fresh.sh cannot run: $command" && return 1; }
     done <"$list"
 }
 
-# RunAll PAGE...: every command of the pages, in their order.
+# RunAll PAGE...: runs every command of the pages, in order.
 RunAll() {
     Commands "$@" >"$list"
     status=0
-    Try "an interrupted installation" Interrupt
+    Try "interrupted installation" Interrupt
     while IFS= read -r command <&4; do
         case $command in 'tools/package --'*) continue ;; esac
         Try "$command" RunOne "$command" 4<&-
-        [ "$command" != ./test ] || Try "the computer as it was" AsItWas
+        [ "$command" != ./test ] || Try "the computer is unchanged" AsItWas
     done 4<"$list"
     return $status
 }
@@ -142,14 +143,14 @@ Try() {
     Say "$what_runs"
     begin=$(date +%s)
     if "$@"; then
-        Note "$what_runs" "good, $(($(date +%s) - begin)) s"
+        Note "$what_runs" "passed, $(($(date +%s) - begin)) s"
     else
         Note "$what_runs" FAILED
         status=1
     fi
 }
 
-# OnEach RELEASE...: on a clean machine of each.
+# OnEach RELEASE...: runs this script on a clean machine of each.
 OnEach() {
     status=0
     for release; do
