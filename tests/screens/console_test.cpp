@@ -1,4 +1,4 @@
-// Terminals without colours, what others write over the picture, and where the cursor rests.
+// Terminals without colours, repainting what others overwrite, and the cursor's resting place.
 #include <gtest/gtest.h>
 
 #include "lifecycle_fixtures.h"
@@ -8,7 +8,7 @@ namespace {
 
 // ---- without colours ----
 
-// The styles of a row's text: beginning, hot key, end.
+// The styles of a row's text: its start, the hot key, its end.
 std::string LookOf(const Terminal& t, const std::string& row) {
     return t.Style(t.Find(row));
 }
@@ -26,8 +26,8 @@ TEST(WithoutColours, TheSelectedRowIsReversed) {
         EXPECT_TRUE(t.Cell(6, column).reverse) << column;
 }
 
-// Rows without a hot key, too.
-TEST(WithoutColours, ARowWithoutAHotKeyIsSeenToBeSelected) {
+// Also rows without a hot key.
+TEST(WithoutColours, ASelectedRowWithoutAHotKeyIsVisible) {
     OneCard box;
     box.Write("/etc/vsftpd.conf", "");
     Terminal t(box, OfType("vt220"));
@@ -38,7 +38,7 @@ TEST(WithoutColours, ARowWithoutAHotKeyIsSeenToBeSelected) {
     EXPECT_FALSE(t.Cell(t.Find("FTP service"), 10).reverse);
 }
 
-TEST(WithoutColours, AWarningHasALookOfItsOwn) {
+TEST(WithoutColours, AWarningLooksDifferent) {
     Machine box;
     box.AddBridge("br0");
     box.Sh(
@@ -52,7 +52,7 @@ TEST(WithoutColours, AWarningHasALookOfItsOwn) {
 
 // ---- what the kernel prints ----
 
-// Writes on the program's terminal, behind its back.
+// Writes to the program's terminal from outside.
 void Scribble(Terminal& t) {
     t.machine().Sh(
         "for i in 1 2 3 4 5 6; do printf '\\033[24;1H[ 1.$i] eth0: link becomes ready\\r\\n'; done"
@@ -73,7 +73,7 @@ TEST_P(ScribbledOver, IsRepaintedByCtrlL) {
     t.WaitUntil([&] { return Look(t) == before; }, "the picture as it was", 3);
 }
 
-TEST_P(ScribbledOver, IsRepaintedWithinFiveSecondsWhereTheKernelWrites) {
+TEST_P(ScribbledOver, IsRepaintedWithinFiveSecondsOnAConsole) {
     OneCard box;
     box.Sh(
         "mount -t tmpfs none /sys/class/tty && mkdir /sys/class/tty/console &&"
@@ -90,7 +90,7 @@ TEST_P(ScribbledOver, IsRepaintedWithinFiveSecondsWhereTheKernelWrites) {
     t.WaitUntil([&] { return Look(t) == before; }, "the picture as it was", 6);
 }
 
-TEST(Elsewhere, AScreenSendsNothingThatIsNotNeeded) {
+TEST(OtherTerminals, AScreenSendsNothingUnneeded) {
     OneCard box;
     Terminal t(box);
     GoTo(t, kServices);
@@ -101,7 +101,7 @@ TEST(Elsewhere, AScreenSendsNothingThatIsNotNeeded) {
 
 // ---- the cursor ----
 
-TEST(Cursor, RestsAtTheSelectedRowsText) {
+TEST(Cursor, RestsAtTheTextOfTheSelectedRow) {
     OneCard box;
     Terminal t(box);
     GoTo(t, kMainMenu);
@@ -121,7 +121,7 @@ TEST(Cursor, RestsAtTheSelectedRowsText) {
     }
 }
 
-TEST(Cursor, RestsBehindAQuestion) {
+TEST(Cursor, RestsAfterAQuestion) {
     OneCard box;
     Terminal t(box);
     GoTo(t, kYesNo);

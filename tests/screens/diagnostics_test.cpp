@@ -1,5 +1,5 @@
-// The diagnostics screen as the operator meets it: its rows, what the two checks print and run on
-// the plain terminal, and how their wait for ENTER ends.
+// The diagnostics screen: its rows, what the two checks print and run on the plain terminal, and
+// how their wait for ENTER ends.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -63,7 +63,7 @@ void Check(Terminal& t, const std::string& keys, Place place = Place::current())
     t.Settle(Terminal::kPatience, place);
 }
 
-// A program as a shell starts it, its standard error in a file.
+// The program started by a shell, with its standard error in a file.
 TerminalOptions WithMessages(const std::string& file) {
     TerminalOptions options;
     options.program = "/bin/sh";
@@ -112,7 +112,7 @@ TEST(DiagnosticsScreen, HotKeysSelectAndAreMarked) {
     EXPECT_THAT(box.CallLines(), IsEmpty());
 }
 
-TEST(DiagnosticsScreen, IsLeftByItsRowAndByEscAndBackspace) {
+TEST(DiagnosticsScreen, ItsRowEscAndBackspaceLeaveIt) {
     Box box;
     Terminal t(box);
     for (const char* keys : {"m<Enter>", "<Esc>", "<Backspace>"}) {
@@ -125,7 +125,7 @@ TEST(DiagnosticsScreen, IsLeftByItsRowAndByEscAndBackspace) {
     EXPECT_EQ(t.WaitExit(), Exited(0));
 }
 
-// ---- the resolver's configuration ----
+// ---- the resolver configuration ----
 
 TEST(DiagnosticsScreen, ShowsTheResolverConfigurationOnThePlainTerminal) {
     Box box;
@@ -133,7 +133,7 @@ TEST(DiagnosticsScreen, ShowsTheResolverConfigurationOnThePlainTerminal) {
     Check(t, "r<Enter>");
     EXPECT_FALSE(t.AltScreen());
     EXPECT_TRUE(t.LineMode());
-    // The screen is blank but for this, and it begins behind an empty line.
+    // The screen shows nothing else, and starts with an empty line.
     std::vector<std::string> screen = {
         "", kResolverBanner, "search studio.example", "nameserver 192.0.2.53", "", kWait};
     screen.resize(24);
@@ -147,7 +147,7 @@ TEST(DiagnosticsScreen, ShowsTheResolverConfigurationOnThePlainTerminal) {
     EXPECT_FALSE(t.CursorVisible());
 }
 
-TEST(DiagnosticsScreen, WhatItSaysGoesToStandardErrorAndTheCommandsOutputDoesNot) {
+TEST(DiagnosticsScreen, OnlyItsMessagesGoToStandardError) {
     Box box;
     box.Record("cat");
     DiagnosticsPage t(box, WithMessages("/run/messages"));
@@ -182,7 +182,7 @@ TEST(DiagnosticsScreen, WhatItSaysGoesToStandardErrorAndTheCommandsOutputDoesNot
     EXPECT_EQ(calls[0].mode, Mode::kLine);
 }
 
-TEST(DiagnosticsScreen, AMissingResolverConfigurationShowsTheCommandsOwnMessage) {
+TEST(DiagnosticsScreen, IfTheConfigurationIsMissingTheCommandSaysSo) {
     Box box;
     box.Remove(kResolver);
     DiagnosticsPage t(box);
@@ -204,7 +204,7 @@ TEST(DiagnosticsScreen, OnlyALineEndOrEndOfInputEndsTheWait) {
         std::string typed;  // ends the wait
     } ways[] = {{"line feed", "\n"},
                 {"ENTER", "\r"},
-                {"ENTER behind other keys", "abc m \x1b[B\x7f\r"},
+                {"ENTER after other keys", "abc m \x1b[B\x7f\r"},
                 {"Ctrl-D", "\x04"}};
     for (const auto& way : ways) {
         Check(t, "r<Enter>");
@@ -214,18 +214,18 @@ TEST(DiagnosticsScreen, OnlyALineEndOrEndOfInputEndsTheWait) {
         t.Settle();
         EXPECT_TRUE(t.Shows(kWait)) << way.name;
         EXPECT_TRUE(t.LineMode()) << way.name;
-        t.SendBytes("\x15");  // the line is taken back
+        t.SendBytes("\x15");  // deletes the line
         t.SendBytes(way.typed);
         WaitForRows(t);
         EXPECT_FALSE(t.Shows(kWait)) << way.name;
         EXPECT_EQ(t.Selected(), "Show resolv.conf") << way.name;
-        // What was typed is used up.
+        // The typed line has been consumed.
         t.Press("m");
         t.WaitSelected("Main menu");
     }
 }
 
-// A line without translation of its bytes: ENTER arrives as a carriage return.
+// With input translation off, ENTER arrives as a carriage return.
 TEST(DiagnosticsScreen, ACarriageReturnEndsTheWait) {
     Box box;
     TerminalOptions options;
@@ -241,7 +241,7 @@ TEST(DiagnosticsScreen, ACarriageReturnEndsTheWait) {
     WaitForRows(t);
 }
 
-// The keys come from a file: each wait takes one line of it, the last one meets its end.
+// Keys from a file: each wait reads one line, the last one reaches the end of the file.
 TEST(DiagnosticsScreen, EndOfInputEndsTheWaitAtOnce) {
     Box box;
     box.Record("cat");
@@ -258,7 +258,7 @@ TEST(DiagnosticsScreen, EndOfInputEndsTheWaitAtOnce) {
     EXPECT_EQ(waits, 3U);
 }
 
-TEST(DiagnosticsScreen, CtrlCInTheWaitEndsTheProgram) {
+TEST(DiagnosticsScreen, CtrlCDuringTheWaitEndsTheProgram) {
     Box box;
     for (const char* keys : {"r<Enter>", "p<Enter>"}) {
         DiagnosticsPage t(box);
@@ -282,7 +282,7 @@ TEST(DiagnosticsScreen, CtrlCOnTheScreenEndsTheProgram) {
 
 // ---- the ping ----
 
-TEST(DiagnosticsScreen, ThePingAsksAPublicHostTwentyTimesASecondApart) {
+TEST(DiagnosticsScreen, PingsAPublicHostTwentyTimesOncePerSecond) {
     Box box;
     DiagnosticsPage t(box);
     Check(t, "p<Enter>");
@@ -295,11 +295,11 @@ TEST(DiagnosticsScreen, ThePingAsksAPublicHostTwentyTimesASecondApart) {
     ASSERT_THAT(calls[0].args, SizeIs(5));
     const std::string host = calls[0].args[4];
     EXPECT_EQ(calls[0].Line(), "ping -c 20 -i 1 " + host);
-    // A name of several parts, none of this network's.
+    // A public name, not one of the local network.
     EXPECT_NE(host.find('.', host.find('.') + 1), std::string::npos) << host;
     EXPECT_EQ(host.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-."), std::string::npos);
     EXPECT_TRUE(std::isalpha(host.back())) << host;
-    // It takes whole lines' keys, and Ctrl-C at its default.
+    // It has the terminal in line mode, and Ctrl-C at its default.
     EXPECT_EQ(calls[0].mode, Mode::kLine);
     EXPECT_FALSE(calls[0].sigint_ignored);
     EXPECT_FALSE(calls[0].sigquit_ignored);
@@ -308,7 +308,7 @@ TEST(DiagnosticsScreen, ThePingAsksAPublicHostTwentyTimesASecondApart) {
     EXPECT_EQ(t.Selected(), "Ping test");
 }
 
-TEST(DiagnosticsScreen, AnUnreachableHostShowsTheCommandsOwnMessage) {
+TEST(DiagnosticsScreen, IfTheHostIsUnreachableTheCommandSaysSo) {
     Box box;
     box.StandInScript("ping", "echo \"ping: $5: no way\" >&2; exit 2");
     DiagnosticsPage t(box);
@@ -318,11 +318,11 @@ TEST(DiagnosticsScreen, AnUnreachableHostShowsTheCommandsOwnMessage) {
     WaitForRows(t);
 }
 
-// The real ping on the machine's own loopback: its hosts file says where the public host is.
+// The real ping on the machine's loopback; /etc/hosts resolves the public name.
 class RealPing : public testing::Test {
   protected:
     void SetUp() override {
-        if (box.Sh("command -v ping || true").empty()) GTEST_SKIP() << "no ping here";
+        if (box.Sh("command -v ping || true").empty()) GTEST_SKIP() << "no ping on this system";
         DiagnosticsPage t(box);
         Check(t, "p<Enter>");
         const std::string host = box.Calls("ping").front().args.back();
@@ -333,7 +333,7 @@ class RealPing : public testing::Test {
     Box box;
 };
 
-TEST_F(RealPing, CtrlCEndsOnlyThePingWhoseSummaryPrints) {
+TEST_F(RealPing, CtrlCEndsOnlyThePingWhichPrintsItsSummary) {
     box.Record("ping");
     DiagnosticsPage t(box);
     t.Press("p<Enter>");
@@ -349,7 +349,7 @@ TEST_F(RealPing, CtrlCEndsOnlyThePingWhoseSummaryPrints) {
     EXPECT_TRUE(t.Running());
     t.Press("<Enter>");
     WaitForRows(t);
-    // The operator goes on, and Ctrl-C is the program's again.
+    // The operator continues, and the program handles Ctrl-C again.
     t.Press("m<Enter>");
     t.WaitFor(kMenuTitle);
     t.Press("<C-c>");
@@ -357,8 +357,8 @@ TEST_F(RealPing, CtrlCEndsOnlyThePingWhoseSummaryPrints) {
     EXPECT_THAT(box.CallLines("ping"), SizeIs(1));
 }
 
-// The same twenty requests, faster.
-TEST_F(RealPing, LeftToRunItEndsByItselfAndWaitsForEnter) {
+// The same twenty requests, but faster.
+TEST_F(RealPing, EndsOnItsOwnAndWaitsForEnter) {
     box.StandInScript("ping",
                       "exec $(PATH=/usr/bin:/bin command -v ping) -c \"$2\" -i 0.01 \"$5\"");
     DiagnosticsPage t(box, OfSize(40, 80));

@@ -1,5 +1,5 @@
-// The dialogs: the question before an action, and the box to type a text in, as the main menu opens
-// them.
+// The dialogs, opened from the main menu: the question before an action, and the box for typing a
+// text.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -27,7 +27,7 @@ class Question : public testing::Test {
     Machine box;
 };
 
-TEST_F(Question, ComesBackWhenTheTerminalHasRoomAgain) {
+TEST_F(Question, ReappearsWhenTheTerminalHasRoomAgain) {
     MainMenu t(box);
     OpenQuestion(t);
     t.WaitFor("[  NO  ]");
@@ -43,7 +43,7 @@ TEST_F(Question, ComesBackWhenTheTerminalHasRoomAgain) {
     WaitForMainMenu(t);
 }
 
-TEST_F(Question, StandsAloneAtTheTopLeftWithTwoButtons) {
+TEST_F(Question, IsAtTheTopLeftWithTwoButtonsAndNothingElse) {
     MainMenu t(box);
     OpenQuestion(t);
     t.WaitFor("[  NO  ]");
@@ -58,7 +58,7 @@ TEST_F(Question, StandsAloneAtTheTopLeftWithTwoButtons) {
     EXPECT_FALSE(t.CursorVisible());
 }
 
-TEST_F(Question, HasNoButtonsWhereThereIsNoMouse) {
+TEST_F(Question, HasNoButtonsWithoutAMouse) {
     TerminalOptions options;
     options.term = "vt220";
     MainMenu t(box, options);
@@ -67,7 +67,7 @@ TEST_F(Question, HasNoButtonsWhereThereIsNoMouse) {
     std::vector<std::string> screen(24);
     screen[0] = "Are you sure? [y/n]";
     EXPECT_EQ(t.Screen(), screen);
-    // This terminal's backspace is ^H; its delete character is no answer.
+    // On this terminal backspace is ^H; its delete key is not an answer.
     t.SendBytes("\x7f");
     ExpectStillAsking(t, "DEL");
     t.SendBytes("\b");
@@ -98,7 +98,7 @@ TEST_F(Question, NoKeysRunNothing) {
     EXPECT_TRUE(box.Calls().empty());
 }
 
-TEST_F(Question, OtherKeysAreNoAnswer) {
+TEST_F(Question, IgnoresOtherKeys) {
     MainMenu t(box);
     OpenQuestion(t);
     for (const char* keys :
@@ -107,7 +107,7 @@ TEST_F(Question, OtherKeysAreNoAnswer) {
         t.Press(keys);
         ExpectStillAsking(t, keys);
     }
-    t.SendBytes("\x1bOM\x1b[1;5D");  // ENTER of the number pad, Ctrl-Left
+    t.SendBytes("\x1bOM\x1b[1;5D");  // keypad ENTER, Ctrl-Left
     ExpectStillAsking(t, "other keys");
     t.Press("n");
     WaitForMainMenu(t);
@@ -117,7 +117,7 @@ struct Spot {
     int line, column;
 };
 
-TEST_F(Question, AClickAnywhereOnTheLineOfYesIsYes) {
+TEST_F(Question, AClickAnywhereOnTheYesLineIsYes) {
     MainMenu t(box);
     size_t calls = 0;
     for (const Spot& spot : {Spot{2, 5}, Spot{2, 0}, Spot{2, 79}}) {
@@ -129,7 +129,7 @@ TEST_F(Question, AClickAnywhereOnTheLineOfYesIsYes) {
     EXPECT_EQ(box.Calls().size(), 3u);
 }
 
-TEST_F(Question, AClickAnywhereOnTheLineOfNoIsNo) {
+TEST_F(Question, AClickAnywhereOnTheNoLineIsNo) {
     MainMenu t(box);
     for (const Spot& spot : {Spot{4, 5}, Spot{4, 0}, Spot{4, 79}}) {
         OpenQuestion(t);
@@ -151,7 +151,7 @@ TEST_F(Question, ADoubleClickAnswersOnce) {
     EXPECT_EQ(box.Calls().size(), 1u);
 }
 
-TEST_F(Question, OtherClicksAreNoAnswer) {
+TEST_F(Question, IgnoresOtherClicks) {
     MainMenu t(box);
     OpenQuestion(t);
     for (const Spot& spot : {Spot{0, 5}, Spot{3, 5}, Spot{5, 5}, Spot{23, 5}}) {
@@ -167,14 +167,14 @@ TEST_F(Question, OtherClicksAreNoAnswer) {
     t.MouseRelease(2, 5);
     LetClickPass(t);
     ExpectStillAsking(t, "pressing and, later, releasing");
-    t.SendBytes("\x1b[<2;6;3M\x1b[<2;6;3m");  // the right button
+    t.SendBytes("\x1b[<2;6;3M\x1b[<2;6;3m");  // right button
     LetClickPass(t);
     ExpectStillAsking(t, "a click of the right button");
     t.Press("n");
     WaitForMainMenu(t);
 }
 
-TEST_F(Question, FitsAnyTerminal) {
+TEST_F(Question, WorksOnAnyTerminalSize) {
     MainMenu t(box, OfSize(4, 10));
     t.Press("d<Enter>");
     t.WaitFor("re? [y/n]");
@@ -214,7 +214,7 @@ std::string Padded(std::string text, size_t columns) {
     return text;
 }
 
-// The typed text: what stands in the entry line from column 2 on, without the blanks behind it.
+// The typed text: the entry line from column 2 on, without trailing blanks.
 std::string Entry(const Terminal& t, int line) {
     std::string text;
     for (int column = 2; column < t.cols() - 2; column++)
@@ -223,12 +223,12 @@ std::string Entry(const Terminal& t, int line) {
     return text;
 }
 
-// The entry line of a box for two prompt lines: four lines below the box's top.
+// The entry line of a box with a two-line prompt: four lines below the top of the box.
 int EntryLine(const Terminal& t) {
     return (t.rows() - 6) / 2 + 4;
 }
 
-// The box to rename the computer, whose name is "appliance" at first.
+// The box for renaming the computer, initially named "appliance".
 class TextBox : public testing::Test {
   protected:
     std::string KernelName() {
@@ -249,7 +249,7 @@ class TextBox : public testing::Test {
             Terminal::kPatience, place);
     }
 
-    // Opens the box, presses the keys, looks at the entry, and cancels.
+    // Opens the box, presses the keys, checks the entry, and cancels.
     void Try(Terminal& t, const std::string& keys, const std::string& text, int cursor_column,
              Place place = Place::current()) {
         OpenTextBox(t, place);
@@ -263,7 +263,7 @@ class TextBox : public testing::Test {
     Machine box;
 };
 
-TEST_F(TextBox, StandsInTheMiddleOverTheScreen) {
+TEST_F(TextBox, CoversTheMiddleOfTheScreen) {
     for (const auto& [rows, cols, top] : {std::tuple(24, 80, 9), {25, 80, 9}, {43, 132, 18}}) {
         MainMenu t(box, OfSize(rows, cols));
         OpenTextBox(t);
@@ -276,7 +276,7 @@ TEST_F(TextBox, StandsInTheMiddleOverTheScreen) {
         EXPECT_EQ(t.Row(top + 3), "│" + Padded("", inside) + "│");
         EXPECT_EQ(t.Row(top + 4), "│" + Padded(" appliance", inside) + "│");
         EXPECT_EQ(t.Row(top + 5), "└" + bar + "┘");
-        // What is not covered stays in sight.
+        // What the box does not cover stays visible.
         EXPECT_EQ(t.Row(1), "Tavrin 4 Network configuration utility");
         EXPECT_EQ(t.Row(kFirstLine), "    Bring up all interfaces");
         EXPECT_EQ(t.CursorRow(), top + 4);
@@ -306,7 +306,7 @@ TEST_F(TextBox, HasABoldPromptAndAnUnderlinedEntryBar) {
               "78-79 white/black");
 }
 
-TEST_F(TextBox, EveryEditingKeyDoesItsWork) {
+TEST_F(TextBox, EditingKeysWork) {
     MainMenu t(box);
     Try(t, "x-Y_0.", "appliancex-Y_0.", 17);
     Try(t, "<Left><Left>X", "applianXce", 10);
@@ -322,8 +322,8 @@ TEST_F(TextBox, EveryEditingKeyDoesItsWork) {
     Try(t, "q?*[]{}'\"\\$`;&|", "applianceq?*[]{}'\"\\$`;&|", 26);
 }
 
-// There the step to the left fails, and the deletion that follows it takes the first character.
-TEST_F(TextBox, BackspaceAtTheStartTakesTheFirstCharacter) {
+// There the step to the left fails, and the deletion after it removes the first character.
+TEST_F(TextBox, BackspaceAtTheStartDeletesTheFirstCharacter) {
     MainMenu t(box);
     Try(t, "<Home><Backspace>", "ppliance", 2);
 }
@@ -333,14 +333,14 @@ TEST_F(TextBox, OtherKeysChangeNothing) {
     Try(t, "<Left><Up><Down><PageUp><PageDown><Insert><Tab><F1><F12><C-a><C-u><C-w><C-x>Z",
         "appliancZe", 11);
     OpenTextBox(t);
-    t.SendBytes("\x1bOM\x1b[1;5D");  // ENTER of the number pad, Ctrl-Left
+    t.SendBytes("\x1bOM\x1b[1;5D");  // keypad ENTER, Ctrl-Left
     t.Click(EntryLine(t), 4);
     LetClickPass(t);
     t.Press("Z");
     WaitForEntry(t, "applianceZ", 12);
 }
 
-TEST_F(TextBox, EnterTakesTheEntryAndEscapeLeavesTheOldOne) {
+TEST_F(TextBox, EnterAcceptsAndEscapeKeepsTheOldText) {
     MainMenu t(box);
     OpenTextBox(t);
     t.Press("<Home>new-<Esc>");
@@ -360,7 +360,7 @@ TEST_F(TextBox, EnterTakesTheEntryAndEscapeLeavesTheOldOne) {
     EXPECT_EQ(box.Read("/etc/hostname"), "appliancexx\n");
 }
 
-TEST_F(TextBox, AnUntouchedEntryIsTakenAsItStands) {
+TEST_F(TextBox, AnUnchangedEntryIsAcceptedUnchanged) {
     MainMenu t(box);
     box.Write("/etc/hostname", "other\n");
     OpenTextBox(t);
@@ -379,8 +379,8 @@ TEST_F(TextBox, BlanksAroundTheEntryAreDropped) {
     EXPECT_EQ(box.Read("/etc/hostname"), "appliance\n");
 }
 
-TEST_F(TextBox, AnEntryEndsWithTheBar) {
-    MainMenu t(box, OfSize(24, 60));  // a bar of 56 columns
+TEST_F(TextBox, AnEntryIsLimitedToTheBar) {
+    MainMenu t(box, OfSize(24, 60));  // an entry bar of 56 columns
     OpenTextBox(t);
     const std::string full = "<" + std::string(46, '-') + "appliance";
     t.Press("<Home>");
@@ -395,7 +395,7 @@ TEST_F(TextBox, AnEntryEndsWithTheBar) {
 TEST_F(TextBox, AnOldTextLongerThanTheBarIsCut) {
     const std::string name = "abcdefghijklmnopqrstuvwxyz-0123456789-ABCDEFGHIJKLMNOPQRSTUVWXYZ";
     SetHostName(box, name);
-    MainMenu t(box, OfSize(24, 60));  // a bar of 56 columns
+    MainMenu t(box, OfSize(24, 60));  // an entry bar of 56 columns
     OpenTextBox(t);
     t.WaitUntil([&] { return Entry(t, EntryLine(t)) == name.substr(0, 56); }, "56 characters");
     t.Press("<Enter>");
@@ -403,7 +403,7 @@ TEST_F(TextBox, AnOldTextLongerThanTheBarIsCut) {
     EXPECT_EQ(KernelName(), name.substr(0, 56));
 }
 
-TEST_F(TextBox, TakesTextBeyondAscii) {
+TEST_F(TextBox, AcceptsTextBeyondAscii) {
     SetHostName(box, "Bühne");
     MainMenu t(box);
     OpenTextBox(t);
@@ -424,7 +424,7 @@ TEST_F(TextBox, TakesTextBeyondAscii) {
     EXPECT_EQ(box.Read("/etc/hostname"), "Bßhéne\n");
 }
 
-TEST_F(TextBox, BytesThatCannotBeShownAreKeptUntilTheEntryIsChanged) {
+TEST_F(TextBox, KeepsUnprintableBytesUntilTheEntryChanges) {
     const std::string latin1 = "B\xfchne\t7";
     SetHostName(box, latin1);
     MainMenu t(box);
@@ -441,14 +441,14 @@ TEST_F(TextBox, BytesThatCannotBeShownAreKeptUntilTheEntryIsChanged) {
     EXPECT_EQ(KernelName(), "B?hne?x");
 }
 
-// Over a slow line the bytes of one character come one by one.
-TEST_F(TextBox, ACharacterMayComeByteByByte) {
+// Over a slow line the bytes of a character arrive one by one.
+TEST_F(TextBox, ACharacterMayArriveByteByByte) {
     MainMenu t(box);
     OpenTextBox(t);
     t.SendSlowly("ß箱", 30);
     t.Press("!");
     WaitForEntry(t, "applianceß箱!", 15);
-    // What never becomes a character is no reason to lose the next key.
+    // An incomplete character must not swallow the next key.
     t.SendBytes("\xc3");
     t.Press("x");
     WaitForEntry(t, "applianceß箱!x", 16);
@@ -457,7 +457,7 @@ TEST_F(TextBox, ACharacterMayComeByteByByte) {
     WaitForEntry(t, "applianceß箱y!x", 15);
 }
 
-// The key that ends the wait is no more than that: it neither leaves the menu nor selects.
+// That key only ends the wait: it neither leaves the menu nor selects a row.
 TEST_F(TextBox, WithoutRoomAnyKeyCancels) {
     MainMenu t(box, OfSize(5, 80));
     for (const char* key : {"e", "<Esc>", "<Enter>"}) {
@@ -475,7 +475,7 @@ TEST_F(TextBox, WithoutRoomAnyKeyCancels) {
     EXPECT_EQ(t.WaitExit(), Exited(0));
 }
 
-TEST_F(TextBox, FitsATerminalOfSixLines) {
+TEST_F(TextBox, WorksOnSixLines) {
     MainMenu t(box, OfSize(6, 80));
     OpenTextBox(t);
     EXPECT_EQ(t.Row(0), "┌" + Repeated("─", 78) + "┐");
@@ -484,7 +484,7 @@ TEST_F(TextBox, FitsATerminalOfSixLines) {
     t.WaitFor("for 'appliance2'");
 }
 
-TEST_F(TextBox, TerminalsOfAFewColumns) {
+TEST_F(TextBox, WorksOnAFewColumns) {
     for (const int columns : {6, 5, 4, 1}) {
         Terminal t(box, OfSize(24, columns));
         t.Press("n<Enter>");
@@ -497,7 +497,7 @@ TEST_F(TextBox, TerminalsOfAFewColumns) {
     EXPECT_EQ(KernelName(), "appliance");
 }
 
-TEST_F(TextBox, OutlivesResizing) {
+TEST_F(TextBox, SurvivesResizing) {
     MainMenu t(box);
     OpenTextBox(t);
     t.Resize(10, 20);
@@ -517,7 +517,7 @@ TEST_F(TextBox, OutlivesResizing) {
     EXPECT_FALSE(t.CursorVisible());
 }
 
-TEST_F(TextBox, APromptThatWrapsOverTheEntryIsNotTakenForIt) {
+TEST_F(TextBox, APromptThatWrapsOverTheEntryIsNotReadAsTheEntry) {
     MainMenu t(box, OfSize(12, 24));
     t.Press("n<Enter>");
     t.WaitUntil([&] { return t.CursorVisible(); }, "a box");
@@ -526,7 +526,7 @@ TEST_F(TextBox, APromptThatWrapsOverTheEntryIsNotTakenForIt) {
     EXPECT_EQ(box.Read("/etc/hostname"), "appliancex\n");
 }
 
-TEST_F(TextBox, AnEntryOutlivesATerminalTooSmallForIt) {
+TEST_F(TextBox, AnEntrySurvivesATerminalThatIsTooSmall) {
     MainMenu t(box);
     OpenTextBox(t);
     t.Press("yz<Left>");

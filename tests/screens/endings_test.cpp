@@ -1,5 +1,5 @@
-// What was confirmed is done to its end when the line goes away; whatever else holds the program
-// up, an ending signal ends it within five seconds; and a slow line breaks no key up.
+// A confirmed action is finished even if the line drops; an ending signal ends the program within
+// five seconds whatever holds it up; and keys survive a slow line.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -13,9 +13,9 @@ namespace {
 
 using testing::ElementsAre;
 
-constexpr double kEndsWithin = 6;  // five, and what a loaded computer adds
+constexpr double kEndsWithin = 6;  // five, plus a margin for a loaded computer
 
-// ---- a line that goes away between a stop and a start ----
+// ---- a line that drops between a stop and a start ----
 
 struct GoingAway {
     const char* name;
@@ -45,7 +45,7 @@ INSTANTIATE_TEST_SUITE_P(Endings, LineGoesAway,
                                                    [](Terminal& line) { line.Signal(SIGHUP); }}),
                          testing::PrintToStringParamName());
 
-TEST_P(LineGoesAway, AnUpdateOfOneInterfaceStartsItAgain) {
+TEST_P(LineGoesAway, AnUpdateRestartsTheInterface) {
     box.StandInScript(kNetwork, std::string("case $1 in stop) ") + Gate::kWait + ";; esac");
     Terminal t(box);
     ConfirmAndGoAway(t, "1<Enter>uu<Enter>y");
@@ -53,7 +53,7 @@ TEST_P(LineGoesAway, AnUpdateOfOneInterfaceStartsItAgain) {
                 ElementsAre("/etc/init.d/network stop eth0", "/etc/init.d/network start eth0"));
 }
 
-TEST_P(LineGoesAway, AnUpdateOfAllStartsThemAgain) {
+TEST_P(LineGoesAway, AnUpdateOfAllInterfacesRestartsThem) {
     box.StandInScript(kNetwork, std::string("case $1 in stop) ") + Gate::kWait + ";; esac");
     Terminal t(box);
     ConfirmAndGoAway(t, "u<Enter>y");
@@ -61,7 +61,7 @@ TEST_P(LineGoesAway, AnUpdateOfAllStartsThemAgain) {
                 ElementsAre("/etc/init.d/network stop all", "/etc/init.d/network start all"));
 }
 
-TEST_P(LineGoesAway, FtpIsStartedWithItsNewSetting) {
+TEST_P(LineGoesAway, FtpStartsWithItsNewSetting) {
     constexpr const char* kFtp = "/etc/init.d/service-vsftpd";
     box.Write("/etc/vsftpd.conf", "ssl_enable=NO\n");
     box.StandInScript(kFtp, std::string("case $1 in stop) ") + Gate::kWait + ";; esac");
@@ -72,9 +72,9 @@ TEST_P(LineGoesAway, FtpIsStartedWithItsNewSetting) {
     EXPECT_EQ(box.Read("/etc/vsftpd.conf"), "ssl_enable=YES\n");
 }
 
-// ---- what must not hold the program up ----
+// ---- what may hold the program up ----
 
-TEST(HeldUp, ByANameServiceThatDoesNotAnswerItEnds) {
+TEST(EndingSignals, EndItDuringASlowNameLookup) {
     OneCard box;
     box.MakeDirectory("/etc/samba");
     box.Write("/etc/samba/smb.conf", "");
@@ -93,8 +93,8 @@ TEST(HeldUp, ByANameServiceThatDoesNotAnswerItEnds) {
     EXPECT_EQ(t.WaitExit(kEndsWithin), Exited(143));
 }
 
-// Whoever started it ignores SIGALRM, which ends a clean-up that hangs.
-TEST(HeldUp, ByAStoppedTerminalItEnds) {
+// Started with SIGALRM ignored, the signal that ends a hanging clean-up.
+TEST(EndingSignals, EndItOnAStoppedTerminal) {
     Machine box;
     TerminalOptions options;
     options.ignored_signals = {SIGALRM};
@@ -113,7 +113,7 @@ class OtherSignal : public testing::TestWithParam<int> {};
 INSTANTIATE_TEST_SUITE_P(Endings, OtherSignal,
                          testing::Values(SIGPIPE, SIGSYS, SIGTRAP, SIGUSR1, SIGUSR2, SIGXCPU));
 
-TEST_P(OtherSignal, LeavesATerminalToTypeOn) {
+TEST_P(OtherSignal, LeavesAUsableTerminal) {
     Machine box;
     Terminal t(box, AtAPrompt());
     t.WaitFor(kMainMenu.sign);
@@ -160,7 +160,7 @@ TEST_P(KeysTypedAhead, NeverReachTheShell) {
 
 // ---- slow lines ----
 
-TEST(CursorKey, MayComeSlowly) {
+TEST(CursorKey, MayArriveSlowly) {
     Machine box;
     Terminal t(box);
     t.WaitFor(kMainMenu.sign);
@@ -171,7 +171,7 @@ TEST(CursorKey, MayComeSlowly) {
     EXPECT_TRUE(t.Running());
 }
 
-TEST(Escape, WaitsAsLongAsTheEnvironmentSays) {
+TEST(Escape, WaitsAsLongAsEscdelaySays) {
     Machine box;
     TerminalOptions options;
     options.environment = {{"ESCDELAY", "700"}};

@@ -1,5 +1,5 @@
-// What comes from outside and what the program leaves behind: texts that a shell would run reach
-// files and tools as they are, and nothing that is written can be written by others.
+// Hostile texts reach files and tools unchanged, and nobody else may write what the program
+// creates.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -15,13 +15,13 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Everything a shell acts on, with "reboot" standing for harm.
+// Everything that a shell interprets, with "reboot" as the harm.
 constexpr const char* kHostile = "$(reboot)`reboot`;reboot|reboot&'\"\\*>x #~";
 
 constexpr const char* kMenuTitle = "Network configuration main menu for";
 constexpr const char* kNtpTitle = "Network Time Protocol configuration:";
 
-// A machine on which harm is seen.
+// A machine that records whether harm was done.
 class WatchedBox : public Machine {
   public:
     WatchedBox() { StandIn("reboot"); }
@@ -32,7 +32,7 @@ class WatchedBox : public Machine {
     }
 };
 
-// Empties an entry box and types another text.
+// Clears an entry box and types another text.
 void Enter(Terminal& t, const std::string& text, Place place = Place::current()) {
     t.WaitFor("[ESC to cancel]", Terminal::kPatience, place);
     std::string keys = "<Home>";
@@ -46,7 +46,7 @@ void Enter(Terminal& t, const std::string& text, Place place = Place::current())
 
 // ---- texts that a shell would run ----
 
-TEST(Hostile, AComputerNameIsANameAndNothingElse) {
+TEST(Hostile, AComputerNameRunsNothing) {
     WatchedBox box;
     Terminal t(box);
     t.WaitFor(kMenuTitle);
@@ -60,7 +60,7 @@ TEST(Hostile, AComputerNameIsANameAndNothingElse) {
     box.ExpectUnharmed();
 }
 
-TEST(Hostile, ATimeServerIsALineOfItsFileAndNothingElse) {
+TEST(Hostile, ATimeServerIsOneLineOfItsFile) {
     WatchedBox box;
     const std::string line = std::string("server ") + kHostile + "\n";
     box.Write("/etc/ntp.conf", std::string("# ") + kHostile + "\n" + line);
@@ -81,7 +81,7 @@ TEST(Hostile, ATimeServerIsALineOfItsFileAndNothingElse) {
     box.ExpectUnharmed();
 }
 
-TEST(Hostile, ASettingIsALineOfItsFileAndNothingElse) {
+TEST(Hostile, ASettingIsOneLineOfItsFile) {
     WatchedBox box;
     box.Sh("ip link add eth0 address 02:00:00:00:00:01 type bridge");
     box.StandIn("/etc/init.d/network");
@@ -105,8 +105,8 @@ TEST(Hostile, ASettingIsALineOfItsFileAndNothingElse) {
     box.ExpectUnharmed();
 }
 
-// The file server's tool may list any name. One with a colon or a line end can't be in its listing.
-TEST(Hostile, AnAccountIsOneWordOfEveryCommand) {
+// The file server's tool may list any name, except one with a colon or a line end.
+TEST(Hostile, AnAccountIsOneWordInEveryCommand) {
     const std::string name = kHostile;
     struct Action {
         const char* keys;
@@ -138,7 +138,7 @@ TEST(Hostile, AnAccountIsOneWordOfEveryCommand) {
     }
 }
 
-TEST(Hostile, ANewAccountIsOneWordOfItsCommand) {
+TEST(Hostile, ANewAccountIsOneWordInItsCommand) {
     WatchedBox box;
     const std::string name = "a'$(reboot)`reboot`;reboot\"\\";
     box.Write("/etc/samba/smb.conf", "");
@@ -161,15 +161,15 @@ TEST(Hostile, ANewAccountIsOneWordOfItsCommand) {
     box.ExpectUnharmed();
 }
 
-// ---- what is left behind ----
+// ---- rights on files ----
 
-// A shell with nothing masked starts the program; afterwards no file that it or its commands have
-// made or changed can be written by anybody else.
-TEST(Rights, NothingIsWrittenThatOthersMayWrite) {
+// Started by a shell with umask 0, the program and its commands create and change no file that
+// anybody else may write.
+TEST(Rights, NoFileIsWritableByOthers) {
     Machine box;
     box.Sh("ip link add eth0 address 02:00:00:00:00:01 type bridge");
     box.Sh("rm -f /etc/network/02* /etc/network/default.wireless /etc/hostname /etc/ntp.conf");
-    // What is written from now on has a later time.
+    // Everything written from now on has a later time.
     box.Sh(
         "touch /mnt/start; until [ -n \"$(find /mnt/now -newer /mnt/start 2>/dev/null)\" ];"
         "do touch /mnt/now; done");

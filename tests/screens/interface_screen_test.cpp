@@ -1,5 +1,5 @@
-// The screen of one interface as the operator meets it: what it shows, what it offers, which
-// commands it runs, and what is on the screen when it is left.
+// The screen of one interface: what it shows and offers, which commands it runs, and what is on the
+// screen after leaving it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -20,17 +20,17 @@ using testing::SizeIs;
 
 constexpr const char* kMenuTitle = "Tavrin 4 Network configuration utility";
 
-// The time between two looks at the machine, less what the commands' starts may differ by.
+// The time between two refreshes, less the possible difference in the start of commands.
 constexpr double kAlmostFive = 4.8;
 
-// Rows of the wired card's screen while its status takes one row.
+// Rows of a wired card's screen while the status takes one row.
 constexpr int kUp = kTop + 2;
 constexpr int kDown = kTop + 3;
 constexpr int kUpdate = kTop + 4;
 constexpr int kEdit = kTop + 5;
 constexpr int kMainMenu = kTop + 7;
 
-// The rows behind the status, down to the last one.
+// The rows from the status to the last row.
 std::vector<std::string> Entries(const Terminal& t) {
     std::vector<std::string> entries;
     for (int row = t.Find("Bring up this"); row > 0 && row < t.rows(); row++)
@@ -45,14 +45,14 @@ void Ask(Terminal& t, const std::string& keys, Place place = Place::current()) {
     t.WaitFor(kQuestion, Terminal::kPatience, place);
 }
 
-// Presses a key on which the question goes, and waits for the screen behind it.
+// Presses the key that answers the question, and waits for the screen behind it.
 void Answer(Terminal& t, const std::string& key, Place place = Place::current()) {
     t.Press(key, place);
     t.WaitFor("Network configuration: ", Terminal::kPatience, place);
     t.Settle(Terminal::kPatience, place);
 }
 
-// Has the screen look at the card again, now: a question answered with no does that.
+// Makes the screen query the card at once: answering a question with "no" does that.
 void LookAgain(Terminal& t, Place place = Place::current()) {
     Ask(t, "d<Enter>", place);
     Answer(t, "n", place);
@@ -100,7 +100,7 @@ TEST(InterfaceScreen, StatusRowsAreDimAndEntriesBold) {
     box.Sh("ip link set eth0 up; ip addr add 192.0.2.7/25 dev eth0");
     InterfacePage t(box);
     EXPECT_EQ(t.Cell(2, 0).Style(), "white/black");
-    // The first row is selected at first, though it is a dim one.
+    // The first row is selected initially, although it is dim.
     EXPECT_EQ(t.SelectedRow(), kTop);
     EXPECT_EQ(t.Cell(kTop, kLeft).Style(), "white/blue dim");
     EXPECT_EQ(t.Cell(kTop, 78).bg, kBlue);
@@ -124,7 +124,7 @@ TEST(InterfaceScreen, StatusRowsAreDimAndEntriesBold) {
     }
 }
 
-TEST(InterfaceScreen, ACardThatIsDownShowsItsFirstRowOnly) {
+TEST(InterfaceScreen, ACardThatIsDownShowsOnlyItsFirstRow) {
     Box box;
     InterfacePage t(box);
     EXPECT_EQ(t.Row(kTop), "    Disconnected");
@@ -136,8 +136,8 @@ TEST(InterfaceScreen, ACardThatIsDownShowsItsFirstRowOnly) {
     EXPECT_EQ(t.Find("Main menu"), kMainMenu);
 }
 
-// The kernel tells the state of two words; a missing one leaves its place empty.
-TEST(InterfaceScreen, TheFirstRowIsTwoWordsWithTwoBlanksBetween) {
+// The kernel supplies two words; a missing word leaves its place empty.
+TEST(InterfaceScreen, TheFirstRowIsTwoWordsSeparatedByTwoBlanks) {
     Box box;
     box.Cards("eth0 link fails\neth0 flags 0x1\n");
     InterfacePage t(box);
@@ -145,7 +145,7 @@ TEST(InterfaceScreen, TheFirstRowIsTwoWordsWithTwoBlanksBetween) {
     box.Cards("eth0 link 1\neth0 flags 0x1\n");
     LookAgain(t);
     EXPECT_EQ(t.Row(kTop), "    Link active  Interface up");
-    // A link once known stays when it can't be asked for.
+    // A known link is kept when it can't be queried.
     box.Cards("eth0 link fails\neth0 flags fails\n");
     LookAgain(t);
     EXPECT_EQ(t.Row(kTop), "    Link active");
@@ -154,7 +154,7 @@ TEST(InterfaceScreen, TheFirstRowIsTwoWordsWithTwoBlanksBetween) {
     EXPECT_EQ(t.Row(kTop), "    Disconnected  Interface up");
 }
 
-TEST(InterfaceScreen, ACardThatVanishesLeavesItsFirstRow) {
+TEST(InterfaceScreen, ACardThatDisappearsKeepsItsFirstRow) {
     Box box(Card::kPlugged);
     box.Sh("ip link set eth0 up; ip addr add 192.0.2.7/24 dev eth0");
     InterfacePage t(box);
@@ -168,8 +168,8 @@ TEST(InterfaceScreen, ACardThatVanishesLeavesItsFirstRow) {
     EXPECT_EQ(t.Row(2), kScreenTitle);
 }
 
-// Everything at once, without a key: the screen looks every five seconds.
-TEST(InterfaceScreen, TheStatusChangesByItselfEveryFiveSeconds) {
+// Everything changes without a key, because the screen refreshes every five seconds.
+TEST(InterfaceScreen, RefreshesTheStatusEveryFiveSeconds) {
     Box box(Card::kPlugged);
     box.Sh("ip link set eth0 up; ip addr add 2001:db8::7/64 dev eth0 nodad");
     box.Record("ip");
@@ -181,7 +181,7 @@ TEST(InterfaceScreen, TheStatusChangesByItselfEveryFiveSeconds) {
     EXPECT_EQ(t.Row(kTop + 1), "       IPv6: 2001:db8::7/64");
     t.Press("m");
     t.WaitSelected("Main menu");
-    // Addresses come and go, and then somebody pulls the cable.
+    // Addresses come and go, and then the cable is pulled.
     box.Sh(
         "ip addr add 192.0.2.7/24 dev eth0; ip route add default via 192.0.2.1;"
         "ip addr del 2001:db8::7/64 dev eth0");
@@ -200,8 +200,8 @@ TEST(InterfaceScreen, TheStatusChangesByItselfEveryFiveSeconds) {
     EXPECT_LT(calls[1].seconds - calls[0].seconds, 6);
 }
 
-// "Bring up" does not become "Bring down" under the operator's finger.
-TEST(InterfaceScreen, TheSelectionStaysOnItsRowWhenStatusRowsComeAndGo) {
+// "Bring up" must not turn into "Bring down" under the operator's finger.
+TEST(InterfaceScreen, TheSelectionKeepsItsRowWhenStatusRowsComeAndGo) {
     Box box;
     InterfacePage t(box);
     t.Press("d");
@@ -222,7 +222,7 @@ TEST(InterfaceScreen, TheSelectionStaysOnItsRowWhenStatusRowsComeAndGo) {
 
 // ---- wireless cards ----
 
-// A machine with a second card, wlan0, that the kernel takes for a wireless one.
+// A machine with a second card, wlan0, which the kernel reports as wireless.
 class WirelessBox : public Box {
   public:
     WirelessBox() {
@@ -253,7 +253,7 @@ TEST(InterfaceScreen, EachKindOfCardHasItsEntries) {
     box.AddBridge("odd");
     box.Cards("wlan0 name IEEE 802.11\nwlan1 name IEEE 802.11\n");
     box.RfkillFiles("wlan1", "1\n", "0\n", "0\n");
-    box.RfkillFiles("odd", "1\n", "0\n", "1\n");  // a switch, but no wireless card
+    box.RfkillFiles("odd", "1\n", "0\n", "1\n");  // a switch, but not a wireless card
     Terminal t(box);
     OpenCard(t, "1", "eth0");
     EXPECT_EQ(Entries(t), kWiredEntries);
@@ -269,7 +269,7 @@ TEST(InterfaceScreen, EachKindOfCardHasItsEntries) {
                             "Update interface from config", "Enable soft RF-kill",
                             "Edit configuration", "Wireless access points", "", "Main menu"));
     EXPECT_EQ(t.Cell(t.Find("Wireless access"), kLeft).Style(), "yellow/black bold");
-    // "Enable soft RF-kill": the first r of the label.
+    // "Enable soft RF-kill": the first r in the label.
     EXPECT_EQ(t.Cell(t.Find("Enable soft"), kLeft + 12).text, "R");
     EXPECT_EQ(t.Cell(t.Find("Enable soft"), kLeft + 12).Style(), "yellow/black bold");
     t.Press("m<Enter>");
@@ -280,7 +280,7 @@ TEST(InterfaceScreen, EachKindOfCardHasItsEntries) {
 constexpr const char* kSwitch = "/sys/class/net/wlan0/phy80211/rfkill0";
 const std::string kSoftFile = std::string(kSwitch) + "/soft";
 
-TEST(InterfaceScreen, TheRadioKillEntryWritesTheSwitchAndTurnsRound) {
+TEST(InterfaceScreen, TheRfkillRowFlipsTheSwitch) {
     WirelessBox box;
     box.RfkillFiles("wlan0", "1\n", "0\n", "1\n");
     Terminal t(box);
@@ -290,7 +290,7 @@ TEST(InterfaceScreen, TheRadioKillEntryWritesTheSwitchAndTurnsRound) {
     EXPECT_EQ(t.Row(kTop + 1), "       Wireless: Enabled: Yes, RF-Kill: S/W");
     t.Press("r");
     t.WaitSelected("Disable soft RF-kill");
-    EXPECT_EQ(box.Read(kSoftFile), "1\n") << "the hot key only selects";
+    EXPECT_EQ(box.Read(kSoftFile), "1\n") << "a hot key must only select";
     t.Press("<Enter>");
     t.WaitFor("Enable soft RF-kill");
     EXPECT_EQ(box.Read(kSoftFile), "0\n");
@@ -304,13 +304,13 @@ TEST(InterfaceScreen, TheRadioKillEntryWritesTheSwitchAndTurnsRound) {
     EXPECT_THAT(box.Calls(kNetworkScript), IsEmpty());
 }
 
-// What cannot be read says nothing new; what cannot be written changes nothing.
-TEST(InterfaceScreen, TheRadioKillEntryKeepsTheLastStateItKnew) {
+// An unreadable file gives no news; an unwritable one changes nothing.
+TEST(InterfaceScreen, TheRfkillRowKeepsTheLastKnownState) {
     WirelessBox box;
     box.RfkillFiles("wlan0", "1\n", "0\n", std::nullopt);
     Terminal t(box);
     OpenCard(t, "2", "wlan0");
-    EXPECT_TRUE(t.Shows("Enable soft RF-kill")) << "off, as long as nothing else is known";
+    EXPECT_TRUE(t.Shows("Enable soft RF-kill")) << "off until something else is known";
     for (const auto& [soft, entry] : {std::pair("2\n", "Disable soft"),
                                       {"-1\n", "Disable soft"},
                                       {"", "Enable soft"},
@@ -322,7 +322,7 @@ TEST(InterfaceScreen, TheRadioKillEntryKeepsTheLastStateItKnew) {
     box.RfkillFiles("wlan0", std::nullopt, std::nullopt, std::nullopt);
     LookAgain(t);
     EXPECT_TRUE(t.Shows("Disable soft RF-kill"));
-    // No such folder any more: choosing the entry does no harm.
+    // The folder no longer exists: choosing the row is harmless.
     box.Remove(kSwitch);
     LookAgain(t);
     t.Press("r<Enter>");
@@ -331,7 +331,7 @@ TEST(InterfaceScreen, TheRadioKillEntryKeepsTheLastStateItKnew) {
     EXPECT_FALSE(box.Exists(kSwitch));
 }
 
-TEST(InterfaceScreen, TheKindOfCardIsLearnedOnEntryOnly) {
+TEST(InterfaceScreen, ChecksTheKindOfCardOnlyOnEntry) {
     WirelessBox box;
     box.RfkillFiles("wlan0", "1\n", "0\n", "0\n");
     box.StandIn("wpa_cli");
@@ -372,7 +372,7 @@ TEST(InterfaceScreen, TheWirelessEntryOpensTheAccessPointsOfTheCard) {
 
 // ---- keys ----
 
-TEST(InterfaceScreen, HotKeysSelectOnly) {
+TEST(InterfaceScreen, HotKeysOnlySelect) {
     Box box;
     InterfacePage t(box);
     for (const auto& [key, row] : {std::pair("u", kUp),
@@ -399,12 +399,12 @@ TEST(InterfaceScreen, HotKeysSelectOnly) {
     EXPECT_THAT(box.Calls(kNetworkScript), IsEmpty());
 }
 
-TEST(InterfaceScreen, StatusRowsCannotBeReachedByArrowsNorActivated) {
+TEST(InterfaceScreen, StatusRowsCannotBeSelectedOrActivated) {
     Box box;
     box.Sh("ip link set eth0 up; ip addr add 192.0.2.7/24 dev eth0");
     InterfacePage t(box);
     const std::vector<std::string> before = t.Screen();
-    t.Press("<Enter>");  // on the first row, where the selection starts
+    t.Press("<Enter>");  // on the first row, which is selected initially
     t.Settle();
     EXPECT_EQ(t.Screen(), before);
     t.Press("<Down>");
@@ -443,9 +443,9 @@ TEST(InterfaceScreen, ClicksSelectAndActivate) {
     t.WaitFor(kMenuTitle);
 }
 
-TEST(InterfaceScreen, FitsItselfToTheTerminal) {
+TEST(InterfaceScreen, AdaptsToTheSizeOfTheTerminal) {
     Box box;
-    InterfacePage t(box, OfSize(9, 40));  // four rows of list
+    InterfacePage t(box, OfSize(9, 40));  // room for four rows
     EXPECT_EQ(t.Row(2), "Network configuration: eth0 (02:AB:CD:EF");
     EXPECT_EQ(t.Row(kUp), "    Bring up this interfaces");
     EXPECT_EQ(t.Row(kDown), "    Bring down this interfaces");
@@ -457,7 +457,7 @@ TEST(InterfaceScreen, FitsItselfToTheTerminal) {
     t.Resize(43, 132);
     t.WaitFor(kScreenTitle);
     t.Settle();
-    // The list is as far down as it was: nothing but the selection moves it.
+    // The list keeps its scroll position: only the selection moves it.
     t.Press("<Home>");
     t.WaitFor("Disconnected");
     t.Settle();
@@ -476,7 +476,7 @@ TEST(InterfaceScreen, FitsItselfToTheTerminal) {
 
 // ---- actions ----
 
-TEST(InterfaceScreen, AQuestionStandsAloneOnTheScreen) {
+TEST(InterfaceScreen, AQuestionIsAloneOnTheScreen) {
     Box box;
     InterfacePage t(box);
     for (const char* keys : {"u<Enter>", "u<Enter>", "d<Enter>"}) {
@@ -495,7 +495,7 @@ TEST(InterfaceScreen, AQuestionStandsAloneOnTheScreen) {
     EXPECT_THAT(box.Calls(kNetworkScript), IsEmpty());
 }
 
-// The script goes on working until it is let off.
+// A script that works until the test releases it.
 void HaveTheScriptWork(Machine& box) {
     box.StandInScript(kNetworkScript,
                       "echo \"script: $1\"; until [ -e \"/run/enough.$1\" ]; do sleep 0.01; done");
@@ -506,7 +506,7 @@ void LetTheScriptEnd(Machine& box, const std::string& action) {
 }
 
 // What the operator sees while the script works: the plain terminal with the message and the
-// script's own words.
+// script's own output.
 void ExpectAtWork(Terminal& t, const std::string& message, const std::string& script,
                   int line = __builtin_LINE()) {
     const testing::ScopedTrace trace(__FILE__, line, message);
@@ -529,7 +529,7 @@ TEST(InterfaceScreen, BringUpRunsTheScriptOnThePlainTerminal) {
     InterfacePage t(box);
     const std::vector<int> mouse = t.MouseReporting();
     Ask(t, "u<Enter>");
-    EXPECT_THAT(box.Calls(kNetworkScript), IsEmpty()) << "not before the answer";
+    EXPECT_THAT(box.Calls(kNetworkScript), IsEmpty()) << "nothing may run before the answer";
     t.Press("y");
     ExpectAtWork(t, "Starting interface...", "start");
     LetTheScriptEnd(box, "start");
@@ -578,8 +578,8 @@ TEST(InterfaceScreen, UpdateStopsThenStarts) {
         EXPECT_EQ(call.mode, Mode::kLine) << call;
 }
 
-// Every action in one log: the program's messages, which go to standard error, and the script's
-// calls among them. A script that fails is nobody's business.
+// Logs every action: the program's messages on standard error between the calls of the script. The
+// program ignores a failing script.
 TEST(InterfaceScreen, MessagesComeBeforeTheirCommands) {
     Box box;
     box.StandInScript(kNetworkScript, "echo \"$*\" >>/run/log; exit 3");
@@ -617,8 +617,8 @@ TEST(InterfaceScreen, AnyAnswerButYesRunsNothing) {
     EXPECT_FALSE(t.LineMode());
 }
 
-// What the script did is on the screen at once.
-TEST(InterfaceScreen, AnActionShowsItsEffectWithoutWaiting) {
+// The effect of the script is on the screen at once.
+TEST(InterfaceScreen, AnActionShowsItsEffectAtOnce) {
     Box box(Card::kPlugged);
     box.StandInScript(kNetworkScript,
                       "test \"$1\" = start && state=up || state=down\n"
@@ -633,10 +633,10 @@ TEST(InterfaceScreen, AnActionShowsItsEffectWithoutWaiting) {
     EXPECT_LT(Now() - start, 4);
 }
 
-// ---- names that a shell would read ----
+// ---- hostile names ----
 
-// Whatever the kernel allows as a name reaches the commands as one word.
-TEST(InterfaceScreen, HostileNamesAreWordsAndNothingElse) {
+// Any name that the kernel allows reaches the commands as one word.
+TEST(InterfaceScreen, HostileNamesAreSingleWords) {
     const std::vector<std::string> names = {"a;reboot", "$(reboot)", "`reboot`", "it's",
                                             "*",        "a\"b",      "a&reboot", "a|reboot",
                                             "-x",       "\\$HOME#"};
@@ -651,7 +651,7 @@ TEST(InterfaceScreen, HostileNamesAreWordsAndNothingElse) {
         const std::string& name = names[i];
         OpenCard(t, std::to_string((i + 1) % 10), name);
         EXPECT_EQ(t.Row(2).find("Network configuration: " + name + " ("), 0U);
-        EXPECT_TRUE(t.Shows("Disconnected")) << "the card itself is asked";
+        EXPECT_TRUE(t.Shows("Disconnected")) << "the card itself is queried";
         box.ForgetCalls();
         Ask(t, "u<Enter>");
         Answer(t, "y");
@@ -671,7 +671,7 @@ TEST(InterfaceScreen, HostileNamesAreWordsAndNothingElse) {
     t.WaitFor(kMenuTitle);
 }
 
-TEST(InterfaceScreen, OrdinaryNamesAreLeftAsTheyAre) {
+TEST(InterfaceScreen, OrdinaryNamesAreNotQuoted) {
     const std::vector<std::string> names = {"enp0s31f6", "br-lan.100", "wlan0_mon",
                                             "veth0+x=1", "a,b",        "fifteen-letters"};
     Machine box;
@@ -701,7 +701,7 @@ TEST(InterfaceScreen, AHostileWirelessNameReachesTheSupplicantAsOneWord) {
     OpenCard(t, "1", name);
     t.Press("w<Enter>");
     t.WaitFor("Wireless access points for " + name + " (");
-    // There is no supplicant for it yet: the script is to start one.
+    // It has no supplicant yet, so the script is told to start one.
     ASSERT_THAT(box.Calls(kNetworkScript), SizeIs(1));
     EXPECT_THAT(box.Calls(kNetworkScript)[0].args, ElementsAre("start", name));
     for (const Call& call : box.Calls("wpa_cli")) {
@@ -715,7 +715,7 @@ TEST(InterfaceScreen, AHostileWirelessNameReachesTheSupplicantAsOneWord) {
 
 // ---- leaving ----
 
-// When each look of the main menu at the machine began.
+// The times at which the main menu's queries of the machine began.
 std::vector<double> Looks(Machine& box) {
     std::vector<double> times;
     for (const Call& call : box.Calls("ip")) {
@@ -724,9 +724,9 @@ std::vector<double> Looks(Machine& box) {
     return times;
 }
 
-// Nothing was done: the main menu is back at once with what it knew, and looks when its five
-// seconds are over, not before.
-TEST(InterfaceScreen, LeavingWithoutADeedShowsTheMainMenuAsItWas) {
+// Nothing was done, so the main menu shows at once what it knew, and queries again only when its
+// five seconds are up.
+TEST(InterfaceScreen, LeavingWithoutAnActionShowsTheOldMainMenu) {
     Box box(Card::kPlugged);
     box.Record("ip");
     Terminal t(box);
@@ -735,7 +735,7 @@ TEST(InterfaceScreen, LeavingWithoutADeedShowsTheMainMenuAsItWas) {
     t.WaitSelected("1. eth0");
     t.Settle();
     const std::vector<std::string> menu = t.Screen();
-    box.Sh("ip link set eth0 up");  // seen by the interface screen, not yet by the main menu
+    box.Sh("ip link set eth0 up");  // known to the interface screen, not yet to the main menu
     for (const char* keys : {"<Esc>", "<Backspace>", "c<Enter><Esc><Esc>"}) {
         t.Press("<Enter>");
         t.WaitFor("Link active  Interface up");
@@ -753,7 +753,7 @@ TEST(InterfaceScreen, LeavingWithoutADeedShowsTheMainMenuAsItWas) {
     EXPECT_LT(Looks(box)[1] - Looks(box)[0], 6);
 }
 
-TEST(InterfaceScreen, LeavingAfterADeedHasTheMainMenuLookAgain) {
+TEST(InterfaceScreen, LeavingAfterAnActionRefreshesTheMainMenu) {
     Box box(Card::kPlugged);
     box.Record("ip");
     Terminal t(box);
@@ -775,7 +775,7 @@ TEST(InterfaceScreen, LeavingAfterADeedHasTheMainMenuLookAgain) {
     }
 }
 
-TEST(InterfaceScreen, NoScreenIsLeftShowingAnothersPicture) {
+TEST(InterfaceScreen, EveryScreenRepaintsAfterAnother) {
     Box box;
     Terminal t(box);
     t.WaitFor("Exit this program");
@@ -798,7 +798,7 @@ TEST(InterfaceScreen, NoScreenIsLeftShowingAnothersPicture) {
         EXPECT_EQ(t.Selected(), "Edit configuration") << leave;
     }
     t.Press("<Esc>");
-    t.WaitFor(kMenuTitle, 3);  // not as late as its next look at the machine
+    t.WaitFor(kMenuTitle, 3);  // sooner than its next refresh
     t.Settle();
     EXPECT_EQ(t.Screen(), menu);
 }

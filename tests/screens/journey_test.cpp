@@ -1,7 +1,7 @@
-// From the operator's keys to the kernel and back: each setting made in the editor, applied by the
-// demo appliance's own start-up script, and shown on the screens.
+// From the operator's keys to the kernel and back: each setting is made in the editor, applied by
+// the demo appliance's own start-up script, and shown on the screens.
 //
-// The card is eth1, plugged into the demo's router (appliance/router says what that gives).
+// The card is eth1, plugged into the demo's router (see appliance/router).
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -25,7 +25,7 @@ constexpr const char* kAdvertised = "2001:db8:21::ff:fe00:1021";
 // How long the script may take: it waits for servers.
 constexpr double kScript = 30;
 
-// The settings are those that a new card gets, but for the ones given.
+// Settings start as for a new card, except those given here.
 class Journey : public testing::Test {
   protected:
     using Settings = std::map<std::string, std::string>;
@@ -37,12 +37,12 @@ class Journey : public testing::Test {
         box.Write(kFile, file);
     }
 
-    // A system without the packages or the kernel's tunnels has nobody on the other side.
+    // Without these packages or tunnels in the kernel there is no router.
     void NeedRouter() {
         if (box.Sh("ip -d link show eth1 | grep -q vxlan && command -v dnsmasq && "
                    "command -v dhclient || true")
                 .empty())
-            Skip("no router behind the card here", Place::Here());
+            Skip("no router behind the card on this system", Place::Here());
     }
 
     void OpenCard(Terminal& t) {
@@ -52,7 +52,7 @@ class Journey : public testing::Test {
         t.Settle();
     }
 
-    // Presses a hot key until the row is selected: several rows share one.
+    // Presses a hot key until the row is selected, because several rows share a key.
     static void Select(Terminal& t, const std::string& key, const std::string& label) {
         for (int press = 0; press < 4; press++) {
             t.Press(key);
@@ -62,7 +62,7 @@ class Journey : public testing::Test {
         FAIL() << "no such row: " << label;
     }
 
-    // A row of the editor: the values stand in one column.
+    // A row of the editor; the values are in one column.
     static std::string EditorRow(std::string label, const std::string& value) {
         label += ':';
         if (!value.empty()) label.resize(31, ' ');
@@ -101,7 +101,7 @@ class Journey : public testing::Test {
         Update(t);
     }
 
-    // One flip, from the interface screen to the interface screen.
+    // Flips one setting, starting and ending on the interface screen.
     static void FlipAndUpdate(Terminal& t, const std::string& key, const std::string& label,
                               const std::string& value) {
         OpenEditor(t);
@@ -135,7 +135,7 @@ TEST_F(Journey, AStaticAddressGoesFromTheKeysToTheKernelAndBack) {
     OpenCard(t);
     EXPECT_FALSE(t.Shows("IPv4:"));
     OpenEditor(t);
-    EXPECT_EQ(box.Read(kFile), kPlain) << "the template";
+    EXPECT_EQ(box.Read(kFile), kPlain) << "expected the template";
     Flip(t, "d", "Use DHCP", "no");
     Enter(t, "i", "Static IP address", "192.168.21.5");
     Enter(t, "g", "Static IP gateway", "192.168.21.1");
@@ -161,12 +161,12 @@ TEST_F(Journey, AStaticAddressGoesFromTheKeysToTheKernelAndBack) {
 
     t.Press("m<Enter>");
     t.WaitFor("IPv4: 192.168.21.5   netmask: 255.255.255.0  gateway: 192.168.21.1");
-    // The first card has a gateway, too.
+    // The first card has a gateway as well.
     t.Press("<End>");
     t.WaitFor("WARNING: Multiple gateways active");
 }
 
-TEST_F(Journey, AnotherAddressNetmaskAndGatewayReplaceTheOldOnes) {
+TEST_F(Journey, ANewAddressNetmaskAndGatewayReplaceTheOldOnes) {
     Start({{"dhcp", "0"}, {"static ip", "192.168.21.5"}, {"gateway", "192.168.21.1"}});
     Terminal t(box);
     OpenCard(t);
@@ -191,7 +191,7 @@ TEST_F(Journey, AnotherAddressNetmaskAndGatewayReplaceTheOldOnes) {
     EXPECT_EQ(t.Row(kTop + 1), "       IPv4: 10.21.0.7   netmask: 255.255.0.0");
 }
 
-TEST_F(Journey, AStaticIPv6AddressStandsBesideTheAdvertisedOne) {
+TEST_F(Journey, AStaticIPv6AddressComesInAdditionToTheAdvertisedOne) {
     Start({{"dhcp", "0"}});
     Terminal t(box);
     OpenCard(t);
@@ -200,7 +200,7 @@ TEST_F(Journey, AStaticIPv6AddressStandsBesideTheAdvertisedOne) {
     t.WaitFor("IPv6: 2001:db8:21::5/64");
 }
 
-TEST_F(Journey, WithoutIPv6TheInterfaceHasNoneOfIt) {
+TEST_F(Journey, WithoutIPv6ThereAreNoIPv6Addresses) {
     Start({{"dhcp", "0"},
            {"dhcp6", "1"},
            {"static ip", "192.168.21.5"},
@@ -221,7 +221,7 @@ TEST_F(Journey, WithoutIPv6TheInterfaceHasNoneOfIt) {
     t.WaitFor("IPv6: 2001:db8:21:");
 }
 
-TEST_F(Journey, RouterAdvertisementsGiveAnAddressAndTheWayOut) {
+TEST_F(Journey, RouterAdvertisementsGiveAnAddressAndARoute) {
     NeedRouter();
     Start({{"dhcp", "0"}, {"ipv6_router_adv", "0"}});
     Terminal t(box);
@@ -269,7 +269,7 @@ TEST_F(Journey, DhcpGivesAnAddressUntilItIsSwitchedOff) {
         "the lease given back");
 }
 
-TEST_F(Journey, TheServersGatewayIsTakenOrLeft) {
+TEST_F(Journey, TheDhcpGatewayIsOptional) {
     NeedRouter();
     Start({});
     Terminal t(box);
@@ -325,7 +325,7 @@ TEST_F(Journey, NameServersReachTheResolver) {
     EXPECT_FALSE(t.Shows("nameserver 192.168.10.1"));
 }
 
-TEST_F(Journey, NameServersOfTheSettingsHoldAgainstTheServersOwn) {
+TEST_F(Journey, ConfiguredNameServersOverrideThoseFromDhcp) {
     NeedRouter();
     Start({{"dhcp6", "1"}});
     Terminal t(box);
@@ -337,11 +337,11 @@ TEST_F(Journey, NameServersOfTheSettingsHoldAgainstTheServersOwn) {
     EXPECT_EQ(box.Read(kResolver), std::string(kFirstCardsServer) + "nameserver 192.0.2.53\n");
 }
 
-TEST_F(Journey, APublicInterfaceTranslatesAndALanDoesNot) {
+TEST_F(Journey, APublicInterfaceTranslatesAddressesAndALanDoesNot) {
     NeedRouter();
     if (!box.Sh("nft list tables >/dev/null 2>&1 || echo no").empty())
-        GTEST_SKIP() << "no nft here";
-    // The router knows no way back to br0's network: it answers to translated addresses alone.
+        GTEST_SKIP() << "no nft on this system";
+    // The router has no route back to br0's network: it answers only translated addresses.
     constexpr const char* kAskFromBridge =
         "ping -n -q -c 1 -W 0.3 -I 192.168.30.1 192.168.21.1 >/dev/null 2>&1 && echo answer || "
         "true";
@@ -351,7 +351,7 @@ TEST_F(Journey, APublicInterfaceTranslatesAndALanDoesNot) {
     OpenEditor(t);
     Flip(t, "n", "NAT enable", "yes");
     SaveAndUpdate(t);
-    EXPECT_EQ(box.Sh("nft list tables"), "") << "it has no role";
+    EXPECT_EQ(box.Sh("nft list tables"), "") << "there must be no tables without a role";
     EXPECT_EQ(box.Sh(kAskFromBridge), "");
 
     FlipAndUpdate(t, "r", "NAT role", "public");
@@ -371,7 +371,7 @@ TEST_F(Journey, APublicInterfaceTranslatesAndALanDoesNot) {
     EXPECT_EQ(Setting("ipv4/ip_forward"), "0\n");
 }
 
-TEST_F(Journey, AnInterfaceThatIsNotManagedIsLeftAsItIs) {
+TEST_F(Journey, AnUnmanagedInterfaceIsLeftAlone) {
     Start({{"dhcp", "0"}, {"static ip", "192.168.21.5"}});
     Terminal t(box);
     OpenCard(t);

@@ -1,5 +1,5 @@
-// What arrives from a keyboard besides plain letters: a lone ESC, keys of several bytes over a slow
-// line, sequences that no key of the terminal's description sends.
+// Input other than plain letters: a lone ESC, keys of several bytes over a slow line, and sequences
+// that are not keys of the terminal type.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <time.h>
@@ -24,7 +24,7 @@ double Median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-// From the byte's way into the terminal to the first sign of its effect.
+// The time from sending the byte to the first sign of its effect.
 double SecondsToAnswerEscape(Terminal& t) {
     t.Settle();
     t.Mark();
@@ -47,7 +47,7 @@ TEST(LoneEscape, ActsAtOnce) {
             t.Press("<Home>");
         }
     }
-    // The median: one late answer on a busy machine says nothing about the program.
+    // The median, because a single late answer on a busy machine says nothing about the program.
     EXPECT_LT(Median(seconds), 0.150);
 }
 
@@ -63,7 +63,7 @@ TEST(LoneEscape, EndsTheProgramAtOnce) {
     EXPECT_LT(Median(seconds), 0.150);
 }
 
-// ---- ESC and what is no part of a sequence ----
+// ---- ESC followed by something else ----
 
 TEST(EscapeAndALetter, AreTwoKeysInADialog) {
     Machine box;
@@ -97,7 +97,7 @@ TEST(EscapeAndALetter, LeaveTheMainMenu) {
     }
 }
 
-TEST(EscapeTwice, LeavesTwoScreens) {
+TEST(LoneEscape, TwiceLeavesTwoScreens) {
     Machine box;
     Terminal t(box);
     GoTo(t, kTextEntry);
@@ -112,7 +112,7 @@ TEST_P(KeysOnEveryType, EscapeAndACursorKeyAreTwoKeys) {
     std::string error;
     t.SendBytes("\x1b" + KeyPresses(GetParam(), "<Down>", error)[0].bytes);
     t.WaitForGone(kTextEntry.sign);
-    // From "Change computer name" one row down; the hot key shows where the selection is.
+    // Moves from "Change computer name" to the next row; the hot key shows where the selection is.
     t.WaitUntil([&] { return t.Row(t.SelectedRow()).find("Network Time") != std::string::npos; },
                 "the next row to be selected");
 }
@@ -129,8 +129,8 @@ TEST_P(KeysOnEveryType, BackspaceLeaves) {
 
 // ---- a slow line ----
 
-// Sends the bytes one by one, 5 ms apart. False when this machine was too busy to keep the pace, so
-// that the line was slower than meant.
+// Sends the bytes one by one, 5 ms apart. Returns false if this machine was too busy to keep that
+// pace.
 bool SendAtPace(Terminal& t, const std::string& bytes) {
     double before_last = 0;
     for (size_t i = 0; i < bytes.size(); i++) {
@@ -145,11 +145,11 @@ bool SendAtPace(Terminal& t, const std::string& bytes) {
 }
 
 struct SlowKey {
-    const char* stop_keys;  // from the main menu to where the key is pressed
-    const char* ready;      // what shows then
-    const char* key;        // the key that comes slowly
+    const char* stop_keys;  // from the main menu to the place of the key
+    const char* ready;      // the text shown there
+    const char* key;        // the key that arrives slowly
     const char* after;      // keys after it
-    const char* effect;     // what shows at last
+    const char* effect;     // the text shown in the end
 };
 
 constexpr SlowKey kSlowMenuKeys[] = {
@@ -164,7 +164,7 @@ constexpr SlowKey kSlowEntryKeys[] = {
     {"n<Enter><Left>", "appliance", "<Delete>", "X", "appliancX"},
 };
 
-// The row with the effect, where the machine kept the pace.
+// The row with the effect, if the machine kept the pace.
 std::string SlowEffect(Machine& box, const char* type, const SlowKey& slow,
                        const std::function<std::string(Terminal&)>& row) {
     std::string error;
@@ -197,28 +197,28 @@ std::string EntryText(Terminal& t) {
     return row.substr(0, row.find_first_not_of("aplinceX"));
 }
 
-TEST_P(KeysOnEveryType, MenuKeysWorkByteByByte) {
+TEST_P(KeysOnEveryType, MenuKeysMayArriveByteByByte) {
     Machine box;
     for (const SlowKey& slow : kSlowMenuKeys) {
         EXPECT_EQ(SlowEffect(box, GetParam(), slow, SelectedText), slow.effect) << slow.key;
     }
 }
 
-TEST_P(KeysOnEveryType, EntryKeysWorkByteByByte) {
+TEST_P(KeysOnEveryType, EntryKeysMayArriveByteByByte) {
     Machine box;
     for (const SlowKey& slow : kSlowEntryKeys) {
         EXPECT_EQ(SlowEffect(box, GetParam(), slow, EntryText), slow.effect) << slow.key;
     }
 }
 
-// ---- sequences that are no key ----
+// ---- sequences that are not keys ----
 
 struct Sequence {
     const char* what;
     const char* bytes;
 };
 
-// Where a terminal's description does know one, it is a key that no screen uses.
+// If a terminal type does define one, it is a key that no screen uses.
 constexpr Sequence kSequences[] = {
     {"F1 of old terminals", "\x1b[11~"},
     {"F1 of the Linux console", "\x1b[[A"},
@@ -271,7 +271,7 @@ TEST_P(KeysOnEveryType, UnknownSequencesChangeNothingOnAMenu) {
     t.WaitSelected("Services");
     for (const Sequence& sequence : kSequences) {
         SCOPED_TRACE(sequence.what);
-        // The cursor key tells where the selection was before it.
+        // The cursor key shows where the selection was before.
         t.SendBytes(sequence.bytes);
         t.Press("<Down>");
         t.WaitSelected("Diagnostics");
@@ -304,7 +304,7 @@ TEST_P(KeysAtEveryStop, UnknownSequencesChangeNothing) {
     EXPECT_EQ(box.Sh("hostname"), "appliance\n");
 }
 
-TEST(UnknownSequence, MayComeSlowly) {
+TEST(UnknownSequence, MayArriveSlowly) {
     Machine box;
     for (const char* bytes : {"\x1b[e", "\x1bOe", "\x1b[[A", "\x1b[1;5s", "\x1b[200~"}) {
         SCOPED_TRACE(bytes + 1);
@@ -318,12 +318,12 @@ TEST(UnknownSequence, MayComeSlowly) {
             t.Press("<Down>");
             t.WaitSelected("Bring down all interfaces");
         }
-        EXPECT_TRUE(kept_pace) << "the machine is too busy";
+        EXPECT_TRUE(kept_pace) << "this machine is too busy";
     }
 }
 
 TEST(UnknownSequence, IsOneKey) {
-    // Too small for the entry box, the terminal's next key gives the entry up.
+    // On a terminal too small for the entry box, the next key cancels.
     Machine box;
     TerminalOptions options;
     options.rows = 5;
@@ -348,7 +348,7 @@ TEST(UnknownSequence, LeavesPastedKeysAlone) {
     t.WaitFor("appliance-two");
 }
 
-TEST(UnknownSequence, SeveralMayComeAtOnce) {
+TEST(UnknownSequence, SeveralMayArriveAtOnce) {
     Machine box;
     Terminal t(box);
     GoTo(t, kMainMenu);
@@ -359,16 +359,16 @@ TEST(UnknownSequence, SeveralMayComeAtOnce) {
     t.WaitSelected("Services");
 }
 
-// ---- bytes that are no key ----
+// ---- bytes that are not keys ----
 
-TEST(OtherBytes, AreNoKeys) {
+TEST(OtherBytes, AreNotKeys) {
     OneCard box;
     Terminal t(box);
     GoTo(t, kMainMenu);
     t.Press("s");
     t.WaitSelected("Services");
     const std::vector<std::string> before = Look(t);
-    // Not those of ENTER, ESC and the terminal's own control characters.
+    // All except ENTER, ESC and the terminal's own control characters.
     const std::string bytes(
         "\x00\x01\x02\x04\x05\x06\x07\x09\x0b\x0c\x0e\x10\x12\x14\x15\x17\x18\x19\x1d\x1e\x1f", 21);
     for (const char byte : bytes) {
@@ -386,7 +386,7 @@ TEST(OtherBytes, AreNoKeys) {
     t.WaitSelected("Diagnostics");
 }
 
-TEST(OtherBytes, CtrlDIsNoEndOfInput) {
+TEST(OtherBytes, CtrlDIsNotEndOfInput) {
     OneCard box;
     for (const Stop& stop : kStops) {
         Terminal t(box);
@@ -398,8 +398,8 @@ TEST(OtherBytes, CtrlDIsNoEndOfInput) {
     }
 }
 
-// Line noise. Without ENTER, no row is ever activated; an ESC may leave the menu.
-TEST(OtherBytes, OfAnySortNeverCrash) {
+// Line noise. Without ENTER no row is activated; an ESC may leave the menu.
+TEST(OtherBytes, NeverCrashTheProgram) {
     OneCard box;
     std::mt19937 random(20011);
     for (const char* type : {"xterm-256color", "linux"}) {
@@ -409,7 +409,8 @@ TEST(OtherBytes, OfAnySortNeverCrash) {
             std::string noise;
             while (noise.size() < 3000) {
                 const char byte = static_cast<char>(random() % 256);
-                // Not ENTER, nor what the terminal itself takes: signals, stopping its output.
+                // All except ENTER and what the terminal handles itself: signals, stopping its
+                // output.
                 if (std::string("\r\n\x03\x11\x13\x1a\x1c").find(byte) == std::string::npos) {
                     noise += byte;
                 }

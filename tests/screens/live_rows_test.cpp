@@ -1,5 +1,5 @@
-// Rows that refresh while `ip` is slow, hangs or dies, while the clock is set and the mouse moves:
-// a key acts on the row that it was typed for, and nothing that is shown is old.
+// Refreshing rows while `ip` is slow, hangs or fails, the clock changes and the mouse moves: a key
+// acts on the row it was typed for, and nothing shown is out of date.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* kExit = "Exit this program";
 
-// eth0 and eth1 with a cable, and a network script that only records its calls.
+// eth0 and eth1 with carriers, and a network script that only records its calls.
 class TwoCards : public testing::Test {
   protected:
     TwoCards() {
@@ -27,7 +27,7 @@ class TwoCards : public testing::Test {
         box.StandIn(kNetworkScript);
     }
 
-    // `ip` with those arguments (a shell pattern) first runs a shell command.
+    // Makes `ip` first run a shell command if its arguments match this shell pattern.
     void Before(const std::string& arguments, const std::string& command) {
         box.StandInScript(
             "ip", "case \"$*\" in " + arguments + ") " + command + ";; esac; exec /sbin/ip \"$@\"");
@@ -51,7 +51,7 @@ TEST_F(TwoCards, KeysTypedAheadWaitForTheFirstList) {
                 testing::ElementsAre("/etc/init.d/network stop eth1"));
 }
 
-TEST_F(TwoCards, KeysTypedAheadOfAListThatDoesNotComeAreDropped) {
+TEST_F(TwoCards, KeysTypedAheadAreDroppedIfTheListHangs) {
     Before("link", "sleep 1000");
     Terminal t(box);
     t.SendBytes("2\rd\ry");
@@ -62,7 +62,7 @@ TEST_F(TwoCards, KeysTypedAheadOfAListThatDoesNotComeAreDropped) {
     EXPECT_THAT(box.CallLines(kNetworkScript), testing::IsEmpty());
 }
 
-TEST_F(TwoCards, AnEndingSignalNeedNotWaitForTheFirstList) {
+TEST_F(TwoCards, AnEndingSignalDoesNotWaitForTheFirstList) {
     Before("link", "sleep 1000");
     Terminal t(box);
     t.SendBytes("2");
@@ -72,9 +72,9 @@ TEST_F(TwoCards, AnEndingSignalNeedNotWaitForTheFirstList) {
     EXPECT_EQ(Processes("^Name:.sleep"), 0);
 }
 
-// ---- answers that do not come ----
+// ---- missing answers ----
 
-TEST_F(TwoCards, ACommandThatHangsHoldsNothingUp) {
+TEST_F(TwoCards, AHangingCommandDelaysNothing) {
     Before("'addr show dev eth0'*", "sleep 1000");
     MainMenu t(box);
     t.WaitFor("2. eth1    02:00:00:00:00:0B  Link active");
@@ -85,8 +85,8 @@ TEST_F(TwoCards, ACommandThatHangsHoldsNothingUp) {
     t.WaitFor("IPv6: 2001:db8::5/64", 10);
 }
 
-// It is ended with what it has started, and asked anew: its answer is shown when it comes.
-TEST_F(TwoCards, ACommandThatHangsIsEndedAndAskedAnew) {
+// It is killed with everything it started, and run again; its answer is shown when it comes.
+TEST_F(TwoCards, AHangingCommandIsKilledAndRestarted) {
     box.Sh("ip addr add 2001:db8::a/64 dev eth0 nodad");
     Before("'addr show dev eth0'*", "[ -e /run/go ] || { sleep 1000; :; }");
     const auto questions = [&] {
@@ -102,7 +102,7 @@ TEST_F(TwoCards, ACommandThatHangsIsEndedAndAskedAnew) {
     EXPECT_EQ(Processes("^Name:.sleep"), 0);
 }
 
-TEST_F(TwoCards, AnActionEndsWhatItMakesOld) {
+TEST_F(TwoCards, AnActionKillsOutdatedCommands) {
     Before("'addr show dev eth0'*", "sleep 1000");
     MainMenu t(box);
     t.WaitFor("2. eth1    02:00:00:00:00:0B  Link active");
@@ -114,7 +114,7 @@ TEST_F(TwoCards, AnActionEndsWhatItMakesOld) {
     EXPECT_EQ(Processes("^Name:.sleep"), 0);
 }
 
-TEST_F(TwoCards, ASlowCommandGetsItsWordIn) {
+TEST_F(TwoCards, AnswersOfASlowCommandAreShown) {
     box.Sh("ip addr add 2001:db8::a/64 dev eth0 nodad");
     Before("'addr show dev eth0'*", "sleep 6");
     MainMenu t(box);
@@ -123,7 +123,7 @@ TEST_F(TwoCards, ASlowCommandGetsItsWordIn) {
     EXPECT_TRUE(t.Shows("IPv6: 2001:db8::a/64"));
 }
 
-TEST_F(TwoCards, WhatACommandSaidOnceIsNotShownForEver) {
+TEST_F(TwoCards, AnOldAnswerIsNotShownForever) {
     box.Sh("ip addr add 2001:db8::a/64 dev eth0 nodad");
     box.Record("ip");
     MainMenu t(box);
@@ -132,7 +132,7 @@ TEST_F(TwoCards, WhatACommandSaidOnceIsNotShownForEver) {
     t.WaitForGone("IPv6", 20);
 }
 
-TEST_F(TwoCards, WhereTheListCannotBeAskedForThereAreNoInterfaces) {
+TEST_F(TwoCards, WithoutAListThereAreNoInterfaces) {
     MainMenu t(box);
     t.WaitFor("2. eth1    02:00:00:00:00:0B  Link active");
     box.Sh("mv /usr/bin/sh /usr/bin/sh.away");
@@ -141,9 +141,9 @@ TEST_F(TwoCards, WhereTheListCannotBeAskedForThereAreNoInterfaces) {
     EXPECT_TRUE(t.Shows(kExit));
 }
 
-// ---- what is no reason to show less ----
+// ---- the mouse ----
 
-TEST_F(TwoCards, AMouseThatMovesShowsNoRowsWithoutTheirState) {
+TEST_F(TwoCards, MovingTheMouseDoesNotShowIncompleteRows) {
     MainMenu t(box);
     t.WaitFor("2. eth1    02:00:00:00:00:0B  Link active");
     Before("link", "while [ ! -e /run/go ]; do sleep 0.01; done");

@@ -1,4 +1,4 @@
-// The main menu: its rows for the machine's interfaces, its title, its refresh and its actions.
+// The main menu: its interface rows, its title, its refresh and its actions.
 #include "main_menu_test.h"
 
 #include <gmock/gmock.h>
@@ -18,8 +18,7 @@ constexpr int kFirstInterfaceLine = kFirstLine + 9;
 constexpr const char* kWarning = "    WARNING: Multiple gateways active";
 constexpr const char* kExitRow = "    Exit this program";
 
-// The whole screen of the main menu: its title for that host name, the actions, and these lines
-// behind them.
+// The whole screen of the main menu: the title for this host name, the actions, then these lines.
 std::vector<std::string> Screen(const std::string& host_name, const std::vector<std::string>& rest,
                                 int rows = 24) {
     std::vector<std::string> screen = {"", "Tavrin 4 Network configuration utility",
@@ -34,7 +33,7 @@ std::vector<std::string> Screen(const std::string& host_name, const std::vector<
     return screen;
 }
 
-// The patience is shorter than the refresh: what an action brings about must not wait for it.
+// Waits for less than a refresh period: the effect of an action must not wait for the refresh.
 void WaitForScreen(Terminal& t, const std::vector<std::string>& screen, double seconds = 4,
                    Place place = Place::current()) {
     std::string what = "the screen\n";
@@ -51,7 +50,7 @@ std::string KernelName(Machine& box) {
 
 // ---- rows ----
 
-TEST(MainMenuRows, AMachineWithoutInterfacesHasActionsAndTheExit) {
+TEST(MainMenuRows, WithoutInterfacesThereAreOnlyActionsAndTheExit) {
     Machine box;
     MainMenu t(box);
     WaitForScreen(t, Screen("appliance", {kExitRow}));
@@ -59,8 +58,8 @@ TEST(MainMenuRows, AMachineWithoutInterfacesHasActionsAndTheExit) {
     EXPECT_FALSE(t.CursorVisible());
 }
 
-// A bridge has a link while one of its ports has.
-TEST(MainMenuRows, TapsAndBridgesShowWhatTheyAre) {
+// A bridge has a carrier while one of its ports has one.
+TEST(MainMenuRows, ShowTheStateOfTapsAndBridges) {
     Machine box;
     box.AddTap("eth0");
     box.AddTap("eth1", false);
@@ -119,12 +118,12 @@ TEST(MainMenuRows, OnlyTheFirstTenInterfacesHaveHotKeys) {
         WaitForMainMenu(t);
         EXPECT_EQ(t.SelectedRow(), line(n));
     }
-    // The eleventh: by the arrow keys.
+    // The eleventh interface, reached with the arrow keys.
     t.Press("0<Down><Enter>");
     t.WaitFor("Network configuration: br11 (02:00:00:00:00:0B)");
 }
 
-// One `ip link` for the list, then one question for each interface's global addresses.
+// One `ip link` for the list, then one `ip addr` for each interface.
 TEST(MainMenuRows, ComeFromTheIpCommand) {
     Machine box;
     AddBridges(box, 3);
@@ -142,7 +141,7 @@ TEST(MainMenuRows, ComeFromTheIpCommand) {
     }
 }
 
-// What `ip link` prints, word for word as given; all else is the real command.
+// Makes `ip link` print exactly this; all other calls run the real command.
 void ListLinks(Machine& box, const std::string& text) {
     box.Write("/run/links", text);
     box.StandInScript("ip", "if [ $# = 1 ]; then cat /run/links; else exec /sbin/ip \"$@\"; fi");
@@ -180,7 +179,7 @@ TEST(MainMenuRows, OddLinesOfTheIpCommand) {
                             40));
 }
 
-TEST(MainMenuRows, AHostileNameIsOneWordForTheShell) {
+TEST(MainMenuRows, AHostileNameIsOneWordToTheShell) {
     Machine box;
     const std::string name = "a'$(x)\";|&*";
     box.Sh("ip link add \"a'\\$(x)\\\";|&*\" address 02:00:00:00:00:01 type bridge");
@@ -204,7 +203,7 @@ TEST(MainMenuRows, WithoutTheIpCommandThereAreNoInterfaces) {
 }
 
 // Rows 4096 to 4159 open an interface; the table holds 64.
-TEST(MainMenuRows, MoreThanSixtyFourInterfaces) {
+TEST(MainMenuRows, OnlyTheFirst64InterfacesOpen) {
     Machine box;
     std::string links = "1: lo: <LOOPBACK>\n";
     for (int n = 1; n <= 70; n++)
@@ -237,7 +236,7 @@ class Gateways : public testing::Test {
             "ip addr add 10.1.2.3/24 dev eth0; ip addr add 10.4.5.6/24 dev eth1");
     }
 
-    // The screen with these gateways behind the addresses, and with the warning or without.
+    // The screen with these gateways after the addresses, with the warning or without.
     std::vector<std::string> ScreenWith(const std::string& first, const std::string& second,
                                         bool warning) {
         const auto gateway = [](const std::string& address) {
@@ -258,7 +257,7 @@ class Gateways : public testing::Test {
     Machine box;
 };
 
-TEST_F(Gateways, TwoDefaultRoutesRaiseTheRedRow) {
+TEST_F(Gateways, TwoDefaultRoutesShowTheWarning) {
     MainMenu t(box);
     WaitForScreen(t, ScreenWith("", "", false));
     struct Case {
@@ -270,13 +269,13 @@ TEST_F(Gateways, TwoDefaultRoutesRaiseTheRedRow) {
         {"default via 10.1.2.1", "10.1.2.1", "", false},
         {"default via 10.1.2.1; ip route add default via 10.4.5.1 metric 9", "10.1.2.1", "10.4.5.1",
          true},
-        // Both through the same interface; the one with the lower metric comes first.
+        // Both over the same interface; the route with the lower metric comes first.
         {"default via 10.1.2.7 metric 9; ip route add default via 10.1.2.1", "10.1.2.1", "", true},
         // One default route, and networks behind other gateways.
         {"default via 10.1.2.1; ip route add 10.9.0.0/16 via 10.4.5.9; ip route add 10.8.0.1 via "
          "10.4.5.8",
          "10.1.2.1", "10.4.5.8", false},
-        // A default route without a gateway is none of them.
+        // A default route without a gateway does not count.
         {"default via 10.1.2.1; ip route add default dev eth1 metric 5", "10.1.2.1", "", false},
     };
     for (const Case& gateways : cases) {
@@ -288,7 +287,7 @@ TEST_F(Gateways, TwoDefaultRoutesRaiseTheRedRow) {
     }
 }
 
-// The program's number in its machine.
+// The pid of the program in its machine.
 std::string PidInside(const Terminal& t) {
     const std::string status = ReadWhole("/proc/" + std::to_string(t.pid()) + "/status");
     const size_t line = status.find("NSpid:");
@@ -373,7 +372,7 @@ TEST(MainMenuTitle, ShowsTheHostName) {
     SetHostName(box, std::string(64, 'x'));
     LookAgain(t);
     WaitForMainMenu(t);
-    // Longer than the line: it goes on in the next, where the third title line stands over it.
+    // Too long for its line: it continues in the next, below the third title line.
     EXPECT_EQ(t.Row(2), "Network configuration main menu for '" + std::string(43, 'x'));
     EXPECT_EQ(t.Row(3), "Select network interface and hit ENTER to configure it.");
 }
@@ -424,7 +423,7 @@ TEST(MainMenuTitle, AResizeRepaintsEverything) {
 
 // ---- the refresh ----
 
-TEST(MainMenuRefresh, EveryFiveSecondsTheRowsFollowTheMachine) {
+TEST(MainMenuRefresh, UpdatesTheRowsEveryFiveSeconds) {
     Machine box;
     box.AddTap("eth0");
     box.AddTap("eth1");
@@ -449,7 +448,7 @@ TEST(MainMenuRefresh, EveryFiveSecondsTheRowsFollowTheMachine) {
     t.Press("e");
     t.WaitSelected("Exit this program");
 
-    // Addresses, links, gateways, up and down, and the host's name; the selection keeps its place.
+    // Addresses, links, gateways, up state and host name change; the selection keeps its place.
     box.SetLink("eth0", false);
     box.Sh(
         "ip addr del 10.1.2.3/24 dev eth0; ip addr add 10.1.9.9/16 dev eth0;"
@@ -468,9 +467,10 @@ TEST(MainMenuRefresh, EveryFiveSecondsTheRowsFollowTheMachine) {
                           kWarning, "", kExitRow},
                          32),
                   7);
-    EXPECT_EQ(t.SelectedRow(), kFirstLine + 19);  // the last row before; now eth2's separator
+    EXPECT_EQ(t.SelectedRow(),
+              kFirstLine + 19);  // the last row until now; now the separator of eth2
 
-    // A question answered in between looks at the machine at once, and leaves the clock alone.
+    // Answering a question refreshes the rows at once, and does not change the schedule.
     box.Sh("ip link del br0; ip addr flush dev eth1; ip link set eth0 down; ip link set eth2 down");
     LookAgain(t);
     WaitForScreen(t,
@@ -482,8 +482,8 @@ TEST(MainMenuRefresh, EveryFiveSecondsTheRowsFollowTheMachine) {
                          32),
                   2);
 
-    // The keys do not wait for the answers. Interfaces go while the last row is selected: it is
-    // still the last one.
+    // Keys do not wait for the answers. Interfaces disappear while the last row is selected; the
+    // last row stays selected.
     box.Sh("ip link del eth0; ip link del eth1");
     box.StandInScript("ip", "while [ ! -e /run/go ]; do sleep 0.01; done; exec /sbin/ip \"$@\"");
     const size_t calls = box.Calls("ip").size();
@@ -504,7 +504,7 @@ TEST(MainMenuRefresh, EveryFiveSecondsTheRowsFollowTheMachine) {
     for (const Call& call : box.Calls("ip")) {
         if (call.Line() == "ip link") lists.push_back(call.seconds);
     }
-    ASSERT_EQ(lists.size(), 4u) << box.CallLog();  // the third is the question's
+    ASSERT_EQ(lists.size(), 4u) << box.CallLog();  // the third belongs to the question
     for (const double gap : {lists[1] - lists[0], lists[3] - lists[1]}) {
         EXPECT_GE(gap, 4.9);
         EXPECT_LE(gap, 5.9);
@@ -515,7 +515,7 @@ TEST(MainMenuRefresh, EveryFiveSecondsTheRowsFollowTheMachine) {
 
 struct Action {
     const char* keys;
-    std::vector<std::string> words;  // of the network script, in order
+    std::vector<std::string> words;  // arguments of the network script, in order
     std::vector<std::string> screen;
 };
 
@@ -532,21 +532,21 @@ std::vector<Action> Actions() {
 
 class MainMenuActions : public testing::Test {
   protected:
-    // A script that says what it does, and waits for the file /run/go.
+    // A script that prints what it does, and waits for the file /run/go.
     void SlowNetworkScript() {
         box.StandInScript(kNetworkScript,
                           "echo \"network $*\"; while [ ! -e /run/go ]; do sleep 0.01; done;"
                           "rm /run/go");
     }
 
-    // Until the plain screen of the terminal shows these lines, and nothing else.
+    // Waits until the plain screen shows these lines and nothing else.
     void WaitForPlainScreen(Terminal& t, std::vector<std::string> lines,
                             Place place = Place::current()) {
         lines.resize(static_cast<size_t>(t.rows()));
         WaitForScreen(t, lines, 4, place);
     }
 
-    // The terminal as a command wants it: whole lines, a cursor, no mouse reports.
+    // The terminal as a command expects it: line mode, a cursor, no mouse reports.
     void ExpectPlainTerminal(Terminal& t) {
         EXPECT_TRUE(t.LineMode());
         EXPECT_FALSE(t.AltScreen());
@@ -562,7 +562,7 @@ class MainMenuActions : public testing::Test {
         }
     }
 
-    // Back in the menu, with its screen, its hidden cursor and its mouse.
+    // Back in the menu, with its screen, hidden cursor and mouse.
     void WaitForTheMenuBack(Terminal& t) {
         WaitForScreen(t, Screen("appliance", {kExitRow}));
         EXPECT_TRUE(t.AltScreen());
@@ -601,7 +601,7 @@ TEST_F(MainMenuActions, RunTheNetworkScriptOnThePlainTerminal) {
     }
 }
 
-// On a terminal without a second screen the menu is wiped before the messages come.
+// On a terminal without an alternate screen the menu is cleared before the messages.
 TEST_F(MainMenuActions, LeaveABlankTerminal) {
     SlowNetworkScript();
     TerminalOptions options;
@@ -611,7 +611,7 @@ TEST_F(MainMenuActions, LeaveABlankTerminal) {
     t.Mark();
     t.Press("y");
     t.WaitFor("network stop all");
-    // The messages scroll what was above them, so the wiping itself is looked for.
+    // The messages scroll away what was above them, so look for the clearing itself.
     const std::string output = t.Output();
     EXPECT_THAT(output.substr(0, output.find("Stopping")), HasSubstr("\x1b[J"));
     std::vector<std::string> lines = t.Screen();
@@ -635,7 +635,7 @@ TEST_F(MainMenuActions, MessagesGoToStandardError) {
     EXPECT_THAT(t.Output(), HasSubstr("done\r\ndone\r\n"));
 }
 
-TEST_F(MainMenuActions, NothingRunsWithoutAYesButTheRowsAreMadeAnew) {
+TEST_F(MainMenuActions, WithoutAYesNothingRunsButTheRowsRefresh) {
     for (const char* command : {kNetworkScript, "/etc/init.d/service-nscd", "killall"}) {
         box.StandIn(command);
     }
@@ -653,8 +653,8 @@ TEST_F(MainMenuActions, NothingRunsWithoutAYesButTheRowsAreMadeAnew) {
     }
 }
 
-TEST_F(MainMenuActions, FlushingTheDnsCacheWaitsBeforeTheNewDaemon) {
-    // The old daemon takes its time to end; what the new one says is not to be seen.
+TEST_F(MainMenuActions, FlushingTheDnsCacheWaitsBeforeStartingTheDaemon) {
+    // The old daemon takes time to exit; the output of the new one must not be shown.
     box.StandInScript("killall", "sleep 0.2; echo 'nscd is gone'");
     box.StandInScript("/etc/init.d/service-nscd", "echo started; echo loudly >&2");
     box.Record("ip");
@@ -680,7 +680,7 @@ TEST_F(MainMenuActions, FlushingTheDnsCacheWaitsBeforeTheNewDaemon) {
 }
 
 // After a command the mouse and the keys work as before.
-TEST_F(MainMenuActions, TheMenuIsWholeAfterwards) {
+TEST_F(MainMenuActions, TheMenuWorksAfterwards) {
     box.StandIn(kNetworkScript);
     MainMenu t(box);
     OpenQuestion(t);
@@ -698,7 +698,7 @@ TEST_F(MainMenuActions, TheMenuIsWholeAfterwards) {
     EXPECT_EQ(t.WaitExit(), Exited(0));
 }
 
-TEST_F(MainMenuActions, OtherScreensOpenAndTheRowsAreMadeAnewBehindThem) {
+TEST_F(MainMenuActions, OtherScreensOpenAndTheRowsRefreshAfterwards) {
     box.Record("ip");
     MainMenu t(box);
     struct OtherScreen {
@@ -738,7 +738,7 @@ TEST_F(MainMenuActions, TheExitRowEndsTheProgram) {
 
 class Renaming : public testing::Test {
   protected:
-    // Types the name over the old one, whatever that is, and accepts it.
+    // Replaces the name in the entry, whatever it is, and accepts it.
     void Rename(Terminal& t, const std::string& name, Place place = Place::current()) {
         t.Press("n<Enter>", place);
         t.WaitFor("[ESC to cancel]", 10, place);
@@ -770,7 +770,7 @@ TEST_F(Renaming, SetsTheNameAndWritesItsFile) {
     }
 }
 
-TEST_F(Renaming, CancelledChangesNothingButLooksAgain) {
+TEST_F(Renaming, CancellingOnlyRefreshes) {
     box.Write("/etc/hostname", "from-the-file\n");
     box.Record("ip");
     MainMenu t(box);
@@ -784,7 +784,7 @@ TEST_F(Renaming, CancelledChangesNothingButLooksAgain) {
     EXPECT_EQ(box.Read("/etc/hostname"), "from-the-file\n");
 }
 
-// The kernel takes names of 64 bytes at most; the file gets what was typed.
+// The kernel accepts at most 64 bytes; the file gets what was typed.
 TEST_F(Renaming, ANameThatTheKernelRefusesIsStillWritten) {
     MainMenu t(box);
     Rename(t, std::string(65, 'a'));
@@ -810,7 +810,7 @@ TEST_F(Renaming, AFileThatCannotBeWrittenChangesNothingElse) {
     EXPECT_EQ(box.Sh("ls -A /etc/hostname"), "");
 }
 
-TEST_F(Renaming, TheFileIsMadeWhereThereIsNone) {
+TEST_F(Renaming, AMissingFileIsCreated) {
     box.Remove("/etc/hostname");
     MainMenu t(box);
     Rename(t, "other");
@@ -818,7 +818,7 @@ TEST_F(Renaming, TheFileIsMadeWhereThereIsNone) {
     EXPECT_EQ(box.Read("/etc/hostname"), "other\n");
 }
 
-TEST_F(Renaming, ALinkedFileStaysLinkedAndKeepsItsMode) {
+TEST_F(Renaming, ALinkedFileStaysALinkAndKeepsItsMode) {
     box.Write("/run/name", "a longer name than the new one\n", 0640);
     box.Remove("/etc/hostname");
     box.Sh("ln -s /run/name /etc/hostname");

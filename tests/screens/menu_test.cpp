@@ -1,5 +1,5 @@
-// The list that every screen is built on, tried on the main menu: what the keys and the mouse do
-// to it, and how its rows look.
+// The menu that every screen uses, tested on the main menu: the effect of keys and mouse, and the
+// look of the rows.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,7 +10,7 @@
 namespace harness {
 namespace {
 
-// The main menu of a machine with twelve bridges: 34 rows, the last of them row 33.
+// The main menu of a machine with twelve bridges: 34 rows, 0 to 33.
 constexpr int kBridges = 12;
 constexpr int kLastRow = 33;
 
@@ -31,7 +31,7 @@ class TwelveBridges : public testing::Test {
   protected:
     TwelveBridges() { AddBridges(box, kBridges); }
 
-    // Until the list shows its rows from `top` on, with the row `selection` selected.
+    // Waits until the list starts at row `top` and row `selection` is selected.
     void WaitForView(Terminal& t, int top, int selection, Place place = Place::current()) {
         const auto shown = [&] {
             for (int line = kFirstLine; line < t.rows() - 1; line++) {
@@ -64,8 +64,8 @@ class TwelveBridges : public testing::Test {
     const std::vector<std::string> rows = RowsWithBridges();
 };
 
-// An interface with an address, and two default routes: rows of every kind. The interface is row 9,
-// its address row 10, the warning row 12, the exit row 14.
+// An interface with an address, and two default routes, for rows of every kind. The interface is
+// row 9, its address row 10, the warning row 12, the exit row 14.
 class RowsOfEveryKind : public testing::Test {
   protected:
     RowsOfEveryKind() {
@@ -114,19 +114,19 @@ TEST_F(RowsOfEveryKind, UpAndDownSkipInformation) {
 TEST_F(MenuKeys, TheListScrollsWithTheSelection) {
     MainMenu t(box, OfSize(12, 80));  // six rows
     WaitForView(t, 0, 0);
-    // Down: a row more only when the selection would leave the screen.
+    // Down: scrolls one row, only when the selection would leave the screen.
     Walk(t, {{"<Down><Down><Down><Down><Down>", 0, 5}, {"<Down>", 1, 6}, {"<Down>", 2, 7}});
     Walk(t, {{"<Down>", 4, 9}, {"<Down>", 6, 11}});
-    // Up: the same at the upper end.
+    // Up: the same at the top.
     Walk(t, {{"<Up>", 6, 9}, {"<Up>", 6, 7}, {"<Up>", 6, 6}, {"<Up>", 5, 5}, {"<Up>", 4, 4}});
     Walk(t, {{"<End>", 28, 33}, {"<Up>", 28, 31}, {"<Up>", 28, 29}, {"<Up>", 27, 27}});
-    // Around the ends.
+    // Wrapping at both ends.
     Walk(t, {{"<Home>", 0, 0}, {"<Up>", 28, 33}, {"<Down>", 0, 0}});
-    // A hot key finds rows that are out of sight.
+    // A hot key finds rows that are not visible.
     Walk(t, {{"9", 20, 25}, {"1", 9, 9}, {"2", 9, 11}, {"e", 28, 33}});
 }
 
-TEST_F(MenuKeys, PagesGoToTheEdgeFirstThenByAPageLessOneRow) {
+TEST_F(MenuKeys, PageKeysGoToTheEdgeThenByAPageLessOneRow) {
     MainMenu t(box, OfSize(12, 80));  // six rows
     WaitForView(t, 0, 0);
     Walk(t, {{"<PageDown>", 0, 5},
@@ -150,34 +150,34 @@ TEST_F(MenuKeys, PagesGoToTheEdgeFirstThenByAPageLessOneRow) {
     Walk(t, {{"<PageUp>", 2, 2}, {"<PageUp>", 0, 0}});
 }
 
-TEST_F(MenuKeys, PagesOfATallTerminalGoToTheEnds) {
+TEST_F(MenuKeys, PageKeysOnATallTerminalGoToTheEnds) {
     MainMenu t(box, OfSize(50, 80));
     WaitForView(t, 0, 0);
     Walk(t, {{"<PageDown>", 0, 33}, {"<PageDown>", 0, 33}, {"<PageUp>", 0, 0}});
     Walk(t, {{"<End>", 0, 33}, {"<Up>", 0, 31}, {"<Home>", 0, 0}});
 }
 
-TEST_F(MenuKeys, PagesOfOneRowStay) {
+TEST_F(MenuKeys, PageKeysOnOneRowDoNothing) {
     MainMenu t(box, OfSize(7, 80));
     WaitForView(t, 0, 0);
     Walk(t, {{"<PageDown><Down>", 1, 1}, {"<PageDown><PageUp><Down>", 2, 2}});
 }
 
-TEST_F(MenuKeys, PagesMayEndOnASeparator) {
+TEST_F(MenuKeys, PageKeysMaySelectASeparator) {
     box.StandIn(kNetworkScript);
     MainMenu t(box, OfSize(12, 80));
     WaitForView(t, 0, 0);
     Walk(t, {{"<PageDown><PageDown>", 5, 10}});
     EXPECT_EQ(t.Style(kFirstLine + 5), "0-3 white/black; 4-78 white/blue dim; 79 white/black");
-    // There is nothing to activate; the arrows go on from there.
+    // There is nothing to activate; the arrow keys continue from there.
     Walk(t, {{"<Enter><Down>", 6, 11}, {"<PageUp><PageUp><PageDown>", 1, 6}});
     Walk(t, {{"<Home><PageDown><PageDown><Up>", 5, 9}});
     EXPECT_TRUE(box.Calls().empty());
 }
 
-// Nor do HOME and END skip anything: an interface's own screen begins with its state, and the list
-// of its wireless networks, while there are none, ends with a separator.
-TEST(MenuEnds, HomeAndEndMayLandOnWhatCannotBeSelected) {
+// HOME and END also skip nothing: an interface's screen starts with status rows, and an empty list
+// of networks ends with a separator.
+TEST(MenuEnds, HomeAndEndMaySelectUnselectableRows) {
     Machine box;
     box.AddTap("wlan0");
     box.Cards("wlan0 name IEEE 802.11\n");
@@ -201,7 +201,7 @@ TEST(MenuEnds, HomeAndEndMayLandOnWhatCannotBeSelected) {
     t.WaitSelected("Disconnect from current access point");
 }
 
-TEST_F(MenuKeys, HotKeysSelectAndNeverActivate) {
+TEST_F(MenuKeys, HotKeysSelectButNeverActivate) {
     box.StandIn(kNetworkScript);
     MainMenu t(box, OfSize(40, 80));
     WaitForView(t, 0, 0);
@@ -212,7 +212,7 @@ TEST_F(MenuKeys, HotKeysSelectAndNeverActivate) {
     EXPECT_TRUE(box.Calls().empty());
 }
 
-TEST_F(MenuKeys, ASharedHotKeyGoesToTheNextRowThatBearsIt) {
+TEST_F(MenuKeys, ASharedHotKeyGoesToTheNextRowThatHasIt) {
     MainMenu t(box, OfSize(40, 80));
     WaitForView(t, 0, 0);
     Walk(t, {{"u", 0, 2}, {"u", 0, 0}, {"u", 0, 2}});
@@ -224,7 +224,7 @@ TEST_F(MenuKeys, OtherKeysDoNothing) {
     WaitForView(t, 0, 0);
     t.Press("d");
     WaitForView(t, 0, 1);
-    // Capitals are no hot keys; of the control keys, ^H is no backspace on this terminal.
+    // Capitals are not hot keys; ^H is not backspace on this terminal.
     t.Press("UDNTFSIExyz;-+ <Left><Right><Insert><Delete><Tab><F1><F5><F12><C-a><C-h><C-l>");
     t.Settle();
     WaitForView(t, 0, 1);
@@ -233,7 +233,7 @@ TEST_F(MenuKeys, OtherKeysDoNothing) {
 
 TEST_F(MenuKeys, EveryEnterKeyActivates) {
     MainMenu t(box);
-    for (const char* enter : {"\r", "\n", "\x1bOM"}) {  // the last: of the number pad
+    for (const char* enter : {"\r", "\n", "\x1bOM"}) {  // the last is keypad ENTER
         t.SendBytes(std::string("d") + enter);
         t.WaitFor("Are you sure? [y/n]");
         t.Press("n");
@@ -254,7 +254,7 @@ TEST_F(MenuKeys, EscapeAndBackspaceLeave) {
 
 using MenuLook = RowsOfEveryKind;
 
-// A row of 75 columns on a terminal of 80, with its hot key's letter in the column of that number.
+// A row of 75 columns on an 80-column terminal, with its hot key in the given column.
 std::string StyleOfRow(const std::string& row, const std::string& letter, int column) {
     std::ostringstream style;
     style << "0-3 white/black; ";
@@ -271,7 +271,7 @@ struct LetterOfRow {
     const char* letter;
 };
 
-// A letter is the first in the label that is the key, capital or not, as it stands in the label.
+// The hot key is the first matching letter of the label, in either case, shown as in the label.
 constexpr LetterOfRow kLetters[] = {
     {"u", kFirstLine, 10, "u"},    {"d", kFirstLine + 1, 10, "d"}, {"u", kFirstLine + 2, 4, "U"},
     {"n", kFirstLine + 3, 7, "n"}, {"t", kFirstLine + 4, 6, "t"},  {"f", kFirstLine + 5, 4, "F"},
@@ -305,7 +305,7 @@ TEST_F(MenuLook, TheSelectedRowIsBlueWithItsHotKeyReversed) {
     EXPECT_EQ(t.Style(kInterfaceLine), StyleOfRow("white/black bold", "yellow/black bold", 4));
 }
 
-TEST_F(MenuLook, WhatCannotBeSelectedIsDim) {
+TEST_F(MenuLook, UnselectableRowsAreDim) {
     MainMenu t(box);
     const std::string dim = "0-3 white/black; 4-78 white/black dim; 79 white/black";
     EXPECT_EQ(t.Row(kAddressLine),
@@ -319,8 +319,8 @@ TEST_F(MenuLook, WhatCannotBeSelectedIsDim) {
     EXPECT_EQ(t.Style(kWarningLine), "0-3 white/black; 4-78 red/black dim; 79 white/black");
 }
 
-TEST_F(MenuLook, AnInformationRowMayBeSelected) {
-    MainMenu t(box, OfSize(17, 80));  // eleven rows: the last in sight is the address
+TEST_F(MenuLook, AnInformationRowCanBeSelected) {
+    MainMenu t(box, OfSize(17, 80));  // eleven rows; the last visible one is the address
     t.Press("<PageDown>");
     t.WaitSelected("IPv4: 10.1.2.3");
     EXPECT_EQ(t.Style(kAddressLine), "0-3 white/black; 4-78 white/blue dim; 79 white/black");
@@ -329,7 +329,7 @@ TEST_F(MenuLook, AnInformationRowMayBeSelected) {
 }
 
 TEST_F(MenuLook, ASelectedWarningIsReversed) {
-    MainMenu t(box, OfSize(19, 80));  // thirteen rows: the last in sight is the warning
+    MainMenu t(box, OfSize(19, 80));  // thirteen rows; the last visible one is the warning
     t.Press("<PageDown>");
     const std::string reversed = "0-3 white/black; 4-78 red/black dim reverse; 79 white/black";
     t.WaitUntil([&] { return t.Style(kWarningLine) == reversed; }, reversed);
@@ -337,9 +337,9 @@ TEST_F(MenuLook, ASelectedWarningIsReversed) {
     t.WaitSelected("Exit this program");
 }
 
-// On narrow terminals the title lines wrap and stand above and beside the first rows.
+// On narrow terminals the title lines wrap over and next to the first rows.
 TEST_F(MenuLook, LabelsAreCutAtTheWidthButTheirHotKeysAreNot) {
-    MainMenu t(box, OfSize(24, 11));  // rows of six columns, and one more column behind them
+    MainMenu t(box, OfSize(24, 11));  // rows of six columns, and one more column after them
     t.WaitUntil([&] { return t.Row(kFirstLine + 3) == "    Change"; }, "rows of six columns");
     EXPECT_EQ(t.Row(kFirstLine + 6), "    Servic");
     EXPECT_EQ(t.Row(kFirstLine).substr(4), "Bring u");
@@ -348,11 +348,11 @@ TEST_F(MenuLook, LabelsAreCutAtTheWidthButTheirHotKeysAreNot) {
     EXPECT_EQ(t.Style(kFirstLine + 1),
               "0-3 white/black; 4-9 white/black bold; 10 yellow/black bold");
 
-    t.Resize(24, 10);  // nothing behind them: no letter there
+    t.Resize(24, 10);  // no column after them: no letter there
     t.WaitUntil([&] { return t.Row(kFirstLine + 6) == "    Servi"; }, "rows of five columns");
     EXPECT_EQ(t.Style(kFirstLine + 1), "0-3 white/black; 4-8 white/black bold; 9 white/black");
 
-    t.Resize(24, 5);  // no columns at all, but a place for letters
+    t.Resize(24, 5);  // no columns at all, but room for letters
     t.WaitUntil([&] { return t.Cell(kFirstLine + 2, 4).text == "U"; }, "the letter U");
     EXPECT_EQ(t.Cell(kFirstLine + 2, 4).fg, kYellow);
     EXPECT_EQ(t.Cell(kFirstLine + 5, 4).text, "F");
@@ -360,7 +360,7 @@ TEST_F(MenuLook, LabelsAreCutAtTheWidthButTheirHotKeysAreNot) {
 
 // ---- the pointer ----
 
-// The refresh forgets the pointer: what is waited for must come sooner.
+// A refresh forgets the pointer, so the colour must appear before the next one.
 TEST_F(MenuLook, TheRowUnderThePointerIsYellow) {
     MainMenu t(box);
     const std::string plain = StyleOfRow("white/black bold", "yellow/black bold", 7);
@@ -386,7 +386,7 @@ TEST_F(MenuLook, TheSelectedRowUnderThePointerIsCyan) {
     t.Hover(kFirstLine, 30);
     const std::string hovered = StyleOfRow("cyan/blue bold", "white/black reverse", 10);
     t.WaitUntil([&] { return t.Style(kFirstLine) == hovered; }, hovered);
-    // The pointer stays, the selection goes, and comes to a row that is hovered.
+    // The pointer stays. The selection leaves the hovered row and comes back.
     t.Press("<Down>");
     t.WaitSelected("Bring down all interfaces");
     EXPECT_EQ(t.Style(kFirstLine), "0-3 white/black; 4-78 yellow/black bold; 79 white/black");
@@ -395,7 +395,7 @@ TEST_F(MenuLook, TheSelectedRowUnderThePointerIsCyan) {
     t.WaitUntil([&] { return t.Style(kFirstLine) == hovered; }, hovered);
 }
 
-TEST_F(MenuLook, DimRowsStayAsTheyAreUnderThePointer) {
+TEST_F(MenuLook, DimRowsDoNotChangeUnderThePointer) {
     MainMenu t(box);
     struct DimRow {
         int line;
@@ -415,7 +415,7 @@ TEST_F(MenuLook, DimRowsStayAsTheyAreUnderThePointer) {
 }
 
 TEST_F(MenuLook, ASelectedDimRowUnderThePointerIsCyan) {
-    MainMenu t(box, OfSize(17, 80));  // eleven rows: the last in sight is the address
+    MainMenu t(box, OfSize(17, 80));  // eleven rows; the last visible one is the address
     t.Hover(kAddressLine, 20);
     t.Press("<PageDown>");
     const std::string hovered = "0-3 white/black; 4-78 cyan/blue dim; 79 white/black";
@@ -439,7 +439,7 @@ TEST_F(MenuMouse, AClickSelectsAndAClickOnTheSelectedRowActivates) {
     EXPECT_TRUE(box.Calls().empty());
 }
 
-TEST_F(MenuMouse, AClickCountsFromTheFirstToTheLastColumnOfARow) {
+TEST_F(MenuMouse, AClickHitsARowFromItsFirstToItsLastColumn) {
     MainMenu t(box);
     struct Spot {
         int column, selected;
@@ -453,9 +453,8 @@ TEST_F(MenuMouse, AClickCountsFromTheFirstToTheLastColumnOfARow) {
     }
 }
 
-// Wherever there is no row to hit, the first row is selected; and only selected, when it was so
-// before.
-TEST_F(MenuMouse, AClickBesideTheRowsSelectsTheFirst) {
+// A click that hits no row selects the first row. It never activates it, even if it was selected.
+TEST_F(MenuMouse, AClickOutsideTheRowsSelectsTheFirst) {
     MainMenu t(box, OfSize(45, 80));
     struct Spot {
         int line;
@@ -484,8 +483,8 @@ TEST_F(RowsOfEveryKind, AClickOnInformationSelectsTheFirstRow) {
     }
 }
 
-// A separator that pages have selected is the selected row, and still no click hits it.
-TEST_F(MenuMouse, ASelectedSeparatorIsNoTarget) {
+// A page key can select a separator, but a click can't hit it.
+TEST_F(MenuMouse, AClickCannotHitASelectedSeparator) {
     MainMenu t(box, OfSize(12, 80));
     Walk(t, {{"<PageDown><PageDown>", 5, 10}});
     t.Click(kFirstLine + 5, 20);
@@ -499,13 +498,13 @@ TEST_F(MenuMouse, PressingSelectsAndReleasingDoesNothing) {
     t.WaitSelected("Bring down all interfaces");
     t.MouseRelease(line, 30);
     LetClickPass(t);
-    // Held longer than a click, on the row that is selected: no activation either.
+    // Held longer than a click, on the selected row: still no activation.
     t.MousePress(line, 30);
     LetClickPass(t);
     t.MouseRelease(line, 30);
     LetClickPass(t);
     EXPECT_EQ(t.Selected(), "Bring down all interfaces");
-    // A press beside the rows counts as a click there.
+    // A press outside the rows counts as a click there.
     t.MousePress(line, 2);
     t.WaitSelected("Bring up all interfaces");
 }
@@ -528,7 +527,7 @@ TEST_F(MenuMouse, OtherButtonsOnlyPoint) {
     constexpr int kSgr = 1006;
     const std::vector<int> modes = t.MouseReporting();
     ASSERT_TRUE(std::count(modes.begin(), modes.end(), kSgr) > 0);
-    // Middle and right button, wheel up and down; lines and columns are counted from 1.
+    // Middle and right button, wheel up and down; lines and columns count from 1.
     for (const char* button : {"1", "2", "64", "65"}) {
         for (const int line : {kFirstLine, kFirstLine + 1}) {
             const std::string where = ";21;" + std::to_string(line + 1);
@@ -542,7 +541,7 @@ TEST_F(MenuMouse, OtherButtonsOnlyPoint) {
     }
 }
 
-TEST_F(MenuMouse, AScrolledListIsHitWhereItsRowsAre) {
+TEST_F(MenuMouse, ClicksHitTheRowsOfAScrolledList) {
     MainMenu t(box, OfSize(12, 80));
     Walk(t, {{"9", 20, 25}});
     t.Click(kFirstLine + 1, 20);
@@ -551,9 +550,9 @@ TEST_F(MenuMouse, AScrolledListIsHitWhereItsRowsAre) {
     t.WaitFor("Network configuration: br7 (02:00:00:00:00:07)");
 }
 
-// The pointer is looked at for the rows in sight only: a row that was scrolled away under it comes
-// back as it went.
-TEST_F(MenuMouse, ScrollingTakesTheHoverAlong) {
+// Only visible rows are checked against the pointer: a row that was scrolled away while hovered is
+// still hovered when it comes back.
+TEST_F(MenuMouse, AHoveredRowStaysHoveredWhenScrolled) {
     MainMenu t(box, OfSize(12, 80));
     WaitForView(t, 0, 0);
     t.Hover(kFirstLine + 3, 20);
@@ -568,11 +567,11 @@ TEST_F(MenuMouse, ScrollingTakesTheHoverAlong) {
     EXPECT_EQ(t.Cell(kFirstLine + 3, 40).fg, kYellow);
 }
 
-TEST_F(MenuMouse, AClickOlderThanFourTenthsOfASecondActivatesNothing) {
+TEST_F(MenuMouse, AClickOlderThan400MillisecondsDoesNotActivate) {
     MainMenu t(box);
     t.Press("d");
     t.WaitSelected("Bring down all interfaces");
-    t.Press("<C-s>");  // the terminal holds the output: the repaint after the click takes its time
+    t.Press("<C-s>");  // stops the output, so the repaint after the click takes long
     t.Click(kFirstLine + 1, 30);
     t.WaitUntil([&] { return OutputIsHeld(t); }, "output being held");
     t.RunFor(0.45);
@@ -581,7 +580,7 @@ TEST_F(MenuMouse, AClickOlderThanFourTenthsOfASecondActivatesNothing) {
     t.WaitUntil([&] { return t.Style(kFirstLine + 1) == hovered; }, hovered);
     t.Press("<Down>");
     t.WaitSelected("Update interfaces from config");
-    // The next one is in time.
+    // The next click is in time.
     t.Press("d");
     t.Click(kFirstLine + 1, 30);
     t.WaitFor("Are you sure? [y/n]");
@@ -591,7 +590,7 @@ TEST_F(MenuMouse, AClickOlderThanFourTenthsOfASecondActivatesNothing) {
 
 using MenuSize = TwelveBridges;
 
-TEST_F(MenuSize, RowsFollowTheTerminal) {
+TEST_F(MenuSize, RowsAdaptToTheTerminal) {
     MainMenu t(box);
     WaitForView(t, 0, 0);
     EXPECT_EQ(t.Style(kFirstLine), StyleOfRow("white/blue bold", "white/black reverse", 10));
@@ -600,7 +599,7 @@ TEST_F(MenuSize, RowsFollowTheTerminal) {
     EXPECT_EQ(t.Style(kFirstLine),
               "0-3 white/black; 4-9 white/blue bold; 10 white/black reverse; "
               "11-130 white/blue bold; 131 white/black");
-    t.Resize(16, 40);  // rows of 35 columns cut the longest labels
+    t.Resize(16, 40);  // the longest labels do not fit 35 columns
     t.WaitUntil([&] { return t.Row(14) == "    1. br1     02:00:00:00:00:01  Disco"; },
                 "rows cut at 35 columns");
     EXPECT_EQ(t.Row(15), "");
@@ -611,7 +610,7 @@ TEST_F(MenuSize, ASmallerTerminalScrollsToTheSelection) {
     Walk(t, {{"<End>", 0, 33}});
     t.Resize(12, 80);
     WaitForView(t, 28, 33);
-    // A larger one shows as many rows as fit.
+    // A larger terminal shows as many rows as fit.
     t.Resize(30, 80);
     WaitForView(t, 10, 33);
     t.Resize(9, 80);

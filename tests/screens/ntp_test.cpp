@@ -1,5 +1,5 @@
-// The time servers' screen as the operator meets it: its rows, what typing does to them, what a
-// save writes, and what stopping and starting the service runs.
+// The screen of the time servers: its rows, adding and editing, what a save writes, and what
+// stopping and starting the service runs.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -28,7 +28,7 @@ constexpr const char* kEditPrompt = "Edit server name. Delete all text to remove
 constexpr int kTop = 4;
 constexpr int kLeft = 4;
 
-// Comments between the servers, an option, an indented server line, one with nothing on it.
+// Comments between the servers, an option, an indented server line, and one without a server.
 constexpr const char* kMixed =
     "# near\n"
     "server\ttime1.example.org iburst\n"
@@ -47,7 +47,8 @@ constexpr const char* kMixedRegrouped =
     "server time1.example.org iburst\n"
     "server time2.example.org\n";
 
-// The file's text, or "" for none. The service's script only records its calls.
+// A machine with that text in the file, or no file for "". The service's script only records its
+// calls.
 class Box : public Machine {
   public:
     explicit Box(const std::string& text = kMixed) {
@@ -82,7 +83,7 @@ class NtpPage : public Terminal {
     }
 };
 
-// The entries of the list on the screen.
+// The server rows on the screen.
 std::vector<std::string> Servers(const Terminal& t) {
     std::vector<std::string> servers;
     const std::string start = "    Server ";
@@ -91,7 +92,7 @@ std::vector<std::string> Servers(const Terminal& t) {
     return servers;
 }
 
-// The rows with their styles: what must be as before.
+// The rows with their styles, for checking that nothing has changed.
 std::vector<std::string> Look(const Terminal& t) {
     std::vector<std::string> look;
     for (int row = 0; row < t.rows(); row++)
@@ -99,7 +100,7 @@ std::vector<std::string> Look(const Terminal& t) {
     return look;
 }
 
-// Presses the keys that open an entry box, and types into it what follows.
+// Presses the keys that open an entry box, and types the text into it.
 void OpenPrompt(Terminal& t, const std::string& keys, const std::string& prompt,
                 Place place = Place::current()) {
     t.Press(keys + "<Enter>", place);
@@ -120,7 +121,7 @@ void Add(Terminal& t, const std::string& name, Place place = Place::current()) {
     ClosePrompt(t, "<Enter>", kAddPrompt, place);
 }
 
-// Empties the entry and types another. The server's row is selected by the keys.
+// Selects a server's row with the keys, clears the entry and types another.
 void Edit(Terminal& t, const std::string& keys, size_t old_length, const std::string& text,
           Place place = Place::current()) {
     OpenPrompt(t, keys, kEditPrompt, place);
@@ -170,7 +171,7 @@ TEST(NtpScreen, ShowsTheServersOfTheFileAndItsActions) {
         EXPECT_EQ(t.Screen(), screen);
         EXPECT_FALSE(t.CursorVisible());
         EXPECT_EQ(t.Cell(2, 0).Style(), "white/black");
-        // The selected row is marked over COLS - 5 columns.
+        // The selected row is highlighted over COLS - 5 columns.
         EXPECT_EQ(t.SelectedRow(), kTop);
         EXPECT_EQ(t.Cell(kTop, kLeft).Style(), "white/blue bold");
         EXPECT_EQ(t.Cell(kTop, kLeft - 1).bg, kBlack);
@@ -239,7 +240,7 @@ TEST(NtpScreen, ALongListScrolls) {
 
 // ---- leaving ----
 
-TEST(NtpScreen, IsLeftByItsRowAndByEscAndBackspace) {
+TEST(NtpScreen, ItsRowEscAndBackspaceLeaveIt) {
     Box box;
     Terminal t(box);
     for (const char* keys : {"m<Enter>", "<Esc>", "<Backspace>"}) {
@@ -280,7 +281,7 @@ TEST(NtpScreen, TheFileIsReadOnceWhenTheScreenOpens) {
 
 // ---- adding ----
 
-TEST(NtpScreen, AddingAsksInAnEmptyBoxAndAppends) {
+TEST(NtpScreen, AddingAsksWithAnEmptyBoxAndAppends) {
     Box box;
     NtpPage t(box);
     OpenPrompt(t, "n", "New server name? [ESC to cancel]");
@@ -303,8 +304,8 @@ TEST(NtpScreen, TheFirstServerBringsTheSeparator) {
     EXPECT_EQ(t.Row(kTop + 2), "    Add new server");
 }
 
-// Every way out of the box that changes nothing: the box is gone, all else is as before.
-TEST(NtpScreen, ACancelledEmptyOrKnownNameLeavesTheScreenAsItWas) {
+// Every way to leave the box without a change: the box disappears, and nothing else changes.
+TEST(NtpScreen, ACancelledEmptyOrKnownNameChangesNothing) {
     Box box;
     NtpPage t(box);
     Add(t, "unsaved");
@@ -333,7 +334,7 @@ TEST(NtpScreen, ACancelledEmptyOrKnownNameLeavesTheScreenAsItWas) {
     EXPECT_THAT(box.CallLines(), IsEmpty());
 }
 
-TEST(NtpScreen, ANameThatDiffersInAByteIsNoDuplicate) {
+TEST(NtpScreen, ANameThatDiffersInOneByteIsNotADuplicate) {
     Box box("server a.example\n");
     NtpPage t(box);
     for (const char* name : {"A.example", "a.exampl", "a.example."})
@@ -343,7 +344,7 @@ TEST(NtpScreen, ANameThatDiffersInAByteIsNoDuplicate) {
 
 // ---- editing ----
 
-TEST(NtpScreen, EditingBeginsWithTheEntryAndReplacesIt) {
+TEST(NtpScreen, EditingStartsWithTheOldNameAndReplacesIt) {
     Box box;
     NtpPage t(box);
     OpenPrompt(t, "", std::string(kEditPrompt) + " [ESC to cancel]");
@@ -355,13 +356,13 @@ TEST(NtpScreen, EditingBeginsWithTheEntryAndReplacesIt) {
     EXPECT_EQ(t.SelectedRow(), kTop);
 }
 
-TEST(NtpScreen, DeletingAllTextRemovesTheEntryAndLaterOnesMoveUp) {
+TEST(NtpScreen, DeletingAllTextRemovesTheServer) {
     Box box("server a\nserver b\nserver c\n");
     NtpPage t(box);
     Edit(t, "<Down>", 1, "");
     EXPECT_THAT(Servers(t), ElementsAre("a", "c"));
     t.WaitSelected("Server c");
-    // What was typed as blanks is no text.
+    // Blanks alone count as no text.
     Edit(t, "", 1, "   ");
     EXPECT_THAT(Servers(t), ElementsAre("a"));
     EXPECT_EQ(t.Row(kTop + 2), "    Add new server");
@@ -372,7 +373,7 @@ TEST(NtpScreen, DeletingAllTextRemovesTheEntryAndLaterOnesMoveUp) {
     EXPECT_EQ(box.Read(kFile), "");
 }
 
-TEST(NtpScreen, AnEntryMayBeEditedIntoADuplicate) {
+TEST(NtpScreen, EditingMayMakeADuplicate) {
     Box box("server a\nserver b\n");
     NtpPage t(box);
     Edit(t, "<Down>", 1, "a");
@@ -381,7 +382,7 @@ TEST(NtpScreen, AnEntryMayBeEditedIntoADuplicate) {
     EXPECT_EQ(box.Read(kFile), "server a\nserver a\n");
 }
 
-TEST(NtpScreen, ACancelledEditLeavesTheScreenAsItWas) {
+TEST(NtpScreen, ACancelledEditChangesNothing) {
     Box box;
     NtpPage t(box);
     Edit(t, "<Down>", 17, "unsaved");
@@ -434,14 +435,14 @@ TEST(NtpScreen, SavingRegroupsTheFile) {
     t.Mark();
     Answer(t, "y");
     EXPECT_EQ(box.Read(kFile), kMixedRegrouped);
-    // Curses is not left, and nothing is said.
+    // Curses stays active, and no message is shown.
     EXPECT_THAT(t.Output(), Not(HasSubstr("\x1b[?1049l")));
     EXPECT_THAT(Servers(t), ElementsAre("time1.example.org iburst", "time2.example.org"));
     EXPECT_EQ(t.Selected(), "Save changes");
     EXPECT_THAT(box.CallLines(), IsEmpty());
 }
 
-TEST(NtpScreen, SavesWhatWasAddedEditedAndRemovedByteForByte) {
+TEST(NtpScreen, SavesAddedEditedAndRemovedServersExactly) {
     Box box("# caf\xc3\xa9 \xff\r\nserver a\nserver b\r\n\tserver tab\nserver c\ndisable monitor");
     NtpPage t(box);
     Edit(t, "", 1, "a2 key 5");
@@ -468,7 +469,7 @@ TEST(NtpScreen, ADeclinedSaveKeepsFileAndEdits) {
     EXPECT_EQ(box.Read(kFile), std::string(kMixedRegrouped) + "server time3.example.org\n");
 }
 
-TEST(NtpScreen, SavingMakesAMissingFileWithServerLinesOnly) {
+TEST(NtpScreen, SavingCreatesAMissingFileWithOnlyServerLines) {
     Box box("");
     NtpPage t(box);
     Add(t, "time1.example.org");
@@ -478,7 +479,7 @@ TEST(NtpScreen, SavingMakesAMissingFileWithServerLinesOnly) {
     EXPECT_EQ(box.Sh("stat -c '%a %u:%g' /etc/ntp.conf"), "644 0:0\n");
 }
 
-TEST(NtpScreen, SavingGoesThroughALinkAndKeepsModeAndOwners) {
+TEST(NtpScreen, SavingFollowsALinkAndKeepsModeAndOwners) {
     Box box;
     box.Sh(
         "mkdir /etc/elsewhere; mv /etc/ntp.conf /etc/elsewhere/time; "
@@ -493,8 +494,8 @@ TEST(NtpScreen, SavingGoesThroughALinkAndKeepsModeAndOwners) {
     EXPECT_EQ(box.Sh("ls -A /etc/elsewhere"), "time\n");
 }
 
-// Nothing is lost and nothing is said; the edits are still there to be saved again.
-TEST(NtpScreen, ASaveThatFailsKeepsTheOldFileAndTheEdits) {
+// Nothing is lost and nothing is reported; the edits can still be saved.
+TEST(NtpScreen, AFailedSaveKeepsTheOldFileAndTheEdits) {
     Box box;
     box.Sh(
         "mkdir /etc/full; mount -t tmpfs -o size=64k none /etc/full; "
@@ -514,7 +515,7 @@ TEST(NtpScreen, ASaveThatFailsKeepsTheOldFileAndTheEdits) {
               std::string(kMixedRegrouped) + "server time3.example.org\n");
 }
 
-TEST(NtpScreen, AFolderInTheFilesPlaceIsLeftAlone) {
+TEST(NtpScreen, AFolderInPlaceOfTheFileIsLeftAlone) {
     Box box("");
     box.MakeDirectory(kFile);
     NtpPage t(box);
@@ -529,7 +530,7 @@ TEST(NtpScreen, AFolderInTheFilesPlaceIsLeftAlone) {
 
 TEST(NtpScreen, StopsAndStartsTheServiceOnThePlainTerminal) {
     Box box;
-    // The script waits until the test has looked. Neither of its outputs is for the operator.
+    // The script waits until the test has checked the screen. The operator sees none of its output.
     box.StandInScript(kService,
                       "echo loud; echo louder >&2\n"
                       "while ! rm /tmp/open 2>/dev/null; do sleep 0.02; done\n"
@@ -566,7 +567,7 @@ TEST(NtpScreen, StopsAndStartsTheServiceOnThePlainTerminal) {
     EXPECT_EQ(box.Read(kFile), kMixed);
 }
 
-TEST(NtpScreen, WhatItSaysGoesToStandardErrorAndNothingElseDoes) {
+TEST(NtpScreen, OnlyItsMessagesGoToStandardError) {
     Box box;
     box.StandIn(kService, "said\n");
     TerminalOptions options;
@@ -613,10 +614,10 @@ TEST(NtpScreen, AMissingServiceScriptChangesNothing) {
 // ---- the real daemon ----
 
 TEST(NtpScreen, ARealDaemonReadsTheSavedFileAndListsItsServers) {
-    // Without the right to ask, that the first line gives, it would list nothing.
+    // Without the right to query, which the first line grants, it would list nothing.
     Box box("restrict 127.0.0.1\nserver 192.0.2.9\nserver 192.0.2.10\n");
     if (box.Sh("command -v ntpd && command -v ntpq || true").find("ntpq") == std::string::npos)
-        GTEST_SKIP() << "no time daemon here";
+        GTEST_SKIP() << "no time daemon on this system";
     box.StandInScript(kService,
                       "case $1 in\n"
                       "start) ntpd -c /etc/ntp.conf -p /run/ntpd.pid ;;\n"
@@ -643,9 +644,9 @@ TEST(NtpScreen, ARealDaemonReadsTheSavedFileAndListsItsServers) {
     box.WaitUntil([&] { return box.Sh("pidof ntpd || true").empty(); }, "the daemon to end");
 }
 
-// ---- what is no plain file ----
+// ---- other kinds of file ----
 
-TEST(NtpScreen, AFileWithoutAnEndIsNotReadAndNotSavedOver) {
+TEST(NtpScreen, AnEndlessFileIsNeitherReadNorOverwritten) {
     Box box("");
     box.Sh(std::string("ln -s /dev/zero ") + kFile);
     Terminal t(box);
@@ -662,7 +663,7 @@ TEST(NtpScreen, AFileWithoutAnEndIsNotReadAndNotSavedOver) {
     EXPECT_EQ(box.Sh(std::string("readlink ") + kFile), "/dev/zero\n");
 }
 
-TEST(NtpScreen, APipeInTheFilesPlaceHoldsNothingUp) {
+TEST(NtpScreen, APipeInPlaceOfTheFileDoesNotBlock) {
     Box box("");
     box.Sh(std::string("mkfifo ") + kFile);
     Terminal t(box);

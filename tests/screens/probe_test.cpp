@@ -1,5 +1,5 @@
-// What the rows of an interface say: every piece of its status, present or absent, from real
-// interfaces and from the answers of cards that are not there.
+// The rows of an interface: every part of the status, present or absent, from real interfaces and
+// from simulated cards.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-// The first interface's rows on the screen: its own, and those that follow.
+// The first interface's rows on the screen: its own row, and the status rows below.
 constexpr int kOwnLine = kFirstLine + 9;
 constexpr int kStatusLine = kOwnLine + 1;
 
@@ -24,7 +24,7 @@ std::string WithoutBlanksBehind(std::string text) {
     return text;
 }
 
-// Looks again, and waits for these rows of the first interface and the separator behind them.
+// Refreshes, and waits for these rows of the first interface and the separator after them.
 void ExpectRows(Terminal& t, const std::vector<std::string>& rows, Place place = Place::current()) {
     LookAgain(t, place);
     std::vector<std::string> shown;
@@ -60,7 +60,7 @@ class WiredProbe : public testing::Test {
     Machine box;
 };
 
-TEST_F(WiredProbe, EveryQueryMayFailByItself) {
+TEST_F(WiredProbe, EveryQueryMayFailOnItsOwn) {
     MainMenu t(box);
     const std::string ipv4 = "   IPv4: 10.1.2.3   netmask: 255.255.255.0  gateway: 10.1.2.1";
     struct Case {
@@ -144,7 +144,7 @@ TEST_F(WiredProbe, TheLastGlobalIPv6AddressIsShown) {
     }
 }
 
-// The kernel's own list: link-local addresses are not global, of several one is shown.
+// A real list from the kernel: link-local addresses are not global, and only one address is shown.
 TEST_F(WiredProbe, RealIPv6Addresses) {
     box.Sh("ip addr flush dev eth0; ip addr add fe80::42/64 dev eth0 nodad");
     MainMenu t(box);
@@ -155,14 +155,14 @@ TEST_F(WiredProbe, RealIPv6Addresses) {
     ExpectRows(t, {kOwnRow, "   IPv6: 2001:db8::6/128"});
 }
 
-TEST_F(WiredProbe, ARadioKillSwitchAloneMakesNoWirelessCard) {
+TEST_F(WiredProbe, AnRfkillSwitchAloneDoesNotMakeACardWireless) {
     box.RfkillFiles("eth0", "1\n", "0\n", "0\n");
     MainMenu t(box);
     ExpectRows(t, {kOwnRow, "   IPv4: 10.1.2.3   netmask: 255.255.255.0  gateway: 10.1.2.1"});
 }
 
-// The main menu forgets what it knew of an interface; the interface's own screen keeps the link.
-TEST_F(WiredProbe, AScreenKeepsTheLinkThatItCouldAskForBefore) {
+// The main menu does not keep a link that can't be queried; the interface screen does.
+TEST_F(WiredProbe, AScreenKeepsALinkItOnceKnew) {
     MainMenu t(box);
     t.Press("1<Enter>");
     t.WaitFor("Network configuration: eth0 (02:00:00:00:00:0A)");
@@ -203,7 +203,7 @@ class WirelessProbe : public testing::Test {
 
     static TerminalOptions Wide() { return OfSize(24, 160); }
 
-    // The rows with these pieces behind "Wireless: ".
+    // Expects these parts after "Wireless: ".
     void ExpectPieces(Terminal& t, const std::string& pieces, Place place = Place::current()) {
         ExpectRows(t, {kWirelessOwnRow, "   Wireless: " + pieces}, place);
     }
@@ -211,7 +211,7 @@ class WirelessProbe : public testing::Test {
     Machine box;
 };
 
-TEST_F(WirelessProbe, APieceForEachAnswer) {
+TEST_F(WirelessProbe, EachAnswerAddsAPart) {
     MainMenu t(box, Wide());
     struct Case {
         const char *cards, *pieces;
@@ -256,12 +256,12 @@ TEST_F(WirelessProbe, FrequenciesAndChannels) {
     };
     for (const Case& card : cases) {
         SCOPED_TRACE(card.frequency);
-        // The access point's piece shows where the frequency's own ends: at a blank, or glued on.
+        // The access point shows where the frequency ends: after a blank or directly.
         box.Cards("wlan0 name IEEE 802.11\nwlan0 freq " + std::string(card.frequency) +
                   "\nwlan0 ap 00:11:22:33:44:55\n");
         ExpectPieces(t, std::string(card.piece) + "A/P 00:11:22:33:44:55");
     }
-    // Beyond all sense, but within bounds: more digits than the row has columns.
+    // Absurd but possible values, with more digits than the row has columns.
     box.Cards("wlan0 name IEEE 802.11\nwlan0 freq 2147483647 290\n");
     LookAgain(t);
     t.WaitUntil(
@@ -285,7 +285,7 @@ TEST_F(WirelessProbe, WithoutAProtocolNameThereIsNoRow) {
     ExpectRows(t, {kWirelessOwnRow});
 }
 
-TEST_F(WirelessProbe, TheRowComesBehindTheAddresses) {
+TEST_F(WirelessProbe, TheRowComesAfterTheAddresses) {
     box.Sh(
         "ip link set wlan0 up; ip addr add 10.1.2.3/24 dev wlan0;"
         "ip addr add 2001:db8::5/64 dev wlan0 nodad; ip route add default via 10.1.2.1");
@@ -324,11 +324,11 @@ TEST_F(WirelessProbe, LongAndHostileNetworkNames) {
     EXPECT_EQ(t.Row(kStatusLine + 2), "    Exit this program");
 }
 
-// ---- radio kill ----
+// ---- rfkill ----
 
 using FileText = Machine::FileText;
 
-TEST_F(WirelessProbe, RadioKillSwitches) {
+TEST_F(WirelessProbe, ShowsRfkillSwitches) {
     MainMenu t(box, Wide());
     struct Case {
         FileText state, hard, soft;
@@ -349,7 +349,7 @@ TEST_F(WirelessProbe, RadioKillSwitches) {
         {"1\n", std::nullopt, "1\n", "Enabled: Yes, RF-Kill: S/W"},
         {"1\n", "1\n", std::nullopt, "Enabled: Yes, RF-Kill: H/W"},
         {"1\n", std::nullopt, std::nullopt, "Enabled: Yes, RF-Kill: off"},
-        // Without a state there is no piece, whatever the other two say.
+        // Without a state the part is left out, whatever the other two are.
         {std::nullopt, "1\n", "1\n", ""},
         {"-1\n", "1\n", "1\n", ""},
     };
@@ -359,14 +359,14 @@ TEST_F(WirelessProbe, RadioKillSwitches) {
         box.RfkillFiles("wlan0", files.state, files.hard, files.soft);
         ExpectPieces(t, files.piece);
     }
-    // A plain file where the folder should be is no switch.
+    // A plain file in place of the folder is not a switch.
     const std::string folder = "/sys/class/net/wlan0/phy80211/rfkill0";
     box.Remove(folder);
     box.Write(folder, "1\n");
     ExpectPieces(t, "");
 }
 
-TEST_F(WirelessProbe, TheRadioKillPieceComesLast) {
+TEST_F(WirelessProbe, TheRfkillPartComesLast) {
     MainMenu t(box, Wide());
     box.RfkillFiles("wlan0", "1\n", "0\n", "1\n");
     box.Cards("wlan0 name IEEE 802.11\nwlan0 freq 11 0\n");

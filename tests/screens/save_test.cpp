@@ -1,5 +1,5 @@
-// Saves by the real program on odd and failing file systems: the host name's file and a card's
-// settings hold either what they held or what was saved.
+// Saves by the real program on unusual and failing file systems: the files of the host name and of
+// a card's settings hold either the old content or the new.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/xattr.h>
@@ -11,14 +11,14 @@
 namespace harness::one_card {
 namespace {
 
-// A file that the program saves, and the operator's way to save it. Only texts are awaited on that
-// way: under a tracer it is not seen whether the program waits for a key.
+// A file that the program saves, and the keys that save it. These steps wait only for texts: under
+// a tracer it is not visible whether the program waits for a key.
 struct Saved {
     const char* name;
     std::string path;
     std::string old_text, new_text;
-    void (*change)(Terminal& t);  // from the main menu's first picture; does not wait for the save
-    const char* afterwards;       // on the screen that follows
+    void (*change)(Terminal& t);  // starts on the main menu; does not wait for the save
+    const char* afterwards;       // a text on the next screen
 };
 
 void SaveName(Terminal& t) {
@@ -55,7 +55,7 @@ class Save : public testing::TestWithParam<Saved> {
   protected:
     Save() { box.Write(file.path, file.old_text); }
 
-    // Saves, and waits until the program has gone on.
+    // Saves, and waits until the program has continued.
     void Change(const TerminalOptions& options = {}) {
         Terminal t(box, options);
         file.change(t);
@@ -82,7 +82,7 @@ TEST_P(Save, KeepsModeAndOwners) {
     EXPECT_EQ(Leftovers(Folder()), "");
 }
 
-TEST_P(Save, GoesThroughALink) {
+TEST_P(Save, FollowsALink) {
     box.Sh("mkdir /etc/elsewhere; mv " + file.path + " /etc/elsewhere/file; cd " + Folder() +
            "; ln -s $(realpath --relative-to=. /etc/elsewhere/file) " + file.path);
     const std::string link = box.Sh("readlink " + file.path);
@@ -92,7 +92,7 @@ TEST_P(Save, GoesThroughALink) {
     EXPECT_EQ(Leftovers("/etc/elsewhere"), "");
 }
 
-TEST_P(Save, WritesAFileThatIsAMountOfItsOwn) {
+TEST_P(Save, WritesAFileThatIsAMountPoint) {
     box.Sh("mkdir /etc/elsewhere; cp " + file.path +
            " /etc/elsewhere/file; mount --bind "
            "/etc/elsewhere/file " +
@@ -103,7 +103,7 @@ TEST_P(Save, WritesAFileThatIsAMountOfItsOwn) {
     EXPECT_EQ(Leftovers(Folder()), "");
 }
 
-// The owner writes, user 1234 reads, the group and all others do nothing.
+// The owner may write, user 1234 may read, the group and others nothing.
 TEST_P(Save, KeepsTheAccessControlList) {
     const std::string list(
         "\2\0\0\0"
@@ -116,7 +116,7 @@ TEST_P(Save, KeepsTheAccessControlList) {
     const std::string name = "system.posix_acl_access";
     if (setxattr(box.OutsidePath(file.path).c_str(), name.c_str(), list.data(), list.size(), 0) !=
         0)
-        GTEST_SKIP() << "no access control lists here";
+        GTEST_SKIP() << "no access control lists on this system";
     Change();
     EXPECT_EQ(box.Read(file.path), file.new_text);
     std::string kept(100, ' ');
@@ -126,7 +126,7 @@ TEST_P(Save, KeepsTheAccessControlList) {
     EXPECT_EQ(box.Sh("stat -c %a " + file.path), "640\n");
 }
 
-TEST_P(Save, WithALimitOnTheSizeOfFilesKeepsTheOldFile) {
+TEST_P(Save, KeepsTheOldFileWhenAFileSizeLimitIsHit) {
     TerminalOptions options;
     options.program = "/bin/sh";
     options.arguments = {"-c", std::string("ulimit -f 0; exec ") + IFMENU_PROGRAM};
@@ -135,9 +135,9 @@ TEST_P(Save, WithALimitOnTheSizeOfFilesKeepsTheOldFile) {
     EXPECT_EQ(Leftovers(Folder()), "");
 }
 
-TEST_P(Save, WhereOwnersAndModesCannotBeSetGetsThrough) {
+TEST_P(Save, SucceedsWhereOwnersAndModesCannotBeSet) {
     if (!box.Sh("strace -o /dev/null true 2>&1 || echo no").empty())
-        GTEST_SKIP() << "no strace here";
+        GTEST_SKIP() << "no strace on this system";
     TerminalOptions options;
     options.program = "/usr/bin/strace";
     options.arguments = {"-f",
@@ -154,21 +154,21 @@ TEST_P(Save, WhereOwnersAndModesCannotBeSetGetsThrough) {
     EXPECT_EQ(Leftovers(Folder()), "");
 }
 
-TEST_P(Save, OnAFullDiskKeepsTheOldFile) {
+TEST_P(Save, KeepsTheOldFileOnAFullDisk) {
     box.Sh("mkdir /etc/full; mount -t tmpfs -o size=64k none /etc/full; mv " + file.path +
            " /etc/full/file; ln -s /etc/full/file " + file.path +
            "; cat /dev/zero >/etc/full/filler 2>/dev/null || true");
     Change();
     EXPECT_EQ(box.Read("/etc/full/file"), file.old_text);
     EXPECT_EQ(box.Sh("ls -A /etc/full"), "file\nfiller\n");
-    // With room again the next save gets through.
+    // With free space again, the next save succeeds.
     box.Remove("/etc/full/filler");
     box.Sh("hostname appliance");
     Change();
     EXPECT_EQ(box.Read("/etc/full/file"), file.new_text);
 }
 
-TEST_P(Save, OnAReadOnlyDiskKeepsTheOldFile) {
+TEST_P(Save, KeepsTheOldFileOnAReadOnlyDisk) {
     box.Sh("mkdir /etc/fixed; mount -t tmpfs none /etc/fixed; mv " + file.path +
            " /etc/fixed/file; ln -s /etc/fixed/file " + file.path +
            "; mount -o remount,bind,ro /etc/fixed");
@@ -176,7 +176,7 @@ TEST_P(Save, OnAReadOnlyDiskKeepsTheOldFile) {
     EXPECT_EQ(box.Read("/etc/fixed/file"), file.old_text);
 }
 
-TEST_P(Save, LeavesAFolderInItsPlaceAlone) {
+TEST_P(Save, LeavesAFolderInPlaceOfTheFileAlone) {
     box.Sh("rm " + file.path + "; mkdir " + file.path);
     box.Remove(kTemplate);
     Change();
@@ -184,7 +184,7 @@ TEST_P(Save, LeavesAFolderInItsPlaceAlone) {
     EXPECT_EQ(Leftovers(Folder()), "");
 }
 
-TEST_P(Save, MakesAFileThatEverybodyMayRead) {
+TEST_P(Save, CreatesAFileThatEverybodyMayRead) {
     box.Remove(file.path);
     box.Remove(kTemplate);
     Change();
@@ -192,17 +192,17 @@ TEST_P(Save, MakesAFileThatEverybodyMayRead) {
     EXPECT_EQ(box.Sh("stat -c '%a %u:%g' " + file.path), "644 0:0\n");
 }
 
-TEST_P(Save, RemovesWhatAPowerCutHasLeft) {
+TEST_P(Save, RemovesWhatAPowerCutHasLeftBehind) {
     box.Write(Folder() + "/.ifmenu-Xy12zA", "half of it", 0600);
     Change();
     EXPECT_EQ(box.Read(file.path), file.new_text);
     EXPECT_EQ(Leftovers(Folder()), "");
 }
 
-// Killed before the new file is written, before it takes the old one's place, and behind that.
-TEST_P(Save, KilledOnTheWayLeavesTheOldFileOrTheNewOne) {
+// Killed before the new file is written, before it replaces the old one, and after that.
+TEST_P(Save, KillingItLeavesTheOldFileOrTheNewOne) {
     if (!box.Sh("strace -o /dev/null true 2>&1 || echo no").empty())
-        GTEST_SKIP() << "no strace here";
+        GTEST_SKIP() << "no strace on this system";
     box.Sh("chmod 640 " + file.path);
     const std::string inode = box.Sh("stat -c %i " + file.path);
     std::string contents;

@@ -1,5 +1,5 @@
-// The services screen: which rows it shows and why, what each of them does to the machine, and the
-// demo appliance's own services.
+// The services screen: which rows it shows and why, what each row does to the machine, and the demo
+// appliance's own services.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -17,7 +17,7 @@ using testing::Not;
 
 // ---- rows ----
 
-// A row of the bare machine gives way to others when these files are there.
+// If these files exist, `row` of the bare machine's rows is replaced by `instead`.
 struct Change {
     Words files;
     std::string row;
@@ -40,7 +40,7 @@ const char* const kNoFtp = "Enable and initialize FTP service";
 const char* const kNoSmb = "Enable and initialize SMB/CIFS service";
 const char* const kUiRow = "Disable reporting UI service";
 
-// The accounts' row has its place further down: its change is that of another row.
+// The row of the accounts is further down, so another row's change describes it.
 void ExpectChanges(const std::vector<Change>& changes) {
     ServicesBox box;
     ServicesScreen t(box);
@@ -57,13 +57,13 @@ void ExpectChanges(const std::vector<Change>& changes) {
     EXPECT_EQ(Rows(t), kBareRows);
 }
 
-TEST(ServicesRows, OfABareMachine) {
+TEST(ServicesRows, AreThoseOfABareMachine) {
     ServicesBox box;
     ServicesScreen t(box);
     EXPECT_EQ(Rows(t), kBareRows);
 }
 
-TEST(ServicesRows, OfAMachineThatHasAndRunsEverything) {
+TEST(ServicesRows, AreComplete) {
     ServicesBox box;
     for (const std::string& path : kProbed)
         box.Make(path, path == kFtp ? "ssl_enable=YES\n" : "");
@@ -91,13 +91,13 @@ TEST(ServicesRows, OfAMachineThatHasAndRunsEverything) {
                               "Main menu"}));
 }
 
-TEST(ServicesRows, TellTheFtpServer) {
+TEST(ServicesRows, ShowTheFtpServer) {
     ExpectChanges({{{kFtp}, kNoFtp, {"Disable FTP service", "Enable FTP SSL/TLS"}},
                    {{kFtpParked}, kNoFtp, {"Enable FTP service", "Enable FTP SSL/TLS"}},
                    {{kFtp, kFtpParked}, kNoFtp, {"Disable FTP service", "Enable FTP SSL/TLS"}}});
 }
 
-TEST(ServicesRows, TellTheSmbServer) {
+TEST(ServicesRows, ShowTheSmbServer) {
     ServicesBox box;
     ServicesScreen t(box);
     const auto with_accounts = [](const std::string& service) {
@@ -117,7 +117,7 @@ TEST(ServicesRows, TellTheSmbServer) {
     EXPECT_EQ(Rows(t), with_accounts("Disable SMB/CIFS service"));
 }
 
-TEST(ServicesRows, TellWhatIsDisabled) {
+TEST(ServicesRows, ShowWhatIsDisabled) {
     ExpectChanges(
         {{{kBackendOff},
           "Disable reporting backend services",
@@ -128,7 +128,7 @@ TEST(ServicesRows, TellWhatIsDisabled) {
          {{kCaptionSyncOff}, kUiRow, {kUiRow}}});
 }
 
-TEST(ServicesRows, TellWhatRuns) {
+TEST(ServicesRows, ShowWhatIsRunning) {
     ExpectChanges({{{kWebServerPid}, "Start web server", {"Stop web server"}},
                    {{kV5Pid}, "Start V5 interface", {"Stop V5 interface"}},
                    {{kReportingPid}, "Start reporting service", {"Stop reporting service"}},
@@ -136,11 +136,11 @@ TEST(ServicesRows, TellWhatRuns) {
                    {{kReportingPid, kPublicReportingPid},
                     "Start reporting service",
                     {"Stop reporting service"}},
-                   // Looked at, but told nowhere.
+                   // Running, but no row depends on it.
                    {{kCaptionSyncPid}, kUiRow, {kUiRow}}});
 }
 
-TEST(ServicesRows, TellTheLocalDesktopAndItsRemoteAccess) {
+TEST(ServicesRows, ShowTheLocalDesktopAndItsRemoteAccess) {
     const std::string control = "web interface to start/stop local desktop";
     const std::string setup = "Setup remote VNC access to local desktop";
     const std::string access = "remote VNC access to local desktop";
@@ -153,7 +153,7 @@ TEST(ServicesRows, TellTheLocalDesktopAndItsRemoteAccess) {
         {{kVnc, kVncPassword}, kUiRow, {kUiRow, "", "Enable " + access, password}},
         {{kVnc, kVncOn, kVncPassword}, kUiRow, {kUiRow, "", "Disable " + access, password}},
         {{kLocalDesktop, kVnc}, kUiRow, {kUiRow, "", "Allow " + control, setup}},
-        // Settings of what is not installed.
+        // Settings of something that is not installed.
         {{kWebControl, kVncOn, kVncPassword}, kUiRow, {kUiRow}},
         {{kLocalDesktop, kVncOn, kVncPassword}, kUiRow, {kUiRow, "", "Allow " + control}},
         {{kVnc, kWebControl}, kUiRow, {kUiRow, "", setup}},
@@ -190,7 +190,7 @@ TEST(ServicesRows, ALinkedFtpConfigurationIsParkedButStillRead) {
     EXPECT_EQ(Rows(t), Changed({{}, kNoFtp, {"Enable FTP service", "Disable FTP SSL/TLS"}}));
 }
 
-TEST(ServicesRows, TellTheFtpSettingOfEitherFile) {
+TEST(ServicesRows, ShowTheTlsSettingOfEitherFile) {
     struct Setting {
         const char* file;
         const char* text;
@@ -217,9 +217,9 @@ TEST(ServicesRows, TellTheFtpSettingOfEitherFile) {
     }
 }
 
-TEST(ServicesRows, TellTheDiskManagementByItsProcess) {
+TEST(ServicesRows, ShowDiskManagementByItsProcess) {
     ServicesBox box;
-    // Another program of the same name is not the daemon, nor is the daemon's file by itself.
+    // Another program of the same name is not the daemon; nor does the daemon's file alone count.
     box.InstallVolkeep();
     box.Sh(
         "mkdir /mnt/other; cp /bin/sleep /mnt/other/volkeep;"
@@ -230,7 +230,7 @@ TEST(ServicesRows, TellTheDiskManagementByItsProcess) {
     t.Reopen();
     const Change running = {{}, "Start volkeep disk management", {"Stop volkeep disk management"}};
     EXPECT_EQ(Rows(t), Changed(running));
-    // An update replaces the program under the running daemon.
+    // An update replaces the program of the running daemon.
     box.Sh("rm /usr/sbin/volkeep; cp /bin/sleep /usr/sbin/volkeep");
     t.Reopen();
     EXPECT_EQ(Rows(t), Changed(running));
@@ -256,7 +256,7 @@ TEST(ServicesLook, TitleAndRowsFillTheScreen) {
         EXPECT_EQ(t.Row(0) + t.Row(1) + t.Row(3), "");
         EXPECT_EQ(t.Row(2), "Services");
         EXPECT_EQ(t.Cell(2, 0).Style(), "white/black");
-        // A selected row reaches from column 4 to the last but one.
+        // A selected row reaches from column 4 to the last column but one.
         EXPECT_EQ(t.SelectedRow(), kFirstLine);
         EXPECT_NE(t.Cell(kFirstLine, 3).bg, kBlue);
         for (int col = 4; col < cols - 1; col++) {
@@ -272,8 +272,8 @@ TEST(ServicesLook, TitleAndRowsFillTheScreen) {
 TEST(ServicesLook, HotKeysAreMarked) {
     struct Mark {
         const char* row;
-        char letter;  // as the row spells it; 0 for none
-        int column;   // within the row
+        char letter;  // as shown in the row; 0 for none
+        int column;   // in the row
     };
     const Mark marks[] = {{"Disable FTP service", 'F', 8},
                           {"Enable FTP SSL/TLS", 0, 0},
@@ -293,7 +293,7 @@ TEST(ServicesLook, HotKeysAreMarked) {
     ServicesBox box;
     InstallAll(box);
     ServicesScreen t(box);
-    t.Press("<Down>");  // the row without a mark
+    t.Press("<Down>");  // the row without a hot key
     t.WaitSelected("Enable FTP SSL/TLS");
     for (const Mark& mark : marks) {
         const int line = t.Find(mark.row);
@@ -317,7 +317,7 @@ TEST(ServicesLook, HotKeysAreMarked) {
 TEST(ServicesLook, ASmallTerminalScrolls) {
     ServicesBox box;
     InstallAll(box);
-    ServicesScreen t(box, OfSize(12, 40));  // seven rows
+    ServicesScreen t(box, OfSize(12, 40));  // room for seven rows
     EXPECT_EQ(Rows(t).size(), 6u);          // the seventh is a separator
     EXPECT_EQ(Rows(t).front(), "Disable FTP service");
     t.Press("<Up>");
@@ -336,7 +336,7 @@ TEST(ServicesLook, ALongRowIsCutAtTheEdge) {
     EXPECT_THAT(Rows(t), Contains("Allow web interface to st"));
 }
 
-TEST(ServicesLook, ANewSizeIsPaintedWithoutLookingAgain) {
+TEST(ServicesLook, ResizingRepaintsWithoutProbing) {
     ServicesBox box;
     ServicesScreen t(box, OfSize(24, 80));
     box.Make(kWebServerPid);
@@ -377,7 +377,7 @@ TEST(ServicesKeys, SelectTheirRows) {
         t.Press(key);
         t.Settle();
         EXPECT_EQ(t.Selected(), row) << key;
-        // Once more: no second row has the key.
+        // Pressed again, it stays: no other row has the key.
         t.Press(key);
         t.Settle();
         EXPECT_EQ(t.Selected(), row) << key;
@@ -385,7 +385,7 @@ TEST(ServicesKeys, SelectTheirRows) {
     EXPECT_THAT(box.CallLines(), IsEmpty());
 }
 
-TEST(ServicesKeys, ThreeRowsShareOne) {
+TEST(ServicesKeys, ThreeRowsShareAHotKey) {
     ServicesBox box;
     InstallAll(box);
     ServicesScreen t(box);
@@ -399,7 +399,7 @@ TEST(ServicesKeys, ThreeRowsShareOne) {
     }
 }
 
-TEST(ServicesKeys, TwoRowsHaveNone) {
+TEST(ServicesKeys, TwoRowsHaveNoHotKey) {
     ServicesBox box;
     InstallAll(box);
     ServicesScreen t(box);
@@ -410,7 +410,7 @@ TEST(ServicesKeys, TwoRowsHaveNone) {
     }
 }
 
-TEST(ServicesKeys, TheReportingServiceIsClosedWhenBothItsHalvesAreDisabled) {
+TEST(ServicesKeys, TheReportingRowIsClosedWhenBothHalvesAreDisabled) {
     ServicesBox box;
     box.Make(kSmb);
     for (const char* pid_file : {"", kReportingPid}) {
@@ -418,7 +418,7 @@ TEST(ServicesKeys, TheReportingServiceIsClosedWhenBothItsHalvesAreDisabled) {
         const std::string row =
             *pid_file == '\0' ? "Start reporting service" : "Stop reporting service";
         if (*pid_file != '\0') box.Make(pid_file);
-        // One half alone closes nothing.
+        // One half alone does not close the row.
         for (const char* half : {kBackendOff, kUiOff}) {
             box.Make(half);
             ServicesScreen t(box);
@@ -435,7 +435,7 @@ TEST(ServicesKeys, TheReportingServiceIsClosedWhenBothItsHalvesAreDisabled) {
         ASSERT_GE(line, 0);
         EXPECT_TRUE(t.Cell(line, kFirstColumn + 2).dim);
         EXPECT_FALSE(t.Cell(line, kFirstColumn + 2).bold);
-        // Its key goes past it, and so do the arrow keys and the mouse.
+        // Its hot key skips it, and so do the arrow keys and the mouse.
         t.Press("sss");
         t.Settle();
         EXPECT_EQ(t.Selected(), "Disable SMB/CIFS service");
@@ -446,7 +446,7 @@ TEST(ServicesKeys, TheReportingServiceIsClosedWhenBothItsHalvesAreDisabled) {
         t.Settle();
         EXPECT_EQ(t.Selected(), "Start V5 interface");
         t.Click(line, kFirstColumn + 2);
-        // A click beside all rows goes to the first.
+        // A click outside all rows selects the first.
         t.WaitUntil([&] { return t.SelectedRow() == kFirstLine; }, "the first row to be selected");
         box.Remove(kBackendOff);
         box.Remove(kUiOff);
@@ -456,8 +456,8 @@ TEST(ServicesKeys, TheReportingServiceIsClosedWhenBothItsHalvesAreDisabled) {
 
 TEST(ServicesKeys, EnterOnASeparatorDoesNothing) {
     ServicesBox box;
-    ServicesScreen t(box, OfSize(10, 80));  // five rows
-    // The page keys go to the last row of the page, then a page less one row further.
+    ServicesScreen t(box, OfSize(10, 80));  // room for five rows
+    // A page key selects the last row of the page, then moves on by a page less one row.
     for (int page = 0; page < 2; page++) {
         t.Press("<PageDown>");
         t.Settle();
@@ -502,13 +502,13 @@ TEST(ServicesKeys, LeaveTheScreen) {
 struct Deed {
     const char* row;
     Words calls;
-    const char* after;  // a row that the screen shows then, and not before
+    const char* after;  // a row that the screen shows only afterwards
 };
 
 constexpr double kPauseSeconds = 1.0;
 
-// Does it, and checks the commands, their terminal, and that the screen is back at once or after
-// the pause.
+// Activates the row, and checks the commands, their terminal, and that the screen is back at once
+// or after the pause.
 void Do(ServicesBox& box, Terminal& t, const Deed& deed, bool pauses = false,
         Place place = Place::Here()) {
     const testing::ScopedTrace from(place.file, place.line, deed.row);
@@ -542,7 +542,7 @@ void DoWithPause(ServicesBox& box, Terminal& t, const Deed& deed, Place place = 
     Do(box, t, deed, true, place);
 }
 
-TEST(ServicesActions, FtpIsParkedAndTakenBack) {
+TEST(ServicesActions, FtpSettingsAreParkedAndRestored) {
     ServicesBox box;
     box.Make(kFtp, "listen=YES\n");
     ServicesScreen t(box);
@@ -553,7 +553,7 @@ TEST(ServicesActions, FtpIsParkedAndTakenBack) {
     EXPECT_FALSE(box.Exists(kFtp));
     EXPECT_EQ(box.Read(kFtpParked), "listen=YES\n");
     EXPECT_EQ(box.Seen("service-vsftpd stop"), "/etc/vsftpd.conf\n");
-    // What the commands say is for the plain terminal.
+    // The output of the commands goes to the plain terminal.
     EXPECT_THAT(t.Output(), HasSubstr("'/etc/vsftpd.conf' -> '/etc/vsftpd.conf.disabled'"));
     EXPECT_FALSE(t.Shows("->"));
     Do(box, t,
@@ -598,7 +598,7 @@ TEST(ServicesActions, WithoutAnExampleTheServicesStayUninitialized) {
     EXPECT_EQ(Rows(t), kBareRows);
 }
 
-TEST(ServicesActions, SmbIsParkedAndTakenBack) {
+TEST(ServicesActions, SmbSettingsAreParkedAndRestored) {
     ServicesBox box;
     box.Make(kSmb, "[global]\n");
     ServicesScreen t(box);
@@ -631,7 +631,7 @@ TEST(ServicesActions, SmbIsInitializedFromTheExample) {
     EXPECT_EQ(box.Read(kSmb), "[global]\n# example\n");
 }
 
-TEST(ServicesActions, SettingsThatHaveComeMeanwhileAreNotReplacedByTheExample) {
+TEST(ServicesActions, TheExampleDoesNotOverwriteNewSettings) {
     ServicesBox box;
     for (const char* settings : {kFtp, kSmb})
         box.Write(std::string(settings) + ".example", "example\n");
@@ -651,7 +651,7 @@ TEST(ServicesActions, SettingsThatHaveComeMeanwhileAreNotReplacedByTheExample) {
     EXPECT_EQ(box.Read(kSmbParked), "parked\n");
 }
 
-TEST(ServicesActions, FtpTlsIsChangedWhileTheServerIsStopped) {
+TEST(ServicesActions, ChangingFtpTlsStopsTheServerMeanwhile) {
     ServicesBox box;
     box.StandInScript("/etc/init.d/service-vsftpd", "/bin/cp /etc/vsftpd.conf /mnt/seen/at-$1");
     box.Make(kFtp, "# The server\r\n  ssl_enable = YES\n\tlisten=YES");
@@ -668,7 +668,7 @@ TEST(ServicesActions, FtpTlsIsChangedWhileTheServerIsStopped) {
     EXPECT_FALSE(box.Exists("/etc/vsftpd.conf.tmp"));
 }
 
-TEST(ServicesActions, FtpTlsOfTheParkedFileRunsNothing) {
+TEST(ServicesActions, ChangingFtpTlsOfTheParkedFileRunsNothing) {
     ServicesBox box;
     box.Make(kFtpParked, "ssl_enable=NO\nssl_enable=0\n");
     ServicesScreen t(box);
@@ -709,7 +709,7 @@ TEST(ServicesActions, DisablingReportingStopsItAndEnablingStartsNothing) {
         "Enable reporting backend services"});
     EXPECT_EQ(box.Read(kBackendOff), "");
     EXPECT_EQ(box.ModeOf(kBackendOff), "644\n");
-    // A script that looks must find it disabled.
+    // A script that checks must find it disabled.
     EXPECT_THAT(box.Seen("service-tavrin4-reporting2 stop"), HasSubstr(kBackendOff));
     Do(box, t,
        {"Disable reporting UI service",
@@ -740,7 +740,7 @@ TEST(ServicesActions, DisablingCaptionSyncStopsItAndEnablingStartsNothing) {
     EXPECT_FALSE(box.Exists(kCaptionSyncOff));
 }
 
-TEST(ServicesActions, TheWebControlOfTheDesktopIsAMarkerAlone) {
+TEST(ServicesActions, WebDesktopControlIsOnlyAMarker) {
     ServicesBox box;
     box.Make(kLocalDesktop);
     ServicesScreen t(box);
@@ -757,7 +757,7 @@ TEST(ServicesActions, TheWebControlOfTheDesktopIsAMarkerAlone) {
     EXPECT_FALSE(box.Exists(kWebControl));
 }
 
-TEST(ServicesActions, TheWebServerIsStartedAndStoppedWithAPause) {
+TEST(ServicesActions, TheWebServerStartsAndStopsWithAPause) {
     ServicesBox box;
     ServicesScreen t(box);
     DoWithPause(box, t,
@@ -766,7 +766,7 @@ TEST(ServicesActions, TheWebServerIsStartedAndStoppedWithAPause) {
                 {"Stop web server", {"/etc/init.d/service-apache stop"}, "Start web server"});
 }
 
-TEST(ServicesActions, TheV5InterfaceIsStartedAndStoppedWithAPause) {
+TEST(ServicesActions, TheV5InterfaceStartsAndStopsWithAPause) {
     ServicesBox box;
     ServicesScreen t(box);
     DoWithPause(
@@ -777,8 +777,8 @@ TEST(ServicesActions, TheV5InterfaceIsStartedAndStoppedWithAPause) {
         {"Stop V5 interface", {"/etc/init.d/service-control-api stop"}, "Start V5 interface"});
 }
 
-// Three are started and five stopped: the others start by themselves.
-TEST(ServicesActions, ReportingIsStartedAndStoppedWithAPause) {
+// Three are started and five stopped: the other two start on their own.
+TEST(ServicesActions, ReportingStartsAndStopsWithAPause) {
     ServicesBox box;
     ServicesScreen t(box);
     DoWithPause(box, t,
@@ -829,9 +829,9 @@ TEST(ServicesActions, AFailingCommandChangesNothingElse) {
     EXPECT_FALSE(t.Shows("not found"));
 }
 
-TEST(ServicesActions, AMarkerThatCannotBeMadeIsNotReported) {
+TEST(ServicesActions, AMarkerThatCannotBeCreatedIsNotReported) {
     ServicesBox box;
-    // In the marker folder's place stands a file.
+    // There is a file in place of the folder of the markers.
     box.Remove("/etc/TAVRIN");
     box.Write("/etc/TAVRIN", "");
     ServicesScreen t(box);
@@ -884,7 +884,7 @@ TEST(ServicesVolkeep, AsksBeforeItStops) {
     EXPECT_FALSE(box.VolkeepRuns());
 }
 
-TEST(ServicesVolkeep, DecliningRunsNothingAndLooksAtNothing) {
+TEST(ServicesVolkeep, DecliningRunsAndProbesNothing) {
     ServicesBox box;
     box.RunVolkeep();
     ServicesScreen t(box, OfSize(30, 100));
@@ -893,7 +893,7 @@ TEST(ServicesVolkeep, DecliningRunsNothingAndLooksAtNothing) {
         Choose(t, "Stop volkeep disk management");
         t.WaitFor("Are you sure?");
         t.Mark();
-        // What has happened meanwhile does not show yet.
+        // What has happened meanwhile is not shown yet.
         box.Make(kWebServerPid);
         t.Press(no);
         WaitForTitle(t, "Services");
@@ -904,7 +904,7 @@ TEST(ServicesVolkeep, DecliningRunsNothingAndLooksAtNothing) {
         EXPECT_FALSE(LeftItsScreen(t));
         box.Remove(kWebServerPid);
     }
-    // Nor does it soon: only the next action looks.
+    // Nor is it shown later: only the next action probes again.
     box.Make(kWebServerPid);
     t.Press("u<Enter>");
     t.WaitFor("Enable reporting UI service");
@@ -913,28 +913,28 @@ TEST(ServicesVolkeep, DecliningRunsNothingAndLooksAtNothing) {
     EXPECT_TRUE(box.VolkeepRuns());
 }
 
-// ---- looking ----
+// ---- probing ----
 
-TEST(ServicesProbes, TheMarkersFolderIsMade) {
+TEST(ServicesProbes, TheFolderOfTheMarkersIsCreated) {
     ServicesBox box;
     box.Remove("/etc/TAVRIN");
     ServicesScreen t(box);
     EXPECT_EQ(box.Sh("stat -c '%F %a' /etc/TAVRIN; ls -A /etc/TAVRIN"), "directory 644\n");
-    // Root finds its markers there, though nobody may search the folder.
+    // Root finds its markers, although the folder has no search bits.
     t.Press("u<Enter>");
     t.WaitFor("Enable reporting UI service");
     EXPECT_EQ(box.Sh("ls -A /etc/TAVRIN"), "disable.reporting.ui\n");
 }
 
-TEST(ServicesProbes, AMarkersFolderThatIsThereIsKept) {
+TEST(ServicesProbes, AnExistingFolderOfTheMarkersIsKept) {
     ServicesBox box;
     box.Sh("chmod 700 /etc/TAVRIN; touch /etc/TAVRIN/other");
     ServicesScreen t(box);
     EXPECT_EQ(box.Sh("stat -c '%F %a' /etc/TAVRIN; ls -A /etc/TAVRIN"), "directory 700\nother\n");
 }
 
-// The system calls between two lines of the trace of the program's last entry into the screen, in
-// short: what is looked at and how.
+// The system calls between two lines of a trace of the last entry into the screen, abbreviated:
+// what is probed and how.
 Words Probes(const std::string& trace) {
     Words probes;
     std::istringstream lines(trace.substr(trace.rfind("mkdir(\"/etc/TAVRIN\"")));
@@ -958,13 +958,13 @@ Words Probes(const std::string& trace) {
     return probes;
 }
 
-// What the screen looks at when it opens.
+// What the screen probes when it opens.
 Words ProbesOnOpening(ServicesBox& box) {
     TerminalOptions options = OfSize(30, 80);
     options.program = "/usr/bin/strace";
     options.arguments = {
         "-D", "-o", "/mnt/trace", "-e", "trace=mkdir,lstat,newfstatat,open,openat", IFMENU_PROGRAM};
-    // Under a tracer nobody can look for leaks.
+    // Leak detection does not work under a tracer.
     options.environment = {{"ASAN_OPTIONS", box.Environment()["ASAN_OPTIONS"] + ":detect_leaks=0"}};
     ServicesScreen t(box, options);
     EXPECT_THAT(box.Read("/mnt/trace"), HasSubstr("mkdir(\"/etc\", 0644)"));
@@ -972,14 +972,14 @@ Words ProbesOnOpening(ServicesBox& box) {
     return Probes(box.Read("/mnt/trace"));
 }
 
-TEST(ServicesProbes, ComeInTheirOrder) {
+TEST(ServicesProbes, KeepTheirOrder) {
     ServicesBox box;
     EXPECT_EQ(ProbesOnOpening(box),
               (Words{kFtp, kFtpParked, kSmb, kSmbParked, kBackendOff, kUiOff, kWebServerPid,
                      "the processes", kV5Pid, kReportingPid, kPublicReportingPid, kCaptionSync,
                      kCaptionSyncOff, kCaptionSyncPid, kWebControl, kLocalDesktop, kVncOn,
                      kVncPassword, kVnc}));
-    // Where the first of two is there, the second is not looked at; the FTP setting comes last.
+    // If the first of two exists, the second is not probed; the FTP setting comes last.
     for (const char* path : {kFtp, kSmb, kReportingPid})
         box.Make(path);
     EXPECT_EQ(
@@ -991,7 +991,7 @@ TEST(ServicesProbes, ComeInTheirOrder) {
 
 // ---- the demo appliance's own services ----
 
-// The appliance as it is, but for what the host's packages have put into its folders.
+// The appliance as it is, except for what the host's packages put into its folders.
 class Appliance : public Machine {
   public:
     Appliance() { Sh("rm -f /etc/vsftpd.conf /etc/samba/smb.conf"); }
@@ -1004,7 +1004,7 @@ void Toggle(Terminal& t, const std::string& row, const std::string& after,
     t.Settle(Terminal::kPatience, place);
 }
 
-TEST(ServicesOfTheAppliance, RunAndAreFoundRunning) {
+TEST(ServicesOfTheAppliance, AreShownAsRunning) {
     Appliance box;
     ServicesScreen t(box);
     const auto state = [&](const std::string& pid_file) {
@@ -1018,7 +1018,7 @@ TEST(ServicesOfTheAppliance, RunAndAreFoundRunning) {
     box.Sh("/etc/init.d/service-control-api start");
     t.Reopen();
     EXPECT_TRUE(t.Shows("Stop V5 interface"));
-    // Ended by itself; its pid file has stayed, and that is what counts.
+    // It has exited, but its pid file is still there, and that is what counts.
     box.Sh(std::string("kill $(cat ") + kV5Pid + ")");
     EXPECT_EQ(state(kV5Pid), "pid file\n");
     t.Reopen();
@@ -1045,7 +1045,7 @@ TEST(ServicesOfTheAppliance, ReportingHonoursItsMarkers) {
     EXPECT_TRUE(box.Exists(kPublicReportingPid));
 }
 
-TEST(ServicesOfTheAppliance, TheDiskManagementIsFoundByItsProcess) {
+TEST(ServicesOfTheAppliance, DiskManagementIsFoundByItsProcess) {
     Appliance box;
     ServicesScreen t(box, OfSize(30, 100));
     Toggle(t, "Start volkeep disk management", "Stop volkeep disk management");
@@ -1057,7 +1057,7 @@ TEST(ServicesOfTheAppliance, TheDiskManagementIsFoundByItsProcess) {
     EXPECT_EQ(box.Sh("pidof volkeep || echo none"), "none\n");
 }
 
-// What the server answers to a client that asks for TLS.
+// The server's reply to a client that asks for TLS.
 std::string AnswerToTls(Machine& box) {
     const std::string ask =
         "exec 3<>/dev/tcp/127.0.0.1/21 && printf 'AUTH TLS\\r\\nQUIT\\r\\n' >&3 && "
@@ -1068,9 +1068,9 @@ std::string AnswerToTls(Machine& box) {
     return box.Sh("bash -c \"" + ask + "\"");
 }
 
-TEST(ServicesOfTheAppliance, TheFtpServerTakesTheSetting) {
+TEST(ServicesOfTheAppliance, TheFtpServerUsesTheSetting) {
     Appliance box;
-    if (box.door().own_users) GTEST_SKIP() << "the server needs more users than root";
+    if (box.door().own_users) GTEST_SKIP() << "the server needs users other than root";
     ASSERT_EQ(box.Sh("command -v vsftpd"), "/usr/sbin/vsftpd\n");
     ServicesScreen t(box);
     Toggle(t, "Enable and initialize FTP service", "Disable FTP service");
@@ -1087,7 +1087,7 @@ TEST(ServicesOfTheAppliance, TheFtpServerTakesTheSetting) {
     EXPECT_EQ(box.Sh("diff /etc/vsftpd.conf.example /etc/vsftpd.conf.disabled"), "");
 }
 
-TEST(ServicesOfTheAppliance, CaptionSyncAndTheDesktopAreThere) {
+TEST(ServicesOfTheAppliance, CaptionSyncAndTheDesktopAreInstalled) {
     Appliance box;
     box.Sh(
         "/etc/init.d/service-caption-synchronizer start; touch /etc/local.desktop.vnc;"

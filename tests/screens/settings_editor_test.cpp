@@ -1,5 +1,4 @@
-// The settings editor as the operator meets it: rows, keys, prompts, help, and what is in the file
-// afterwards.
+// The settings editor: rows, keys, prompts, help, and the resulting file.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -57,7 +56,7 @@ constexpr Setting kRows[kSettingCount] = {
      "If NAT/Firewall participation is enabled, this sets the interface's role."},
 };
 
-// The places in the list.
+// The indices of the rows in the list.
 enum : int {
     kDisabled,
     kManage,
@@ -90,17 +89,17 @@ std::string RowText(int row, const std::string& value) {
     return WithoutTrailingBlanks(kRows[row].label + value);
 }
 
-// A terminal on which the whole list is in sight.
+// A terminal that fits the whole list.
 TerminalOptions Tall() {
     return OfSize(32, 80);
 }
 
-// Where a row of the list is on the screen while the list is not scrolled.
+// The screen line of a row, as long as the list is not scrolled.
 constexpr int Line(int row) {
     return kTop + row;
 }
 
-// Goes down to that row from the first one; the list must be whole in sight.
+// Moves down to the row from the first one; the whole list must be visible.
 void GoTo(Terminal& t, int row, Place place = Place::current()) {
     t.Press("<Home>", place);
     for (int left = row < kSeparator ? row : row - 1; left > 0; left--)
@@ -115,8 +114,8 @@ void WaitForRow(Terminal& t, int row, const std::string& value, Place place = Pl
                 Terminal::kPatience, place);
 }
 
-// Until the picture is whole: the help follows the rows when the next key has come, or 16 ms
-// without one have gone by. So a key that means nothing is pressed.
+// Waits until the help is drawn, too: it follows the rows at the next key, or after 16 ms without
+// one. So this presses a key without a meaning.
 void Finish(Terminal& t, Place place = Place::current()) {
     t.Press("x", place);
     t.Settle(Terminal::kPatience, place);
@@ -169,7 +168,7 @@ TEST(SettingsEditor, ShowsEverySettingInItsColumn) {
     EXPECT_EQ(t.Screen(), screen);
     EXPECT_EQ(t.SelectedRow(), Line(kDisabled));
     EXPECT_FALSE(t.CursorVisible());
-    // The other word of each yes/no setting.
+    // The opposite value of each yes/no setting.
     box.Write(kSettings, kPlain);
     BackToInterface(t, "<Esc>");
     OpenEditor(t);
@@ -188,7 +187,8 @@ TEST(SettingsEditor, TitleAndRowsHaveTheirColours) {
             EXPECT_EQ(cell.Style(), "white/black") << row << "," << col;
         }
     }
-    // The selected row is blue over the list's width, from column 4 to the last but one.
+    // The selected row is blue over the width of the list, from column 4 to the last column but
+    // one.
     const int selected = Line(kDisabled);
     for (int col : {3, 79})
         EXPECT_EQ(t.Cell(selected, col).bg, kBlack) << col;
@@ -201,8 +201,8 @@ TEST(SettingsEditor, TitleAndRowsHaveTheirColours) {
 
 // ---- the file behind the rows ----
 
-// A hand-written file, and one that holds something else altogether.
-TEST(SettingsEditor, ShowsWhatTheReaderMakesOfTheFile) {
+// A hand-written file, and one with entirely different content.
+TEST(SettingsEditor, ShowsTheSettingsReadFromTheFile) {
     Box box(
         "# my card\n\ndhcp = yes\ndhcp6 = on\nmanage=0\nstatic ip = 192.0.2.7  \nstatic ip "
         "= 192.0.2.8\r\nnat role = wan\nmine = 1\n  # disabled = 1\nno line end = 1\ndns = x");
@@ -215,7 +215,7 @@ TEST(SettingsEditor, ShowsWhatTheReaderMakesOfTheFile) {
     EXPECT_EQ(TextAt(t, Line(kNatRole)), RowText(kNatRole, "wan"));
     EXPECT_EQ(TextAt(t, Line(kDns)), RowText(kDns, "x"));
     EXPECT_EQ(TextAt(t, Line(kNetmask)), RowText(kNetmask, "255.255.255.0"));
-    // Saved as it is, it becomes the fourteen lines.
+    // Saved unchanged, it becomes the fourteen lines.
     BackToInterface(t, "s<Enter>");
     EXPECT_EQ(box.Read(kSettings),
               "manage = 1\n"
@@ -250,14 +250,14 @@ TEST(SettingsEditor, AMissingFileIsCopiedFromTheTemplateFirst) {
     EXPECT_EQ(box.Read(kSettings), "# template\nstatic ip = 192.0.2.99\nmine = 1\n");
 }
 
-TEST(SettingsEditor, TheCopyIsOneQuietCommand) {
+TEST(SettingsEditor, CopiesTheTemplateWithOneSilentCommand) {
     Box box("");
     box.StandInScript("cp", "readlink /proc/$$/fd/2 >/run/complaints; echo no >&2; exit 1");
     EditorPage t(box, Tall());
     ASSERT_THAT(box.Calls("cp"), testing::SizeIs(1));
     EXPECT_THAT(box.Calls("cp")[0].args, ElementsAre(kTemplate, kSettings));
     EXPECT_EQ(box.Read("/run/complaints"), "/dev/null\n");
-    // The copy did not succeed, and nobody is told.
+    // The copy failed, and nothing is reported.
     EXPECT_FALSE(box.Exists(kSettings));
     ExpectDefaults(t);
     EXPECT_EQ(t.Row(1), kEditorTitle);
@@ -274,12 +274,12 @@ TEST(SettingsEditor, WithoutATemplateTheDefaultsAreShownAndSaved) {
     EXPECT_EQ(box.Sh(std::string("stat -c '%a %U %G' ") + kSettings), "644 root root\n");
 }
 
-TEST(SettingsEditor, AnExistingFileIsNotCopiedOver) {
+TEST(SettingsEditor, AnExistingFileIsNotOverwrittenByTheTemplate) {
     Box box("static ip = 192.0.2.7\n");
     box.Record("cp");
     EditorPage t(box, Tall());
     BackToInterface(t, "<Esc>");
-    // Behind a link it is a file, too.
+    // A link to a file is a file, too.
     box.Sh(std::string("cd /etc/network; mv ") + kAddress + " real; ln -s real " + kAddress);
     OpenEditor(t);
     EXPECT_EQ(TextAt(t, Line(kStaticIp)), RowText(kStaticIp, "192.0.2.7"));
@@ -288,7 +288,7 @@ TEST(SettingsEditor, AnExistingFileIsNotCopiedOver) {
     EXPECT_EQ(box.Read("/etc/network/real"), "static ip = 192.0.2.7\n");
 }
 
-TEST(SettingsEditor, AFolderInThePlaceOfTheFileGivesTheDefaults) {
+TEST(SettingsEditor, AFolderInPlaceOfTheFileGivesTheDefaults) {
     Box box("");
     box.MakeDirectory(kSettings);
     box.Write(kTemplate, "static ip = 192.0.2.99\n");
@@ -301,7 +301,7 @@ TEST(SettingsEditor, AFolderInThePlaceOfTheFileGivesTheDefaults) {
     EXPECT_EQ(box.Sh("cd /etc/network; ls -A | grep ifmenu || true"), "");
 }
 
-// A card whose address the kernel does not tell: the name of the file is empty.
+// If the kernel does not report the card's address, the name of the file is empty.
 TEST(SettingsEditor, ACardWithoutAnAddressHasNoFile) {
     Box box;
     box.Cards("eth0 hwaddr fails\n");
@@ -317,7 +317,7 @@ TEST(SettingsEditor, ACardWithoutAnAddressHasNoFile) {
 
 // ---- keys on the rows ----
 
-TEST(SettingsEditor, EveryKeyFlipsAYesNoSettingOnce) {
+TEST(SettingsEditor, EachKeyFlipsAYesNoSettingOnce) {
     Box box;
     EditorPage t(box, Tall());
     for (int row : kFlips) {
@@ -333,7 +333,7 @@ TEST(SettingsEditor, EveryKeyFlipsAYesNoSettingOnce) {
             EXPECT_EQ(t.SelectedRow(), Line(row)) << key;
         }
     }
-    EXPECT_EQ(box.Read(kSettings), kPlain) << "nothing is written before the save";
+    EXPECT_EQ(box.Read(kSettings), kPlain) << "nothing may be written before the save";
 }
 
 TEST(SettingsEditor, EnterLeavesEnableIPv6Alone) {
@@ -365,7 +365,7 @@ TEST(SettingsEditor, AFlipIsSavedUnderItsOwnKey) {
     }
 }
 
-TEST(SettingsEditor, SpaceAndArrowsDoNothingElsewhere) {
+TEST(SettingsEditor, SpaceAndArrowsDoNothingOnOtherRows) {
     Box box;
     EditorPage t(box, Tall());
     for (int row : {+kStaticIp, +kNetmask, +kGateway, +kDns, +kStaticIp6, +kSave, +kCancel}) {
@@ -375,7 +375,7 @@ TEST(SettingsEditor, SpaceAndArrowsDoNothingElsewhere) {
     }
 }
 
-// The separator can be reached by a page move only: on 24 lines the list has 15.
+// The separator can only be reached with a page key: on 24 lines the list has 15.
 TEST(SettingsEditor, NothingHappensOnTheSeparator) {
     Box box;
     EditorPage t(box);
@@ -390,7 +390,7 @@ TEST(SettingsEditor, NothingHappensOnTheSeparator) {
     t.WaitSelected("Save changes");
 }
 
-TEST(SettingsEditor, TheNatRoleGoesRound) {
+TEST(SettingsEditor, TheNatRoleCycles) {
     Box box(With(kPlain, "nat role", "wan"));
     EditorPage t(box, Tall());
     GoTo(t, kNatRole);
@@ -409,7 +409,7 @@ TEST(SettingsEditor, TheNatRoleGoesRound) {
     EXPECT_EQ(box.Read(kSettings), With(kPlain, "nat role", "public"));
 }
 
-TEST(SettingsEditor, TheNatRolesAreWordsInLowerCase) {
+TEST(SettingsEditor, NatRolesAreLowerCase) {
     Box box(With(kPlain, "nat role", "Public"));
     EditorPage t(box, Tall());
     GoTo(t, kNatRole);
@@ -419,7 +419,7 @@ TEST(SettingsEditor, TheNatRolesAreWordsInLowerCase) {
 
 // ---- hot keys ----
 
-TEST(SettingsEditor, HotKeysSelectAndSharedOnesTakeTurns) {
+TEST(SettingsEditor, HotKeysSelectAndSharedOnesAlternate) {
     Box box;
     EditorPage t(box, Tall());
     struct Step {
@@ -446,7 +446,7 @@ TEST(SettingsEditor, HotKeysSelectAndSharedOnesTakeTurns) {
         t.WaitUntil([&] { return t.SelectedRow() == Line(step.row); },
                     std::string(step.key) + " to select row " + std::to_string(step.row));
     }
-    // Other keys are none: not capitals, nor letters that only the labels hold.
+    // Other keys are not hot keys: capitals, and letters that occur only in labels.
     for (const char* key : {"D", "S", "C", "e", "u", "x", "1", "0", "<Tab>", "<F1>"})
         PressInVain(t, key);
 }
@@ -498,7 +498,7 @@ TEST(SettingsEditor, HotKeysAreMarkedInTheirLabels) {
 
 struct Prompt {
     int row;
-    const char* text;  // the prompt's first line
+    const char* text;  // first line of the prompt
     const char* old_value;
     const char* new_value;
 };
@@ -537,7 +537,7 @@ std::string Entry(const Terminal& t) {
     return "(no entry)";
 }
 
-// The two lines below the upper border of the box, which is on row 13 of 32.
+// The two lines below the top border of the box, which is on row 13 of 32.
 std::vector<std::string> PromptLines(const Terminal& t) {
     std::vector<std::string> lines;
     for (int row : {14, 15}) {
@@ -549,7 +549,7 @@ std::vector<std::string> PromptLines(const Terminal& t) {
     return lines;
 }
 
-TEST(SettingsEditor, EveryTextIsAskedForWithItsOwnWords) {
+TEST(SettingsEditor, EachTextHasItsOwnPrompt) {
     Box box(FilledFile());
     EditorPage t(box, OfSize(32, 132));
     for (const Prompt& prompt : kPrompts) {
@@ -601,7 +601,7 @@ TEST(SettingsEditor, ACancelledPromptKeepsTheValue) {
     EXPECT_EQ(box.Read(kSettings), FilledFile());
 }
 
-TEST(SettingsEditor, AnEntryLosesTheBlanksAroundIt) {
+TEST(SettingsEditor, BlanksAroundAnEntryAreDropped) {
     Box box;
     EditorPage t(box, Tall());
     OpenPrompt(t, kGateway);
@@ -617,7 +617,7 @@ TEST(SettingsEditor, AnEntryLosesTheBlanksAroundIt) {
               With(With(kPlain, "gateway", "192.0.2.1 or so"), "static ip netmask", ""));
 }
 
-// Whatever is typed is stored; only commas between the servers become blanks.
+// Any text is accepted; only commas between servers become blanks.
 TEST(SettingsEditor, CommasBetweenServersBecomeBlanks) {
     Box box;
     EditorPage t(box, Tall());
@@ -653,13 +653,13 @@ void ExpectMarks(const Terminal& t, bool marked, int line = __builtin_LINE()) {
         if (!marked || !concerned) continue;
         const bool selected = t.SelectedRow() == Line(row) || cell.reverse;
         EXPECT_EQ(cell.Style(), selected ? "red/black bold reverse" : "red/black bold");
-        // To the row's end.
+        // To the end of the row.
         EXPECT_EQ(t.Cell(Line(row), 78).bg, kBlack);
         EXPECT_EQ(t.Cell(Line(row), 78).reverse, selected);
     }
 }
 
-TEST(SettingsEditor, AnAddressBesideDhcpIsMarkedOnBothRows) {
+TEST(SettingsEditor, AnAddressWithDhcpOnMarksBothRows) {
     Box box;
     EditorPage t(box, Tall());
     ExpectMarks(t, false);
@@ -670,7 +670,7 @@ TEST(SettingsEditor, AnAddressBesideDhcpIsMarkedOnBothRows) {
     ExpectMarks(t, true);
     EXPECT_TRUE(t.Cell(Line(kStaticIp), kLeft + 1).reverse);
     EXPECT_FALSE(t.Cell(Line(kDhcp), kLeft + 1).reverse);
-    // The hot keys' letters stay yellow on the row that is not selected.
+    // The hot keys stay yellow on the row that is not selected.
     EXPECT_EQ(t.Cell(Line(kDhcp), kLeft + 4).Style(), "yellow/black bold");
 
     GoTo(t, kDisabled);
@@ -732,7 +732,7 @@ void ExpectHelp(Terminal& t, int first, const std::string& help, int line = __bu
     }
 }
 
-// Walks down the list and looks at the help for each row. A list that does not fit scrolls.
+// Walks down the list and checks the help for each row. A list that does not fit scrolls.
 void ExpectEveryHelp(Terminal& t, int first) {
     for (const Setting& setting : kRows) {
         t.WaitSelected(WithoutTrailingBlanks(std::string(setting.label).substr(0, 20)));
@@ -748,13 +748,13 @@ void ExpectEveryHelp(Terminal& t, int first) {
     ExpectHelp(t, first, kRows[kDisabled].help);
 }
 
-TEST(SettingsEditor, HelpIsUnderTheListOn24LinesBy80) {
+TEST(SettingsEditor, HelpIsBelowTheListOn24By80) {
     Box box;
     EditorPage t(box);
     ExpectEveryHelp(t, 19);
 }
 
-TEST(SettingsEditor, HelpIsUnderTheListOn43LinesBy132) {
+TEST(SettingsEditor, HelpIsBelowTheListOn43By132) {
     Box box;
     EditorPage t(box, OfSize(43, 132));
     ExpectEveryHelp(t, 38);
@@ -797,7 +797,7 @@ TEST(SettingsEditor, HelpComesBackAfterAPrompt) {
 
 TEST(SettingsEditor, TheListScrollsAboveTheHelp) {
     Box box;
-    EditorPage t(box);  // 24 lines: 15 for the list
+    EditorPage t(box);  // 24 lines, 15 of them for the list
     EXPECT_EQ(TextAt(t, 17), RowText(kNatRole, ""));
     EXPECT_EQ(t.Row(18), "");
     EXPECT_FALSE(t.Shows("Save changes"));
@@ -820,8 +820,8 @@ TEST(SettingsEditor, NineteenLinesAreEnoughForTheHelp) {
     EXPECT_EQ(t.Row(18), "");
 }
 
-// On a smaller terminal the first help line is above the screen, and the others are over the title.
-TEST(SettingsEditor, OnEighteenLinesTheHelpIsOverTheTitle) {
+// On a smaller terminal the first help line is above the screen, and the others cover the title.
+TEST(SettingsEditor, OnEighteenLinesTheHelpCoversTheTitle) {
     Box box;
     EditorPage t(box, OfSize(18, 80));
     const auto expect_top = [&](const std::string& second, const std::string& third) {
@@ -840,11 +840,11 @@ TEST(SettingsEditor, OnEighteenLinesTheHelpIsOverTheTitle) {
     t.Press("<Down>");
     t.WaitSelected("Enable IPv6");
     expect_top("", "");
-    // A change paints the title anew, and the help over it.
+    // A change repaints the title, and then the help over it.
     t.Press("<Space>");
     WaitForRow(t, kEnableIp6, "no");
     expect_top("", "");
-    // With room for it the help has its own place, and the title is whole.
+    // With enough room the help has its own place, and the title is complete.
     t.Resize(24, 80);
     t.WaitFor(kRows[kEnableIp6].help);
     EXPECT_EQ(t.Row(0), "");
@@ -856,7 +856,7 @@ TEST(SettingsEditor, AfterShrinkingTheHelpKeepsItsLines) {
     Box box;
     EditorPage t(box, OfSize(19, 80));
     t.Resize(18, 80);
-    // Rows 14 to 16 belong to the list now, and the help is over them.
+    // Rows 14 to 16 now belong to the list, and the help covers them.
     t.WaitUntil([&] { return t.Row(17).empty() && t.Row(13) == "    " + RowText(kGateway, ""); },
                 "the list on 18 lines");
     Finish(t);
@@ -877,7 +877,7 @@ TEST(SettingsEditor, AfterShrinkingTheHelpKeepsItsLines) {
     EXPECT_FALSE(t.Shows("Whether"));
 }
 
-TEST(SettingsEditor, TinyTerminalsDoNoHarm) {
+TEST(SettingsEditor, TinyTerminalsAreHarmless) {
     Box box;
     EditorPage t(box);
     for (const auto& [rows, cols] : {std::pair(10, 20), {5, 10}, {1, 1}, {2, 200}, {60, 5}}) {
@@ -916,7 +916,7 @@ TEST(SettingsEditor, OnlySaveChangesTheFile) {
         EXPECT_EQ(box.Read(kSettings), odd) << keys;
         EXPECT_EQ(box.Sh(std::string("stat -c '%i %a %y' ") + kSettings), before) << keys;
         EXPECT_EQ(t.Row(2), kScreenTitle);
-        // The next visit knows nothing of the changes.
+        // The changes are gone when the editor opens again.
         OpenEditor(t);
         EXPECT_EQ(TextAt(t, Line(kManage)), RowText(kManage, "yes"));
         EXPECT_EQ(TextAt(t, Line(kNatRole)), RowText(kNatRole, ""));
@@ -925,7 +925,7 @@ TEST(SettingsEditor, OnlySaveChangesTheFile) {
     EXPECT_THAT(box.Calls(kNetworkScript), IsEmpty());
 }
 
-TEST(SettingsEditor, ASaveGoesStraightBackAndIsReadAgain) {
+TEST(SettingsEditor, ASaveReturnsAtOnceAndIsReadAgain) {
     Box box;
     box.Sh(std::string("chmod 600 ") + kSettings + "; chown " + box.OtherOwners() + " " +
            kSettings);
@@ -937,14 +937,15 @@ TEST(SettingsEditor, ASaveGoesStraightBackAndIsReadAgain) {
     EXPECT_EQ(box.Read(kSettings), With(kPlain, "manage", "0"));
     EXPECT_EQ(box.Sh(std::string("stat -c '%a %u:%g' ") + kSettings),
               "600 " + box.OtherOwners() + "\n");
-    EXPECT_EQ(box.Sh("ls -A /etc/network | grep ifmenu || true"), "") << "nothing is left over";
+    EXPECT_EQ(box.Sh("ls -A /etc/network | grep ifmenu || true"), "")
+        << "no temporary file may be left";
     OpenEditor(t);
     EXPECT_EQ(TextAt(t, Line(kManage)), RowText(kManage, "no"));
-    // To apply the settings is another row's work.
+    // Applying the settings is up to another row.
     EXPECT_THAT(box.Calls(kNetworkScript), IsEmpty());
 }
 
-TEST(SettingsEditor, AFileChangedMeanwhileIsOverwrittenAsAWhole) {
+TEST(SettingsEditor, AFileChangedMeanwhileIsOverwrittenCompletely) {
     Box box;
     EditorPage t(box, Tall());
     box.Write(kSettings, "static ip = 192.0.2.200\nmine = 1\n");
@@ -963,7 +964,7 @@ TEST(SettingsEditor, RowsAreCutAt254Characters) {
     Box box(With(kPlain, "static ip", value));
     EditorPage t(box, OfSize(32, 300));
     EXPECT_EQ(TextAt(t, Line(kStaticIp)), kRows[kStaticIp].label + value.substr(0, 223));
-    // The entry starts with 254 characters; what a cancelled one leaves is the whole value.
+    // The entry starts with 254 characters; after cancelling, the whole value is kept.
     OpenPrompt(t, kStaticIp);
     EXPECT_EQ(Entry(t), value.substr(0, 254));
     t.Press("<Esc>");
@@ -978,7 +979,7 @@ TEST(SettingsEditor, RowsAreCutAt254Characters) {
     EXPECT_EQ(box.Read(kSettings), With(kPlain, "static ip", value.substr(0, 254)));
 }
 
-TEST(SettingsEditor, OnANarrowerTerminalRowsAndEntriesAreCutAtItsWidth) {
+TEST(SettingsEditor, RowsAndEntriesAreCutAtTheWidthOfTheTerminal) {
     const std::string value = std::string(50, 'a') + std::string(50, 'b');
     Box box(With(kPlain, "static ip", value));
     EditorPage t(box, Tall());
@@ -1005,8 +1006,8 @@ TEST(SettingsEditor, AnEntryHoldsWhatFitsItsLine) {
     EXPECT_EQ(box.Read(kSettings), With(kPlain, "static ip6", std::string(76, 'x')));
 }
 
-// Nothing that a file holds drives the terminal, and a save keeps it all.
-TEST(SettingsEditor, BytesOfEveryKindAreShownSafelyAndKept) {
+// No byte in the file controls the terminal, and a save keeps them all.
+TEST(SettingsEditor, AnyBytesAreShownSafelyAndKept) {
     std::string file = With(kPlain, "static ip", "caf\xc3\xa9 \x1b[2J\x1b]0;x\x07 \x01\x7f\xff");
     file = With(file, "gateway", "%s%n%d \"'`$(id)\\");
     Box box(file);
@@ -1021,7 +1022,7 @@ TEST(SettingsEditor, BytesOfEveryKindAreShownSafelyAndKept) {
 
 // ---- the mouse ----
 
-TEST(SettingsEditor, AClickSelectsAndAClickOnTheSelectedRowChanges) {
+TEST(SettingsEditor, AClickSelectsAndAClickOnTheSelectedRowChangesIt) {
     Box box;
     EditorPage t(box, Tall());
     t.Click(Line(kManage), 10);

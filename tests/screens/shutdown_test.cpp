@@ -1,5 +1,5 @@
-// Ending the program: by key, by signal, by the end of its input, wherever it is. The terminal is
-// afterwards what it was before.
+// Ending the program by key, by signal and by the end of its input, at any place: afterwards the
+// terminal is as it was before.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -49,7 +49,7 @@ TEST(Leaving, ByAClickOnTheSelectedExitRow) {
 
 struct EndingSignal {
     int number;
-    const char* keys;  // what types it; null: it comes from another program
+    const char* keys;  // the key for it; null: sent by another program
     int status;
 };
 
@@ -93,7 +93,7 @@ TEST_P(Everywhere, AHangUpEndsTheProgramWithinASecond) {
 }
 
 // Started with nohup, or by a program that ignores the signal.
-TEST_P(Everywhere, AHangUpThatIsIgnoredEndsTheProgramWithinASecond) {
+TEST_P(Everywhere, AnIgnoredHangUpEndsTheProgramWithinASecond) {
     OneCard box;
     TerminalOptions options;
     options.ignored_signals = {SIGHUP};
@@ -117,7 +117,7 @@ TEST_P(Everywhere, TheEndOfItsInputEndsTheProgramWithinASecond) {
     options.input = "/tmp/keys";
     Terminal t(box, AtAPrompt(options));
     t.WaitFor(kMainMenu.sign);
-    // ENTER is the only named key on these ways.
+    // This path uses no named key except ENTER.
     std::string way = GetParam().keys;
     for (size_t at = way.find("<Enter>"); at != std::string::npos; at = way.find("<Enter>"))
         way.replace(at, strlen("<Enter>"), "\r");
@@ -134,7 +134,7 @@ INSTANTIATE_TEST_SUITE_P(Ending, Everywhere, testing::ValuesIn(kStops), StopName
 
 // ---- while a command has the terminal ----
 
-// A stand-in that waits, and writes down when it is interrupted.
+// A stand-in that waits, and records when it is interrupted.
 std::string Waiting(const char* result = "done") {
     return std::string(
                "trap 'echo INT >/tmp/got; exit 1' INT; trap 'echo QUIT >/tmp/got; exit 1' "
@@ -154,7 +154,7 @@ void StartCommand(Terminal& t, Gate& gate) {
     EXPECT_EQ(t.MouseReporting(), std::vector<int>());
 }
 
-TEST(DuringACommand, CtrlCAndCtrlBackslashAreForTheCommand) {
+TEST(DuringACommand, CtrlCAndCtrlBackslashGoToTheCommand) {
     Machine box;
     Gate gate(box);
     box.StandInScript(kNetwork, Waiting());
@@ -167,7 +167,7 @@ TEST(DuringACommand, CtrlCAndCtrlBackslashAreForTheCommand) {
         t.Press("s");
         t.WaitSelected("Services");
     }
-    // Afterwards they are the program's again.
+    // Afterwards the program handles them again.
     t.Press("<C-\\>");
     EXPECT_EQ(t.WaitExit(), Exited(131));
     ExpectTerminalAsBefore(t);
@@ -186,7 +186,7 @@ TEST(DuringACommand, OtherEndingSignalsEndTheProgram) {
     }
 }
 
-TEST(DuringACommand, TheCommandIsWaitedForAfterAnIgnoredHangUp) {
+TEST(DuringACommand, AfterAnIgnoredHangUpItWaitsForTheCommand) {
     Machine box;
     Gate gate(box);
     box.StandInScript(kNetwork, Waiting());
@@ -201,8 +201,8 @@ TEST(DuringACommand, TheCommandIsWaitedForAfterAnIgnoredHangUp) {
     EXPECT_EQ(box.Read("/tmp/got"), "done\n");
 }
 
-// A line's end of file, typed at the command, is a key like any other once the screen is back.
-TEST(DuringACommand, CtrlDIsNoEndOfInput) {
+// An end of file typed during the command is an ordinary key once the screen is back.
+TEST(DuringACommand, CtrlDIsNotEndOfInput) {
     Machine box;
     Gate gate(box);
     box.StandInScript(kNetwork, Waiting());
@@ -235,7 +235,7 @@ TEST(DuringAPause, EndingSignalsRestoreTheTerminal) {
     }
 }
 
-// The plain terminal after a command, until ENTER is typed there.
+// The plain terminal after a command, which waits for ENTER.
 class WaitingForEnter : public testing::Test {
   protected:
     static void Open(Terminal& t) {
@@ -271,7 +271,7 @@ TEST_F(WaitingForEnter, AHangUpEndsTheProgramWithinASecond) {
     }
 }
 
-TEST_F(WaitingForEnter, CostsNextToNothing) {
+TEST_F(WaitingForEnter, UsesAlmostNoProcessorTime) {
     Terminal t(box);
     Open(t);
     const double busy = t.CpuSeconds();
@@ -281,7 +281,7 @@ TEST_F(WaitingForEnter, CostsNextToNothing) {
     t.WaitFor("Main menu");
 }
 
-// The list of interfaces is asked for while the screen is up.
+// The list of interfaces is requested while the screen is up.
 TEST(DuringARefresh, EndingSignalsRestoreTheTerminal) {
     Machine box;
     Gate gate(box);
@@ -298,7 +298,7 @@ TEST(DuringARefresh, EndingSignalsRestoreTheTerminal) {
 
 // ---- keys around Ctrl-C ----
 
-// They are neither obeyed nor left for the shell to run.
+// They are neither obeyed nor passed on to the shell.
 TEST(TypedAround, CtrlCIsDropped) {
     Machine box;
     TerminalOptions options;
@@ -332,9 +332,9 @@ TEST(TypedAround, CtrlZLeavesNothingForTheShell) {
     t.WaitExit();
 }
 
-// ---- a fault of its own ----
+// ---- crashes ----
 
-TEST(Fault, LeavesATerminalToTypeOn) {
+TEST(Fault, LeavesAUsableTerminal) {
     Machine box;
     Terminal t(box, AtAPrompt());
     t.WaitFor(kMainMenu.sign);
@@ -343,9 +343,9 @@ TEST(Fault, LeavesATerminalToTypeOn) {
     ExpectTerminalAsBefore(t);
 }
 
-// ---- a mouse report that is cut off ----
+// ---- incomplete mouse reports ----
 
-TEST(HalfAMouseReport, HoldsNoEndingSignalUp) {
+TEST(HalfAMouseReport, DoesNotDelayEndingSignals) {
     Machine box;
     for (const char* keys : {"\x1b[<", "\x1b[<0;1"}) {
         Terminal t(box, AtAPrompt());
@@ -357,9 +357,9 @@ TEST(HalfAMouseReport, HoldsNoEndingSignalUp) {
     }
 }
 
-// ---- right at the start ----
+// ---- during the start ----
 
-TEST(DuringTheStart, CtrlCIsForTheCommand) {
+TEST(DuringTheStart, CtrlCGoesToTheCommand) {
     Machine box;
     Gate gate(box);
     box.StandInScript("mkdir", Waiting());
@@ -384,9 +384,9 @@ TEST(DuringTheStart, OtherEndingSignalsLeaveThePlainTerminal) {
     }
 }
 
-// Whatever the program is just doing: it ends by the signal's own effect as long as it has not yet
-// begun, and then with the signal's status.
-TEST(DuringTheStart, NoMomentLeavesTheTerminalUpset) {
+// At any moment: before the program has set up its signals, a signal has its default effect;
+// afterwards the program ends with the signal's status.
+TEST(DuringTheStart, EndingSignalsNeverLeaveABrokenTerminal) {
     Machine box;
     for (int milliseconds = 0; milliseconds < 60; milliseconds += 5) {
         SCOPED_TRACE(milliseconds);
@@ -400,7 +400,7 @@ TEST(DuringTheStart, NoMomentLeavesTheTerminalUpset) {
     }
 }
 
-// In the middle of drawing nothing is restored by halves.
+// In the middle of drawing, the terminal is still restored completely.
 TEST(WhileDrawing, EndingSignalsRestoreTheTerminal) {
     OneCard box;
     for (int round = 0; round < 8; round++) {
@@ -417,13 +417,13 @@ TEST(WhileDrawing, EndingSignalsRestoreTheTerminal) {
     }
 }
 
-// ---- a terminal that takes nothing more ----
+// ---- a stopped terminal ----
 
-TEST(CleanUp, IsGivenFiveSeconds) {
+TEST(CleanUp, IsLimitedToFiveSeconds) {
     Machine box;
     Terminal t(box);
     GoTo(t, kMainMenu);
-    t.Press("<C-s>");  // stops the terminal's output, so that restoring it waits
+    t.Press("<C-s>");  // stops the output, so that restoring the terminal blocks
     t.Settle();
     const double start = Now();
     t.Signal(SIGINT);
@@ -431,8 +431,8 @@ TEST(CleanUp, IsGivenFiveSeconds) {
     EXPECT_NEAR(Now() - start, 5, 0.5);
 }
 
-// A stopped terminal holds the program up in the middle of drawing, too.
-TEST(CleanUp, IsGivenFiveSecondsWhateverHoldsTheProgramUp) {
+// A stopped terminal can also block the program in the middle of drawing.
+TEST(CleanUp, IsLimitedToFiveSecondsWhereverTheProgramHangs) {
     Machine box;
     std::vector<std::unique_ptr<Terminal>> terminals;
     for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
@@ -442,8 +442,8 @@ TEST(CleanUp, IsGivenFiveSecondsWhateverHoldsTheProgramUp) {
         t.Press("<C-s>");
         t.Settle();
         t.Press("<Down>");
-        // The row's colour waits to be written: the program sleeps until the terminal takes it, and
-        // not, as for a key, for some milliseconds.
+        // The colour of the row can't be written: the program sleeps until the terminal takes it,
+        // not for some milliseconds as for a key.
         t.WaitUntil([&] { return OutputIsHeld(t); }, "the program to be held up");
         t.Signal(signal);
     }
@@ -453,7 +453,7 @@ TEST(CleanUp, IsGivenFiveSecondsWhateverHoldsTheProgramUp) {
 
 // ---- hang-up and end of input ----
 
-// Too small a terminal for the entry box: any key is awaited instead.
+// The terminal is too small for the entry box, so any key cancels.
 class SmallEntry : public testing::Test {
   protected:
     static TerminalOptions Small() {
@@ -479,7 +479,7 @@ TEST_F(SmallEntry, AHangUpEndsTheProgramWithinASecond) {
     EXPECT_EQ(t.WaitExit(kOneSecond), Exited(129));
 }
 
-TEST_F(SmallEntry, AHangUpThatIsIgnoredEndsTheProgramWithinASecond) {
+TEST_F(SmallEntry, AnIgnoredHangUpEndsTheProgramWithinASecond) {
     TerminalOptions options = Small();
     options.ignored_signals = {SIGHUP};
     Terminal t(box, options);
@@ -488,7 +488,7 @@ TEST_F(SmallEntry, AHangUpThatIsIgnoredEndsTheProgramWithinASecond) {
     EXPECT_EQ(t.WaitExit(kOneSecond), Exited(1));
 }
 
-TEST(Input, OfNothingEndsTheProgramWithinASecond) {
+TEST(Input, EmptyInputEndsTheProgramWithinASecond) {
     Machine box;
     TerminalOptions nothing;
     nothing.input = "/dev/null";
@@ -498,7 +498,7 @@ TEST(Input, OfNothingEndsTheProgramWithinASecond) {
     ExpectTerminalAsBefore(t);
 }
 
-TEST(Input, ThatIsClosedEndsTheProgramWithinASecond) {
+TEST(Input, ClosedInputEndsTheProgramWithinASecond) {
     Machine box;
     TerminalOptions options = AtAPrompt();
     options.arguments[1] += " <&-";
@@ -507,7 +507,7 @@ TEST(Input, ThatIsClosedEndsTheProgramWithinASecond) {
     ExpectTerminalAsBefore(t);
 }
 
-// Keys that a script wrote into a file.
+// Keys that a script has written to a file.
 Ending EndingAfter(Machine& box, const std::string& keys) {
     box.Write("/tmp/keys", keys);
     TerminalOptions options;
@@ -518,7 +518,7 @@ Ending EndingAfter(Machine& box, const std::string& keys) {
     return ending;
 }
 
-TEST(Input, KeysBeforeItsEndAreObeyed) {
+TEST(Input, KeysBeforeItsEndAreProcessed) {
     Machine box;
     box.StandIn(kNetwork);
     EXPECT_EQ(EndingAfter(box, "e\r"), Exited(0));
@@ -530,7 +530,7 @@ TEST(Input, KeysBeforeItsEndAreObeyed) {
     EXPECT_EQ(box.Sh("hostname"), "my-box\n");
 }
 
-TEST(Input, FromAPipeIsObeyedToItsEnd) {
+TEST(Input, KeysFromAPipeAreProcessedToTheEnd) {
     Machine box;
     box.StandIn(kNetwork);
     TerminalOptions options;
@@ -544,7 +544,7 @@ TEST(Input, FromAPipeIsObeyedToItsEnd) {
 
 // ---- the processor ----
 
-TEST(Idling, CostsNextToNothing) {
+TEST(Idling, UsesAlmostNoProcessorTime) {
     OneCard box;
     std::vector<std::unique_ptr<Terminal>> terminals;
     std::vector<double> busy;
@@ -563,7 +563,7 @@ TEST(Idling, CostsNextToNothing) {
     }
 }
 
-TEST(Idling, CostsNextToNothingWhileACommandRuns) {
+TEST(Idling, UsesAlmostNoProcessorTimeWhileACommandRuns) {
     Machine box;
     Gate gate(box);
     box.StandInScript(kNetwork, Waiting());
@@ -576,7 +576,7 @@ TEST(Idling, CostsNextToNothingWhileACommandRuns) {
 
 // ---- signals ----
 
-// Whether a line of /proc/PID/status, a mask of signals, has the signal.
+// Whether a signal mask in /proc/PID/status contains the signal.
 bool Has(const Terminal& t, const std::string& line, int signal) {
     const std::string status = ReadWhole("/proc/" + std::to_string(t.pid()) + "/status");
     const size_t at = status.find("\n" + line + ":\t");
@@ -585,7 +585,7 @@ bool Has(const Terminal& t, const std::string& line, int signal) {
     return (mask >> (signal - 1) & 1) != 0;
 }
 
-TEST(Signals, ChildrenAreLeftToTheKernel) {
+TEST(Signals, TheKernelReapsChildren) {
     Machine box;
     Terminal t(box);
     GoTo(t, kMainMenu);
@@ -593,7 +593,7 @@ TEST(Signals, ChildrenAreLeftToTheKernel) {
     t.WaitUntil([&] { return t.Children() == 0; }, "the last command's end");
 }
 
-TEST(Signals, EndingOnesAreCaught) {
+TEST(Signals, EndingSignalsAreCaught) {
     Machine box;
     Terminal t(box);
     GoTo(t, kMainMenu);
@@ -603,7 +603,7 @@ TEST(Signals, EndingOnesAreCaught) {
     }
 }
 
-TEST(Signals, ARunningCommandHasTheInterruptsToItself) {
+TEST(Signals, InterruptsGoOnlyToTheRunningCommand) {
     Machine box;
     Gate gate(box);
     box.StandInScript(kNetwork, Waiting());
@@ -618,10 +618,11 @@ TEST(Signals, ARunningCommandHasTheInterruptsToItself) {
     EXPECT_TRUE(Has(t, "SigCgt", SIGQUIT));
 }
 
-// Not every shell hands on the signals that it was started with, so the shell itself is looked at.
-TEST(Signals, CommandsStartWithTheirDefaults) {
+// Some shells do not pass on the signals they were started with, so the shell itself is checked.
+TEST(Signals, CommandsStartWithDefaultSignals) {
     Machine box;
-    if (box.door().own_users) GTEST_SKIP() << "an ordinary user's machine keeps its shell";
+    if (box.door().own_users)
+        GTEST_SKIP() << "the shell can't be replaced in an ordinary user's machine";
     box.StandIn("/bin/sh");
     Terminal t(box);
     t.WaitFor(kMainMenu.sign);
@@ -637,9 +638,9 @@ TEST(Signals, CommandsStartWithTheirDefaults) {
     }
 }
 
-TEST(Signals, CommandsStartWithNoneHeldBack) {
+TEST(Signals, CommandsStartWithNoBlockedSignals) {
     Machine box;
-    // This shell changes nothing about it.
+    // This shell does not change the mask.
     box.Sh("mount --bind /bin/bash \"$(readlink -f /bin/sh)\"");
     const auto write_mask_to = [](const std::string& file) {
         return "sed -n 's/^SigBlk:\\t//p' /proc/self/status >" + file;
@@ -659,10 +660,10 @@ TEST(Signals, CommandsStartWithNoneHeldBack) {
     }
 }
 
-TEST(Signals, InterruptsIgnoredAtTheStartEndTheProgramAllTheSame) {
+TEST(Signals, IgnoredInterruptsStillEndTheProgram) {
     Machine box;
     TerminalOptions options;
-    options.ignored_signals = {SIGINT, SIGQUIT};  // as of a shell's background command
+    options.ignored_signals = {SIGINT, SIGQUIT};  // like a shell's background command
     for (const auto& [keys, status] : {std::pair{"<C-c>", 130}, {"<C-\\>", 131}}) {
         Terminal t(box, options);
         GoTo(t, kMainMenu);
@@ -671,7 +672,7 @@ TEST(Signals, InterruptsIgnoredAtTheStartEndTheProgramAllTheSame) {
     }
 }
 
-TEST(Signals, OthersAreNoReasonToEnd) {
+TEST(Signals, OtherSignalsDoNotEndTheProgram) {
     Machine box;
     Terminal t(box);
     GoTo(t, kMainMenu);

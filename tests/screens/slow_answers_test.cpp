@@ -1,5 +1,5 @@
-// Screens whose rows wait for a command that answers late, or never: keys go first, and what is
-// shown meanwhile is nothing that may have changed.
+// Screens whose rows wait for a command that answers late or never: keys go first, and meanwhile
+// nothing out of date is shown.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -15,7 +15,7 @@ namespace {
 constexpr const char* kExit = "Exit this program";
 constexpr int kFirstInterface = kFirstLine + 9;
 
-// The answers of `ip` are held back while they match a shell pattern of its arguments.
+// Holds back `ip` while its arguments match a shell pattern.
 void HoldAnswers(Machine& box, const std::string& pattern) {
     box.Remove("/run/go");
     box.StandInScript("ip", "case \"$*\" in " + pattern +
@@ -27,7 +27,7 @@ void LetAnswersCome(Machine& box) {
     box.Write("/run/go", "");
 }
 
-// eth0 with a cable, an address of each kind and a gateway; eth1 down.
+// eth0 with a carrier, both kinds of address and a gateway; eth1 down.
 void AddTwoCards(Machine& box) {
     box.AddTap("eth0");
     box.AddTap("eth1", false);
@@ -75,14 +75,14 @@ void WaitForInterfaces(Terminal& t, const Texts& rows, Place place = Place::curr
     t.WaitUntil([&] { return Rows(t, kFirstInterface, 7) == rows; }, "the interfaces", 4, place);
 }
 
-TEST(SlowAnswers, TheFirstScreenStandsWithoutTheInterfaces) {
+TEST(SlowAnswers, TheFirstScreenAppearsWithoutTheInterfaces) {
     Machine box;
     AddTwoCards(box);
     HoldAnswers(box, "link");
     Terminal t(box);
     t.WaitFor(kExit, 4);
     EXPECT_EQ(t.Row(kFirstInterface), std::string("    ") + kExit);
-    // A row that is pushed down by the interfaces keeps the selection.
+    // A row that moves down because interfaces appear stays selected.
     t.Press("e");
     t.WaitSelected(kExit, 2);
     LetAnswersCome(box);
@@ -92,7 +92,7 @@ TEST(SlowAnswers, TheFirstScreenStandsWithoutTheInterfaces) {
     EXPECT_EQ(t.WaitExit(), Exited(0));
 }
 
-TEST(SlowAnswers, KeysTypedBeforeTheFirstScreenMeanItsRows) {
+TEST(SlowAnswers, KeysTypedBeforeTheFirstScreenApplyToItsRows) {
     Machine box;
     AddTwoCards(box);
     HoldAnswers(box, "link");
@@ -119,7 +119,7 @@ TEST(SlowAnswers, AfterAnActionKeysWorkOnRowsWithoutAState) {
     t.WaitSelected("2. eth1    02:00:00:00:00:0B", 2);
     WaitForInterfaces(t, kBothCardsStateless);
     EXPECT_FALSE(t.Shows("10.1.2.3"));
-    // The selected row stays the selected one when rows above it go.
+    // The selected row stays selected when rows above it disappear.
     LetAnswersCome(box);
     WaitForInterfaces(t, {"    1. eth0    02:00:00:00:00:0A  Disconnected",
                           "       IPv4: 10.1.2.3   netmask: 255.255.255.0", "",
@@ -141,13 +141,13 @@ TEST(SlowAnswers, ARowWithoutAStateOpensItsInterface) {
     t.Press("1<Enter>");
     t.WaitFor("Network configuration: eth0 (02:00:00:00:00:0A)", 2);
     t.WaitFor("IPv6: 2001:db8::5/64", 2);
-    // What was begun before is not shown; the main menu asks anew and has its answer.
+    // Earlier answers are not shown; the main menu asks again and has its answer.
     t.Press("<Esc>");
     LetAnswersCome(box);
     WaitForInterfaces(t, kBothCards);
 }
 
-TEST(SlowAnswers, WithoutAKeyTheRowsWithoutAStateComeByThemselves) {
+TEST(SlowAnswers, RowsWithoutAStateAppearWithoutAKey) {
     Machine box;
     AddTwoCards(box);
     MainMenu t(box);
@@ -159,8 +159,8 @@ TEST(SlowAnswers, WithoutAKeyTheRowsWithoutAStateComeByThemselves) {
     WaitForInterfaces(t, kBothCards);
 }
 
-// Only what an `ip addr` tells is missing while it does not answer.
-TEST(SlowAnswers, OneThatNeverComesHidesNothingElse) {
+// Without an answer from `ip addr`, only its own information is missing.
+TEST(SlowAnswers, AMissingAnswerHidesNothingElse) {
     Machine box;
     AddTwoCards(box);
     HoldAnswers(box, "'addr show dev eth0 scope global'");
@@ -174,7 +174,7 @@ TEST(SlowAnswers, OneThatNeverComesHidesNothingElse) {
     WaitForInterfaces(t, kBothCards);
 }
 
-TEST(SlowAnswers, TheListIsShownAsSoonAsItIsThere) {
+TEST(SlowAnswers, TheListIsShownAsSoonAsItArrives) {
     Machine box;
     AddTwoCards(box);
     box.StandInScript("ip",
@@ -189,7 +189,7 @@ TEST(SlowAnswers, TheListIsShownAsSoonAsItIsThere) {
     WaitForInterfaces(t, kBothCards);
 }
 
-TEST(SlowAnswers, AListWithoutEndLeavesTheProgramInReach) {
+TEST(SlowAnswers, AnEndlessListDoesNotBlockTheProgram) {
     Machine box;
     box.StandInScript("ip", "case \"$*\" in link) exec yes '1: eth0: x';; esac");
     Terminal t(box);
@@ -198,7 +198,7 @@ TEST(SlowAnswers, AListWithoutEndLeavesTheProgramInReach) {
     EXPECT_EQ(t.WaitExit(), Exited(130));
 }
 
-TEST(SlowAnswers, AnInterfaceShowsWhatTheKernelSaysAtOnce) {
+TEST(SlowAnswers, AnInterfaceShowsTheKernelsAnswersAtOnce) {
     Machine box;
     AddTwoCards(box);
     MainMenu t(box);
@@ -217,7 +217,7 @@ TEST(SlowAnswers, AnInterfaceShowsWhatTheKernelSaysAtOnce) {
     t.WaitFor("IPv6: 2001:db8::5/64");
     EXPECT_EQ(t.Selected(), "Edit configuration");
 
-    // After an action the address of before is not shown again.
+    // After an action the old address is not shown again.
     HoldAnswers(box, "'addr show'*");
     box.StandIn(kNetworkScript);
     t.Press("d<Enter>");
@@ -231,7 +231,7 @@ TEST(SlowAnswers, AnInterfaceShowsWhatTheKernelSaysAtOnce) {
     WaitForMainMenu(t);
 }
 
-TEST(SlowAnswers, AScreenLeavesNothingOpenThatItWaitedFor) {
+TEST(SlowAnswers, AScreenLeavesNoDescriptorOpen) {
     Machine box;
     AddTwoCards(box);
     MainMenu t(box);

@@ -1,5 +1,5 @@
-// The accounts of the SMB/CIFS file server: the list, the screen of one account, and what both run;
-// first with stand-ins for the server's tools, then with the tools themselves.
+// The accounts of the SMB/CIFS file server: the list, the screen of one account, and the commands
+// of both; first with stand-ins for the server's tools, then with the real tools.
 #include <gmock/gmock.h>
 
 #include <cstring>
@@ -25,14 +25,14 @@ std::string RowOf(const std::string& account) {
     return "Configure user '" + account + "'";
 }
 
-// One account as the server's tool lists it.
+// An account as the server's tool lists it.
 std::string Listed(const std::string& name, const std::string& flags) {
     return "---------------\nUnix username:        " + name +
            "\nNT username:          \nAccount Flags:        [" + flags + "]\n";
 }
 
-// The file server is there. Its tools are stand-ins: one lists what the test wants it to, the other
-// writes down its standard input where it is not the terminal, and complains.
+// The file server is installed. Its tools are stand-ins: one prints the listing that the test
+// wants, the other records its standard input if that is not the terminal, and prints a complaint.
 class SmbBox : public ServicesBox {
   public:
     explicit SmbBox(const std::string& listing = "") {
@@ -60,7 +60,7 @@ class AccountList : public ServicesScreen {
 void OpenAccount(Terminal& t, const std::string& account, Place place = Place::Here()) {
     t.Press("<Home>", place);
     t.Settle(Terminal::kPatience, place);
-    // The row goes on with the account's state.
+    // The row continues with the state of the account.
     for (int i = 0; i < 100 && t.Selected().rfind(RowOf(account), 0) != 0; i++) {
         t.Press("<Down>", place);
         t.Settle(Terminal::kPatience, place);
@@ -70,7 +70,7 @@ void OpenAccount(Terminal& t, const std::string& account, Place place = Place::H
     t.Settle(Terminal::kPatience, place);
 }
 
-// A row that can be read but not chosen.
+// A row that can't be selected.
 bool IsClosed(const Terminal& t, const std::string& row) {
     const Cell cell = t.Cell(t.Find(row), t.FindColumn(row) + static_cast<int>(row.size()) - 1);
     return cell.dim && !cell.bold;
@@ -78,7 +78,7 @@ bool IsClosed(const Terminal& t, const std::string& row) {
 
 // ---- the list ----
 
-TEST(SmbAccountList, ShowsTheAccountsAsTheServerListsThem) {
+TEST(SmbAccountList, ShowsTheAccountsInTheServersOrder) {
     SmbBox box(Listed("zoe", "U          ") + Listed("root", "NDU        ") +
                Listed("bob", "DU         ") + Listed("amy", "NU         "));
     AccountList t(box, OfSize(24, 80));
@@ -115,7 +115,7 @@ TEST(SmbAccountList, HasTwoHotKeys) {
         EXPECT_NE(t.Cell(8, col).fg, kYellow) << col;
 }
 
-TEST(SmbAccountList, WithoutAnAnswerHasNoAccounts) {
+TEST(SmbAccountList, IsEmptyWithoutAnAnswer) {
     SmbBox box;
     const Words none = {"Return to services menu", "", "Create user"};
     {
@@ -135,7 +135,7 @@ TEST(SmbAccountList, WithoutAnAnswerHasNoAccounts) {
     WaitForTitle(t, "Services");
 }
 
-TEST(SmbAccountList, AComplaintOfTheToolDoesNotReachTheScreen) {
+TEST(SmbAccountList, ErrorMessagesOfTheToolDoNotReachTheScreen) {
     SmbBox box;
     box.StandInScript("pdbedit", "echo 'cannot open the database' >&2; echo 'Unix username: amy'");
     AccountList t(box);
@@ -143,7 +143,7 @@ TEST(SmbAccountList, AComplaintOfTheToolDoesNotReachTheScreen) {
     EXPECT_THAT(Rows(t), Contains("Configure user 'amy'"));
 }
 
-// Three lines below the list are kept free where the terminal has nineteen or more.
+// Three lines below the list stay free if the terminal has at least nineteen lines.
 TEST(SmbAccountList, FillsTheScreenAboveTheHelp) {
     std::string listing;
     for (int i = 10; i < 90; i++)
@@ -162,7 +162,7 @@ TEST(SmbAccountList, FillsTheScreenAboveTheHelp) {
     EXPECT_EQ(box.CallLines(), Words{kLook});
 }
 
-TEST(SmbAccountList, OnASmallTerminalNoHelpLiesOverTheAccounts) {
+TEST(SmbAccountList, OnASmallTerminalHelpDoesNotCoverTheAccounts) {
     std::string listing;
     for (char name = 'a'; name <= 'p'; name++)
         listing += Listed(std::string(1, name), "U");
@@ -177,7 +177,7 @@ TEST(SmbAccountList, OnASmallTerminalNoHelpLiesOverTheAccounts) {
     EXPECT_EQ(t.Row(16), "    " + RowOf("i"));
 }
 
-TEST(SmbAccountList, ThatHasBecomeShorterSelectsItsLastRow) {
+TEST(SmbAccountList, SelectsItsLastRowWhenItGetsShorter) {
     SmbBox box(Listed("amy", "U") + Listed("bob", "U"));
     AccountList t(box, OfSize(20, 80));
     OpenAccount(t, "bob");
@@ -187,7 +187,7 @@ TEST(SmbAccountList, ThatHasBecomeShorterSelectsItsLastRow) {
     t.WaitSelected(RowOf("amy"));
 }
 
-TEST(SmbAccountList, OpensTheFirstSixtyFourAccountsOnly) {
+TEST(SmbAccountList, OpensOnlyTheFirst64Accounts) {
     std::string listing;
     for (int i = 1; i <= 70; i++)
         listing += Listed("user" + std::to_string(i), "U");
@@ -206,11 +206,11 @@ TEST(SmbAccountList, OpensTheFirstSixtyFourAccountsOnly) {
     WaitForTitle(t, TitleOf("user64"));
     t.Press("<Enter>");
     WaitForTitle(t, kListTitle);
-    // Nothing was run, and so nothing was read again.
+    // Nothing was run, so nothing was read again.
     EXPECT_EQ(box.CallLines(), Words{kLook});
 }
 
-TEST(SmbAccountList, IsReadAnewEachTimeItIsOpened) {
+TEST(SmbAccountList, IsReadAgainWheneverItOpens) {
     SmbBox box;
     AccountList t(box);
     t.Press("<Enter>");
@@ -225,12 +225,12 @@ TEST(SmbAccountList, IsReadAnewEachTimeItIsOpened) {
     EXPECT_EQ(box.CallLines(), (Words{kLook, kLook}));
 }
 
-// ---- making one ----
+// ---- creating an account ----
 
 constexpr const char* kPrompt = "Enter user account.";
 
 std::string Entry(const Terminal& t) {
-    // The line above the box's last one, between its borders.
+    // The last line of the box above its border, without the borders.
     std::string line = t.Row(t.Find(kPrompt) + 4);
     line = line.substr(strlen("│"));
     line = line.substr(0, line.find("│"));
@@ -245,7 +245,7 @@ void AskForName(Terminal& t, Place place = Place::Here()) {
     t.Settle(Terminal::kPatience, place);
 }
 
-// System accounts: a file's lines, as no tool is needed for them.
+// System accounts, as lines of a file: that needs no tool.
 void AddSystemAccounts(Machine& box, const Words& names) {
     int number = 3000;
     for (const std::string& name : names) {
@@ -268,7 +268,7 @@ TEST(SmbCreateUser, AsksForASystemAccount) {
     EXPECT_TRUE(t.CursorVisible());
 }
 
-TEST(SmbCreateUser, StartsWithRootUnlessItIsThere) {
+TEST(SmbCreateUser, SuggestsRootUnlessItExists) {
     SmbBox box(Listed("amy", "U"));
     {
         AccountList t(box, OfSize(30, 100));
@@ -281,7 +281,7 @@ TEST(SmbCreateUser, StartsWithRootUnlessItIsThere) {
     EXPECT_EQ(Entry(t), "");
 }
 
-TEST(SmbCreateUser, MakesADisabledAccountWithoutAPassword) {
+TEST(SmbCreateUser, CreatesADisabledAccountWithoutAPassword) {
     SmbBox box;
     AccountList t(box, OfSize(30, 100));
     AskForName(t);
@@ -297,7 +297,7 @@ TEST(SmbCreateUser, MakesADisabledAccountWithoutAPassword) {
     EXPECT_FALSE(t.Shows("grumble"));
     EXPECT_EQ(t.Row(2), kListTitle);
     EXPECT_EQ(t.Selected(), "Create user");
-    // Now that root is there, the entry starts empty.
+    // Now that root exists, the entry starts empty.
     AskForName(t);
     EXPECT_EQ(Entry(t), "");
 }
@@ -310,7 +310,7 @@ TEST(SmbCreateUser, AsksAgainUntilTheNameIsASystemAccount) {
     t.Type("less");
     t.Press("<Enter>");
     t.Settle();
-    EXPECT_EQ(Entry(t), "rootless");  // what was typed is kept
+    EXPECT_EQ(Entry(t), "rootless");  // the typed name is kept
     EXPECT_TRUE(t.Shows("[ESC to cancel]"));
     for (int i = 0; i < 8; i++)
         t.Press("<Backspace>");
@@ -327,7 +327,7 @@ TEST(SmbCreateUser, AsksAgainUntilTheNameIsASystemAccount) {
     EXPECT_EQ(box.CallLines(), (Words{"smbpasswd -a -d -n amy", kLook}));
 }
 
-TEST(SmbCreateUser, CancelledRunsNothing) {
+TEST(SmbCreateUser, CancellingRunsNothing) {
     SmbBox box;
     AccountList t(box, OfSize(30, 100));
     AskForName(t);
@@ -351,7 +351,7 @@ TEST(SmbCreateUser, CancelledRunsNothing) {
 
 // ---- one account ----
 
-TEST(SmbAccount, ShowsWhatCanBeDone) {
+TEST(SmbAccount, ShowsThePossibleActions) {
     struct Case {
         const char* name;
         const char* flags;
@@ -388,7 +388,7 @@ TEST(SmbAccount, ShowsWhatCanBeDone) {
             const bool closed = testing::Value(account.closed, Contains(row));
             EXPECT_EQ(IsClosed(t, row), closed) << row;
         }
-        // Removing is red; for root, to whom it is closed, it is not.
+        // Removing is red, except for root, where it is closed.
         const int line = t.Find("Remove account");
         EXPECT_EQ(t.Cell(line, 5).fg, std::string(account.name) == "root" ? kWhite : kRed);
         t.Press("r<Home><Enter>");
@@ -445,8 +445,8 @@ TEST(SmbAccount, HotKeysSelect) {
     EXPECT_EQ(box.CallLines(), Words{kLook});
 }
 
-// Enables, disables or removes: the command runs on the plain terminal, the account's screen
-// closes, and the list shows what has come of it.
+// Enables, disables or removes: the command runs on the plain terminal, the screen of the account
+// closes, and the list shows the result.
 void ExpectRuns(const std::string& flags, const std::string& keys, const std::string& option) {
     SmbBox box(Listed("amy", flags));
     AccountList t(box);
@@ -465,20 +465,20 @@ void ExpectRuns(const std::string& flags, const std::string& keys, const std::st
     EXPECT_FALSE(t.Shows("grumble"));
 }
 
-TEST(SmbAccount, IsEnabled) {
+TEST(SmbAccount, CanBeEnabled) {
     ExpectRuns("DU", "e<Enter>", "-e");
 }
 
-TEST(SmbAccount, IsDisabled) {
+TEST(SmbAccount, CanBeDisabled) {
     ExpectRuns("U", "d<Enter>", "-d");
     ExpectRuns("NU", "d<Enter>", "-d");
 }
 
-TEST(SmbAccount, IsRemovedAfterAYes) {
+TEST(SmbAccount, IsRemovedAfterYes) {
     ExpectRuns("U", "rr<Up><Enter>y", "-x");
 }
 
-TEST(SmbAccount, IsNotRemovedAfterANo) {
+TEST(SmbAccount, IsNotRemovedAfterNo) {
     SmbBox box(Listed("amy", "U"));
     AccountList t(box);
     OpenAccount(t, "amy");
@@ -496,7 +496,7 @@ TEST(SmbAccount, IsNotRemovedAfterANo) {
         EXPECT_FALSE(t.Shows("Are you sure?"));
         EXPECT_FALSE(LeftItsScreen(t)) << no;
     }
-    // Left without a command, it need not be read again.
+    // Left without a command, the list need not be read again.
     t.Press("<Home><Enter>");
     WaitForTitle(t, kListTitle);
     EXPECT_EQ(box.CallLines(), Words{kLook});
@@ -544,7 +544,7 @@ TEST(SmbPassword, GoesThroughAPipeWithTheScreenUp) {
     EXPECT_EQ(t.Row(29), "");
 }
 
-TEST(SmbPassword, AnEmptyOrCancelledOneKeepsTheScreen) {
+TEST(SmbPassword, AnEmptyOrCancelledPasswordKeepsTheScreen) {
     SmbBox box(Listed("amy", "U"));
     AccountList t(box);
     OpenAccount(t, "amy");
@@ -562,7 +562,7 @@ TEST(SmbPassword, AnEmptyOrCancelledOneKeepsTheScreen) {
     EXPECT_EQ(box.CallLines(), Words{kLook});
 }
 
-TEST(SmbPassword, AToolThatDoesNotReadItStopsNothing) {
+TEST(SmbPassword, AToolThatDoesNotReadItDoesNotBlock) {
     SmbBox box(Listed("amy", "U"));
     box.StandIn("smbpasswd", "", 1);
     AccountList t(box);
@@ -574,7 +574,7 @@ TEST(SmbPassword, AToolThatDoesNotReadItStopsNothing) {
     EXPECT_EQ(box.CallLines(), (Words{kLook, "smbpasswd -a -s amy", kLook}));
 }
 
-TEST(SmbPassword, NoProcessIsToldInItsArgumentsOrEnvironment) {
+TEST(SmbPassword, IsNotInTheArgumentsOrEnvironmentOfAnyProcess) {
     SmbBox box(Listed("amy", "U"));
     AccountList t(box);
     OpenAccount(t, "amy");
@@ -592,7 +592,7 @@ TEST(SmbPassword, NoProcessIsToldInItsArgumentsOrEnvironment) {
     EXPECT_THAT(t.Output(), Not(HasSubstr("Quux7")));
 }
 
-TEST(SmbPassword, TheProgramForgetsIt) {
+TEST(SmbPassword, IsErasedFromTheProgram) {
     SmbBox box(Listed("amy", "U"));
     AccountList t(box);
     OpenAccount(t, "amy");
@@ -600,7 +600,8 @@ TEST(SmbPassword, TheProgramForgetsIt) {
     t.Type(kSecret);
     t.WaitFor(std::string(strlen(kSecret), '*'));
     t.Settle();
-    EXPECT_NE(TracesOfSecret(t, kSecret), Words{}) << "the search does not find what is there";
+    EXPECT_NE(TracesOfSecret(t, kSecret), Words{})
+        << "the search must find a password that is there";
     t.Press("<Enter>");
     WaitForTitle(t, kListTitle);
     t.Settle();
@@ -614,7 +615,7 @@ TEST(SmbPassword, TheProgramForgetsIt) {
     EXPECT_EQ(TracesOfSecret(t, kSecret), Words{});
 }
 
-TEST(SmbPassword, TheProgramForgetsItAsSoonAsTheToolHasIt) {
+TEST(SmbPassword, IsErasedAsSoonAsTheToolHasIt) {
     SmbBox box(Listed("amy", "U"));
     box.StandInScript("smbpasswd", kReadAndWait);
     AccountList t(box);
@@ -630,7 +631,7 @@ TEST(SmbPassword, TheProgramForgetsItAsSoonAsTheToolHasIt) {
 
 // ---- the real tools ----
 
-// The file server's own tools with a database of this machine's own.
+// The file server's own tools, with a private database.
 class RealSmbBox : public ServicesBox {
   public:
     RealSmbBox() {
@@ -642,18 +643,18 @@ class RealSmbBox : public ServicesBox {
         AddSystemAccounts(*this, {"amy", "bob"});
         Record("smbpasswd");
     }
-    // The account's flags as the server's own tool lists them, without blanks; "" for no account.
+    // The flags of the account as the server's tool lists them, without blanks; "" for no account.
     std::string FlagsOf(const std::string& name) {
         return Sh("pdbedit --list --verbose --user=" + name +
                   " 2>/dev/null | sed -n 's/^Account Flags: *\\[\\([A-Z]*\\) *\\]$/\\1/p'");
     }
-    // What the server keeps of the password.
+    // What the server stores of the password.
     std::string HashOf(const std::string& name) {
         return Sh("pdbedit --list --smbpasswd-style --user=" + name + " | cut -d: -f4");
     }
 };
 
-TEST(SmbRealTools, AnAccountLives) {
+TEST(SmbRealTools, AnAccountIsCreatedUsedAndRemoved) {
     RealSmbBox box;
     ASSERT_EQ(box.Sh("command -v pdbedit; command -v smbpasswd"),
               "/usr/bin/pdbedit\n/usr/bin/smbpasswd\n");
@@ -671,7 +672,7 @@ TEST(SmbRealTools, AnAccountLives) {
     t.WaitFor("Configure user 'amy' [account disabled] [no password]");
     EXPECT_EQ(box.FlagsOf("amy"), "NDU\n");
 
-    // A password makes a new account a whole one.
+    // Setting a password enables a new account.
     OpenAccount(t, "amy");
     EXPECT_TRUE(IsClosed(t, "Enable account"));
     AskForPassword(t);
@@ -689,7 +690,7 @@ TEST(SmbRealTools, AnAccountLives) {
     t.Press("d<Enter>");
     t.WaitFor("Configure user 'amy' [account disabled]");
     EXPECT_EQ(box.FlagsOf("amy"), "DU\n");
-    EXPECT_TRUE(t.Shows(RowOf("bob")));  // made beside the program
+    EXPECT_TRUE(t.Shows(RowOf("bob")));  // created outside the program
 
     OpenAccount(t, "amy");
     EXPECT_FALSE(IsClosed(t, "Enable account"));
@@ -714,7 +715,7 @@ TEST(SmbRealTools, AnAccountLives) {
                      "smbpasswd -d amy", "smbpasswd -e amy", "smbpasswd -x amy"}));
 }
 
-// So the server's tool has it.
+// This is what the server's tool does.
 TEST(SmbRealTools, ANewPasswordEnablesADisabledAccount) {
     RealSmbBox box;
     box.Sh("printf 'one\\none\\n' | smbpasswd -a -s amy; smbpasswd -d amy");

@@ -1,5 +1,5 @@
-// Starting the program: what it says instead of starting, what it prepares, how it takes over the
-// terminal.
+// Starting the program: what it prints instead of starting, what it prepares, and how it takes over
+// the terminal.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -24,11 +24,11 @@ constexpr const char* kRefusal =
     "# sudo ifmenu\n"
     "\n";
 
-// In a user namespace without any mapping nobody is root, though every file is still open to what
-// root's own user may do.
+// In a user namespace without a mapping nobody is root, although root's own user may still open
+// every file.
 constexpr const char* kNotRoot = "unshare --user ";
 
-// What a command left on a plain terminal: nothing but its own words may be there.
+// The output of a command on a plain terminal, which must be nothing but its own messages.
 struct Plain {
     std::string status, out, err;
     bool operator==(const Plain&) const = default;
@@ -48,9 +48,9 @@ std::string Program(const std::string& arguments = "") {
     return std::string("'") + IFMENU_PROGRAM + "' " + arguments;
 }
 
-// ---- what is said instead of starting ----
+// ---- help and refusal ----
 
-TEST(Help, IsAnyNumberOfDashesBeforeTheWord) {
+TEST(Help, AcceptsAnyNumberOfDashes) {
     Machine box;
     for (const char* argument : {"-help", "--help", "---help", "----------------help"}) {
         EXPECT_EQ(SaidBy(box, Program(argument)), (Plain{"1\n", "", kUsage})) << argument;
@@ -59,14 +59,14 @@ TEST(Help, IsAnyNumberOfDashesBeforeTheWord) {
     }
 }
 
-TEST(Help, IsFoundAmongOtherArguments) {
+TEST(Help, MayBeAmongOtherArguments) {
     Machine box;
     for (const char* arguments : {"eth0 --help", "-v -help", "'' --help", "--help eth0"}) {
         EXPECT_EQ(SaidBy(box, Program(arguments)), (Plain{"1\n", "", kUsage})) << arguments;
     }
 }
 
-TEST(Help, IsNothingElse) {
+TEST(Help, NeedsTheExactWord) {
     Machine box;
     for (const char* argument :
          {"help", "-h", "--hel", "--helpx", "--help=", "-Help", "--HELP", "-", "--", "---", "''",
@@ -76,7 +76,7 @@ TEST(Help, IsNothingElse) {
     }
 }
 
-TEST(Help, IsTheOnlyArgumentThatMeansAnything) {
+TEST(Help, OtherArgumentsAreIgnored) {
     Machine box;
     TerminalOptions options;
     options.arguments = {"help", "-h", "--version", "-", "--", "", "--helpx"};
@@ -90,16 +90,16 @@ TEST(Help, NeedsNoTerminal) {
     EXPECT_EQ(SaidBy(box, "env -u TERM setsid " + Program("--help")), (Plain{"1\n", "", kUsage}));
 }
 
-TEST(Refusal, MeetsAnyUserButRoot) {
+TEST(Refusal, AppliesToAllUsersButRoot) {
     Machine box;
-    if (box.door().own_users) GTEST_SKIP() << "a machine made by an ordinary user has one user";
+    if (box.door().own_users) GTEST_SKIP() << "an ordinary user's machine has only one user";
     box.Sh("cp " + Program() + " /usr/local/bin/ifmenu");
     TerminalOptions options;
     options.program = "/usr/local/bin/ifmenu";
     options.user = 65534;
     Terminal t(box, options);
     EXPECT_EQ(t.WaitExit(), Exited(1));
-    // The terminal puts a carriage return before each line feed.
+    // The terminal adds a carriage return before each line feed.
     EXPECT_EQ(t.Output(),
               "Ifmenu must be run as root or sudo.\r\n"
               "If you are authorized to, please run me as follows:\r\n"
@@ -109,16 +109,16 @@ TEST(Refusal, MeetsAnyUserButRoot) {
     EXPECT_TRUE(t.LineMode());
 }
 
-TEST(Refusal, FollowsTheEffectiveUser) {
+TEST(Refusal, DependsOnTheEffectiveUser) {
     Machine box;
-    if (box.door().own_users) GTEST_SKIP() << "a machine made by an ordinary user has one user";
+    if (box.door().own_users) GTEST_SKIP() << "an ordinary user's machine has only one user";
     box.Sh("cp " + Program() + " /usr/local/bin/ifmenu");
     const Plain refused = SaidBy(box, "setpriv --euid 65534 /usr/local/bin/ifmenu");
     EXPECT_EQ(refused.status, "1\n");
     EXPECT_EQ(refused.out, "");
-    // Behind it the leak sanitizer may tell that it has no right to look at such a process.
+    // After it the leak sanitizer may report that it may not inspect such a process.
     EXPECT_THAT(refused.err, StartsWith(kRefusal));
-    // Root by right, as after setuid: it starts, and finds that there is no key to wait for.
+    // Effectively root, as after setuid: it starts, and finds that there is no input.
     const Plain started = SaidBy(box, "TERM=vt220 setpriv --ruid 65534 /usr/local/bin/ifmenu");
     EXPECT_THAT(started.err, Not(HasSubstr("must be run as root")));
     EXPECT_THAT(started.out, HasSubstr("Tavrin 4 Network configuration utility"));
@@ -139,13 +139,13 @@ TEST(Refusal, TouchesNothing) {
         EXPECT_THAT(box.CallLines(), IsEmpty());
         EXPECT_FALSE(box.Exists("/etc/network"));
     }
-    // The files themselves would have let it.
+    // The permissions of the files would have allowed it.
     box.Sh(kNotRoot + std::string("sh -c '/bin/mkdir /etc/network && /bin/touch /etc/network/x'"));
 }
 
-// ---- what every start prepares ----
+// ---- preparations ----
 
-TEST(SettingsFolder, IsMadeWhenMissing) {
+TEST(SettingsFolder, IsCreatedIfMissing) {
     Machine box;
     box.Remove("/etc/network");
     Terminal t(box);
@@ -154,7 +154,7 @@ TEST(SettingsFolder, IsMadeWhenMissing) {
     EXPECT_EQ(box.Read("/etc/network/default.wireless"), "");
 }
 
-TEST(SettingsFolder, IsTouchedAtEveryStartAndKept) {
+TEST(SettingsFolder, IsTouchedAtEveryStart) {
     Machine box;
     box.Write("/etc/network/default.wireless", "mine\n");
     for (int start = 0; start < 2; start++) {
@@ -183,7 +183,7 @@ TEST(SettingsFolder, IsPreparedByTheShellBeforeTheScreenOpens) {
     }
 }
 
-TEST(SettingsFolder, AFailureStopsNothing) {
+TEST(SettingsFolder, AFailureDoesNotPreventTheStart) {
     Machine box;
     box.StandIn("mkdir", "", 1);
     box.StandIn("touch", "", 1);
@@ -193,7 +193,7 @@ TEST(SettingsFolder, AFailureStopsNothing) {
                 ElementsAre("mkdir -p /etc/network", "touch /etc/network/default.wireless"));
 }
 
-TEST(SettingsFolder, AFileInItsPlaceStopsNothing) {
+TEST(SettingsFolder, AFileInItsPlaceDoesNotPreventTheStart) {
     Machine box;
     box.Remove("/etc/network");
     box.Write("/etc/network", "in the way\n");
@@ -202,7 +202,7 @@ TEST(SettingsFolder, AFileInItsPlaceStopsNothing) {
     EXPECT_EQ(box.Read("/etc/network"), "in the way\n");
 }
 
-// ---- the terminal's type ----
+// ---- the terminal type ----
 
 struct TypeChoice {
     const char* name;
@@ -228,7 +228,7 @@ void RecordType(Machine& box) {
 
 class TerminalType : public testing::TestWithParam<TypeChoice> {};
 
-TEST_P(TerminalType, Chosen) {
+TEST_P(TerminalType, IsChosen) {
     Machine box;
     RecordType(box);
     TerminalOptions options;
@@ -255,7 +255,7 @@ INSTANTIATE_TEST_SUITE_P(
                     TypeChoice{"Serial", "vt220", "vt220"}),
     [](const auto& type) { return type.param.name; });
 
-TEST(TerminalType, StaysWhereTheChosenOneIsMissing) {
+TEST(TerminalType, IsKeptIfTheChosenOneIsMissing) {
     Machine box;
     RecordType(box);
     box.Sh(
@@ -276,15 +276,15 @@ TEST(TerminalType, StaysWhereTheChosenOneIsMissing) {
     }
 }
 
-TEST(TerminalType, OneThatIsUnknownEndsOnThePlainTerminal) {
+TEST(TerminalType, AnUnknownTypeEndsTheProgramOnThePlainTerminal) {
     Machine box;
     for (const char* term : {"", "xter", "no-such-terminal", "dumber"}) {
         TerminalOptions options;
         options.term = term;
-        options.environment = WithoutLeakSearch(box);  // curses gives up as it stands
+        options.environment = WithoutLeakSearch(box);  // curses exits without freeing anything
         Terminal t(box, AtAPrompt(options));
         EXPECT_EQ(t.WaitExit(), Exited(1)) << term;
-        // In the words of curses before 6.6, and of later ones.
+        // The message of curses before 6.6, or of later versions.
         EXPECT_TRUE(t.Shows("Error opening terminal") || t.Shows("cannot initialize terminal type"))
             << term;
         ExpectTerminalAsBefore(t);
@@ -293,7 +293,7 @@ TEST(TerminalType, OneThatIsUnknownEndsOnThePlainTerminal) {
 
 // ---- taking over the terminal ----
 
-TEST(Opening, TakesTheTerminal) {
+TEST(Opening, TakesOverTheTerminal) {
     Machine box;
     Terminal t(box, AtAPrompt());
     t.WaitFor("Exit this program");

@@ -1,5 +1,5 @@
-// The terminals that operators have: their types, locales and sizes, resized in the middle of
-// anything, stopped and continued by a shell.
+// The terminals of operators: types, locales and sizes, resizing at any moment, stopping and
+// continuing in a shell.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -36,7 +36,7 @@ constexpr const char* kMainMenuRows[] = {
     "    Exit this program",
 };
 
-// Walks through the places and compares the words there.
+// Visits the places and compares the words shown there.
 void ExpectTheSameWords(Machine& box, const TerminalOptions& options) {
     Terminal t(box, AtAPrompt(options));
     GoTo(t, kMainMenu);
@@ -90,7 +90,7 @@ TEST_P(TerminalOfEveryType, ShowsTheSameWordsInEveryLocale) {
     ExpectTheSameWords(box, options);
 }
 
-TEST(Locales, OneThatIsMissingIsNoReasonToCrash) {
+TEST(Locales, AMissingLocaleDoesNotCrash) {
     OneCard box;
     box.Sh("ip link set eth0 address 02:00:00:00:00:01");
     TerminalOptions options;
@@ -98,7 +98,7 @@ TEST(Locales, OneThatIsMissingIsNoReasonToCrash) {
     ExpectTheSameWords(box, options);
 }
 
-TEST_P(TerminalOfEveryType, GivesTheTerminalBack) {
+TEST_P(TerminalOfEveryType, RestoresTheTerminal) {
     OneCard box;
     TerminalOptions options = OfType(GetParam());
     for (const Stop& stop : kStops) {
@@ -116,8 +116,8 @@ TEST_P(TerminalOfEveryType, GivesTheTerminalBack) {
     }
 }
 
-// Descriptions without colours, without a hidden cursor, with a keyboard of their own.
-TEST(PoorTerminals, AreNoReasonToCrash) {
+// Types without colours, without a hidden cursor, with unusual keys.
+TEST(PoorTerminals, DoNotCrash) {
     Machine box;
     for (const char* term : {"vt52", "vt100", "ansi", "sun", "wy50"}) {
         SCOPED_TRACE(term);
@@ -155,10 +155,11 @@ INSTANTIATE_TEST_SUITE_P(Terminals, TerminalOfEverySize,
                                          Size{0, 24}),
                          SizeName);
 
-// For Walk: leaves the entry. A terminal too small for one has given it up at the first key.
+// For Walk: cancels the entry. On a terminal too small for it the first key has already cancelled
+// it.
 const std::string kLeaveEntry = "leave the entry";
 
-// Presses key after key, each when the one before has had its effect.
+// Presses the keys one by one, each after the effect of the previous one.
 void Walk(Terminal& t, const std::vector<std::string>& keys) {
     for (const std::string& key : keys) {
         if (key != kLeaveEntry) {
@@ -183,14 +184,14 @@ const std::vector<std::string> kWalks[] = {
      kLeaveEntry, "<End>", "<PageUp>", "<Esc>", "<Up>", "<Esc>"},
 };
 
-TEST_P(TerminalOfEverySize, HoldsEveryScreen) {
+TEST_P(TerminalOfEverySize, ShowsEveryScreen) {
     OneCard box;
     box.StandIn(kNetwork);
     TerminalOptions options;
     options.rows = GetParam().rows;
     options.cols = GetParam().cols;
     Terminal t(box, options);
-    // Not every size shows a word: a settled screen is all that can be awaited.
+    // Some sizes do not show the words, so wait for a settled screen.
     t.Settle();
     for (const auto& walk : kWalks) {
         Walk(t, walk);
@@ -205,7 +206,7 @@ TEST_P(TerminalOfEverySize, HoldsEveryScreen) {
     EXPECT_EQ(box.Sh("hostname"), "appliance\n");
 }
 
-// The title block and a list as wide as COLS - 5 from column 4 on.
+// The title block, and a list COLS - 5 wide from column 4 on.
 void ExpectMainMenuFits(Terminal& t, Place place = Place::Here()) {
     const testing::ScopedTrace from(place.file, place.line, "");
     EXPECT_EQ(t.Row(1), "Tavrin 4 Network configuration utility");
@@ -231,8 +232,8 @@ TEST(Sizes, TheListIsAsWideAsTheTerminal) {
     }
 }
 
-// A serial line reports none: the terminal's description has one.
-TEST(Sizes, NoneIsTheDescribedOne) {
+// A serial line reports no size; then the terminal type's size is used.
+TEST(Sizes, WithoutASizeTheTerminalTypesSizeIsUsed) {
     Machine box;
     TerminalOptions options;
     options.rows = options.cols = 0;
@@ -247,7 +248,7 @@ TEST(Sizes, NoneIsTheDescribedOne) {
     }
 }
 
-TEST(Sizes, LongRowsAreCutAtTheList) {
+TEST(Sizes, LongRowsAreCutAtTheWidthOfTheList) {
     OneCard box;
     TerminalOptions options;
     options.cols = 30;
@@ -262,7 +263,7 @@ TEST(Sizes, LongRowsAreCutAtTheList) {
 class WhileResizing : public testing::TestWithParam<Stop> {};
 INSTANTIATE_TEST_SUITE_P(Terminals, WhileResizing, testing::ValuesIn(kStops), StopName);
 
-TEST_P(WhileResizing, NothingCrashesAndTheMenuFitsAtLast) {
+TEST_P(WhileResizing, NothingCrashesAndTheMenuFitsInTheEnd) {
     OneCard box;
     Terminal t(box);
     GoTo(t, GetParam());
@@ -286,7 +287,7 @@ TEST_P(WhileResizing, NothingCrashesAndTheMenuFitsAtLast) {
     EXPECT_EQ(box.Sh("hostname"), "appliance\n");
 }
 
-// Long before the refresh that comes every five seconds.
+// Long before the refresh that happens every five seconds.
 constexpr double kSoon = 2;
 
 TEST(Resizing, RepaintsTheMainMenu) {
@@ -320,7 +321,7 @@ TEST(Resizing, ManyTimesAtOnce) {
     ExpectMainMenuFits(t);
 }
 
-TEST(Resizing, IsSeenWheneverItComesAtTheStart) {
+TEST(Resizing, IsNoticedAtAnyMomentOfTheStart) {
     Machine box;
     for (int milliseconds = 0; milliseconds < 40; milliseconds += 5) {
         SCOPED_TRACE(milliseconds);
@@ -332,7 +333,7 @@ TEST(Resizing, IsSeenWheneverItComesAtTheStart) {
     }
 }
 
-TEST(Resizing, LeavesAnEntryItsText) {
+TEST(Resizing, KeepsTheTextOfAnEntry) {
     Machine box;
     Terminal t(box);
     GoTo(t, kTextEntry);
@@ -347,7 +348,7 @@ TEST(Resizing, LeavesAnEntryItsText) {
     EXPECT_EQ(box.Sh("hostname"), "appliance-abc\n");
 }
 
-TEST(Resizing, LeavesAQuestionItsAnswer) {
+TEST(Resizing, KeepsAQuestionOpen) {
     Machine box;
     box.StandIn(kNetwork);
     Terminal t(box);
@@ -367,7 +368,7 @@ TEST(Resizing, LeavesAQuestionItsAnswer) {
     EXPECT_EQ(box.Calls(kNetwork).size(), 1u);
 }
 
-TEST(Resizing, DuringACommandIsSeenAfterIt) {
+TEST(Resizing, DuringACommandIsNoticedAfterIt) {
     Machine box;
     Gate gate(box);
     box.StandInScript(kNetwork, Gate::kWait);
@@ -402,8 +403,8 @@ class UnderAShell : public testing::Test {
         t->Type("\"$IFMENU\"\r");
     }
 
-    // What sleeps on this terminal is the shell, so nothing tells when the program has finished its
-    // picture: it gets a moment.
+    // The process that sleeps on this terminal is the shell, so nothing shows when the program has
+    // finished drawing: give it a moment.
     void GoUnderShell(const Stop& stop) {
         t->WaitFor(kMainMenu.sign);
         t->Press(stop.keys);
@@ -411,7 +412,7 @@ class UnderAShell : public testing::Test {
         t->RunFor(0.1);
     }
 
-    // Ctrl-Z, and what the operator finds: the shell, on a terminal as it was.
+    // Presses Ctrl-Z, and expects the shell on a terminal as it was before.
     void StopIt() {
         t->Press("<C-z>");
         t->WaitFor("Stopped");
@@ -421,7 +422,7 @@ class UnderAShell : public testing::Test {
         EXPECT_EQ(PrivateModes(t->Output()), kUsualModes);
         EXPECT_TRUE(KeypadSendsDigits(t->Output()));
         EXPECT_TRUE(ModesAsBefore(box));
-        EXPECT_EQ(t->Row(0).rfind(kPromptSeen, 0), 0u) << "what was on the screen before";
+        EXPECT_EQ(t->Row(0).rfind(kPromptSeen, 0), 0u) << "the screen as it was before";
     }
 
     void AwaitStopped() {
@@ -432,7 +433,7 @@ class UnderAShell : public testing::Test {
         box.WaitUntil(stopped, "the program to stop");
     }
 
-    // Afterwards the shell tells the program's exit status.
+    // Afterwards the shell prints the program's exit status.
     void ContinueIt() { t->Type("fg; echo status $?\r"); }
 
     static constexpr const char* kPrompt = "appliance:~# ";
@@ -444,7 +445,7 @@ class UnderAShell : public testing::Test {
 class UnderAShellAtEveryStop : public UnderAShell, public testing::WithParamInterface<Stop> {};
 INSTANTIATE_TEST_SUITE_P(Terminals, UnderAShellAtEveryStop, testing::ValuesIn(kStops), StopName);
 
-TEST_P(UnderAShellAtEveryStop, StoppingAndContinuingBringsEverythingBack) {
+TEST_P(UnderAShellAtEveryStop, StoppingAndContinuingRestoresEverything) {
     GoUnderShell(GetParam());
     const std::vector<std::string> look = Look(*t);
     const std::set<int> modes = PrivateModes(t->Output());
@@ -474,7 +475,7 @@ TEST_F(UnderAShell, KeysWorkAfterContinuing) {
     t->WaitFor("status 0");
 }
 
-TEST_F(UnderAShell, AnEntryGoesOnAfterContinuing) {
+TEST_F(UnderAShell, AnEntryContinuesAfterContinuing) {
     GoUnderShell(kTextEntry);
     t->Type("-one");
     t->WaitFor("appliance-one");
@@ -487,7 +488,7 @@ TEST_F(UnderAShell, AnEntryGoesOnAfterContinuing) {
     t->WaitFor("main menu for 'appliance-one-two'");
 }
 
-TEST_F(UnderAShell, AQuestionGoesOnAfterContinuing) {
+TEST_F(UnderAShell, AQuestionContinuesAfterContinuing) {
     box.StandIn(kNetwork);
     GoUnderShell(kYesNo);
     StopIt();
@@ -499,7 +500,7 @@ TEST_F(UnderAShell, AQuestionGoesOnAfterContinuing) {
     EXPECT_EQ(box.Calls(kNetwork).size(), 1u);
 }
 
-TEST_F(UnderAShell, ARunningCommandIsStoppedAndContinuedToo) {
+TEST_F(UnderAShell, ARunningCommandStopsAndContinuesWithIt) {
     Gate gate(box);
     box.StandInScript(kNetwork, Gate::kWait);
     GoUnderShell(kMainMenu);
@@ -517,7 +518,7 @@ TEST_F(UnderAShell, ARunningCommandIsStoppedAndContinuedToo) {
     EXPECT_EQ(t->MouseReporting(), (std::vector<int>{1003, 1006}));
 }
 
-TEST_F(UnderAShell, ANewSizeIsSeenAfterContinuing) {
+TEST_F(UnderAShell, ANewSizeIsNoticedAfterContinuing) {
     GoUnderShell(kMainMenu);
     StopIt();
     t->Resize(kLarge.rows, kLarge.cols);
@@ -567,7 +568,7 @@ TEST_F(UnderAShell, ContinuedInTheBackgroundItStopsAgain) {
     t->WaitSelected("Services");
 }
 
-TEST_F(UnderAShell, GoesWithTheTerminalWhileItIsStopped) {
+TEST_F(UnderAShell, EndsWithTheTerminalWhileItIsStopped) {
     GoUnderShell(kMainMenu);
     StopIt();
     t->HangUp();
@@ -594,8 +595,8 @@ TEST_F(UnderAShell, StartedInTheBackgroundItWaitsForTheForeground) {
     EXPECT_TRUE(t->LineMode());
 }
 
-// Nobody could continue a program that has no shell above it.
-TEST(WithoutAShell, CtrlZIsSurvived) {
+// Without a shell above it nobody could continue the program.
+TEST(WithoutAShell, CtrlZDoesNotStopIt) {
     OneCard box;
     for (const Stop& stop : kStops) {
         SCOPED_TRACE(stop.name);
@@ -610,7 +611,7 @@ TEST(WithoutAShell, CtrlZIsSurvived) {
     }
 }
 
-TEST(WithoutAShell, StoppingFromOutsideLeavesTheScreen) {
+TEST(WithoutAShell, StoppingFromOutsideKeepsTheScreen) {
     Machine box;
     Terminal t(box);
     GoTo(t, kMainMenu);

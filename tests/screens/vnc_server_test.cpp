@@ -1,5 +1,5 @@
-// Whom the real VNC server lets in with the password file that the program has made: the typed
-// password, not an empty one, not another one.
+// Whom the real VNC server admits with the password file that the program creates: only users of
+// the typed password, not of an empty or another one.
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -13,7 +13,7 @@ namespace {
 
 constexpr const char* kSocket = "/mnt/seen/vnc";
 
-// One bit order is the server's, the other one the cipher's.
+// The server and the cipher use opposite bit orders.
 unsigned Reversed(unsigned byte) {
     unsigned reversed = 0;
     for (int bit = 0; bit < 8; bit++)
@@ -32,7 +32,7 @@ std::string HexOf(const std::string& bytes, bool reversed) {
     return hex;
 }
 
-// A connection to the server, up to its answer to a password.
+// A connection to the server, up to its reply to a password.
 class Visitor {
   public:
     explicit Visitor(Machine& box) : box_(box), socket_(socket(AF_UNIX, SOCK_STREAM, 0)) {
@@ -51,7 +51,7 @@ class Visitor {
     bool IsLetInWith(std::string password) {
         EXPECT_EQ(Take(12), "RFB 003.008\n");
         Give("RFB 003.008\n");
-        EXPECT_EQ(Take(2), "\1\2") << "there is not one way in, by the password";
+        EXPECT_EQ(Take(2), "\1\2") << "the password must be the only way in";
         Give("\2");
         const std::string challenge = Take(16);
         password.resize(8, '\0');
@@ -70,7 +70,7 @@ class Visitor {
         EXPECT_EQ(send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL),
                   static_cast<ssize_t>(bytes.size()));
     }
-    // The cipher is so old that it is in a module of its own.
+    // The cipher is so old that OpenSSL has moved it to a separate module.
     std::string Encrypted(const std::string& challenge, const std::string& key) {
         std::string octal;
         for (char c : challenge) {
@@ -103,10 +103,10 @@ void StartServer(Machine& box) {
     box.WaitUntil([&] { return box.Exists(kSocket); }, "the VNC server");
 }
 
-TEST(VncRealServer, LetsInWithTheTypedPasswordOnly) {
+TEST(VncRealServer, AdmitsOnlyTheTypedPassword) {
     ServicesBox box;
     if (box.Sh("command -v Xtigervnc || true").empty())
-        GTEST_SKIP() << "no VNC server here (tigervnc-standalone-server)";
+        GTEST_SKIP() << "no VNC server on this system (tigervnc-standalone-server)";
     box.Make(kVnc);
     ServicesScreen t(box);
     Choose(t, "Setup remote VNC access to local desktop");
@@ -120,7 +120,7 @@ TEST(VncRealServer, LetsInWithTheTypedPasswordOnly) {
     EXPECT_TRUE(IsLetInWith(box, "hello123"));
     EXPECT_FALSE(IsLetInWith(box, ""));
     EXPECT_FALSE(IsLetInWith(box, "hello124"));
-    // The next password holds for the next connection.
+    // The next password applies to the next connection.
     Choose(t, "Set remote VNC access password");
     t.WaitFor("Change VNC password.");
     t.Settle();

@@ -1,5 +1,4 @@
-// The password of the remote access to the local desktop: setting it up, changing it, and who gets
-// to see it.
+// The VNC password for the local desktop: setting it up, changing it, and who can see it.
 #include <gmock/gmock.h>
 
 #include <cstring>
@@ -19,13 +18,13 @@ constexpr const char* kEnable = "Enable remote VNC access to local desktop";
 constexpr const char* kDisable = "Disable remote VNC access to local desktop";
 constexpr const char* kChange = "Set remote VNC access password";
 
-// The line with the password is followed by twelve empty ones.
+// Twelve empty lines follow the line with the password.
 std::string InputFor(const std::string& password) {
     return password + "\n\n\n\n\n\n\n\n\n\n\n\n\n";
 }
 
-// The desktop's remote access is installed. The tool writes down its input, and how the password
-// file looks while it runs.
+// VNC access is installed. The tool records its input, and the state of the password file while it
+// runs.
 class VncBox : public ServicesBox {
   public:
     VncBox() {
@@ -56,9 +55,9 @@ void AskForChange(Terminal& t, Place place = Place::Here()) {
     Ask(t, kChange, "Change VNC password.", place);
 }
 
-// ---- setting it up ----
+// ---- setup ----
 
-TEST(VncSetup, AsksInABox) {
+TEST(VncSetup, AsksWithABox) {
     VncBox box;
     ServicesScreen t(box, OfSize(24, 80));
     AskForSetup(t);
@@ -90,7 +89,7 @@ TEST(VncSetup, TheToolGetsThePasswordThroughAPipe) {
     EXPECT_EQ(box.Input(), InputFor("pass word'$(id)"));
     EXPECT_EQ(box.Read(kVncPassword), "made");
     EXPECT_EQ(box.ModeOf(kVncPassword), "400\n");
-    // The access is enabled, for all to see, but the server is not started.
+    // Access is enabled by a file that everybody may read, but the server is not started.
     EXPECT_EQ(box.Read(kVncOn), "");
     EXPECT_EQ(box.ModeOf(kVncOn), "644\n");
     EXPECT_THAT(Rows(t), Contains(kChange));
@@ -98,7 +97,7 @@ TEST(VncSetup, TheToolGetsThePasswordThroughAPipe) {
     EXPECT_FALSE(t.CursorVisible());
 }
 
-TEST(VncSetup, AnEmptyOrCancelledPasswordSetsUpNothing) {
+TEST(VncSetup, AnEmptyOrCancelledPasswordChangesNothing) {
     VncBox box;
     ServicesScreen t(box);
     for (const char* keys :
@@ -118,7 +117,7 @@ TEST(VncSetup, AnEmptyOrCancelledPasswordSetsUpNothing) {
     EXPECT_THAT(box.CallLines(), IsEmpty());
 }
 
-TEST(VncSetup, BlanksAreAPassword) {
+TEST(VncSetup, BlanksCountAsAPassword) {
     VncBox box;
     ServicesScreen t(box);
     AskForSetup(t);
@@ -128,8 +127,8 @@ TEST(VncSetup, BlanksAreAPassword) {
     EXPECT_EQ(box.Input(), InputFor("  "));
 }
 
-// What the tool made of it shows by the file alone.
-TEST(VncSetup, AFailureOfTheToolIsNotNoticed) {
+// Only the file shows what the tool has done.
+TEST(VncSetup, AFailureOfTheToolIsNotReported) {
     VncBox box;
     box.StandIn("vncpasswd", "", 1);
     ServicesScreen t(box);
@@ -142,7 +141,7 @@ TEST(VncSetup, AFailureOfTheToolIsNotNoticed) {
     EXPECT_TRUE(box.Exists(kVncOn));
 }
 
-TEST(VncSetup, TheToolNeedNotReadItAll) {
+TEST(VncSetup, TheToolNeedNotReadAllItsInput) {
     VncBox box;
     box.StandIn("vncpasswd", "made");
     ServicesScreen t(box, OfSize(30, 270));
@@ -153,9 +152,9 @@ TEST(VncSetup, TheToolNeedNotReadItAll) {
     EXPECT_EQ(box.Read(kVncPassword), "made");
 }
 
-TEST(VncSetup, OnATerminalTooSmallForTheBoxAnyKeyIsNo) {
+TEST(VncSetup, OnATerminalTooSmallForTheBoxAnyKeyCancels) {
     VncBox box;
-    ServicesScreen t(box, OfSize(4, 30));  // no row is in sight
+    ServicesScreen t(box, OfSize(4, 30));  // no row is visible
     t.Press("v<Enter>");
     t.Settle();
     t.Press("x");
@@ -169,7 +168,7 @@ TEST(VncSetup, OnATerminalTooSmallForTheBoxAnyKeyIsNo) {
 
 // ---- enabling and disabling ----
 
-TEST(VncAccess, IsEnabledByTheMarkerAlone) {
+TEST(VncAccess, OnlyAMarkerEnablesIt) {
     VncBox box;
     box.SetPassword();
     ServicesScreen t(box);
@@ -183,7 +182,7 @@ TEST(VncAccess, IsEnabledByTheMarkerAlone) {
     EXPECT_FALSE(LeftItsScreen(t));
 }
 
-TEST(VncAccess, IsStoppedWhenItIsDisabled) {
+TEST(VncAccess, DisablingItStopsTheServer) {
     VncBox box;
     box.SetPassword();
     box.Make(kVncOn);
@@ -194,14 +193,14 @@ TEST(VncAccess, IsStoppedWhenItIsDisabled) {
     EXPECT_EQ(box.CallLines(), Words{"/usr/share/tavrin/local-desktop-vnc stop"});
     ExpectPlainTerminal(box.Calls());
     EXPECT_FALSE(box.Exists(kVncOn));
-    // The marker had gone when it was stopped; the password stays.
+    // The marker was gone when the server was stopped; the password stays.
     EXPECT_THAT(box.Seen("local-desktop-vnc stop"), HasSubstr(kVncPassword));
     EXPECT_THAT(box.Seen("local-desktop-vnc stop"), Not(HasSubstr("/etc/local.desktop.vnc\n")));
     EXPECT_EQ(box.Read(kVncPassword), "old");
     EXPECT_THAT(Rows(t), Contains(kChange));
 }
 
-TEST(VncAccess, WithoutAPasswordGoesBackToItsSetup) {
+TEST(VncAccess, WithoutAPasswordItReturnsToSetup) {
     VncBox box;
     box.Make(kVncOn);
     ServicesScreen t(box);
@@ -211,7 +210,7 @@ TEST(VncAccess, WithoutAPasswordGoesBackToItsSetup) {
     EXPECT_EQ(box.CallLines(), Words{"/usr/share/tavrin/local-desktop-vnc stop"});
 }
 
-TEST(VncAccess, APipeInTheMarkersPlaceHoldsNothingUp) {
+TEST(VncAccess, APipeInPlaceOfTheMarkerDoesNotBlock) {
     VncBox box;
     box.SetPassword();
     box.Sh(std::string("mkfifo ") + kVncOn);
@@ -225,9 +224,9 @@ TEST(VncAccess, APipeInTheMarkersPlaceHoldsNothingUp) {
     EXPECT_EQ(t.WaitExit(5), Exited(128 + SIGTERM));
 }
 
-// ---- changing it ----
+// ---- changing the password ----
 
-TEST(VncChange, AsksInTwoLines) {
+TEST(VncChange, AsksWithATwoLinePrompt) {
     VncBox box;
     box.SetPassword();
     ServicesScreen t(box, OfSize(24, 80));
@@ -240,7 +239,7 @@ TEST(VncChange, AsksInTwoLines) {
     EXPECT_EQ(t.Cell(13, 2).text, "*");
 }
 
-TEST(VncChange, ReplacesThePasswordAndNothingElse) {
+TEST(VncChange, ReplacesOnlyThePassword) {
     for (bool enabled : {false, true}) {
         SCOPED_TRACE(enabled);
         VncBox box;
@@ -298,8 +297,8 @@ TEST(VncChange, AFailureOfTheToolKeepsTheOldPassword) {
     }
 }
 
-// Whoever has the old file open, or a second name of it, keeps the old password.
-TEST(VncChange, MakesANewFile) {
+// A process that has the old file open, or a hard link to it, keeps the old password.
+TEST(VncChange, CreatesANewFile) {
     VncBox box;
     box.SetPassword(0644);
     box.Sh(std::string("ln ") + kVncPassword + " /etc/second");
@@ -316,8 +315,8 @@ TEST(VncChange, MakesANewFile) {
     EXPECT_EQ(box.Sh("ls -A /etc | grep passwd.old || true"), "");
 }
 
-// What the appliance's builder has linked to another place stays there.
-TEST(VncChange, GoesThroughALink) {
+// If the file is a link to another place, the link stays.
+TEST(VncChange, FollowsALink) {
     VncBox box;
     box.Write("/etc/elsewhere", "old", 0644);
     box.Sh(std::string("ln -s elsewhere ") + kVncPassword);
@@ -333,7 +332,7 @@ TEST(VncChange, GoesThroughALink) {
 
 // ---- secrecy ----
 
-TEST(VncSecrecy, NoOneElseCanEverReadTheFile) {
+TEST(VncSecrecy, OnlyTheOwnerCanEverReadTheFile) {
     for (const char* before : {"none", "644", "666", "400"}) {
         SCOPED_TRACE(before);
         VncBox box;
@@ -351,10 +350,10 @@ TEST(VncSecrecy, NoOneElseCanEverReadTheFile) {
         WaitForTitle(t, "Services");
         t.Settle();
         EXPECT_THAT(box.Read("/mnt/seen/modes"),
-                    testing::AnyOf("600 0\n", "400 0\n"));  // while the tool ran
+                    testing::AnyOf("600 0\n", "400 0\n"));  // while the tool was running
         EXPECT_EQ(box.ModeOf(kVncPassword), "400\n");
         EXPECT_EQ(box.Read(kVncPassword), "made");
-        // Files made afterwards are for all to read again.
+        // Files created afterwards are readable for everybody again.
         if (is_there) {
             Choose(t, kEnable);
             t.WaitFor(kDisable);
@@ -363,7 +362,7 @@ TEST(VncSecrecy, NoOneElseCanEverReadTheFile) {
     }
 }
 
-TEST(VncSecrecy, NoProcessIsToldInItsArgumentsOrEnvironment) {
+TEST(VncSecrecy, ThePasswordIsNotInTheArgumentsOrEnvironmentOfAnyProcess) {
     VncBox box;
     ServicesScreen t(box);
     AskForSetup(t);
@@ -372,30 +371,31 @@ TEST(VncSecrecy, NoProcessIsToldInItsArgumentsOrEnvironment) {
     t.WaitFor(kDisable);
     EXPECT_EQ(box.Input(), InputFor(kSecret));
     const std::string processes = box.Read("/mnt/seen/processes");
-    EXPECT_THAT(processes, HasSubstr("vncpasswd -f"));  // the look was taken at the right time
+    EXPECT_THAT(processes, HasSubstr("vncpasswd -f"));  // checked while the tool was running
     EXPECT_THAT(processes, Not(HasSubstr("Quux7")));
-    // Nor does it stand in any file but the one that the stand-in made, or on the screen.
+    // Nor is it in any file other than the stand-in's record, or on the screen.
     EXPECT_EQ(box.Sh("grep -arl Quux7 /mnt/.layers /run /dev/shm /mnt/seen | "
                      "grep -v seen/input || true"),
               "");
     EXPECT_THAT(t.Output(), Not(HasSubstr("Quux7")));
 }
 
-TEST(VncSecrecy, TheProgramForgetsAPasswordThatWasSet) {
+TEST(VncSecrecy, ASetPasswordIsErasedFromTheProgram) {
     VncBox box;
     ServicesScreen t(box);
     AskForSetup(t);
     t.Type(kSecret);
     t.WaitFor(std::string(strlen(kSecret), '*'));
     t.Settle();
-    EXPECT_NE(TracesOfSecret(t, kSecret), Words{}) << "the search does not find what is there";
+    EXPECT_NE(TracesOfSecret(t, kSecret), Words{})
+        << "the search must find a password that is there";
     t.Press("<Enter>");
     t.WaitFor(kDisable);
     t.Settle();
     EXPECT_EQ(TracesOfSecret(t, kSecret), Words{});
 }
 
-TEST(VncSecrecy, TheProgramForgetsItAsSoonAsTheToolHasIt) {
+TEST(VncSecrecy, ThePasswordIsErasedAsSoonAsTheToolHasIt) {
     VncBox box;
     box.StandInScript("vncpasswd", kReadAndWait);
     ServicesScreen t(box);
@@ -408,7 +408,7 @@ TEST(VncSecrecy, TheProgramForgetsItAsSoonAsTheToolHasIt) {
     t.WaitFor(kDisable);
 }
 
-TEST(VncSecrecy, TheProgramForgetsACancelledPassword) {
+TEST(VncSecrecy, ACancelledPasswordIsErasedFromTheProgram) {
     VncBox box;
     box.SetPassword();
     ServicesScreen t(box);
@@ -422,7 +422,7 @@ TEST(VncSecrecy, TheProgramForgetsACancelledPassword) {
 
 // ---- the real tool ----
 
-TEST(VncRealTool, MakesTheFileOfTheTypedPassword) {
+TEST(VncRealTool, CreatesTheFileFromTheTypedPassword) {
     ServicesBox box;
     box.Make(kVnc);
     ASSERT_EQ(box.Sh("command -v vncpasswd"), "/usr/bin/vncpasswd\n");
@@ -431,8 +431,8 @@ TEST(VncRealTool, MakesTheFileOfTheTypedPassword) {
     t.Type("hello123");
     t.Press("<Enter>");
     t.WaitFor(kDisable);
-    // The password scrambled with the key that all VNC programs share. The empty one for those who
-    // may only watch, which the tool puts behind it, is gone.
+    // The password, encrypted with the key that all VNC programs share. The empty view-only
+    // password that the tool adds is gone.
     EXPECT_EQ(box.Sh(std::string("od -An -tx1 ") + kVncPassword), " 83 9e 10 63 0d 24 87 30\n");
     EXPECT_EQ(box.ModeOf(kVncPassword), "400\n");
     AskForChange(t);

@@ -1,6 +1,6 @@
-// A walk through the whole program, by the tables of docs/screens.md: every screen shows the rows
-// of its table and no others, each row is reached by the cursor keys, its hot key and the mouse,
-// and does what the table says, by ENTER and by a click.
+// Walks through the whole program, guided by the tables in docs/screens.md: every screen shows
+// exactly the rows of its table; each row is reached with the cursor keys, its hot key and the
+// mouse; and ENTER or a click does what the table says.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -29,12 +29,12 @@ using testing::ElementsAreArray;
 
 // ---- the document ----
 
-// What a row looks like and does in one state of the machine.
+// The look and effect of a row in one state of the machine.
 struct Face {
-    std::string label;  // as the document has it
+    std::string label;  // as in the document
     std::regex text;
     std::string key;    // "" for none
-    std::string enter;  // "" for a row that is there to be read
+    std::string enter;  // "" for an information row
 };
 
 struct DocumentedRow {
@@ -47,7 +47,7 @@ struct DocumentedRow {
             if (std::regex_match(text, face.text)) return &face;
         return nullptr;
     }
-    // Whether the row is there to be chosen.
+    // Whether the row can be selected.
     bool Selectable() const { return !faces.front().enter.empty(); }
 };
 
@@ -63,7 +63,8 @@ std::string Trimmed(const std::string& text) {
     return text.substr(start, text.find_last_not_of(' ') + 1 - start);
 }
 
-// Blanks at the ends are gone, several between words are one: what a row says, not how it is laid.
+// Trims blanks at both ends and joins runs of blanks: only the words of a row count, not its
+// layout.
 std::string Squashed(const std::string& text) {
     std::istringstream words(text);
     std::string squashed, word;
@@ -83,7 +84,7 @@ std::vector<std::string> Split(const std::string& text, const std::string& by) {
     return parts;
 }
 
-// "{Start, Stop} it" is "Start it" and "Stop it"; a text without braces is itself.
+// "{Start, Stop} it" becomes "Start it" and "Stop it"; a text without braces becomes itself.
 std::vector<std::string> Alternatives(const std::string& text) {
     const size_t open = text.find('{');
     if (open == std::string::npos) return {text};
@@ -94,7 +95,8 @@ std::vector<std::string> Alternatives(const std::string& text) {
     return alternatives;
 }
 
-// A hardware address is told from other words; whatever else changes may be missing at the end.
+// Hardware addresses are recognised among other words; other varying text may be missing at the
+// end.
 std::regex PatternOf(const std::string& label) {
     std::string pattern;
     for (size_t at = 0; at < label.size(); at++) {
@@ -178,7 +180,7 @@ const DocumentedScreen& ScreenNamed(std::string_view name) {
     throw std::runtime_error("no screen named '" + std::string(name) + "' in the document");
 }
 
-// The document's screens; and whether three rows of help stand under the list.
+// The screens of the document, and whether three lines of help are below the list.
 struct KnownScreen {
     const char* name;
     bool has_help;
@@ -199,13 +201,13 @@ bool HasHelp(const std::string& name) {
     });
 }
 
-// ---- the walk ----
+// ---- the screen ----
 
 class Walker : public Terminal {
   public:
     Walker(Machine& box, const TerminalOptions& options) : Terminal(box, options) {}
 
-    // What stands in the list, without the empty rows; the line of each.
+    // The rows of the list, without the empty ones, and the line of each.
     std::map<int, std::string> List(const DocumentedScreen& screen) const {
         const int title = TitleLine(screen);
         if (title < 0) return {};
@@ -219,7 +221,7 @@ class Walker : public Terminal {
         return list;
     }
 
-    // Whether this is the screen: its title, and nothing but rows of its table.
+    // Whether this is the screen: its title, and only rows of its table.
     bool IsOn(const DocumentedScreen& screen) const {
         const std::map<int, std::string> list = List(screen);
         return !list.empty() && std::all_of(list.begin(), list.end(), [&](const auto& shown) {
@@ -242,7 +244,7 @@ class Walker : public Terminal {
                   kPatience, place);
     }
 
-    // Moves to a row by the cursor keys.
+    // Moves to a row with the cursor keys.
     void GoTo(const DocumentedScreen& screen, const DocumentedRow& wanted,
               Place place = Place::current()) {
         std::string keys = "<End>";
@@ -254,7 +256,7 @@ class Walker : public Terminal {
         WaitOnRow(wanted, place);
     }
 
-    // From the main menu on.
+    // Starts on the main menu.
     void Open(const DocumentedScreen& screen) {
         if (screen.parent.empty()) {
             WaitOn(screen);
@@ -283,7 +285,7 @@ class Walker : public Terminal {
     }
 };
 
-// The screen's rows that can be chosen.
+// The rows of the screen that can be selected.
 std::vector<const DocumentedRow*> Choices(const DocumentedScreen& screen) {
     std::vector<const DocumentedRow*> choices;
     for (const DocumentedRow& row : screen.rows)
@@ -324,7 +326,7 @@ std::string WalkName(const testing::TestParamInfo<WalkedScreen>& info) {
 
 // ---- the document itself ----
 
-TEST(ScreensDocument, HasEveryScreenOnceAndTheRowThatOpensIt) {
+TEST(ScreensDocument, HasEachScreenOnceAndTheRowThatOpensIt) {
     std::vector<std::string> documented, known;
     for (const DocumentedScreen& screen : Document())
         documented.push_back(screen.name);
@@ -361,8 +363,7 @@ void ExpectRows(const Walker& t, const DocumentedScreen& screen) {
     EXPECT_EQ(shown, documented);
 }
 
-// The cursor comes by each row that can be chosen, and by no other. The hot keys that they have
-// now.
+// The cursor visits exactly the rows that can be selected. Returns their current hot keys.
 std::vector<std::string> WalkDown(Walker& t, const std::vector<const DocumentedRow*>& choices) {
     std::vector<std::string> keys;
     t.Press("<End>");
@@ -384,7 +385,8 @@ void WalkUp(Walker& t, const std::vector<const DocumentedRow*>& choices) {
     t.WaitOnRow(*choices.back());
 }
 
-// The next row, after the selected one and around, that has the key in this state of the machine.
+// The next row, after the selected one and wrapping around, with this key in this state of the
+// machine.
 size_t NextWithKey(const std::vector<std::string>& keys, size_t selected, const std::string& key) {
     for (size_t step = 1; step <= keys.size(); step++) {
         const size_t index = (selected + step) % keys.size();
@@ -393,7 +395,7 @@ size_t NextWithKey(const std::vector<std::string>& keys, size_t selected, const 
     return selected;
 }
 
-// A key's letter stands out in its row, and in the others none does. The selected row is left out.
+// A hot key is highlighted in its row, and nothing is in the others. The selected row is left out.
 void ExpectMarks(const Walker& t, const DocumentedScreen& screen) {
     for (const auto& shown : t.List(screen)) {
         const int line = shown.first;
@@ -437,7 +439,7 @@ TEST_P(Walk, HasTheRowsAndHotKeysOfTheDocument) {
 
 // ---- the mouse ----
 
-// The visible rows and what they are, from the first row of the list on, or up to its last.
+// The visible rows and their kinds, from the first row of the list on, or up to its last.
 std::map<int, const DocumentedRow*> VisibleRows(const Walker& t, const DocumentedScreen& screen,
                                                 bool from_end) {
     const std::map<int, std::string> list = t.List(screen);
@@ -448,7 +450,7 @@ std::map<int, const DocumentedRow*> VisibleRows(const Walker& t, const Documente
     return visible;
 }
 
-// The colour that a row has on its whole width while the pointer is on it.
+// The colour that a row has over its whole width while hovered.
 Colour HoverColour(const Cell& before, bool selectable) {
     if (before.fg == kRed) return kRed;
     if (before.bg == kBlue) return kCyan;
@@ -488,7 +490,7 @@ void ClickOn(Walker& t, const DocumentedScreen& screen,
     }
 }
 
-TEST_P(Walk, EveryRowAnswersToThePointerAndAClick) {
+TEST_P(Walk, EveryRowReactsToThePointerAndAClick) {
     const size_t calls = box.Calls().size();
     std::set<const DocumentedRow*> done;
     for (const bool from_end : {false, true}) {
@@ -501,13 +503,13 @@ TEST_P(Walk, EveryRowAnswersToThePointerAndAClick) {
         ClickOn(t, screen, visible);
         if (done.size() == screen.rows.size()) break;
     }
-    // Selecting did nothing.
+    // Selecting alone did nothing.
     EXPECT_EQ(box.Calls().size(), calls) << box.CallLog();
 }
 
 // ---- what the rows do ----
 
-// How a row is activated, and what the operator does about what follows.
+// How to activate a row, and how to react to what follows.
 class Activation {
   public:
     Activation(Walker& terminal, const DocumentedScreen& on, const DocumentedRow& chosen,
@@ -567,7 +569,7 @@ class Activation {
         EXPECT_TRUE(t_.IsSelected(row_)) << t_.Selected();
     }
     bool HasRun() { return t_.machine().Calls().size() > calls_; }
-    // Ran something, or shows something else.
+    // It has run something, or shows something else.
     bool HasActed() { return HasRun() || t_.Screen() != before_; }
 
     Walker& t_;
@@ -578,7 +580,7 @@ class Activation {
     size_t calls_ = 0;
 };
 
-// What takes long because it pauses is done once, by ENTER.
+// Actions that pause take long, so they run only once, with ENTER.
 bool MayPause(const DocumentedRow& row) {
     return row.faces.front().enter.starts_with("acts");
 }

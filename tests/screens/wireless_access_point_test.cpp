@@ -1,5 +1,5 @@
-// The screens of one network: a new one, which is joined with a password, and a known one, which is
-// connected to or forgotten.
+// The screens of one network: a new one, which the operator joins with a password, and a known one,
+// which the operator connects to or forgets.
 #include "wireless_fixtures.h"
 
 namespace wireless {
@@ -23,7 +23,7 @@ Words Screen(Words rows, size_t lines = 24) {
     return rows;
 }
 
-// A new network "home" and a known one, "attic", which comes first.
+// A new network, "home", and a known one, "attic", which is listed first.
 class TwoNetworks : public WirelessBox {
   public:
     explicit TwoNetworks(const std::string& id = "7") {
@@ -34,9 +34,9 @@ class TwoNetworks : public WirelessBox {
 constexpr int kKnown = 0;
 constexpr int kNew = 1;
 
-// ---- what both show ----
+// ---- both screens ----
 
-// Each of the rows is drawn dim and is passed over by the arrow keys.
+// Both information rows are dim, and the arrow keys skip them.
 void ExpectInformation(Terminal& t, const Words& rows) {
     for (const std::string& row : rows) {
         const int line = t.Find(row);
@@ -94,7 +94,7 @@ TEST(KnownAccessPoint, ShowsTheNetworkAndItsActions) {
     EXPECT_EQ(box.Actions(), Words{});
 }
 
-TEST(AccessPointScreens, AreLeftForTheListByTheirRowAndTheKeysThatLeave) {
+TEST(AccessPointScreens, TheirRowEscAndBackspaceReturnToTheList) {
     TwoNetworks box;
     List t(box);
     for (const int network : {kNew, kKnown}) {
@@ -108,7 +108,7 @@ TEST(AccessPointScreens, AreLeftForTheListByTheirRowAndTheKeysThatLeave) {
     EXPECT_EQ(box.Actions(), Words{});
 }
 
-TEST(AccessPointScreens, ANewSizeLaysThemOutAgain) {
+TEST(AccessPointScreens, AdaptToANewSize) {
     TwoNetworks box;
     List t(box);
     OpenNetwork(t, kNew);
@@ -148,7 +148,7 @@ TEST(AccessPointScreens, AHiddenNetworkHasAnEmptyName) {
 
 // ---- joining a new network ----
 
-TEST(NewAccessPoint, CancellingThePasswordRunsNothingAndStartsAfresh) {
+TEST(NewAccessPoint, CancellingThePasswordRunsNothingAndClearsTheEntry) {
     TwoNetworks box;
     List t(box);
     OpenNetwork(t, kNew);
@@ -170,7 +170,7 @@ TEST(NewAccessPoint, CancellingThePasswordRunsNothingAndStartsAfresh) {
     EXPECT_EQ(box.Count("set_network|0|psk|\"other words\""), 1);
 }
 
-TEST(NewAccessPoint, WithoutANumberForTheNetworkNothingHappens) {
+TEST(NewAccessPoint, NothingHappensIfTheNetworkGetsNoNumber) {
     TwoNetworks box;
     List t(box);
     OpenNetwork(t, kNew);
@@ -184,7 +184,7 @@ TEST(NewAccessPoint, WithoutANumberForTheNetworkNothingHappens) {
         t.Settle();
         EXPECT_EQ(t.Screen(), Screen(kNewRows));
         EXPECT_EQ(box.Commands(), Words{"add_network"});
-        EXPECT_EQ(box.Calls("wpa_cli")[0].mode, Mode::kRaw) << "the screen is not left for it";
+        EXPECT_EQ(box.Calls("wpa_cli")[0].mode, Mode::kRaw) << "the screen must stay up";
     }
     EXPECT_EQ(t.Output().find("Connecting"), std::string::npos);
     EXPECT_TRUE(t.AltScreen());
@@ -195,7 +195,7 @@ struct Joining {
     std::string seen;
     const char* number;  // what add_network answers
     const char* password;
-    Words commands;  // between add_network and the rest that is always the same
+    Words commands;  // between add_network and the commands that end every join
     const char* id = "0";
 };
 
@@ -312,7 +312,7 @@ INSTANTIATE_TEST_SUITE_P(NewAccessPoint, JoiningANetwork, testing::ValuesIn(kJoi
 
 // ---- a known network ----
 
-TEST(KnownAccessPoint, ConnectingTakesTheNumber0) {
+TEST(KnownAccessPoint, ConnectingWorksWithNumber0) {
     TwoNetworks box("0");
     List t(box);
     OpenNetwork(t, kKnown);

@@ -1,5 +1,5 @@
-// What each action runs on the plain terminal: its message, its commands in their order, and the
-// pause in which their output can be read. The pauses are real.
+// What each action runs on the plain terminal: its message, its commands in order, and the pause
+// for reading their output. The pauses are real.
 #include "wireless_fixtures.h"
 
 namespace wireless {
@@ -8,9 +8,9 @@ namespace {
 struct Action {
     const char* name;
     const char* keys;     // from the list
-    const char* held;     // the command word that waits, so that the terminal can be looked at
-    Words message;        // what the operator reads before that
-    const char* quietly;  // what runs before the message, while the screen still stands
+    const char* held;     // the command that is held, so that the terminal can be checked
+    Words message;        // what the operator reads by then
+    const char* quietly;  // what runs before the message, with the screen still up
     Words commands;       // after the message
     double pause;         // seconds
     const char* back_on;  // the screen afterwards
@@ -23,8 +23,8 @@ std::ostream& operator<<(std::ostream& out, const Action& action) {
     return out << action.name;
 }
 
-// The list has a known network, attic, and a new one, home. Its rows are the first and second below
-// the actions.
+// The list has a known network, attic, and a new one, home: the first and second row below the
+// actions.
 const Action kActions[] = {
     {"Scan",
      "s<Enter>",
@@ -80,7 +80,7 @@ const Action kActions[] = {
 
 class WirelessAction : public testing::TestWithParam<Action> {};
 
-// The message and then a line for each command that has ended.
+// The message, then a line for each command that has finished.
 Words MessageAndReplies(const Action& action) {
     Words lines = action.message;
     lines.resize(lines.size() + action.commands.size(), "OK");
@@ -91,7 +91,7 @@ bool Contains(const Words& words, const std::string& word) {
     return std::find(words.begin(), words.end(), word) != words.end();
 }
 
-// The first call after the action: the list fetched again, or the interface screen's first.
+// The first call after the action, for the new list or the interface screen.
 const Call* CallAfter(const std::vector<Call>& calls, const Call& last) {
     for (const Call& call : calls) {
         if (call.seconds > last.seconds) return &call;
@@ -99,7 +99,7 @@ const Call* CallAfter(const std::vector<Call>& calls, const Call& last) {
     return nullptr;
 }
 
-TEST_P(WirelessAction, SaysRunsPausesAndComesBack) {
+TEST_P(WirelessAction, ShowsItsMessageRunsPausesAndReturns) {
     const Action& action = GetParam();
     WirelessBox box;
     box.Record("ip");
@@ -148,7 +148,7 @@ TEST_P(WirelessAction, SaysRunsPausesAndComesBack) {
 
 INSTANTIATE_TEST_SUITE_P(Wireless, WirelessAction, testing::ValuesIn(kActions), ActionName);
 
-TEST(WirelessActions, DisconnectingLooksAtNoNetworkAgain) {
+TEST(WirelessActions, DisconnectingDoesNotFetchTheList) {
     WirelessBox box;
     List t(box);
     box.ForgetCalls();

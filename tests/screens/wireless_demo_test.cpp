@@ -1,4 +1,4 @@
-// A newcomer's way through the wireless screens of the demo appliance.
+// A new operator's way through the wireless screens of the demo appliance.
 #include "wireless_fixtures.h"
 
 namespace wireless {
@@ -12,7 +12,7 @@ constexpr const char* kBlockState = "/sys/class/net/wlan0/phy80211/rfkill0/state
 class Demo : public Machine {
   public:
     Demo() : Machine(Kind::kDemo) {
-        Cards("");  // the library comes with it; the demo has its own description
+        Cards("");  // preloads the library; the demo has its own description
     }
     static TerminalOptions Options() {
         TerminalOptions options = OfSize(30, 100);
@@ -28,7 +28,7 @@ Words Networks(const Terminal& t) {
     return rows;
 }
 
-TEST(DemoAppliance, HasNetworksToScanJoinForgetAndLeave) {
+TEST(DemoAppliance, NetworksCanBeScannedJoinedForgottenAndLeft) {
     Demo box;
     Terminal t(box, Demo::Options());
     t.WaitFor("    3. wlan0   02:00:00:00:10:40  Link active  Interface up");
@@ -80,7 +80,7 @@ TEST(DemoAppliance, HasNetworksToScanJoinForgetAndLeave) {
     EXPECT_EQ(Networks(t), in_the_air);
 }
 
-TEST(DemoAppliance, ItsRadioKillSwitchTakesTheCardOffItsNetwork) {
+TEST(DemoAppliance, ItsRfkillSwitchDisconnectsTheCard) {
     Demo box;
     Terminal t(box, Demo::Options());
     t.WaitFor("3. wlan0");
@@ -90,7 +90,7 @@ TEST(DemoAppliance, ItsRadioKillSwitchTakesTheCardOffItsNetwork) {
     t.WaitFor("Disable soft RF-kill");
     EXPECT_EQ(box.Read(kSoftBlock), "1\n");
     box.WaitUntil([&] { return box.Read(kBlockState) == "0\n"; }, "the switch to act");
-    // A question answered with no has the screen look again.
+    // Answering a question with "no" refreshes the screen.
     t.Press("u<Enter>");
     t.WaitFor("Are you sure? [y/n]");
     t.Press("n");

@@ -1,16 +1,16 @@
-// A network's name can be any 32 bytes, and the air is everybody's: nothing in a listing runs a
-// command or drives the terminal.
+// A network name can be any 32 bytes, and anybody can send one: nothing in a listing may run a
+// command or control the terminal.
 #include "wireless_fixtures.h"
 
 namespace wireless {
 namespace {
 
-// What a shell would take for a command, in every way that needs no quote to be closed.
+// Shell commands in all forms that work without closing a quote.
 constexpr const char* kForTheShell =
     "$(touch /tmp/owned)`touch /tmp/owned`;touch /tmp/owned&touch /tmp/owned|touch /tmp/owned>x<* "
     " ~ #!! %s%n ${PATH} -x\x01";
 
-// What a terminal would obey: clear, title, colours, sounds, moves, the 8-bit forms of them.
+// Control sequences: clear, title, colours, bell, cursor movement, and their 8-bit forms.
 const std::string kForTheTerminal =
     "\x1b[2J\x1b[31m\x1b]0;owned\x07\x1b[5;5Howned\x0e\x9b\x33\x31m\x90q\x7f\x08\x08\rowned\x01";
 
@@ -19,7 +19,7 @@ void ExpectNotOwned(WirelessBox& box) {
     EXPECT_EQ(box.Sh("ls /x x 2>/dev/null || true"), "");
 }
 
-TEST(HostileNames, AreOneWordOfTheirCommandAndRunNothing) {
+TEST(HostileNames, AreOneWordInTheirCommandAndRunNothing) {
     WirelessBox box;
     box.SetSeen(Seen(kHome, kForTheShell));
     List t(box);
@@ -35,7 +35,7 @@ TEST(HostileNames, AreOneWordOfTheirCommandAndRunNothing) {
     ExpectNotOwned(box);
 }
 
-TEST(HostileNames, ThatCloseQuotesAreLeftOut) {
+TEST(HostileNames, AreLeftOutIfTheyCloseQuotes) {
     WirelessBox box;
     box.SetSeen(Seen(kHome, "a\"'; touch /tmp/owned; '\""));
     List t(box);
@@ -50,7 +50,7 @@ TEST(HostileNames, ThatCloseQuotesAreLeftOut) {
     ExpectNotOwned(box);
 }
 
-TEST(HostileNames, AnAddressIsOneWordWhateverItHolds) {
+TEST(HostileNames, AnyAddressIsOneWord) {
     const std::string address = "00:11'; touch /tmp/owned; echo '$(touch /tmp/owned)\\";
     WirelessBox box;
     box.SetSeen(Seen(address, "home"));
@@ -63,7 +63,7 @@ TEST(HostileNames, AnAddressIsOneWordWhateverItHolds) {
     ExpectNotOwned(box);
 }
 
-TEST(HostileNames, NumbersAreNumbersWhateverFollowsThem) {
+TEST(HostileNames, NumbersEndAtTheFirstOtherCharacter) {
     WirelessBox box;
     box.SetConfigured(Configured("7;touch /tmp/owned", "attic", "any"));
     box.SetSeen(Seen(kHome, "home"));
@@ -84,7 +84,7 @@ TEST(HostileNames, NumbersAreNumbersWhateverFollowsThem) {
     ExpectNotOwned(box);
 }
 
-// Cut to the size of a number it would be network 1, which is another one.
+// Truncated to an int, the number would be 1, which is another network's.
 TEST(HostileNames, ANumberThatIsTooLargeSelectsNoOtherNetwork) {
     WirelessBox box;
     box.SetConfigured(Configured("4294967297", "attic", "any"));
@@ -95,7 +95,7 @@ TEST(HostileNames, ANumberThatIsTooLargeSelectsNoOtherNetwork) {
     EXPECT_EQ(box.Actions(), Words{});
 }
 
-// Nothing of the hostile bytes has reached the terminal as it stands.
+// No control byte of the name has reached the terminal.
 void ExpectNotDriven(const Terminal& t) {
     EXPECT_EQ(t.Bells(), 0);
     for (const char* sequence :
@@ -104,7 +104,7 @@ void ExpectNotDriven(const Terminal& t) {
     }
 }
 
-// The message, over as many lines as it needs, is all that the plain terminal shows.
+// The plain terminal shows only the message, on as many lines as it needs.
 void ExpectMessageAlone(const Terminal& t) {
     std::string message;
     for (const std::string& line : Lines(t))
@@ -114,7 +114,7 @@ void ExpectMessageAlone(const Terminal& t) {
     EXPECT_NE(t.Row(0), "");
 }
 
-TEST(HostileNames, DoNotDriveTheTerminal) {
+TEST(HostileNames, DoNotControlTheTerminal) {
     WirelessBox box;
     box.SetConfigured(Configured("7", "z" + kForTheTerminal, "any"));
     box.SetSeen(Seen(kHome, kForTheTerminal) + Seen(kHome, "home") +
@@ -144,7 +144,7 @@ TEST(HostileNames, DoNotDriveTheTerminal) {
     ExpectNotDriven(t);
 }
 
-TEST(HostileNames, DoNotDriveTheTerminalWhenTheyAreKnown) {
+TEST(HostileNames, DoNotControlTheTerminalWhenConfigured) {
     WirelessBox box;
     box.SetConfigured(Configured("7", kForTheTerminal, "b0:" + kForTheTerminal));
     List t(box);
@@ -161,9 +161,9 @@ TEST(HostileNames, DoNotDriveTheTerminalWhenTheyAreKnown) {
     ExpectNotDriven(t);
 }
 
-TEST(HostileNames, OfManyColumnsPushNothingAside) {
+TEST(HostileNames, WideCharactersDisplaceNothing) {
     WirelessBox box;
-    // Characters of two columns, of none, and one that would begin beyond the edge.
+    // Characters of two columns, of none, and one that would start beyond the edge.
     std::string wide;
     for (int i = 0; i < 40; i++)
         wide += "\xe5\xae\xb6";
@@ -172,7 +172,7 @@ TEST(HostileNames, OfManyColumnsPushNothingAside) {
     List t(box);
     EXPECT_EQ(t.Find("home"), kFirstLine + kRowsAbove + 1);
     EXPECT_EQ(t.Row(kFirstLine + kRowsAbove + 3), "");
-    // 25 columns of the label and 25 characters of two fill the width of 75.
+    // 25 columns of label and 25 double-width characters fill the width of 75.
     EXPECT_EQ(t.Row(kFirstLine + kRowsAbove + 2),
               "    NEW  00:11:22:33:44:55   " + wide.substr(0, size_t{3} * 25));
 }

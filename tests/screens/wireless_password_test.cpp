@@ -1,4 +1,4 @@
-// The password of a network: its entry on the screen, and that nothing of it stays anywhere.
+// The password of a network: its entry on the screen, and that no trace of it remains.
 #include <cstring>
 
 #include "secret.h"
@@ -7,7 +7,7 @@
 namespace wireless {
 namespace {
 
-// With the password of the new network "home" being asked for.
+// Asks for the password of the new network "home".
 class Entry : public List {
   public:
     explicit Entry(WirelessBox& box, TerminalOptions options = {}) : List(box, options) {
@@ -24,7 +24,7 @@ class Entry : public List {
 class OneNetwork : public WirelessBox {
   public:
     OneNetwork() { SetSeen(Seen(kHome, "home")); }
-    // The password that the supplicant was given; "(none)" when it was not.
+    // The password that the supplicant was given; "(none)" if it was not.
     std::string Psk() {
         for (const Call& call : Calls("wpa_cli")) {
             if (call.args.size() == 6 && call.args[4] == "psk") return call.args[5];
@@ -43,7 +43,7 @@ TEST(PasswordEntry, ShowsAStarForEachCharacter) {
     EXPECT_EQ(t.Find("Access point password? [ESC to cancel]"), kQuestion);
     EXPECT_EQ(t.FindColumn("Access point password? [ESC to cancel]"), 2);
     EXPECT_TRUE(t.Cell(kQuestion, 2).bold);
-    EXPECT_FALSE(t.Cell(kQuestion, 2 + 23).bold) << "the hint";
+    EXPECT_FALSE(t.Cell(kQuestion, 2 + 23).bold) << "the hint must not be bold";
     for (const int corner : {0, 79}) {
         EXPECT_NE(t.Cell(kTop, corner).text, " ");
         EXPECT_NE(t.Cell(kBottom, corner).text, " ");
@@ -73,7 +73,7 @@ TEST(PasswordEntry, ShowsAStarForEachCharacter) {
     EXPECT_EQ(t.Output().find("secret"), std::string::npos);
 }
 
-TEST(PasswordEntry, TakesTheKeysOfTextAndThoseThatDeleteIt) {
+TEST(PasswordEntry, AcceptsTextAndDeletingKeys) {
     OneNetwork box;
     Entry t(box);
     t.Press("<Backspace><Delete>");
@@ -89,7 +89,7 @@ TEST(PasswordEntry, TakesTheKeysOfTextAndThoseThatDeleteIt) {
     EXPECT_EQ(box.Psk(), "\"abcdf\"");
 }
 
-TEST(PasswordEntry, HoldsNoMoreThanItsLineNorThan255Characters) {
+TEST(PasswordEntry, IsLimitedToItsLineAndTo255Characters) {
     const struct {
         int columns;
         size_t most;
@@ -107,33 +107,34 @@ TEST(PasswordEntry, HoldsNoMoreThanItsLineNorThan255Characters) {
         t.Settle();
         EXPECT_NE(t.Row(12).find(std::string(most, '*')), std::string::npos);
         EXPECT_EQ(t.Row(12).find(std::string(most + 1, '*')), std::string::npos);
-        // The last of them goes, and one more fits again.
+        // After deleting the last one, another fits.
         t.Press("<Backspace>+#<Enter>");
         box.WaitForCommand("save_config");
         EXPECT_EQ(box.Psk(), "\"" + typed.substr(0, most - 1) + "+\"");
     }
 }
 
-// ---- what stays ----
+// ---- traces in memory ----
 
-// As long as a password may be: the longer, the more copies a careless buffer leaves on its way.
+// The longest possible password: the longer it is, the more copies a careless buffer leaves.
 constexpr const char* kSecret = "Quux7-Zebra#Plinth_42;vortex Jib9+Wharf%Sphinx!K0bold/Myrrh&Ew3";
 static_assert(std::char_traits<char>::length(kSecret) == 63);
 
-TEST(PasswordMemory, HoldsItOnlyWhileItIsAskedFor) {
+TEST(PasswordMemory, HoldsItOnlyDuringTheEntry) {
     OneNetwork box;
     Entry t(box);
     t.Type(kSecret);
     t.WaitFor(std::string(strlen(kSecret), '*'));
     t.Settle();
-    EXPECT_NE(TracesOfSecret(t, kSecret), Words{}) << "the search does not find what is there";
+    EXPECT_NE(TracesOfSecret(t, kSecret), Words{})
+        << "the search must find a password that is there";
     t.Press("<Esc>");
     t.WaitForGone("Access point password?");
     t.Settle();
     EXPECT_EQ(TracesOfSecret(t, kSecret), Words{});
 }
 
-TEST(PasswordMemory, HoldsNothingWhenTheSupplicantTakesNoNetwork) {
+TEST(PasswordMemory, IsErasedIfTheSupplicantRefusesTheNetwork) {
     OneNetwork box;
     box.SetNumber("FAIL\n");
     Entry t(box);
@@ -145,7 +146,7 @@ TEST(PasswordMemory, HoldsNothingWhenTheSupplicantTakesNoNetwork) {
     EXPECT_EQ(TracesOfSecret(t, kSecret), Words{});
 }
 
-TEST(PasswordMemory, HoldsNothingAsSoonAsTheSupplicantHasIt) {
+TEST(PasswordMemory, IsErasedAsSoonAsTheSupplicantHasIt) {
     OneNetwork box;
     box.Hold("enable_network");
     Entry t(box);
@@ -156,7 +157,7 @@ TEST(PasswordMemory, HoldsNothingAsSoonAsTheSupplicantHasIt) {
     EXPECT_EQ(TracesOfSecret(t, kSecret), Words{});
 }
 
-TEST(PasswordMemory, HoldsNothingWhenItMayNotBeSent) {
+TEST(PasswordMemory, IsErasedIfThePasswordCannotBeQuoted) {
     OneNetwork box;
     box.Hold("enable_network");
     Entry t(box);
@@ -167,7 +168,7 @@ TEST(PasswordMemory, HoldsNothingWhenItMayNotBeSent) {
     EXPECT_EQ(TracesOfSecret(t, kSecret), Words{});
 }
 
-TEST(PasswordMemory, HoldsNothingAfterConnecting) {
+TEST(PasswordMemory, IsErasedAfterConnecting) {
     OneNetwork box;
     Entry t(box);
     t.Type(kSecret);
@@ -178,9 +179,9 @@ TEST(PasswordMemory, HoldsNothingAfterConnecting) {
     EXPECT_EQ(TracesOfSecret(t, kSecret), Words{});
 }
 
-TEST(PasswordMemory, OnlyTheOneCommandIsToldIt) {
+TEST(PasswordMemory, OnlyOneCommandReceivesIt) {
     OneNetwork box;
-    // Every call writes down the arguments and environments of all processes of the machine.
+    // Every call records the arguments and environments of all processes in the machine.
     box.StandInScript("wpa_cli",
                       "cat /proc/[0-9]*/cmdline /proc/[0-9]*/environ 2>/dev/null "
                       ">\"/mnt/air/processes $3 $5\"\n"
@@ -197,7 +198,7 @@ TEST(PasswordMemory, OnlyTheOneCommandIsToldIt) {
         const bool told = call.Line().find(kSecret) != std::string::npos;
         EXPECT_EQ(told, WirelessBox::Joined(call).rfind("set_network|0|psk|", 0) == 0) << call;
     }
-    // Nor is it in any file that was written, the log of the calls and the notes above apart.
+    // Nor is it in any written file, except for the log of calls and the record above.
     EXPECT_EQ(box.Sh("grep -arl 'Quux7-Zebra' /mnt/.layers /run /dev/shm || true"), "");
 }
 

@@ -1,6 +1,6 @@
-// The program with a real supplicant and its real client: a wired one, on a tap, since no kernel
-// makes wireless cards out of nothing. Only what it would find in the air is written by the test.
-// After each action its configuration file is read back.
+// The program with a real supplicant and its real client. The supplicant is a wired one on a tap,
+// because not every kernel can simulate wireless cards; the test supplies the scan results. After
+// each action the supplicant's configuration file is checked.
 #include "wireless_fixtures.h"
 
 namespace wireless {
@@ -12,7 +12,7 @@ constexpr const char* kConfig = "/etc/wpa.conf";
 constexpr const char* kHead = "ctrl_interface=/run/wpa_supplicant\nap_scan=0\n";
 constexpr const char* kSaved = "ctrl_interface=/run/wpa_supplicant\nap_scan=0\nupdate_config=1\n";
 
-// A network as it stands in the file: its lines without blanks around them, in their order.
+// A network in the file: its lines in order, trimmed.
 std::string Network(const Words& lines) {
     std::string text = "\nnetwork={\n";
     for (const std::string& line : lines)
@@ -29,7 +29,7 @@ Words With(Words lines, const std::string& line) {
 class SupplicantBox : public Machine {
   public:
     SupplicantBox() {
-        if (!Exists(kClient)) Skip("no wpasupplicant here", Place::Here());
+        if (!Exists(kClient)) Skip("no wpasupplicant on this system", Place::Here());
         AddTap("wlan0");
         Sh("ip link set wlan0 address 02:1a:2b:3c:4d:5e up; mkdir -p /var/network/"
            "02:1a:2b:3c:4d:5e /mnt/air");
@@ -37,12 +37,12 @@ class SupplicantBox : public Machine {
         Write(kConfig, kHead + Network(kAttic), 0600);
         SetSeen("");
         SkipWhereItCannotStart();
-        // The start script's part.
+        // What the start-up script would do.
         StandInScript(kNetwork, kDaemon + std::string(" -P ") + kPidFile);
         StandInScript("wpa_cli", "if [ \"$3\" = scan_result ]; then cat /mnt/air/seen; else exec " +
                                      std::string(kClient) + " \"$@\"; fi");
     }
-    // Some releases of the supplicant want the kernel's wireless part for a wired card, too.
+    // Some releases of the supplicant need the kernel's wireless support even for a wired card.
     void SkipWhereItCannotStart() {
         const std::string end =
             " && wpa_cli -i wlan0 terminate && while [ -e /run/wpa_supplicant/wlan0 ]; do sleep "
@@ -54,13 +54,13 @@ class SupplicantBox : public Machine {
     void SetSeen(const std::string& rows) {
         Write("/mnt/air/seen", "bssid / frequency / signal level / flags / ssid\n" + rows);
     }
-    // The configuration file without the supplicant's own defaults and without indentation.
+    // The configuration file without indentation and without the supplicant's own defaults.
     std::string Config() { return Sh("sed -e '/mesh_fwding=/d' -e 's/^[ \\t]*//' /etc/wpa.conf"); }
     void WaitForConfig(const std::string& text, Place place = Place::Here()) {
         WaitUntil([&] { return Config() == text; }, "the configuration\n" + text,
                   Terminal::kPatience, place);
     }
-    // What the supplicant says of its networks, as its client prints it.
+    // The supplicant's networks, as its client prints them.
     void WaitForNetworks(const std::string& rows, Place place = Place::Here()) {
         const std::string listing = "network id / ssid / bssid / flags\n" + rows;
         const auto listed = [&] {
@@ -77,7 +77,7 @@ constexpr const char* kKnownHome = "         00:11:22:33:44:55   home";
 constexpr const char* kKnownAttic = "          (any)              attic";
 constexpr int kFirst = kFirstLine + kRowsAbove;
 
-TEST(RealSupplicant, TakesANewNetworkAndForgetsIt) {
+TEST(RealSupplicant, AddsANewNetworkAndForgetsIt) {
     SupplicantBox box;
     box.SetSeen(Seen(kHome, "home"));
     List t(box);
@@ -98,12 +98,12 @@ TEST(RealSupplicant, TakesANewNetworkAndForgetsIt) {
     t.WaitFor("Are you sure? [y/n]");
     t.Press("y");
     t.WaitFor("Return to wifi menu");
-    EXPECT_EQ(t.Row(kFirst + 1), kNewHome) << "it is still in the air";
+    EXPECT_EQ(t.Row(kFirst + 1), kNewHome) << "it is still on the air";
     EXPECT_EQ(box.Config(), kSaved + Network(With(kAttic, "disabled=1")));
     box.WaitForNetworks("0\tattic\tany\t[DISABLED]\n");
 }
 
-TEST(RealSupplicant, ConnectsToOneNetworkToNoneAndToAny) {
+TEST(RealSupplicant, ConnectsToOneNetworkToNoneOrToAny) {
     SupplicantBox box;
     box.Write(kConfig, kHead + Network(kAttic) + Network(kHomeNetwork), 0600);
     List t(box);
@@ -129,7 +129,7 @@ TEST(RealSupplicant, ConnectsToOneNetworkToNoneAndToAny) {
     box.WaitForNetworks("0\tattic\tany\t[CURRENT]\n1\thome\t00:11:22:33:44:55\t\n");
 }
 
-TEST(RealSupplicant, RefusesAShortPasswordForTheOperatorToSee) {
+TEST(RealSupplicant, ShowsThatItRefusesAShortPassword) {
     SupplicantBox box;
     box.SetSeen(Seen(kHome, "home"));
     List t(box);
@@ -157,8 +157,8 @@ TEST(RealSupplicant, PrintsNamesBeyondAsciiWithBackslashes) {
     EXPECT_EQ(t.Row(kFirstLine + 1), "    SSID: 'gr\\xc3\\xbcn'");
 }
 
-// What the manual tells those to do whose machine has other users: no argument holds the password.
-TEST(RealSupplicant, TakesAPasswordFromItsClientsStandardInput) {
+// The manual's advice for machines with other users: the password is in no argument.
+TEST(RealSupplicant, ItsClientReadsAPasswordFromStandardInput) {
     SupplicantBox box;
     box.Sh(std::string(kNetwork) + " start wlan0");
     box.WaitUntil([&] { return box.Exists("/run/wpa_supplicant/wlan0"); }, "the supplicant");

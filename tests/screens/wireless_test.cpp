@@ -1,4 +1,4 @@
-// The list of wireless networks: what it shows, how it is left, and when it is fetched.
+// The list of wireless networks: what it shows, how to leave it, and when it is fetched.
 #include "wireless_fixtures.h"
 
 namespace wireless {
@@ -16,7 +16,7 @@ const Words kFixedRows = {
     "    Disconnect from current access point",
 };
 
-// The screen of a terminal with that many lines and these rows for the networks.
+// The screen of a terminal with that many lines and these network rows.
 Words Screen(const Words& networks, size_t lines = 24) {
     Words screen = kFixedRows;
     if (!networks.empty()) screen.push_back("");
@@ -25,7 +25,7 @@ Words Screen(const Words& networks, size_t lines = 24) {
     return screen;
 }
 
-TEST(WirelessList, ShowsItsActionsAndTheNetworksInTheOrderOfTheirBytes) {
+TEST(WirelessList, ShowsItsActionsAndTheNetworksInByteOrder) {
     WirelessBox box;
     box.SetConfigured(Configured("0", "home", "any", "[CURRENT]") +
                       Configured("1", "attic", "00:aa:bb:cc:dd:ee", "[DISABLED]") +
@@ -60,13 +60,13 @@ TEST(WirelessList, HotKeysSelectItsActions) {
     const struct {
         char key;
         const char* label;
-        int column;  // of the letter that is shown as the key
+        int column;  // column of the highlighted letter
     } rows[] = {{'s', "Scan for access points", 0},
                 {'a', "Connect to any access point", 11},
                 {'d', "Disconnect from current access point", 0},
                 {'r', "Return to wifi menu", 0}};
     for (const auto& row : rows) {
-        if (row.key == 'r') t.Press("<End>");  // the selected row shows its key otherwise
+        if (row.key == 'r') t.Press("<End>");  // the selected row shows its key differently
         t.Settle();
         const Cell letter = t.Cell(t.Find(row.label), kFirstLine + row.column);
         EXPECT_EQ(letter.fg, kYellow) << row.label;
@@ -85,7 +85,7 @@ TEST(WirelessList, HotKeysSelectItsActions) {
     EXPECT_EQ(box.Actions(), Words{});
 }
 
-TEST(WirelessList, IsLeftForTheInterfaceByItsRowAndTheKeysThatLeave) {
+TEST(WirelessList, ItsRowEscAndBackspaceReturnToTheInterface) {
     WirelessBox box;
     List t(box);
     for (const char* keys : {"r<Enter>", "<Esc>", "<Backspace>"}) {
@@ -98,9 +98,9 @@ TEST(WirelessList, IsLeftForTheInterfaceByItsRowAndTheKeysThatLeave) {
     EXPECT_EQ(box.Actions(), Words{});
 }
 
-// ---- the supplicant's start ----
+// ---- starting the supplicant ----
 
-TEST(WirelessList, StartsTheInterfaceOnceWhenItsSupplicantHasNoPidFile) {
+TEST(WirelessList, StartsTheInterfaceOnceIfThereIsNoPidFile) {
     WirelessBox box;
     box.Remove(kPidFile);
     box.StandIn(kNetwork, "wlan0: supplicant started\n");
@@ -112,14 +112,14 @@ TEST(WirelessList, StartsTheInterfaceOnceWhenItsSupplicantHasNoPidFile) {
     EXPECT_EQ(box.CallLines(kNetwork), Words{entering[0]});
     const Words all = box.CallLines();
     EXPECT_EQ(Words(all.end() - 3, all.end()), entering);
-    EXPECT_EQ(box.Calls(kNetwork)[0].mode, Mode::kRaw) << "the screen is not left for it";
+    EXPECT_EQ(box.Calls(kNetwork)[0].mode, Mode::kRaw) << "the screen must stay up";
     // Not again when the list is fetched again.
     OpenNetwork(t, 0);
     t.Press("<Esc>");
     t.WaitFor("Return to wifi menu");
     EXPECT_EQ(box.Count("list_networks"), 2);
     EXPECT_EQ(box.Calls(kNetwork).size(), 1u);
-    // But when the list is opened again.
+    // But again when the list is opened again.
     t.Press("<Esc>");
     t.WaitFor(kInterface);
     t.Press("w<Enter>");
@@ -127,12 +127,12 @@ TEST(WirelessList, StartsTheInterfaceOnceWhenItsSupplicantHasNoPidFile) {
     EXPECT_EQ(box.Calls(kNetwork).size(), 2u);
 }
 
-TEST(WirelessList, TakesAnyPidFileForARunningSupplicant) {
+TEST(WirelessList, AnyPidFileCountsAsARunningSupplicant) {
     WirelessBox box;
     box.Write(kPidFile, "");
     List t(box);
     EXPECT_EQ(box.CallLines(kNetwork), Words{});
-    // The address is in lower case in the path.
+    // In the path the address is in lower case.
     box.Sh("mv /var/network/02:1a:2b:3c:4d:5e /var/network/02:1A:2B:3C:4D:5E");
     t.Press("<Esc>");
     t.WaitFor(kInterface);
@@ -141,7 +141,7 @@ TEST(WirelessList, TakesAnyPidFileForARunningSupplicant) {
     EXPECT_EQ(box.CallLines(kNetwork), Words{"/etc/init.d/network start wlan0"});
 }
 
-TEST(WirelessList, HasOnlyItsActionsWhenNoSupplicantAnswers) {
+TEST(WirelessList, HasOnlyItsActionsIfNoSupplicantAnswers) {
     WirelessBox box;
     box.StandInScript("wpa_cli",
                       "echo 'Failed to connect to non-global ctrl_ifname' >&2; exit 255");
@@ -193,7 +193,7 @@ TEST(WirelessList, ListsTenThousandNetworks) {
     t.WaitFor(kInterface);
 }
 
-TEST(WirelessList, ShowsALineOf1023BytesAsFarAsItFits) {
+TEST(WirelessList, CutsALineOf1023BytesAtTheEdge) {
     WirelessBox box;
     const std::string name(1023 - Seen(kHome, "").size(), 'x');
     box.SetSeen(Seen(kHome, name));
@@ -204,7 +204,7 @@ TEST(WirelessList, ShowsALineOf1023BytesAsFarAsItFits) {
     EXPECT_EQ(t.Row(kFirstLine + 1), "    " + ("SSID: '" + name).substr(0, 80 - 5));
 }
 
-TEST(WirelessList, ShowsColumnsByTheHundredAndNoneAtAll) {
+TEST(WirelessList, HandlesHundredsOfColumnsAndNone) {
     WirelessBox box;
     std::string columns;
     for (int i = 0; i < 300; i++)
@@ -222,11 +222,11 @@ TEST(WirelessList, ShowsColumnsByTheHundredAndNoneAtAll) {
 
 // ---- layout ----
 
-TEST(WirelessList, ANewSizeLaysItOutWithoutFetchingIt) {
+TEST(WirelessList, ResizingDoesNotFetchTheListAgain) {
     WirelessBox box;
     box.SetSeen(Numbered(60, "net"));
     List t(box, OfSize(24, 80));
-    // Three lines of help and one below it stay free from 19 lines on.
+    // From 19 lines on, three lines of help and one line below them stay free.
     const struct {
         int lines, last_row;
     } sizes[] = {{24, 18}, {43, 37}, {19, 13}, {40, 34}, {18, 16}, {12, 10}};
@@ -243,7 +243,7 @@ TEST(WirelessList, ANewSizeLaysItOutWithoutFetchingIt) {
         EXPECT_EQ(t.Row(last_row + 1), "");
         EXPECT_EQ(t.Find("net00001"), kFirstLine + kRowsAbove);
     }
-    // A row is as wide as the terminal less five columns.
+    // A row is five columns narrower than the terminal.
     t.Resize(24, 35);
     constexpr const char* kSelected =
         "0-3 white/black; 4 white/black reverse; 5-33 white/blue bold; 34 white/black";
@@ -253,7 +253,7 @@ TEST(WirelessList, ANewSizeLaysItOutWithoutFetchingIt) {
     EXPECT_EQ(box.Commands(), (Words{"list_networks", "scan_result"}));
 }
 
-TEST(WirelessList, TheBlankHelpKeepsItsPlaceWhenTheTerminalGetsTooSmallForIt) {
+TEST(WirelessList, TheBlankHelpKeepsItsPlaceOnATerminalThatGetsTooSmall) {
     WirelessBox box;
     box.SetSeen(Numbered(60, "net"));
     List t(box, OfSize(19, 80));
@@ -264,7 +264,7 @@ TEST(WirelessList, TheBlankHelpKeepsItsPlaceWhenTheTerminalGetsTooSmallForIt) {
     EXPECT_EQ(t.Row(15), "");
 }
 
-TEST(WirelessList, RowsAnswerToTheMouse) {
+TEST(WirelessList, RowsReactToTheMouse) {
     WirelessBox box;
     box.SetSeen(Seen(kHome, "home"));
     List t(box);
