@@ -18,8 +18,8 @@ class Dialog : public testing::Test {
   protected:
     void SetUp() override { ASSERT_TRUE(screen.IsReady()); }
     void TearDown() override {
-        EXPECT_TRUE(screen.IsPlayed()) << "the dialog has ended early";
-        EXPECT_EQ(curs_set(0), 0) << "the cursor is hidden";
+        EXPECT_TRUE(screen.IsPlayed()) << "the dialog ended too early";
+        EXPECT_EQ(curs_set(0), 0) << "the cursor must be hidden";
     }
 
     // A line of the box, without its border.
@@ -36,7 +36,7 @@ class Dialog : public testing::Test {
 
 class Question : public Dialog {};
 
-TEST_F(Question, TakesTheKeysThatAnswer) {
+TEST_F(Question, AcceptsTheAnsweringKeys) {
     struct {
         std::string_view keys;
         bool answer;
@@ -51,7 +51,7 @@ TEST_F(Question, TakesTheKeysThatAnswer) {
     EXPECT_FALSE(AskYesNo());
 }
 
-TEST_F(Question, IgnoresEveryOtherKey) {
+TEST_F(Question, IgnoresAllOtherKeys) {
     std::vector<Step> steps;
     for (std::string_view keys : {std::string_view("\r"), std::string_view("\n"),
                                   std::string_view(" x0Q1\t"), kUnknownSequence})
@@ -70,14 +70,14 @@ TEST_F(Question, IsAskedAtTheCursor) {
         screen.Type("y");
     }});
     AskYesNo("Remove it?");
-    EXPECT_EQ(screen.Line(7), "   Remove it?") << "its caller paints";
+    EXPECT_EQ(screen.Line(7), "   Remove it?") << "repainting is up to the caller";
     move(9, 0);
     screen.Play({screen.Keys("y")});
     AskYesNo();
     EXPECT_EQ(screen.Line(9), "Are you sure? [y/n]");
 }
 
-TEST_F(Question, OnABlankScreenStandsAtTheTop) {
+TEST_F(Question, OnABlankScreenIsAtTheTop) {
     PlayedScreen::Fill('#');
     screen.Play({screen.Keys("y")});
     EXPECT_TRUE(AskYesNoOnBlankScreen("Remove it?"));
@@ -106,7 +106,7 @@ TEST_F(Question, HasAButtonForEachAnswer) {
     }
 }
 
-TEST_F(Question, OtherEventsOfTheMouseAnswerNothing) {
+TEST_F(Question, IgnoresOtherMouseEvents) {
     screen.Play(
         {[&] { screen.Mouse(3, 3, BUTTON1_CLICKED); }, [&] { screen.Mouse(1, 3, BUTTON1_CLICKED); },
          [&] { screen.Mouse(2, 3, BUTTON1_PRESSED); }, [&] { screen.Mouse(2, 3, BUTTON3_CLICKED); },
@@ -114,7 +114,7 @@ TEST_F(Question, OtherEventsOfTheMouseAnswerNothing) {
     EXPECT_TRUE(AskYesNoOnBlankScreen());
 }
 
-TEST_F(Question, StaysInSightWhenTheSizeChanges) {
+TEST_F(Question, StaysVisibleWhenTheSizeChanges) {
     move(20, 0);
     screen.Play({[&] { screen.Resize(10, 30); },
                  [&] {
@@ -137,13 +137,13 @@ TEST(QuestionWithoutAMouse, HasNoButtons) {
 
 // ---- a line of text ----
 
-// A box of one line of prompt, on 24 lines.
+// A box with a one-line prompt, on 24 lines.
 constexpr int kPromptLine = 10;
 constexpr int kEntryLine = 12;
 
 class TextBox : public Dialog {
   protected:
-    // The value after the keys, a step for each; "(cancelled)" when the dialog says so.
+    // The value after these keys, one step each; "(cancelled)" if the dialog was cancelled.
     std::string Typed(std::string value, const std::vector<std::string_view>& keys) {
         std::vector<Step> steps;
         for (std::string_view each : keys)
@@ -165,7 +165,7 @@ TEST_F(TextBox, ShowsThePromptAndTheValueWithTheCursor) {
     EXPECT_EQ(value, "tavrin");
 }
 
-TEST_F(TextBox, HasALineForEachOfThePrompt) {
+TEST_F(TextBox, HasALineForEachLineOfThePrompt) {
     std::string value;
     screen.Play({[&] {
                      EXPECT_EQ(InBox(9), "One?");
@@ -182,7 +182,7 @@ TEST_F(TextBox, HasALineForEachOfThePrompt) {
     EXPECT_EQ(value, "v");
 }
 
-TEST_F(TextBox, EnterStoresTheTextWithoutBlanksAroundIt) {
+TEST_F(TextBox, EnterStoresTheTrimmedText) {
     EXPECT_EQ(Typed("", {"a b", "\r"}), "a b");
     EXPECT_EQ(Typed("", {"  a  ", "\n"}), "a");
     EXPECT_EQ(Typed("old", {"\r"}), "old");
@@ -190,11 +190,11 @@ TEST_F(TextBox, EnterStoresTheTextWithoutBlanksAroundIt) {
     EXPECT_EQ(Typed("old", {"er", "\r"}), "older");
 }
 
-TEST_F(TextBox, EscapeLeavesTheValueAlone) {
+TEST_F(TextBox, EscapeKeepsTheValue) {
     EXPECT_EQ(Typed("old", {"er", kEscapeKey}), "(cancelled) old");
 }
 
-TEST_F(TextBox, TakesTheKeysOfALineEditor) {
+TEST_F(TextBox, HandlesTheEditingKeys) {
     struct {
         std::vector<int> keys;
         const char* value;
@@ -226,27 +226,28 @@ TEST_F(TextBox, UnknownKeysTypeNothing) {
     EXPECT_EQ(Typed("abc", {kUnknownSequence, "\r"}), "abc");
 }
 
-TEST_F(TextBox, HoldsWhatFits) {
+TEST_F(TextBox, HoldsOnlyWhatFits) {
     EXPECT_EQ(Typed(std::string(80, 'a'), {"\r"}), std::string(76, 'a'));
     EXPECT_EQ(Typed(std::string(75, 'a'), {"bc", "\r"}), std::string(75, 'a') + "b");
 }
 
-TEST_F(TextBox, BeginsWith254BytesAtMost) {
+TEST_F(TextBox, StartsWithAtMost254Bytes) {
     resizeterm(24, 300);
     flushinp();
     EXPECT_EQ(Typed(std::string(260, 'a'), {"\r"}), std::string(254, 'a'));
 }
 
-TEST_F(TextBox, TakesCharactersOfSeveralBytes) {
+TEST_F(TextBox, AcceptsCharactersOfSeveralBytes) {
     const Characters utf8("C.UTF-8");
     ASSERT_TRUE(utf8.available);
     EXPECT_EQ(Typed("", {"caf", "\xc3\xa9", "s", "\r"}), "caf\xc3\xa9s");
-    EXPECT_EQ(Typed("", {"\xe6", "\x97", "\xa5", "x", "\r"}), "\xe6\x97\xa5x") << "byte by byte";
-    EXPECT_EQ(Typed("", {"\xc3", "x", "\r"}), "x") << "half a character";
+    EXPECT_EQ(Typed("", {"\xe6", "\x97", "\xa5", "x", "\r"}), "\xe6\x97\xa5x")
+        << "characters may arrive byte by byte";
+    EXPECT_EQ(Typed("", {"\xc3", "x", "\r"}), "x") << "an incomplete character is dropped";
     EXPECT_EQ(Typed("", {"\xff", "x", "\r"}), "x");
 }
 
-TEST_F(TextBox, KeepsWhatCannotBeShownUntilItIsChanged) {
+TEST_F(TextBox, KeepsUnprintableBytesUntilTheEntryIsEdited) {
     const std::string value = "a\x1b[2J\xff";
     screen.Play({[&] {
         EXPECT_EQ(InBox(kEntryLine), "a?[2J?");
@@ -258,7 +259,7 @@ TEST_F(TextBox, KeepsWhatCannotBeShownUntilItIsChanged) {
     EXPECT_EQ(Typed(value, {"x", "\r"}), "a?[2J?x");
 }
 
-TEST_F(TextBox, IsLaidOutAnewWhenTheSizeChanges) {
+TEST_F(TextBox, AdaptsToANewSize) {
     std::string value = "tavrin";
     PlayedScreen::Fill('#');
     screen.Play({screen.Keys("-studio"), screen.Key(KEY_LEFT), [&] { screen.Resize(12, 40); },
@@ -274,14 +275,14 @@ TEST_F(TextBox, IsLaidOutAnewWhenTheSizeChanges) {
     EXPECT_EQ(value, "tavrin-studixo");
 }
 
-TEST_F(TextBox, OnTooSmallATerminalAnyKeyCancels) {
+TEST_F(TextBox, OnATerminalThatIsTooSmallAnyKeyCancels) {
     resizeterm(4, 80);
     flushinp();
     EXPECT_EQ(Typed("old", {"x"}), "(cancelled) old");
     EXPECT_EQ(Typed("old", {"\r"}), "(cancelled) old");
 }
 
-TEST_F(TextBox, OneThatHasBecomeTooSmallIsWaitedOut) {
+TEST_F(TextBox, IsKeptWhileTheTerminalIsTooSmall) {
     std::string value = "old";
     screen.Play({screen.Keys("er"), [&] { screen.Resize(4, 80); }, screen.Keys("x"),
                  screen.Keys("\r"), [&] { screen.Resize(24, 80); }, screen.Keys("!"),
@@ -293,7 +294,7 @@ TEST_F(TextBox, OneThatHasBecomeTooSmallIsWaitedOut) {
     EXPECT_EQ(value, "older!");
 }
 
-TEST_F(TextBox, FormHandleKeyTellsHowTheEntryEnds) {
+TEST_F(TextBox, FormHandleKeyReportsHowTheEntryEnds) {
     FIELD* fields[] = {new_field(1, 10, 0, 0, 0, 0), nullptr};
     FORM* form = new_form(fields);
     post_form(form);
@@ -352,23 +353,23 @@ TEST_F(PasswordBox, ShowsAsterisks) {
     EXPECT_EQ(password->text(), "secre");
 }
 
-TEST_F(PasswordBox, TakesPrintableAsciiAndEnds) {
+TEST_F(PasswordBox, AcceptsPrintableAscii) {
     EXPECT_EQ(Typed({"a B~!\"\\", "\r"}), "a B~!\"\\");
-    EXPECT_EQ(Typed({"  a ", "\n"}), "  a ") << "blanks belong to it";
+    EXPECT_EQ(Typed({"  a ", "\n"}), "  a ") << "blanks are part of a password";
     EXPECT_EQ(Typed({"\r"}), "");
     EXPECT_EQ(Typed({"a\tb\xc3\xa9\x01", kUnknownSequence, "c\r"}), "abc");
     EXPECT_EQ(Typed({"abc", kEscapeKey}), "(cancelled)");
     EXPECT_EQ(Typed({"\b", "abc\b\x7f", "d\r"}), "ad");
 }
 
-TEST_F(PasswordBox, TakesAsManyCharactersAsFit) {
+TEST_F(PasswordBox, AcceptsAsManyCharactersAsFit) {
     EXPECT_EQ(Typed({std::string(80, 'a'), "\r"}), std::string(76, 'a'));
     resizeterm(24, 300);
     flushinp();
     EXPECT_EQ(Typed({std::string(260, 'a'), "\r"}), std::string(255, 'a'));
 }
 
-TEST_F(PasswordBox, IsLaidOutAnewWhenTheSizeChanges) {
+TEST_F(PasswordBox, AdaptsToANewSize) {
     screen.Play({screen.Keys("secret"), [&] { screen.Resize(12, 40); },
                  [&] {
                      EXPECT_EQ(InBox(4), "Password [ESC to cancel]");
@@ -381,7 +382,7 @@ TEST_F(PasswordBox, IsLaidOutAnewWhenTheSizeChanges) {
     EXPECT_EQ(password->text(), "secret!");
 }
 
-TEST_F(PasswordBox, OnTooSmallATerminalAnyKeyCancels) {
+TEST_F(PasswordBox, OnATerminalThatIsTooSmallAnyKeyCancels) {
     resizeterm(4, 80);
     flushinp();
     EXPECT_EQ(Typed({"x"}), "(cancelled)");

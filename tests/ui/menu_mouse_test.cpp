@@ -44,7 +44,7 @@ class MenuMouse : public testing::Test {
         menu.HandleMouse();
     }
 
-    // What one pass of a screen's loop makes of the event.
+    // The effect of the event in one pass of the screen loop.
     Menu::Result Pass(int line, int column, mmask_t buttons) {
         Mouse(line, column, buttons);
         return menu.HandleKey(KEY_MOUSE);
@@ -124,7 +124,7 @@ TEST_F(MenuMouse, OnlyRowsWhoseHoverChangesAreRepainted) {
     EXPECT_EQ(drawn, "#b#d");
 }
 
-TEST_F(MenuMouse, HoverMovesNoSelection) {
+TEST_F(MenuMouse, HoverDoesNotSelect) {
     EXPECT_EQ(Pass(kLine + 1, kInside, kMotion), Menu::kNotTaken);
     EXPECT_EQ(menu.selection, 0);
     EXPECT_EQ(menu.click_pending, -1);
@@ -137,7 +137,7 @@ TEST_F(MenuMouse, AClickHoversToo) {
 
 // ---- selecting ----
 
-TEST_F(MenuMouse, PressingSelectsAndDoesNotActivate) {
+TEST_F(MenuMouse, PressingSelectsButDoesNotActivate) {
     EXPECT_EQ(Pass(kLine + 1, kInside, kPressed), Menu::kNotTaken);
     EXPECT_EQ(menu.selection, 1);
     EXPECT_EQ(Pass(kLine + 1, kInside, kPressed), Menu::kNotTaken);
@@ -178,7 +178,7 @@ TEST_F(MenuMouse, PressingAndThenAClickActivate) {
     EXPECT_EQ(Pass(kLine + 3, kInside, kClicked), Menu::kActivate);
 }
 
-TEST_F(MenuMouse, AClickOnTheSelectedRowIsArmedWithItsTime) {
+TEST_F(MenuMouse, AClickOnTheSelectedRowIsArmedWithTheTime) {
     const double before = now_seconds();
     Mouse(kLine, kInside, kClicked);
     EXPECT_EQ(menu.click_pending, 1);
@@ -193,7 +193,7 @@ TEST_F(MenuMouse, AnArmedClickKeepsItsTime) {
     EXPECT_EQ(menu.click_time, 77);
 }
 
-TEST_F(MenuMouse, EveryColumnOfARowCountsAndNoOther) {
+TEST_F(MenuMouse, OnlyTheColumnsOfARowCount) {
     struct {
         int column;
         int selection;
@@ -206,7 +206,7 @@ TEST_F(MenuMouse, EveryColumnOfARowCountsAndNoOther) {
     }
 }
 
-TEST_F(MenuMouse, AClickBesideTheListJumpsToTheFirstRow) {
+TEST_F(MenuMouse, AClickOutsideTheListSelectsTheFirstRow) {
     for (mmask_t buttons : {kPressed, kClicked, kDoubleClicked}) {
         for (int line : {kLine - 1, kLine + kHeight, 0, 23}) {
             menu.selection = 3;
@@ -217,13 +217,13 @@ TEST_F(MenuMouse, AClickBesideTheListJumpsToTheFirstRow) {
     }
 }
 
-TEST_F(MenuMouse, AClickOnASeparatorJumpsToTheFirstRow) {
+TEST_F(MenuMouse, AClickOnASeparatorSelectsTheFirstRow) {
     menu.selection = 3;
     EXPECT_EQ(Pass(kLine + 2, kInside, kClicked), Menu::kNotTaken);
     EXPECT_EQ(menu.selection, 0);
 }
 
-TEST_F(MenuMouse, AClickOnASelectedSeparatorJumpsToTheFirstRowToo) {
+TEST_F(MenuMouse, AClickOnASelectedSeparatorAlsoSelectsTheFirstRow) {
     menu.selection = 2;
     EXPECT_EQ(Pass(kLine + 2, kInside, kClicked), Menu::kNotTaken);
     EXPECT_EQ(menu.selection, 0);
@@ -235,7 +235,7 @@ TEST_F(MenuMouse, AnUnselectableRowThatIsNotDimCanBeClicked) {
     EXPECT_EQ(menu.selection, 1);
 }
 
-TEST_F(MenuMouse, AClickBesideTheScrolledListScrollsBack) {
+TEST_F(MenuMouse, AClickOutsideAScrolledListScrollsBack) {
     menu.selection = 7;
     menu.top = 4;
     Pass(23, kInside, kClicked);
@@ -243,7 +243,7 @@ TEST_F(MenuMouse, AClickBesideTheScrolledListScrollsBack) {
     EXPECT_EQ(menu.top, 0);
 }
 
-TEST_F(MenuMouse, AClickTakesTheScrolledRow) {
+TEST_F(MenuMouse, AClickHitsTheScrolledRow) {
     menu.selection = 4;
     menu.top = 3;
     Mouse(kLine + 2, kInside, kClicked);
@@ -277,7 +277,7 @@ TEST_F(MenuMouse, ClicksOnAnEmptyMenuDoNothing) {
     EXPECT_EQ(menu.click_pending, -1);
 }
 
-TEST_F(MenuMouse, ALineBelowTheLastRowIsBesideTheList) {
+TEST_F(MenuMouse, ALineBelowTheLastRowIsOutsideTheList) {
     menu.Clear();
     menu.AddItem("a", 1);
     menu.AddItem("b", 2);

@@ -30,7 +30,7 @@ class MenuPaint : public testing::Test {
         menu.SetSize(kWidth, kHeight);
     }
 
-    // A row apart from the selected one.
+    // A row other than the selected one.
     MenuItem& AddUnselected(const char* label) {
         if (menu.Count() == 0) menu.AddItem("selected", 1);
         return menu.items[static_cast<std::size_t>(menu.AddItem(label, 2))];
@@ -49,7 +49,7 @@ class MenuPaint : public testing::Test {
 
 // ---- text ----
 
-TEST_F(MenuPaint, RowsStandOneBelowTheOtherAtTheMenusPlace) {
+TEST_F(MenuPaint, RowsAreDrawnAtThePositionOfTheMenu) {
     menu.AddItem("first", 1);
     menu.AddItem("second", 2);
     menu.Draw();
@@ -59,7 +59,7 @@ TEST_F(MenuPaint, RowsStandOneBelowTheOtherAtTheMenusPlace) {
     EXPECT_EQ(UnseenScreen::Line(kLine + 2), "");
 }
 
-TEST_F(MenuPaint, ARowIsPaddedToTheWidthAndNotBeyond) {
+TEST_F(MenuPaint, ARowIsPaddedExactlyToTheWidth) {
     menu.AddItem("abc", 1);
     UnseenScreen::Fill('#');
     menu.Draw();
@@ -84,7 +84,7 @@ TEST_F(MenuPaint, TheFirstVisibleRowIsTheTopOne) {
     EXPECT_EQ(UnseenScreen::Line(kLine + 4), "");
 }
 
-TEST_F(MenuPaint, LinesWithoutRowAreBlanked) {
+TEST_F(MenuPaint, LinesWithoutARowAreBlank) {
     menu.AddItem("a", 1);
     UnseenScreen::Fill('#');
     menu.Draw();
@@ -146,7 +146,7 @@ struct Style {
     unsigned style;
 };
 
-// Neither hovered nor marked, and so on; all that a row can be.
+// Neither hovered nor marked, and so on: all possible states of a row.
 constexpr Style kStyles[] = {
     {"plain", false, false, 0, kWhite | A_BOLD},
     {"selected", true, false, 0, kWhiteOnBlue | A_BOLD},
@@ -174,7 +174,7 @@ constexpr Style kStyles[] = {
     {"inactive, marked, selected", true, true, MenuItem::kMarked, kRed | A_REVERSE | A_DIM},
 };
 
-TEST_F(MenuPaint, ARowsStyleFollowsItsState) {
+TEST_F(MenuPaint, TheStyleOfARowFollowsItsState) {
     AddUnselected("b");
     for (const Style& row : kStyles) {
         SCOPED_TRACE(row.what);
@@ -212,7 +212,7 @@ TEST_F(MenuPaint, PairsHaveTheirColours) {
 struct Mark {
     const char* label;
     int key;
-    int column;  // within the row
+    int column;  // in the row
     char letter;
 };
 
@@ -222,7 +222,7 @@ constexpr Mark kMarks[] = {
     {"Exit this program", 'e', 0, 'E'},
     {"Network Time", 't', 2, 't'},
     {"1. eth0", '1', 0, '1'},
-    // One that is not in the label stands one blank behind it.
+    // A hot key that is not in the label is shown one blank after it.
     {"10. eth9", 'x', 9, 'x'},
     {"", 'q', 1, 'q'},
     {"abcdefghijklmnopqrstuvwxy", 'z', kWidth + 1, 'z'},
@@ -243,7 +243,7 @@ TEST_F(MenuPaint, AHotKeyLetterIsYellowAndBold) {
     }
 }
 
-TEST_F(MenuPaint, OnlyTheFirstSuchLetterIsMarked) {
+TEST_F(MenuPaint, OnlyTheFirstMatchingLetterIsMarked) {
     AddUnselected("Services").hot_key = 'e';
     menu.Draw();
     EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn + 1), kYellow | A_BOLD);
@@ -251,12 +251,12 @@ TEST_F(MenuPaint, OnlyTheFirstSuchLetterIsMarked) {
     EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn + 4), kWhite | A_BOLD);
 }
 
-TEST_F(MenuPaint, TheSelectedRowsHotKeyLetterIsReversedOnly) {
+TEST_F(MenuPaint, TheHotKeyLetterOfTheSelectedRowIsOnlyReversed) {
     menu.SetHotKey(menu.AddItem("Services", 1), 's');
     menu.Draw();
     const unsigned style = UnseenScreen::Style(kLine, kColumn);
     EXPECT_EQ(style & ~A_COLOR, static_cast<unsigned>(A_REVERSE));
-    // No colour of its own: curses fills in the screen's background.
+    // It has no colour of its own: curses uses the screen's background.
     EXPECT_TRUE(PAIR_NUMBER(style) == 0 || PAIR_NUMBER(style) == 1);
     EXPECT_EQ(UnseenScreen::Style(kLine, kColumn + 1), kWhiteOnBlue | A_BOLD);
 }
@@ -278,7 +278,7 @@ TEST_F(MenuPaint, WithoutAHotKeyNothingIsMarked) {
         EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn + column), kWhite | A_BOLD) << column;
 }
 
-TEST_F(MenuPaint, AMarkBesideTheScreenIsLeftOut) {
+TEST_F(MenuPaint, AMarkOutsideTheScreenIsLeftOut) {
     menu.SetPosition(COLS - 10, kLine);
     menu.SetSize(9, kHeight);
     AddUnselected("abcdefghi").hot_key = 'z';
@@ -288,7 +288,7 @@ TEST_F(MenuPaint, AMarkBesideTheScreenIsLeftOut) {
     EXPECT_EQ(UnseenScreen::Line(kLine + 2).substr(0, 10), "##########");
 }
 
-TEST(MenuPaintUtf8, AMarkStandsOnItsLetterBehindWideCharacters) {
+TEST(MenuPaintUtf8, AMarkIsOnItsLetterAfterWideCharacters) {
     const Characters utf8("C.UTF-8");
     ASSERT_TRUE(utf8.available);
     const UnseenScreen screen;
@@ -317,7 +317,7 @@ class MenuRepaint : public MenuPaint {
         UnseenScreen::Fill('#');
     }
 
-    // The letters of the rows that have been drawn since the last call.
+    // The first letters of the rows drawn since the last call.
     std::string Drawn() {
         std::string drawn;
         for (int line = kLine; line < kLine + kHeight; ++line) {
@@ -329,7 +329,7 @@ class MenuRepaint : public MenuPaint {
     }
 };
 
-TEST_F(MenuRepaint, NothingIsPaintedThatIsAboutToBePaintedAnew) {
+TEST_F(MenuRepaint, DoesNotPaintIfAFullRepaintIsDue) {
     menu.redraw = true;
     menu.HandleKey(KEY_DOWN);
     EXPECT_EQ(menu.selection, 1);
@@ -361,7 +361,7 @@ TEST_F(MenuRepaint, AKeyThatMovesNothingRepaintsNothing) {
 
 // ---- terminals too small ----
 
-TEST_F(MenuPaint, ARowThatHasNoPlaceOnTheTerminalIsDrawnNowhere) {
+TEST_F(MenuPaint, ARowOutsideTheTerminalIsNotDrawn) {
     menu.AddItem("first", 1);
     menu.AddItem("second", 2);
     menu.SetPosition(kColumn, LINES - 1);

@@ -1,4 +1,4 @@
-// What holds of the moves in every menu.
+// Properties of moving that hold in every menu.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -13,7 +13,7 @@ class MenuProperties : public testing::Test {
   protected:
     void SetUp() override { ASSERT_TRUE(screen.IsReady()); }
 
-    // Up to 40 rows, some only to read; the selection is on one that can be selected.
+    // Up to 40 rows, some of them unselectable; the selection is a selectable row.
     void Fill() {
         menu.Clear();
         menu.Init();
@@ -35,7 +35,7 @@ class MenuProperties : public testing::Test {
     Menu menu;
 };
 
-TEST_F(MenuProperties, AsManyMovesUpAsDownLeadBack) {
+TEST_F(MenuProperties, EqualMovesUpAndDownLeadBack) {
     for (int i = 0; i < 500 && !HasFailure(); ++i) {
         Fill();
         const int before = menu.selection;
@@ -46,7 +46,7 @@ TEST_F(MenuProperties, AsManyMovesUpAsDownLeadBack) {
     }
 }
 
-TEST_F(MenuProperties, AsManyKeysUpAsDownLeadBackAndTheRowIsVisible) {
+TEST_F(MenuProperties, EqualKeysUpAndDownLeadBackToAVisibleRow) {
     for (int i = 0; i < 50 && !HasFailure(); ++i) {
         Fill();
         const int before = menu.selection;

@@ -1,4 +1,4 @@
-// The menu's arithmetic, without a screen: what is drawn goes nowhere.
+// The logic of the menu, without a screen: its output goes nowhere.
 #include "ui/menu.h"
 
 #include <curses.h>
@@ -15,8 +15,8 @@ namespace {
 
 constexpr int kTall = 100;
 
-// One row for each character: '-' is a separator, '.' a row without hot key, every other character
-// a row with that hot key. Row ids count from 100.
+// One row per character: '-' is a separator, '.' a row without a hot key, any other character a row
+// with that hot key. Row ids start at 100.
 Menu MenuOf(std::string_view rows, int height = kTall) {
     Menu menu;
     menu.Init();
@@ -46,7 +46,7 @@ TEST(MenuRows, ABlankRowHasDefaults) {
     EXPECT_EQ(item->flags, 0);
 }
 
-TEST(MenuRows, EachAdditionReturnsItsIndex) {
+TEST(MenuRows, AddingReturnsTheIndex) {
     Menu menu;
     EXPECT_EQ(menu.AddBlank(), 0);
     EXPECT_EQ(menu.AddItem("a", 1), 1);
@@ -159,13 +159,13 @@ TEST(MenuInit, SetsTheDefaults) {
     EXPECT_EQ(menu.click_time, 0);
 }
 
-TEST(MenuInit, LeavesTheRows) {
+TEST(MenuInit, KeepsTheRows) {
     Menu menu = MenuOf("ab");
     menu.Init();
     EXPECT_EQ(menu.Count(), 2);
 }
 
-TEST(Menu, TakesPositionAndSize) {
+TEST(Menu, StoresPositionAndSize) {
     Menu menu;
     menu.SetPosition(3, 5);
     menu.SetSize(40, 10);
@@ -175,14 +175,14 @@ TEST(Menu, TakesPositionAndSize) {
     EXPECT_EQ(menu.height, 10);
 }
 
-TEST(Menu, TellsAndForgetsThatItMustBeRepainted) {
+TEST(Menu, ReportsAndClearsTheNeedToRepaint) {
     Menu menu = MenuOf("a");
     EXPECT_TRUE(menu.NeedsRedraw());
     menu.ClearRedraw();
     EXPECT_FALSE(menu.NeedsRedraw());
 }
 
-TEST(Menu, RunsWhileItIsRunningAndHasRows) {
+TEST(Menu, RunsWhileActiveAndNotEmpty) {
     Menu menu = MenuOf("a");
     EXPECT_TRUE(menu.IsRunning());
     menu.Clear();
@@ -259,7 +259,7 @@ TEST(MenuKeys, UpAndDownLeaveASeparator) {
     });
 }
 
-TEST(MenuKeys, UpAndDownScrollJustSoFarThatTheSelectionShows) {
+TEST(MenuKeys, UpAndDownScrollJustFarEnough) {
     ExpectMoves({
         {"......", 3, 0, 2, KEY_DOWN, 3, 1},
         {"......", 3, 3, 3, KEY_UP, 2, 2},
@@ -282,7 +282,7 @@ TEST(MenuKeys, HomeAndEndGoToTheFirstAndLastRow) {
     });
 }
 
-TEST(MenuKeys, HomeAndEndMayLandOnASeparator) {
+TEST(MenuKeys, HomeAndEndMaySelectASeparator) {
     ExpectMoves({
         {"-..-", kTall, 0, 1, KEY_HOME, 0, 0},
         {"-..-", kTall, 0, 1, KEY_END, 3, 0},
@@ -300,7 +300,7 @@ TEST(MenuKeys, PageDownGoesToTheBottomOfTheScreenFirst) {
     });
 }
 
-TEST(MenuKeys, PageDownFromTheBottomTurnsThePage) {
+TEST(MenuKeys, PageDownFromTheBottomScrollsAPage) {
     ExpectMoves({
         {kTwenty, 5, 0, 4, KEY_NPAGE, 8, 4},
         {kTwenty, 5, 4, 8, KEY_NPAGE, 12, 8},
@@ -310,7 +310,7 @@ TEST(MenuKeys, PageDownFromTheBottomTurnsThePage) {
     });
 }
 
-TEST(MenuKeys, PageDownEndsAtTheLastRow) {
+TEST(MenuKeys, PageDownStopsAtTheLastRow) {
     ExpectMoves({
         {kTwenty, 5, 15, 19, KEY_NPAGE, 19, 15},
         {kTwenty, 5, 17, 17, KEY_NPAGE, 19, 17},
@@ -330,7 +330,7 @@ TEST(MenuKeys, PageUpGoesToTheTopOfTheScreenFirst) {
     });
 }
 
-TEST(MenuKeys, PageUpFromTheTopTurnsThePage) {
+TEST(MenuKeys, PageUpFromTheTopScrollsAPage) {
     ExpectMoves({
         {kTwenty, 5, 15, 15, KEY_PPAGE, 11, 11},
         {kTwenty, 5, 8, 8, KEY_PPAGE, 4, 4},
@@ -339,7 +339,7 @@ TEST(MenuKeys, PageUpFromTheTopTurnsThePage) {
     });
 }
 
-TEST(MenuKeys, PageUpEndsAtTheFirstRow) {
+TEST(MenuKeys, PageUpStopsAtTheFirstRow) {
     ExpectMoves({
         {kTwenty, 5, 3, 3, KEY_PPAGE, 0, 0},
         {kTwenty, 5, 1, 1, KEY_PPAGE, 0, 0},
@@ -347,7 +347,7 @@ TEST(MenuKeys, PageUpEndsAtTheFirstRow) {
     });
 }
 
-TEST(MenuKeys, PagesMayLandOnASeparator) {
+TEST(MenuKeys, PageKeysMaySelectASeparatorRow) {
     ExpectMoves({
         {"..-...", 3, 0, 0, KEY_NPAGE, 2, 0},
         {"....-.", 3, 0, 2, KEY_NPAGE, 4, 2},
@@ -357,8 +357,8 @@ TEST(MenuKeys, PagesMayLandOnASeparator) {
     });
 }
 
-// The page's last row stays in sight, so a page of one row is never turned.
-TEST(MenuKeys, APageOfOneRowStays) {
+// Paging keeps the last row of the page visible, so a page of one row never changes.
+TEST(MenuKeys, APageOfOneRowDoesNotChange) {
     ExpectMoves({
         {"...", 1, 1, 1, KEY_NPAGE, 1, 1},
         {"...", 1, 1, 1, KEY_PPAGE, 1, 1},
@@ -393,7 +393,7 @@ TEST(MenuKeys, NoOtherKeyAsksForARepaint) {
     }
 }
 
-TEST(MenuKeys, EnterActivatesAndMovesNothing) {
+TEST(MenuKeys, EnterActivatesWithoutMoving) {
     for (int key : {10, 13, KEY_ENTER}) {
         Menu menu = MenuOf("...");
         menu.selection = 1;
@@ -408,7 +408,7 @@ TEST(MenuKeys, EnterActivatesEvenOnASeparator) {
     EXPECT_EQ(menu.HandleKey(10), Menu::kActivate);
 }
 
-TEST(MenuKeys, OtherKeysAreNotTaken) {
+TEST(MenuKeys, OtherKeysAreNotUsed) {
     for (int key : {ERR, KEY_MOUSE, KEY_LEFT, KEY_RIGHT, KEY_DC, KEY_IC, KEY_F(1), 0, 1, 8, 127,
                     int{'x'}, int{' '}, kUnknownKey}) {
         Menu menu = MenuOf("abc");
@@ -419,9 +419,9 @@ TEST(MenuKeys, OtherKeysAreNotTaken) {
     }
 }
 
-// ---- rows made anew ----
+// ---- rebuilt rows ----
 
-// Of a list's rows the name tells which they are, of a screen's own the id, of all others the
+// Rows of a list are identified by their name, rows of the screen by their id, all others by their
 // label.
 Menu Network(const std::vector<const char*>& names) {
     Menu menu;
@@ -444,17 +444,17 @@ struct Following {
     int follows;
 };
 
-TEST(FollowRow, SelectsTheRowThatStandsForTheSame) {
+TEST(FollowRow, SelectsTheCorrespondingRow) {
     const Following kCases[] = {
         {"a screen's own row", {"a", "b"}, 7, {"a"}, 4},
-        {"a screen's own row, below more", {"a"}, 4, {"a", "b"}, 7},
+        {"a screen's own row, below a longer list", {"a"}, 4, {"a", "b"}, 7},
         {"a list's row", {"a", "b"}, 4, {"x", "a", "b"}, 7},
-        {"a list's row that is first now", {"a", "b"}, 4, {"b", "a"}, 1},
-        {"a row to read", {"a", "b"}, 6, {"b"}, 3},
-        {"of rows that read the same the nearest", {"a", "b"}, 5, {"x", "a", "b"}, 5},
+        {"a list's row that has become the first", {"a", "b"}, 4, {"b", "a"}, 1},
+        {"an information row", {"a", "b"}, 6, {"b"}, 3},
+        {"the nearest of rows with the same text", {"a", "b"}, 5, {"x", "a", "b"}, 5},
         {"a list's row that has gone", {"a", "b", "c"}, 4, {"a", "c"}, 4},
         {"the last one of a list", {"a"}, 1, {}, 1},
-        {"a row to read that has gone", {"a", "b"}, 3, {"b"}, 3},
+        {"an information row that has gone", {"a", "b"}, 3, {"b"}, 3},
         {"nothing has changed", {"a", "b"}, 4, {"a", "b"}, 4},
     };
     for (const Following& row : kCases) {
@@ -469,7 +469,7 @@ TEST(FollowRow, SelectsTheRowThatStandsForTheSame) {
     }
 }
 
-TEST(FollowRow, DoesNotComeFromARowThatDoesNothingToOneThatActs) {
+TEST(FollowRow, DoesNotMoveFromAnInformationRowToAnActionRow) {
     Menu menu = MenuOf("a--b");
     MenuItem gone;
     gone.label = "gone";
@@ -483,10 +483,10 @@ TEST(FollowRow, DoesNotComeFromARowThatDoesNothingToOneThatActs) {
     menu.selection = 3;
     gone.flags = 0;
     menu.FollowRow(gone);
-    EXPECT_EQ(menu.selection, 3) << "a row that acts keeps its place";
+    EXPECT_EQ(menu.selection, 3) << "a row with an action must keep its place";
 }
 
-TEST(FollowRow, AnEmptyMenuDoesNoHarm) {
+TEST(FollowRow, AnEmptyMenuIsHarmless) {
     Menu menu = MenuOf("ab");
     menu.selection = 1;
     const MenuItem selected = *menu.ItemAt(1);
@@ -496,7 +496,7 @@ TEST(FollowRow, AnEmptyMenuDoesNoHarm) {
     EXPECT_EQ(menu.ItemAt(menu.selection), nullptr);
 }
 
-TEST(FitView, SelectsTheLastRowWhenTheSelectedOneIsGone) {
+TEST(FitView, SelectsTheLastRowIfTheSelectedOneIsGone) {
     Menu menu = MenuOf("abc");
     for (const auto& [before, after] : {std::pair{0, 0}, {2, 2}, {3, 2}, {19, 2}}) {
         menu.selection = before;
@@ -510,9 +510,9 @@ TEST(FitView, ShowsAsManyRowsAsFit) {
     struct {
         int height, top, selection, new_top;
     } const kCases[] = {
-        {4, 0, 0, 0}, {4, 6, 9, 6},   // as it was
-        {4, 8, 9, 6}, {20, 6, 9, 0},  // rows have gone, or there is more room
-        {4, 0, 9, 6}, {4, 6, 2, 2},   // the selection is to be seen
+        {4, 0, 0, 0}, {4, 6, 9, 6},   // unchanged
+        {4, 8, 9, 6}, {20, 6, 9, 0},  // fewer rows, or more room
+        {4, 0, 9, 6}, {4, 6, 2, 2},   // the selection must be visible
     };
     for (const auto& row : kCases) {
         Menu menu = MenuOf("..........", row.height);
@@ -526,7 +526,7 @@ TEST(FitView, ShowsAsManyRowsAsFit) {
 
 // ---- hot keys ----
 
-TEST(MenuHotKeys, AHotKeySelectsAndDoesNotActivate) {
+TEST(MenuHotKeys, AHotKeySelectsButDoesNotActivate) {
     Menu menu = MenuOf("ab-c");
     EXPECT_EQ(menu.HandleKey('c'), Menu::kConsumed);
     EXPECT_EQ(menu.selection, 3);
@@ -534,7 +534,7 @@ TEST(MenuHotKeys, AHotKeySelectsAndDoesNotActivate) {
     EXPECT_EQ(menu.selection, 0);
 }
 
-TEST(MenuHotKeys, PressingAgainGoesOnToTheNextThatBearsIt) {
+TEST(MenuHotKeys, PressingAgainSelectsTheNextRowWithTheKey) {
     Menu menu = MenuOf("ud.ud");
     std::vector<int> selections;
     for (int i = 0; i < 4; ++i) {
@@ -544,7 +544,7 @@ TEST(MenuHotKeys, PressingAgainGoesOnToTheNextThatBearsIt) {
     EXPECT_EQ(selections, (std::vector<int>{1, 4, 1, 4}));
 }
 
-TEST(MenuHotKeys, TheSearchBeginsAfterTheSelection) {
+TEST(MenuHotKeys, TheSearchStartsAfterTheSelection) {
     Menu menu = MenuOf("a.a.a");
     menu.selection = 2;
     EXPECT_EQ(menu.SelectByHotKey('a'), 4);
@@ -553,7 +553,7 @@ TEST(MenuHotKeys, TheSearchBeginsAfterTheSelection) {
     EXPECT_EQ(menu.selection, 0);
 }
 
-TEST(MenuHotKeys, TheSelectedRowComesLastButCounts) {
+TEST(MenuHotKeys, TheSelectedRowIsSearchedLast) {
     Menu menu = MenuOf(".a.");
     menu.selection = 1;
     EXPECT_EQ(menu.HandleKey('a'), Menu::kConsumed);
@@ -561,7 +561,7 @@ TEST(MenuHotKeys, TheSelectedRowComesLastButCounts) {
     EXPECT_EQ(menu.SelectByHotKey('a'), 1);
 }
 
-TEST(MenuHotKeys, AnUnselectableRowHasNone) {
+TEST(MenuHotKeys, UnselectableRowsAreIgnored) {
     Menu menu = MenuOf("a-b");
     menu.SetHotKey(1, 'x');
     EXPECT_EQ(menu.HandleKey('x'), Menu::kNotTaken);
@@ -570,19 +570,19 @@ TEST(MenuHotKeys, AnUnselectableRowHasNone) {
     EXPECT_EQ(menu.SelectByHotKey('x'), 2);
 }
 
-TEST(MenuHotKeys, ADimRowHasIts) {
+TEST(MenuHotKeys, DimRowsAreFound) {
     Menu menu = MenuOf("ab");
     menu.items[1].Set(MenuItem::kDim, true);
     EXPECT_EQ(menu.SelectByHotKey('b'), 1);
 }
 
-TEST(MenuHotKeys, CaseCounts) {
+TEST(MenuHotKeys, CaseMatters) {
     Menu menu = MenuOf("ad");
     EXPECT_EQ(menu.HandleKey('D'), Menu::kNotTaken);
     EXPECT_EQ(menu.selection, 0);
 }
 
-TEST(MenuHotKeys, KeysNotAboveZeroAreNone) {
+TEST(MenuHotKeys, KeysOfZeroAndBelowAreIgnored) {
     Menu menu = MenuOf("...");
     menu.SetHotKey(1, ERR);
     for (int key : {0, ERR, -100})
@@ -591,21 +591,21 @@ TEST(MenuHotKeys, KeysNotAboveZeroAreNone) {
     EXPECT_EQ(menu.selection, 0);
 }
 
-TEST(MenuHotKeys, OneThatNobodyBearsMovesNothing) {
+TEST(MenuHotKeys, AKeyOfNoRowMovesNothing) {
     Menu menu = MenuOf("abc");
     menu.selection = 2;
     EXPECT_EQ(menu.SelectByHotKey('z'), -1);
     EXPECT_EQ(menu.selection, 2);
 }
 
-TEST(MenuHotKeys, ARowOutOfSightIsScrolledTo) {
+TEST(MenuHotKeys, ScrollsToARowOutOfSight) {
     Menu menu = MenuOf("......a", 3);
     menu.HandleKey('a');
     EXPECT_EQ(menu.selection, 6);
     EXPECT_EQ(menu.top, 4);
 }
 
-TEST(MenuHotKeys, SearchWorksFromBehindTheLastRow) {
+TEST(MenuHotKeys, SearchWorksFromBeyondTheLastRow) {
     Menu menu = MenuOf("abc");
     for (int selection : {3, 4, 50}) {
         menu.selection = selection;
@@ -615,7 +615,7 @@ TEST(MenuHotKeys, SearchWorksFromBehindTheLastRow) {
 
 // ---- many steps ----
 
-TEST(MenuSteps, OneMoveTakesSeveralSelectableSteps) {
+TEST(MenuSteps, AMoveCanTakeSeveralSelectableSteps) {
     Menu menu = MenuOf(".-..-.");
     menu.MoveDown(3);
     EXPECT_EQ(menu.selection, 5);
@@ -627,7 +627,7 @@ TEST(MenuSteps, OneMoveTakesSeveralSelectableSteps) {
     EXPECT_EQ(menu.selection, 0);
 }
 
-TEST(MenuSteps, NoStepsMoveNothing) {
+TEST(MenuSteps, ZeroStepsMoveNothing) {
     Menu menu = MenuOf("...");
     menu.selection = 1;
     menu.MoveDown(0);
@@ -635,10 +635,10 @@ TEST(MenuSteps, NoStepsMoveNothing) {
     EXPECT_EQ(menu.selection, 1);
 }
 
-TEST(MenuSteps, AMenuOfUnselectableRowsOnlyStopsAfter101) {
+TEST(MenuSteps, StopsAfter101StepsIfNoRowIsSelectable) {
     Menu menu = MenuOf(std::string(10, '-'));
     menu.HandleKey(KEY_DOWN);
-    EXPECT_EQ(menu.selection, 1);  // ten times around and one
+    EXPECT_EQ(menu.selection, 1);  // ten times around and one further
     menu.selection = 0;
     menu.HandleKey(KEY_UP);
     EXPECT_EQ(menu.selection, 9);
@@ -686,7 +686,7 @@ TEST(MenuClick, AnArmedClickActivatesOnce) {
     EXPECT_EQ(menu.HandleKey(KEY_MOUSE), Menu::kNotTaken);
 }
 
-TEST(MenuClick, AClickWaitsForFourTenthsOfASecond) {
+TEST(MenuClick, AClickExpiresAfter400Milliseconds) {
     Menu menu = MenuWithClick(0.2);
     EXPECT_EQ(menu.HandleKey(KEY_MOUSE), Menu::kActivate);
     menu = MenuWithClick(0.4);
@@ -694,7 +694,7 @@ TEST(MenuClick, AClickWaitsForFourTenthsOfASecond) {
     EXPECT_EQ(menu.click_pending, -1);
 }
 
-TEST(MenuClick, AnArmedClickOutlastsAKeyThatWasTaken) {
+TEST(MenuClick, AnArmedClickSurvivesAKeyThatWasUsed) {
     for (int key : {KEY_DOWN, KEY_HOME, KEY_RESIZE, 27, int{'a'}}) {
         Menu menu = MenuWithClick(0);
         EXPECT_EQ(menu.HandleKey(key), Menu::kConsumed) << key;
@@ -705,7 +705,7 @@ TEST(MenuClick, AnArmedClickOutlastsAKeyThatWasTaken) {
     EXPECT_EQ(menu.click_pending, 1);
 }
 
-TEST(MenuClick, WithoutAnArmedClickTheMouseActivatesNothing) {
+TEST(MenuClick, OnlyAnArmedClickActivates) {
     for (int pending : {-1, 0}) {
         Menu menu = MenuWithClick(0);
         menu.click_pending = pending;
@@ -713,7 +713,7 @@ TEST(MenuClick, WithoutAnArmedClickTheMouseActivatesNothing) {
     }
 }
 
-TEST(MenuClick, NoMouseNoHarm) {
+TEST(MenuClick, WorksWithoutAMouse) {
     Menu menu = MenuOf("...");
     menu.selection = 1;
     menu.HandleMouse();
@@ -721,11 +721,11 @@ TEST(MenuClick, NoMouseNoHarm) {
     EXPECT_EQ(menu.click_pending, -1);
 }
 
-// ---- odd menus ----
+// ---- unusual menus ----
 
 constexpr int kMovingKeys[] = {KEY_DOWN, KEY_UP, KEY_HOME, KEY_END, KEY_NPAGE, KEY_PPAGE};
 
-TEST(OddMenu, AnEmptyOneTakesEveryKey) {
+TEST(OddMenu, AnEmptyMenuHandlesEveryKey) {
     for (int height : {10, 1, 0, -3}) {
         Menu menu = MenuOf("", height);
         for (int key : kMovingKeys) {
@@ -742,7 +742,7 @@ TEST(OddMenu, AnEmptyOneTakesEveryKey) {
     }
 }
 
-TEST(OddMenu, WithoutRoomItStillMovesAmongItsRows) {
+TEST(OddMenu, WithoutRoomItStillMovesBetweenRows) {
     for (int height : {0, -1, -4, -100}) {
         Menu menu = MenuOf("..-...", height);
         std::mt19937 random(5);
@@ -753,7 +753,7 @@ TEST(OddMenu, WithoutRoomItStillMovesAmongItsRows) {
             ASSERT_GE(menu.top, 0);
             ASSERT_LT(menu.top, menu.Count());
             ASSERT_GE(menu.selection, 0);
-            // A page of no rows turned up goes down, perhaps behind the last row.
+            // Page up with a page of no rows moves down, possibly beyond the last row.
             if (key != KEY_PPAGE) {
                 ASSERT_LT(menu.selection, menu.Count());
             }
@@ -790,7 +790,7 @@ TEST(OddMenu, AShrunkScreenScrollsToTheSelection) {
     EXPECT_EQ(menu.top, 16);
 }
 
-TEST(OddMenu, TheSelectionOutlivesARebuild) {
+TEST(OddMenu, TheSelectionSurvivesARebuild) {
     Menu menu = MenuOf("....");
     menu.selection = 2;
     menu.Clear();
@@ -800,7 +800,7 @@ TEST(OddMenu, TheSelectionOutlivesARebuild) {
     EXPECT_EQ(menu.selection, 2);
 }
 
-TEST(OddMenu, WhenTheSelectedRowHasGoneEnterFindsNoRow) {
+TEST(OddMenu, IfTheSelectedRowIsGoneEnterFindsNoRow) {
     Menu menu = MenuOf("....");
     menu.selection = 3;
     menu.Clear();
@@ -809,7 +809,7 @@ TEST(OddMenu, WhenTheSelectedRowHasGoneEnterFindsNoRow) {
     EXPECT_EQ(menu.ItemAt(menu.selection), nullptr);
 }
 
-TEST(OddMenu, FromBehindTheLastRowEveryMoveFindsARow) {
+TEST(OddMenu, FromBeyondTheLastRowEveryMoveFindsARow) {
     struct {
         int key;
         int selection;
@@ -841,7 +841,7 @@ int RandomKey(std::mt19937& random) {
     return kKeys[random() % std::size(kKeys)];
 }
 
-TEST(OddMenu, AfterEveryKeyTheSelectionIsARowInSight) {
+TEST(OddMenu, AfterEveryKeyTheSelectionIsVisible) {
     std::mt19937 random(11);
     for (int round = 0; round < 300; ++round) {
         const std::string rows = RandomRows(random);
@@ -862,7 +862,7 @@ TEST(OddMenu, AfterEveryKeyTheSelectionIsARowInSight) {
     }
 }
 
-TEST(OddMenu, RowsThatComeAndGoDoNoHarm) {
+TEST(OddMenu, RowsThatComeAndGoAreHarmless) {
     std::mt19937 random(12);
     Menu menu = MenuOf("...");
     for (int round = 0; round < 20'000; ++round) {

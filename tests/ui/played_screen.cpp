@@ -27,12 +27,12 @@ struct Script {
     std::vector<Step> steps;
     std::size_t taken = 0;
     bool plays = false;
-    bool wakes = false;  // curses has got something that the terminal has not
+    bool wakes = false;  // curses holds input that the terminal no longer has
     int escapes = 0;
     long now = 0;  // of CLOCK_MONOTONIC
 } script;
 
-// The far end of the terminal that is standard input.
+// The other end of the terminal on standard input.
 int keyboard = -1;
 
 void TakeStep() {
@@ -40,7 +40,7 @@ void TakeStep() {
         script.steps[script.taken++]();
         return;
     }
-    ADD_FAILURE() << "the script is over, and the program waits";
+    ADD_FAILURE() << "the program waits after the end of the script";
     if (++script.escapes > kMostEscapes) std::abort();
     ungetch(kEscape);
     script.wakes = true;
@@ -55,13 +55,13 @@ timespec TimeOf(long nanoseconds) {
 }
 
 int Poll(pollfd* descriptors, unsigned long count, const timespec* limit, const sigset_t* mask) {
-    // The kernel changes the limit.
+    // ppoll in the kernel changes the time limit.
     timespec left = limit != nullptr ? *limit : timespec{};
     return static_cast<int>(
         syscall(SYS_ppoll, descriptors, count, limit != nullptr ? &left : nullptr, mask, NSIG / 8));
 }
 
-// The bytes that can be read.
+// The number of bytes that can be read.
 int TypedAhead() {
     int bytes = 0;
     ioctl(STDIN_FILENO, FIONREAD, &bytes);
@@ -76,8 +76,8 @@ const char* OpenTerminal() {
 
 }  // namespace
 
-// The program's only wait for keys, in the place of the C library's. While a script plays, no time
-// passes but what a step lets pass and what the program waits in vain.
+// Replaces the C library's call, which is the program's only wait for keys. While a script plays,
+// the time advances only in steps that say so, and when the program waits until a time limit.
 extern "C" int ppoll(pollfd* descriptors, unsigned long count, const timespec* limit,
                      const sigset_t* mask) {
     if (!script.plays) return Poll(descriptors, count, limit, mask);
@@ -135,7 +135,7 @@ bool PlayedScreen::IsPlayed() const {
 }
 
 void PlayedScreen::Type(std::string_view keys) const {
-    // What was drawn is not looked at, but must make room.
+    // Drains the output, which nobody looks at, to make room.
     char drawn[4096];
     while (read(keyboard, drawn, sizeof drawn) > 0) {
     }

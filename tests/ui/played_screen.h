@@ -1,5 +1,5 @@
-// A screen on which keys are typed, for what takes the keyboard until it returns (dialogs, the
-// screen loop): each step of a script runs when the program is about to wait.
+// A screen with scripted keys, for functions that take the keyboard until they return (dialogs, the
+// screen loop). Each step of the script runs when the program is about to wait for a key.
 //
 //     PlayedScreen screen;
 //     screen.Play({[&] { EXPECT_EQ(screen.Line(2), "Question?"); screen.Type("y"); }});
@@ -15,7 +15,7 @@
 
 using Step = std::function<void()>;
 
-// The terminal is standard input as long as the object lives.
+// Standard input is this terminal while the object lives.
 class PlayedScreen : public UnseenScreen {
   public:
     explicit PlayedScreen(const char* type = "xterm-256color");
@@ -23,7 +23,7 @@ class PlayedScreen : public UnseenScreen {
     PlayedScreen(const PlayedScreen&) = delete;
     PlayedScreen& operator=(const PlayedScreen&) = delete;
 
-    // When the program waits although all steps have been taken, the test fails, and ESC is typed.
+    // If the program waits after the last step, the test fails, and ESC is typed.
     void Play(std::vector<Step> script);
     [[nodiscard]] bool IsPlayed() const;
 
@@ -32,10 +32,10 @@ class PlayedScreen : public UnseenScreen {
     void Mouse(int line, int column, mmask_t buttons) const;
     void Resize(int lines, int columns) const;
 
-    // Lets that many seconds pass, as MonotonicSeconds tells.
+    // Advances MonotonicSeconds by that many seconds.
     static void Pass(double seconds);
 
-    // A step that types or does something, and nothing else.
+    // A step that only types, or only does something.
     [[nodiscard]] Step Keys(std::string_view keys) const {
         return [this, keys] { Type(keys); };
     }

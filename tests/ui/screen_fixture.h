@@ -1,5 +1,5 @@
-// A curses screen of 24 lines by 80 columns that nobody looks at, to see what a menu draws, cell by
-// cell, and to send it mouse events.
+// An invisible curses screen of 24 lines by 80 columns, for checking cell by cell what a menu
+// draws, and for sending it mouse events.
 #pragma once
 
 #include <curses.h>
@@ -39,14 +39,14 @@ class UnseenScreen {
         return screen != nullptr && LINES == 24 && COLS == 80 && has_mouse_events;
     }
 
-    // Writes the character into every cell.
+    // Fills every cell with the character.
     static void Fill(char character) {
         attrset(A_NORMAL);
         for (int line = 0; line < LINES; ++line)
             mvhline(line, 0, static_cast<unsigned char>(character), COLS);
     }
 
-    // The ASCII characters of a line, trailing blanks cut.
+    // The ASCII characters of a line, without trailing blanks.
     static std::string Line(int line) {
         std::string text;
         for (int column = 0; column < COLS; ++column)
@@ -59,12 +59,12 @@ class UnseenScreen {
         return static_cast<char>(mvinch(line, column) & A_CHARTEXT);
     }
 
-    // Attributes and colour pair together, as attrset() takes them.
+    // Attributes and colour pair in one, as attrset() takes them.
     static unsigned Style(int line, int column) {
         return static_cast<unsigned>(mvinch(line, column) & A_ATTRIBUTES);
     }
 
-    // Puts an event where getmouse() finds it.
+    // Makes getmouse() return this event.
     static void SendMouse(int line, int column, mmask_t buttons) {
         MEVENT event = {};
         event.x = column;

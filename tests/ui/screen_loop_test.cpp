@@ -128,7 +128,7 @@ TEST(Rows, AreThoseOfTheTable) {
     EXPECT_EQ(menu.ItemAt(7)->id, 100);
 }
 
-TEST(Rows, ShowWhatTheStateSays) {
+TEST(Rows, ShowTheState) {
     State state;
     state.word = "Stop";
     state.shown = false;
@@ -142,7 +142,7 @@ TEST(Rows, ShowWhatTheStateSays) {
     EXPECT_FALSE(MenuOf({}).ItemAt(5)->Has(MenuItem::kMarked));
 }
 
-TEST(Rows, DoWhatTheirIdStandsFor) {
+TEST(Rows, RunTheActionOfTheirId) {
     struct {
         int id;
         Next next;
@@ -152,8 +152,8 @@ TEST(Rows, DoWhatTheirIdStandsFor) {
         {6, Next::Leave, {}},
         {100, Next::Paint, {"open 0"}},
         {101, Next::Paint, {"open 1"}},
-        {102, Next::Stay, {}},  // more than the list has
-        {5, Next::Stay, {}},    // turns only
+        {102, Next::Stay, {}},  // beyond the end of the list
+        {5, Next::Stay, {}},    // has only a turn action
         {0, Next::Stay, {}},
         {-1, Next::Stay, {}},
         {99, Next::Stay, {}},
@@ -165,7 +165,7 @@ TEST(Rows, DoWhatTheirIdStandsFor) {
     }
 }
 
-TEST(Rows, TurnWhereTheTableSaysSo) {
+TEST(Rows, TurnIfTheTableSaysSo) {
     State state;
     EXPECT_EQ(Turn<State>(kRows, 5, state), Next::Rebuild);
     EXPECT_EQ(state.log, Texts{"turn"});
@@ -183,11 +183,11 @@ TEST(Rows, HaveTheirHelp) {
 
 // ---- the loop ----
 
-// Rows that are a list of names behind "First" and before "Leave".
+// A list of names between the rows "First" and "Leave".
 class Loop : public testing::Test {
   protected:
     void SetUp() override { ASSERT_TRUE(terminal.IsReady()); }
-    void TearDown() override { EXPECT_TRUE(terminal.IsPlayed()) << "the loop has ended early"; }
+    void TearDown() override { EXPECT_TRUE(terminal.IsPlayed()) << "the loop ended too early"; }
 
     void Run(std::vector<Step> steps) {
         terminal.Play(std::move(steps));
@@ -212,7 +212,7 @@ class Loop : public testing::Test {
         return id == 2 ? Next::Leave : next;
     }
 
-    // The rows as they are on the screen; the selected one in brackets.
+    // The rows on the screen, with the selected one in brackets.
     [[nodiscard]] Texts OnScreen() const {
         Texts rows;
         for (int line = 4; line < LINES && !terminal.Line(line).empty(); ++line) {
@@ -225,7 +225,7 @@ class Loop : public testing::Test {
         return rows;
     }
 
-    // A step that looks and then types.
+    // A step that checks something, then types.
     [[nodiscard]] Step SeeAndType(Texts rows, std::string_view keys) const {
         return [this, rows, keys] {
             EXPECT_EQ(OnScreen(), rows);
@@ -271,13 +271,13 @@ TEST_F(Loop, PaintsTitleAndRowsOnce) {
     EXPECT_EQ(paints, 1);
 }
 
-TEST_F(Loop, EndsWithEscapeBackspaceOrARowThatLeaves) {
+TEST_F(Loop, EscapeBackspaceOrALeavingRowEndsIt) {
     for (std::string_view keys : {kEscapeKey, std::string_view("\x7f"), std::string_view("l\r")})
         Run({terminal.Keys(keys)});
     EXPECT_EQ(log, Texts{"act 2"});
 }
 
-TEST_F(Loop, EndsWithAnyKeyWhenThereAreNoRows) {
+TEST_F(Loop, AnyKeyEndsItIfThereAreNoRows) {
     next = Next::Rebuild;
     Run({[&] {
              is_empty = true;
@@ -286,7 +286,7 @@ TEST_F(Loop, EndsWithAnyKeyWhenThereAreNoRows) {
          terminal.Keys("x")});
 }
 
-TEST_F(Loop, DoesWhatTheActionSaysIsNeeded) {
+TEST_F(Loop, FollowsTheResultOfAnAction) {
     struct {
         Next next;
         int builds, paints;
@@ -302,13 +302,13 @@ TEST_F(Loop, DoesWhatTheActionSaysIsNeeded) {
     }
 }
 
-TEST_F(Loop, LeftRightAndBlankTurnTheSelectedRow) {
+TEST_F(Loop, LeftRightAndSpaceTurnTheSelectedRow) {
     Run({terminal.Key(KEY_LEFT), terminal.Key(KEY_RIGHT), terminal.Keys(kDown), terminal.Keys(" "),
          terminal.Keys(kEscapeKey)});
     EXPECT_EQ(log, (Texts{"turn 1", "turn 1", "turn 11"}));
 }
 
-TEST_F(Loop, ARowToReadDoesNothing) {
+TEST_F(Loop, AnInformationRowDoesNothing) {
     screen.add_rows = [](Menu& menu) {
         menu.AddInformation("to read", 7);
         menu.AddItem("other", 8);
@@ -317,7 +317,7 @@ TEST_F(Loop, ARowToReadDoesNothing) {
     EXPECT_EQ(log, Texts{});
 }
 
-TEST_F(Loop, TheSelectionKeepsItsIndexWhenRowsAreMadeAnew) {
+TEST_F(Loop, TheSelectionKeepsItsIndexWhenRowsAreRebuilt) {
     next = Next::Rebuild;
     Run({terminal.Keys(kDown),
          [&] {
@@ -327,7 +327,7 @@ TEST_F(Loop, TheSelectionKeepsItsIndexWhenRowsAreMadeAnew) {
          SeeAndType({"First", "[x]", "of x", "a", "of a", "Leave"}, kEscapeKey)});
 }
 
-TEST_F(Loop, WhenTheLastRowsHaveGoneTheLastOneIsSelected) {
+TEST_F(Loop, IfTheLastRowsAreGoneTheNewLastRowIsSelected) {
     names = {"a", "b", "c"};
     Run({terminal.Keys("l"), terminal.Keys(kUp),
          [&] {
@@ -338,7 +338,7 @@ TEST_F(Loop, WhenTheLastRowsHaveGoneTheLastOneIsSelected) {
          SeeAndType({"First", "[Leave]"}, kEscapeKey)});
 }
 
-TEST_F(Loop, WhenRowsHaveGoneAsManyAsFitAreShown) {
+TEST_F(Loop, AfterRowsAreGoneAsManyAsFitAreShown) {
     for (char name = 'b'; name <= 'n'; ++name)
         names.emplace_back(1, name);
     Run({terminal.Keys("l"), terminal.Keys(kUp),
@@ -351,7 +351,7 @@ TEST_F(Loop, WhenRowsHaveGoneAsManyAsFitAreShown) {
          SeeAndType({"First", "a", "of a", "b", "of b", "[Leave]"}, kEscapeKey)});
 }
 
-TEST_F(Loop, IsLaidOutAnewWhenTheSizeChanges) {
+TEST_F(Loop, AdaptsToANewSize) {
     names = {"a", "b"};
     Run({terminal.Keys("l"), [&] { terminal.Resize(8, 40); },
          [&] {
@@ -408,7 +408,7 @@ TEST_F(Loop, ATableRunsAsAScreen) {
 
 // ---- live facts ----
 
-// Facts that a test makes known, by a pipe that the loop awaits.
+// Facts that the test supplies, through a pipe that the loop waits for.
 class LiveLoop : public Loop {
   protected:
     LiveLoop() {
@@ -426,7 +426,7 @@ class LiveLoop : public Loop {
         [[maybe_unused]] const ssize_t written = write(pipe[1], ".", 1);
     }
 
-    // What the next round says at first.
+    // The first answer of the next round.
     void Ask() {
         log.emplace_back("ask");
         Answer(at_first);
@@ -466,7 +466,7 @@ void LetPass(double seconds) {
     PlayedScreen::Pass(seconds);
 }
 
-TEST_F(LiveLoop, TheFirstRowsAreHeldBackUntilTheyAreWhole) {
+TEST_F(LiveLoop, TheFirstRowsAreHeldBackUntilComplete) {
     Run({[&] {
              EXPECT_EQ(builds, 0);
              Answer(Known::Part);
@@ -482,13 +482,13 @@ TEST_F(LiveLoop, TheFirstRowsAreHeldBackUntilTheyAreWhole) {
     EXPECT_EQ(log, (Texts{"forget", "ask", "stop"}));
 }
 
-TEST_F(LiveLoop, FactsThatAreThereAtOnceAreShownAtOnce) {
+TEST_F(LiveLoop, FactsKnownAtOnceAreShownAtOnce) {
     at_first = Known::All;
     Run({SeeAndType(kWhole, kEscapeKey)});
     EXPECT_EQ(paints, 1);
 }
 
-TEST_F(LiveLoop, RowsAreHeldBackForHalfASecondAfterMoreHasBecomeKnown) {
+TEST_F(LiveLoop, RowsAreHeldBackForHalfASecondAfterNews) {
     Run({[&] {
              LetPass(kPatience - kAMoment);
              Answer(Known::Part);
@@ -499,18 +499,18 @@ TEST_F(LiveLoop, RowsAreHeldBackForHalfASecondAfterMoreHasBecomeKnown) {
              Answer(Known::Part);
          },
          [&] {
-             EXPECT_EQ(builds, 0) << "still patient";
+             EXPECT_EQ(builds, 0) << "rows must still be held back";
              LetPass(3 * kAMoment);
          },
          SeeAndType(kWhole, kEscapeKey)});
 }
 
-TEST_F(LiveLoop, WithoutAnyAnswerRowsAreShownAllTheSame) {
+TEST_F(LiveLoop, RowsAreShownEvenWithoutAnAnswer) {
     Run({[&] { LetPass(kPatience); }, SeeAndType(kWhole, kEscapeKey)});
     EXPECT_EQ(builds, 1);
 }
 
-TEST_F(LiveLoop, WhatComesBehindIncompleteRowsIsShownAndTheSelectionFollows) {
+TEST_F(LiveLoop, LaterFactsAreShownAndTheSelectionFollows) {
     names = {};
     Run({[&] { LetPass(kPatience); }, SeeAndType({"[First]", "Leave"}, kDown),
          [&] {
@@ -536,7 +536,7 @@ TEST_F(LiveLoop, KeysTypedAheadWaitForTheFirstRows) {
              Answer(Known::Nothing);
          },
          [&] {
-             EXPECT_EQ(builds, 0) << "a key waits for what it was typed for";
+             EXPECT_EQ(builds, 0) << "a key must wait for the rows it was typed for";
              LetPass(kLongPatience - kPatience - 3 * kAMoment);
              Answer(Known::Nothing);
          },
@@ -554,10 +554,10 @@ TEST_F(LiveLoop, KeysTypedAheadAreDroppedAfterFiveSeconds) {
              LetPass(kLongPatience);
          },
          SeeAndType(kWhole, kEscapeKey)});
-    EXPECT_EQ(builds_at_act, 0) << "nothing was done";
+    EXPECT_EQ(builds_at_act, 0) << "nothing may be done";
 }
 
-TEST_F(LiveLoop, ReportsOfTheMouseHavingMovedAreNoKeysTypedAhead) {
+TEST_F(LiveLoop, MouseMovementsAreNotKeysTypedAhead) {
     Run({[&] {
              terminal.Mouse(5, 6, REPORT_MOUSE_POSITION);
              LetPass(kPatience + kAMoment);
@@ -567,7 +567,7 @@ TEST_F(LiveLoop, ReportsOfTheMouseHavingMovedAreNoKeysTypedAhead) {
 
 // ---- rows held back after an action ----
 
-TEST_F(LiveLoop, AfterAnActionTheRowsAreHeldBackUntilTheyAreWhole) {
+TEST_F(LiveLoop, AfterAnActionRowsAreHeldBackUntilComplete) {
     at_first = Known::All;
     next = Next::Rebuild;
     Run({[&] {
@@ -584,7 +584,7 @@ TEST_F(LiveLoop, AfterAnActionTheRowsAreHeldBackUntilTheyAreWhole) {
     EXPECT_EQ(paints, 2);
 }
 
-TEST_F(LiveLoop, AKeyDoesNotWaitForRowsThatAreHeldBack) {
+TEST_F(LiveLoop, AKeyDoesNotWaitForHeldBackRows) {
     at_first = Known::All;
     next = Next::Rebuild;
     Run({[&] {
@@ -598,7 +598,7 @@ TEST_F(LiveLoop, AKeyDoesNotWaitForRowsThatAreHeldBack) {
          SeeAndType({"First", "[Leave]"}, kEscapeKey)});
 }
 
-TEST_F(LiveLoop, AMovingMouseIsNoReasonToShowRowsThatAreHeldBack) {
+TEST_F(LiveLoop, MovingTheMouseDoesNotShowHeldBackRows) {
     at_first = Known::All;
     next = Next::Rebuild;
     Run({[&] {
@@ -614,7 +614,7 @@ TEST_F(LiveLoop, AMovingMouseIsNoReasonToShowRowsThatAreHeldBack) {
     EXPECT_EQ(builds, 2);
 }
 
-TEST_F(LiveLoop, TheRoundEndsBeforeAnActionWhichMayTakeLong) {
+TEST_F(LiveLoop, TheRoundEndsBeforeAnActionRuns) {
     at_first = Known::All;
     Run({[&] {
              LetPass(kRound);
@@ -622,10 +622,10 @@ TEST_F(LiveLoop, TheRoundEndsBeforeAnActionWhichMayTakeLong) {
          },
          terminal.Keys("\r"), terminal.Keys(kEscapeKey)});
     EXPECT_EQ(log, (Texts{"forget", "ask", "ask", "stop", "act 1", "kernel", "ask", "stop"}))
-        << "what was being gathered is asked for anew";
+        << "facts being gathered must be asked for again";
 }
 
-TEST_F(LiveLoop, WhereFactsAreOldPaintingIsNotEnough) {
+TEST_F(LiveLoop, OldFactsNeedMoreThanARepaint) {
     at_first = Known::All;
     next = Next::Paint;
     Run({terminal.Keys("\r"), terminal.Keys(kEscapeKey)});
@@ -641,7 +641,7 @@ TEST_F(LiveLoop, WhereFactsAreOldPaintingIsNotEnough) {
 
 // ---- rounds ----
 
-TEST_F(LiveLoop, ARoundBeginsEveryFiveSecondsAndShowsItsFactsWhenTheyAreWhole) {
+TEST_F(LiveLoop, ARoundStartsEveryFiveSecondsAndShowsCompleteFacts) {
     at_first = Known::All;
     Run({[&] {
              at_first = Known::Nothing;
@@ -665,7 +665,7 @@ TEST_F(LiveLoop, ARoundBeginsEveryFiveSecondsAndShowsItsFactsWhenTheyAreWhole) {
     EXPECT_EQ(paints, 2);
 }
 
-TEST_F(LiveLoop, AtTheEndOfARoundTheKernelSaysWhatTheCommandsDoNot) {
+TEST_F(LiveLoop, AtTheEndOfARoundTheKernelIsAsked) {
     at_first = Known::All;
     Run({[&] {
              at_first = Known::Part;
@@ -679,7 +679,7 @@ TEST_F(LiveLoop, AtTheEndOfARoundTheKernelSaysWhatTheCommandsDoNot) {
     EXPECT_EQ(log, (Texts{"forget", "ask", "ask", "kernel", "ask", "stop"}));
 }
 
-TEST_F(LiveLoop, ALateAnswerIsShownToo) {
+TEST_F(LiveLoop, ALateAnswerIsShown) {
     at_first = Known::All;
     Run({[&] {
              names = {"b"};
@@ -689,7 +689,7 @@ TEST_F(LiveLoop, ALateAnswerIsShownToo) {
     EXPECT_EQ(builds, 2);
 }
 
-TEST_F(LiveLoop, AKeyThatWaitsIsTakenBeforeNewRowsAreShown) {
+TEST_F(LiveLoop, AWaitingKeyIsHandledBeforeNewRowsAreShown) {
     at_first = Known::All;
     Run({[&] {
              at_first = Known::Nothing;

@@ -11,7 +11,7 @@
 
 namespace {
 
-TEST(ReadKey, AnEndingSignalGoesBeforeTheKeysBehindIt) {
+TEST(ReadKey, AnEndingSignalPrecedesLaterKeys) {
     const UnseenScreen screen;
     ASSERT_TRUE(screen.IsReady());
     const SavedSignalMask saved;
@@ -36,7 +36,7 @@ class Keyboard : public testing::Test {
     PlayedScreen screen;
 };
 
-TEST_F(Keyboard, TellsAnEscapeFromASequence) {
+TEST_F(Keyboard, DistinguishesEscapeFromASequence) {
     struct {
         std::string_view typed;
         std::vector<int> keys;
@@ -48,7 +48,7 @@ TEST_F(Keyboard, TellsAnEscapeFromASequence) {
         {"\x1b[1;99Px", {kUnknownKey, 'x'}},
         {"\x1b[[Ax", {kUnknownKey, 'x'}},  // F1 of the Linux console
         {"\x1bO5Px", {kUnknownKey, 'x'}},
-        {"\x1b[200~x", {kUnknownKey, 'x'}},  // a paste
+        {"\x1b[200~x", {kUnknownKey, 'x'}},  // a bracketed paste
         {"\x1b[\r", {kUnknownKey, '\r'}},
     };
     for (const auto& row : kCases) {
@@ -61,7 +61,7 @@ TEST_F(Keyboard, TellsAnEscapeFromASequence) {
     }
 }
 
-TEST_F(Keyboard, TheWaitEndsWithAMomentOrAnAnswer) {
+TEST_F(Keyboard, TheWaitEndsAtATimeOrWithAnAnswer) {
     const double now = MonotonicSeconds();
     screen.Play({[] {}});
     EXPECT_EQ(ReadKey({.until = now + 3}), ERR);
@@ -72,7 +72,7 @@ TEST_F(Keyboard, TheWaitEndsWithAMomentOrAnAnswer) {
     EXPECT_TRUE(screen.IsPlayed());
 }
 
-TEST_F(Keyboard, AWaitWithoutKeysLeavesThemWhereTheyAre) {
+TEST_F(Keyboard, AWaitWithoutKeysLeavesThemUnread) {
     screen.Play({screen.Keys("x")});
     AwaitWithoutKeys({.until = MonotonicSeconds() + 1});
     EXPECT_TRUE(InputIsWaiting());
@@ -80,10 +80,10 @@ TEST_F(Keyboard, AWaitWithoutKeysLeavesThemWhereTheyAre) {
     EXPECT_FALSE(InputIsWaiting());
 }
 
-TEST_F(Keyboard, KnowsWhetherAKeyIsTypedAndKeepsIt) {
+TEST_F(Keyboard, KnowsWhetherAKeyWasTypedAndKeepsIt) {
     EXPECT_FALSE(KeyIsTyped());
     screen.Mouse(1, 1, REPORT_MOUSE_POSITION);
-    EXPECT_FALSE(KeyIsTyped()) << "the mouse has only moved";
+    EXPECT_FALSE(KeyIsTyped()) << "a mouse movement is not a key";
     screen.Type("xy");
     EXPECT_TRUE(KeyIsTyped());
     EXPECT_TRUE(InputIsWaiting());
@@ -94,20 +94,20 @@ TEST_F(Keyboard, KnowsWhetherAKeyIsTypedAndKeepsIt) {
     EXPECT_EQ(ReadKey(), KEY_MOUSE);
 }
 
-TEST_F(Keyboard, DropsReportsOfTheMouseHavingMovedOnly) {
+TEST_F(Keyboard, DropsOnlyMouseMovements) {
     screen.Mouse(1, 1, REPORT_MOUSE_POSITION);
     EXPECT_EQ(ReadKey(), KEY_MOUSE);
     EXPECT_TRUE(DropMouseMotion());
     screen.Mouse(1, 1, BUTTON1_CLICKED);
     EXPECT_EQ(ReadKey(), KEY_MOUSE);
     EXPECT_FALSE(DropMouseMotion());
-    EXPECT_EQ(ReadKey(), KEY_MOUSE) << "it comes again";
+    EXPECT_EQ(ReadKey(), KEY_MOUSE) << "it must be read again";
     MEVENT event = {};
     EXPECT_EQ(getmouse(&event), OK);
     EXPECT_EQ(event.bstate, mmask_t{BUTTON1_CLICKED});
 }
 
-TEST_F(Keyboard, DropsAllThatIsTyped) {
+TEST_F(Keyboard, DropsAllTypedKeys) {
     screen.Type("xyz");
     EXPECT_TRUE(KeyIsTyped());
     DropKeys();
@@ -115,7 +115,7 @@ TEST_F(Keyboard, DropsAllThatIsTyped) {
     EXPECT_FALSE(KeyIsTyped());
 }
 
-TEST(EndProgram, EndsWithTheStatusWhereThereIsNoScreenYet) {
+TEST(EndProgram, EndsWithTheStatusBeforeThereIsAScreen) {
     EXPECT_EXIT(EndProgram(130), testing::ExitedWithCode(130), "");
     EXPECT_EXIT(EndProgram(1), testing::ExitedWithCode(1), "");
 }

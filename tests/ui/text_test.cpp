@@ -19,7 +19,7 @@ int PositionOf(const char* text, int wanted) {
     return found == nullptr ? kNowhere : static_cast<int>(found - text);
 }
 
-TEST(FindCharNocase, FindsTheFirstIgnoringCase) {
+TEST(FindCharNocase, FindsTheFirstMatchIgnoringCase) {
     struct {
         const char* text;
         int wanted;
@@ -44,7 +44,7 @@ TEST(FindCharNocase, FindsTheFirstIgnoringCase) {
     }
 }
 
-TEST(FindCharNocase, TakesBytesBeyondAscii) {
+TEST(FindCharNocase, HandlesBytesBeyondAscii) {
     EXPECT_EQ(PositionOf("\xe9t\xe9", 't'), 1);
     EXPECT_EQ(PositionOf("\xe9", 'e'), kNowhere);
 }
@@ -55,12 +55,12 @@ TEST(ColumnsOf, CountsColumnsNotBytes) {
     EXPECT_EQ(ColumnsOf(""), 0);
     EXPECT_EQ(ColumnsOf("eth0  Link active"), 17);
     EXPECT_EQ(ColumnsOf("a\tb\nc\x7f"), 6);
-    EXPECT_EQ(ColumnsOf("caf\xc3\xa9"), 5) << "two question marks";
+    EXPECT_EQ(ColumnsOf("caf\xc3\xa9"), 5) << "outside UTF-8, as two question marks";
     const Characters utf8("C.UTF-8");
     ASSERT_TRUE(utf8.available);
     EXPECT_EQ(ColumnsOf("caf\xc3\xa9"), 4);
     EXPECT_EQ(ColumnsOf("\xe6\x97\xa5\xe6\x9c\xac"), 4) << "wide characters";
-    EXPECT_EQ(ColumnsOf("e\xcc\x81t"), 2) << "an accent of its own";
+    EXPECT_EQ(ColumnsOf("e\xcc\x81t"), 2) << "a combining accent";
     EXPECT_EQ(ColumnsOf("\xff\x1b"), 2);
 }
 
@@ -79,7 +79,7 @@ TEST(FitColumns, PadsWithBlanksAndCutsAtTheWidth) {
         EXPECT_EQ(FitColumns(row.text, row.width), row.line) << row.text << row.width;
 }
 
-TEST(FitColumns, IsEmptyWhenThereIsNoWidth) {
+TEST(FitColumns, IsEmptyIfTheWidthIsZero) {
     for (int width : {0, -1, -80}) {
         EXPECT_EQ(FitColumns("abc", width), L"") << width;
         EXPECT_EQ(FitColumns("", width), L"") << width;
@@ -94,7 +94,7 @@ TEST(FitColumns, CountsColumnsNotBytes) {
         {"caf\xc3\xa9", 6, L"caf\u00e9  "},
         {"\xe6\x97\xa5\xe6\x9c\xac", 4, L"\u65e5\u672c"},
         {"\xe6\x97\xa5\xe6\x9c\xac", 5, L"\u65e5\u672c "},
-        // Half a character can't be shown: a blank stands there.
+        // Half of a wide character can't be shown: it becomes a blank.
         {"\xe6\x97\xa5\xe6\x9c\xac", 3, L"\u65e5 "},
         {"\xe6\x97\xa5z", 1, L" "},
         {"a\xe6\x97\xa5z", 2, L"a "},
@@ -129,7 +129,7 @@ TEST(FitColumns, AlwaysTakesExactlyItsWidth) {
 
 // ---- bytes ----
 
-TEST(WholeCharacters, CutsNoCharacterInHalf) {
+TEST(WholeCharacters, DoesNotSplitCharacters) {
     struct {
         std::string_view text;
         std::size_t most;
