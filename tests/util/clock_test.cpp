@@ -10,7 +10,7 @@ namespace {
 TEST(NowSeconds, IsTheWallClock) {
     using std::chrono::duration;
     using std::chrono::system_clock;
-    // gettimeofday cuts to microseconds; a double holds today's date to less than one.
+    // gettimeofday truncates to microseconds; a double holds today's date more precisely.
     constexpr double kMicrosecond = 2e-6;
     const double before = duration<double>(system_clock::now().time_since_epoch()).count();
     const double now = now_seconds();
@@ -19,7 +19,7 @@ TEST(NowSeconds, IsTheWallClock) {
     EXPECT_LE(now, after + kMicrosecond);
 }
 
-TEST(NowSeconds, TellsPartsOfASecond) {
+TEST(NowSeconds, IncludesFractionsOfASecond) {
     const double start = now_seconds();
     double now = start;
     while (now == start)
@@ -27,7 +27,7 @@ TEST(NowSeconds, TellsPartsOfASecond) {
     EXPECT_LT(now - start, 0.5);
 }
 
-TEST(MonotonicSeconds, IsTheClockThatNobodySets) {
+TEST(MonotonicSeconds, IsTheMonotonicClock) {
     const auto seconds = [] {
         timespec now = {};
         clock_gettime(CLOCK_MONOTONIC, &now);

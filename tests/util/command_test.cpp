@@ -22,9 +22,9 @@ namespace {
 
 using namespace std::string_literals;
 
-// ---- how a command starts ----
+// ---- the start of a command ----
 
-// A command that prints its own shell's entry in the process table.
+// A command that prints the entry of its own shell in /proc.
 constexpr const char* kOwnStatus = "while read -r line; do echo \"$line\"; done </proc/self/status";
 
 std::string OutputOfRunCommand(const std::string& command) {
@@ -71,7 +71,7 @@ constexpr Door kDoors[] = {{"RunCommand", OutputOfRunCommand},
                            {"StartCommand", OutputOfStartCommand},
                            {"FeedCommand", OutputOfFeedCommand}};
 
-// A set of signals in the process table's entry, as the kernel prints it: bit n - 1 for signal n.
+// A signal mask in the entry, as the kernel prints it: bit n - 1 for signal n.
 std::uint64_t SignalSet(const std::string& status, const std::string& name) {
     const std::size_t start = status.find(name + ":");
     if (start == std::string::npos) return ~std::uint64_t{0};
@@ -82,8 +82,8 @@ bool Contains(std::uint64_t set, int number) {
     return ((set >> (number - 1)) & 1U) != 0;
 }
 
-// A machine whose shell does nothing but print its entry in the process table. Real shells are of
-// little use to see how they were started: some put SIGCHLD right by themselves, others don't.
+// A machine whose shell only prints its entry in /proc. Real shells do not show how they were
+// started: some reset SIGCHLD themselves, others do not.
 Prepared EnterMachineWithTellingShell(const TemporaryFolder& folder) {
     const std::string shell = folder.File("sh", "#!/usr/bin/env -S cat /proc/self/status --\n");
     chmod(shell.c_str(), 0755);
@@ -93,7 +93,7 @@ Prepared EnterMachineWithTellingShell(const TemporaryFolder& folder) {
     return Prepared::kYes;
 }
 
-// The same doors without a real shell's redirections: what they give or show.
+// The ways to run a command, without the redirections of a real shell: their output.
 const Door kPlainDoors[] = {
     {"RunCommand",
      [](const std::string& command) {
@@ -111,7 +111,7 @@ const Door kPlainDoors[] = {
 
 constexpr int kDefaultSignals[] = {SIGCHLD, SIGINT, SIGQUIT, SIGPIPE, SIGXFSZ, SIGALRM};
 
-TEST(Command, StartsWithItsSignalsAtTheirDefaultsWhateverTheShell) {
+TEST(Command, StartsWithDefaultSignalsInAnyShell) {
     for (const Door& door : kPlainDoors) {
         SCOPED_TRACE(door.name);
         const TemporaryFolder folder;
@@ -121,13 +121,14 @@ TEST(Command, StartsWithItsSignalsAtTheirDefaultsWhateverTheShell) {
                               for (int number : kDefaultSignals)
                                   std::signal(number, SIG_IGN);
                               CloseSignalGate();
-                              // That shell complains of its arguments.
+                              // That shell complains about its arguments.
                               dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
                               const std::string output = door.output_of("true");
                               fwrite(output.data(), 1, output.size(), stdout);
                               return 0L;
                           });
-        if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its shell";
+        if (answer.prepared == Prepared::kRefused)
+            GTEST_SKIP() << "only root can replace the shell";
         const std::uint64_t ignored = SignalSet(answer.output, "SigIgn");
         for (int number : kDefaultSignals)
             EXPECT_FALSE(Contains(ignored, number)) << number;
@@ -135,7 +136,7 @@ TEST(Command, StartsWithItsSignalsAtTheirDefaultsWhateverTheShell) {
     }
 }
 
-TEST(Command, StartsWithNoSignalHeldBack) {
+TEST(Command, StartsWithNoSignalBlocked) {
     const SavedSignalMask saved;
     CloseSignalGate();
     sigset_t held;
@@ -156,7 +157,7 @@ TEST(Command, IsRunByTheShellExactlyAsWritten) {
     }
 }
 
-TEST(Command, LeavesTheProgramsOwnSignalsAsTheyWere) {
+TEST(Command, DoesNotChangeTheProgramsSignals) {
     const SignalAction child(SIGCHLD, SIG_IGN);
     const SignalAction interrupt(SIGINT, CountSignal);
     const SignalAction quit(SIGQUIT, CountSignal);
@@ -176,7 +177,7 @@ TEST(Command, LeavesTheProgramsOwnSignalsAsTheyWere) {
     }
 }
 
-// A pause that ends when the file is there, and after five seconds at the latest.
+// A pause that ends when the file exists, after five seconds at the latest.
 std::string UntilThere(const std::string& file) {
     return "n=0; while [ ! -e " + file + " ] && [ $n -lt 500 ]; do sleep 0.01; n=$((n + 1)); done";
 }
@@ -187,7 +188,7 @@ void MakeFile(int /*number*/) {
     close(open(file_made_by_signal.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
 }
 
-TEST(Command, EndingSignalsComeInWhileItRuns) {
+TEST(Command, EndingSignalsAreDeliveredWhileItRuns) {
     for (const Door& door : kDoors) {
         SCOPED_TRACE(door.name);
         const TemporaryFolder folder;
@@ -201,7 +202,7 @@ TEST(Command, EndingSignalsComeInWhileItRuns) {
     }
 }
 
-TEST(Command, IsWaitedForWhereTheKernelReapsChildren) {
+TEST(Command, IsWaitedForIfTheKernelReapsChildren) {
     const SignalAction child(SIGCHLD, SIG_IGN);
     for (const Door& door : kDoors) {
         SCOPED_TRACE(door.name);
@@ -211,7 +212,7 @@ TEST(Command, IsWaitedForWhereTheKernelReapsChildren) {
     }
 }
 
-TEST(Command, LeavesNoDeadChild) {
+TEST(Command, LeavesNoZombie) {
     for (const Door& door : kDoors) {
         SCOPED_TRACE(door.name);
         const Answer answer = AnswerInChild([] { return Prepared::kYes; },
@@ -238,13 +239,13 @@ TEST(Command, LeavesNoDescriptorOpen) {
 
 // ---- RunCommand ----
 
-TEST(RunCommand, InterruptAndQuitGoToTheCommandAlone) {
+TEST(RunCommand, InterruptAndQuitGoOnlyToTheCommand) {
     const SignalAction interrupt(SIGINT, CountSignal);
     const SignalAction quit(SIGQUIT, CountSignal);
     const SavedSignalMask saved;
     CloseSignalGate();
     signals_counted = 0;
-    // The command goes on only when it sees that the signals have been taken.
+    // The command continues only when it sees that the signals were delivered.
     RunCommand(
         "kill -INT $PPID; kill -QUIT $PPID; n=0; while [ $n -lt 500 ] && "
         "! grep -q '^ShdPnd:.0*$' /proc/$PPID/status; do sleep 0.01; n=$((n + 1)); done");
@@ -262,19 +263,20 @@ TEST(RunCommand, UsesTheProgramsOwnOutputs) {
     EXPECT_EQ(answer.output, "out\nerr\n");
 }
 
-TEST(RunCommand, ACommandThatCantBeStartedIsPassedOver) {
+TEST(RunCommand, IgnoresACommandThatCannotStart) {
     const TemporaryFolder empty;
     const Answer answer = AnswerInChild([&] { return EnterRoot(empty.path); },
                                         [] {
                                             RunCommand("echo out");
                                             return 1L;
                                         });
-    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its root";
+    if (answer.prepared == Prepared::kRefused)
+        GTEST_SKIP() << "only root can change its root folder";
     EXPECT_EQ(answer.value, 1);
     EXPECT_EQ(answer.output, "");
 }
 
-TEST(RunCommand, GivesTheRawWaitStatus) {
+TEST(RunCommand, ReturnsTheRawWaitStatus) {
     const SignalAction child(SIGCHLD, SIG_DFL);
     int status = RunCommand("exit 3");
     EXPECT_TRUE(WIFEXITED(status));
@@ -285,7 +287,7 @@ TEST(RunCommand, GivesTheRawWaitStatus) {
     EXPECT_EQ(RunCommand("true"), 0);
 }
 
-TEST(RunCommand, HasNoStatusWhereTheKernelReapsChildren) {
+TEST(RunCommand, HasNoStatusIfTheKernelReapsChildren) {
     const SignalAction child(SIGCHLD, SIG_IGN);
     EXPECT_EQ(RunCommand("true"), -1);
 }
@@ -307,11 +309,11 @@ TEST(StartCommand, DoesNotWait) {
     }
     EXPECT_EQ(running->output, "first\nlast\n");
     EXPECT_EQ(running->descriptor, -1);
-    EXPECT_TRUE(ReadAvailable(*running)) << "the output stays whole";
+    EXPECT_TRUE(ReadAvailable(*running)) << "the output must stay complete";
     waitpid(running->pid, nullptr, 0);
 }
 
-TEST(StartCommand, SeveralRunAtTheSameTime) {
+TEST(StartCommand, RunsSeveralInParallel) {
     const TemporaryFolder folder;
     const std::string a = folder.Path("a");
     const std::string b = folder.Path("b");
@@ -328,23 +330,24 @@ TEST(StartCommand, SeveralRunAtTheSameTime) {
     }
 }
 
-TEST(StartCommand, OneThatNeverStopsWritingIsReadInPiecesAndGivenUp) {
+TEST(StartCommand, EndlessOutputIsReadInPiecesAndAbandoned) {
     auto running = StartCommand("yes");
     ASSERT_TRUE(running.has_value());
     const pid_t pid = running->pid;
     pollfd output = {running->descriptor, POLLIN, 0};
     poll(&output, 1, -1);
     ASSERT_FALSE(ReadAvailable(*running));
-    EXPECT_LE(running->output.size(), std::size_t{1} << 20) << "a key has to wait";
+    EXPECT_LE(running->output.size(), std::size_t{1} << 20)
+        << "longer reading would make a key wait";
     while (!ReadAvailable(*running))
         poll(&output, 1, -1);
     EXPECT_EQ(running->descriptor, -1);
     EXPECT_LT(running->output.size(), std::size_t{17} << 20);
     int status = 0;
-    EXPECT_EQ(waitpid(pid, &status, 0), pid) << "it is ended, as nobody listens";
+    EXPECT_EQ(waitpid(pid, &status, 0), pid) << "it must end, because nobody reads its output";
 }
 
-// A shell that has written, and waits with a child that holds the pipe open, too.
+// A shell that has written its output, and waits with a child that also holds the pipe open.
 RunningCommand HangingCommand() {
     auto running = StartCommand("sleep 60 & echo up; wait");
     if (!running) std::abort();
@@ -353,7 +356,7 @@ RunningCommand HangingCommand() {
     return *running;
 }
 
-TEST(StartCommand, HasNoStandardInputAndAGroupOfItsOwn) {
+TEST(StartCommand, HasNoStandardInputAndItsOwnGroup) {
     EXPECT_EQ(OutputOfStartCommand("readlink /proc/self/fd/0"), "/dev/null\n");
     auto running = StartCommand("exec sleep 60");
     ASSERT_TRUE(running.has_value());
@@ -362,7 +365,7 @@ TEST(StartCommand, HasNoStandardInputAndAGroupOfItsOwn) {
     waitpid(running->pid, nullptr, 0);
 }
 
-TEST(StartCommand, TellsWhenItHasStarted) {
+TEST(StartCommand, RecordsWhenItStarted) {
     const double before = MonotonicSeconds();
     auto running = StartCommand("exit");
     ASSERT_TRUE(running.has_value());
@@ -372,7 +375,7 @@ TEST(StartCommand, TellsWhenItHasStarted) {
     waitpid(running->pid, nullptr, 0);
 }
 
-TEST(EndCommand, EndsTheCommandWithItsChildrenAndStopsListening) {
+TEST(EndCommand, KillsTheCommandWithItsChildrenAndClosesThePipe) {
     const SignalAction child(SIGCHLD, SIG_IGN);
     const int free_before = dup(STDERR_FILENO);
     close(free_before);
@@ -387,8 +390,8 @@ TEST(EndCommand, EndsTheCommandWithItsChildrenAndStopsListening) {
     EXPECT_TRUE(GroupEnds(running.pid));
 }
 
-// By then the number may be another process's.
-TEST(EndCommand, DoesNothingWhenAllHasBeenRead) {
+// By then the pid may belong to another process.
+TEST(EndCommand, DoesNothingOnceAllOutputWasRead) {
     const SignalAction child(SIGCHLD, SIG_IGN);
     auto running = StartCommand("exec >&-; exec sleep 60");
     ASSERT_TRUE(running.has_value());
@@ -402,7 +405,7 @@ TEST(EndCommand, DoesNothingWhenAllHasBeenRead) {
     EXPECT_TRUE(GroupEnds(running->pid));
 }
 
-TEST(EndAllCommands, EndsEveryCommandThatRunsBesideTheProgram) {
+TEST(EndAllCommands, KillsEveryBackgroundCommand) {
     const SignalAction child(SIGCHLD, SIG_IGN);
     RunningCommand first = HangingCommand();
     RunningCommand second = HangingCommand();
@@ -417,7 +420,7 @@ TEST(EndAllCommands, EndsEveryCommandThatRunsBesideTheProgram) {
 
 constexpr std::string_view kPassword = "Tr0ub4dor&3";
 
-TEST(FeedCommand, ReturnsTheStatusWhateverHappensToOtherChildren) {
+TEST(FeedCommand, ReturnsTheStatusDespiteOtherChildren) {
     for (auto handler : {SIG_DFL, SIG_IGN}) {
         const SignalAction child(SIGCHLD, handler);
         const auto other = StartCommand("exit 3");
@@ -435,13 +438,13 @@ TEST(FeedCommand, ReturnsTheStatusWhateverHappensToOtherChildren) {
     }
 }
 
-TEST(AskBeside, TellsWhatTheQuestionTells) {
+TEST(AskBeside, ReturnsTheAnswer) {
     const auto is_a = [](const char* subject) { return subject == std::string("a"); };
     EXPECT_TRUE(AskBeside(is_a, "a"));
     EXPECT_FALSE(AskBeside(is_a, "b"));
 }
 
-TEST(FeedCommand, TheTextIsTheCommandsInput) {
+TEST(FeedCommand, PassesTheTextAsStandardInput) {
     const TemporaryFolder folder;
     for (const std::string& text : {"pass word\n\0\xff"s, ""s, std::string(300'000, 'x')}) {
         FeedCommand("cat >" + folder.Path("input"), SecretOf(text));
@@ -449,15 +452,15 @@ TEST(FeedCommand, TheTextIsTheCommandsInput) {
     }
 }
 
-TEST(FeedCommand, TakesTheSecret) {
+TEST(FeedCommand, ConsumesTheSecret) {
     Secret secret = SecretOf("pass word");
     FeedCommand("cat >/dev/null", std::move(secret));
-    EXPECT_TRUE(secret.empty());  // NOLINT(bugprone-use-after-move): that is what is tested
+    EXPECT_TRUE(secret.empty());  // NOLINT(bugprone-use-after-move): this is the test
 }
 
-TEST(FeedCommand, TheTextIsGoneAsSoonAsTheCommandHasIt) {
+TEST(FeedCommand, TheTextIsErasedAsSoonAsTheCommandHasIt) {
     EXPECT_FALSE(StaysInMemory(kPassword, [] {
-        // When the program sleeps, it waits for the command's end.
+        // Once the program sleeps, it is waiting for the command to end.
         FeedCommand(
             "cat >/dev/null; until grep -q '^State:.S' /proc/$PPID/status; do :; done; "
             "kill -STOP $PPID",
@@ -465,7 +468,7 @@ TEST(FeedCommand, TheTextIsGoneAsSoonAsTheCommandHasIt) {
     }));
 }
 
-TEST(FeedCommand, TheTextIsGoneWhereThereIsNoShell) {
+TEST(FeedCommand, TheTextIsErasedIfThereIsNoShell) {
     const TemporaryFolder empty;
     EXPECT_FALSE(StaysInMemory(kPassword, [&] {
         Secret secret = SecretOf(kPassword);
@@ -474,7 +477,7 @@ TEST(FeedCommand, TheTextIsGoneWhereThereIsNoShell) {
     }));
 }
 
-TEST(FeedCommand, ACommandThatDoesNotReadEndsNothing) {
+TEST(FeedCommand, SurvivesACommandThatDoesNotRead) {
     const SavedSignalMask saved;
     const SignalAction counted(SIGPIPE, CountSignal);
     signals_counted = 0;
@@ -485,41 +488,42 @@ TEST(FeedCommand, ACommandThatDoesNotReadEndsNothing) {
 
 // ---- CommandOutput ----
 
-TEST(CommandOutput, GivesWhatTheCommandWrites) {
+TEST(CommandOutput, ReturnsTheStandardOutput) {
     EXPECT_EQ(CommandOutput("printf 'a\\nb\\000c'"), "a\nb\0c"s);
     EXPECT_EQ(CommandOutput("true"), "");
 }
 
-TEST(CommandOutput, GivesTheOutputOfACommandThatFails) {
+TEST(CommandOutput, ReturnsTheOutputOfAFailingCommand) {
     EXPECT_EQ(CommandOutput("echo a; exit 1"), "a\n");
     EXPECT_EQ(CommandOutput("/no/such/command"), "");
 }
 
-TEST(CommandOutput, TakesMoreThanAPipeHolds) {
+TEST(CommandOutput, ReadsMoreThanAPipeHolds) {
     const auto output = CommandOutput("head -c 1000000 /dev/zero | tr '\\0' x");
     ASSERT_TRUE(output.has_value());
     EXPECT_EQ(*output, std::string(1'000'000, 'x'));
 }
 
-TEST(CommandOutput, WaitsForWhatComesLater) {
+TEST(CommandOutput, WaitsForLateOutput) {
     EXPECT_EQ(CommandOutput("echo a; sleep 0.05; echo b"), "a\nb\n");
 }
 
-TEST(CommandOutput, DropsComplaints) {
+TEST(CommandOutput, DropsStandardError) {
     EXPECT_EQ(CommandOutput("readlink /proc/self/fd/2"), "/dev/null\n");
     EXPECT_EQ(CommandOutput("echo a; echo complaint >&2"), "a\n");
 }
 
-TEST(CommandOutput, GivesNothingWhereThereIsNoShell) {
+TEST(CommandOutput, ReturnsNothingIfThereIsNoShell) {
     const TemporaryFolder empty;
     const Answer answer =
         AnswerInChild([&] { return EnterRoot(empty.path); },
                       [] { return CommandOutput("echo a").has_value() ? 1L : 0L; });
-    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its root";
+    if (answer.prepared == Prepared::kRefused)
+        GTEST_SKIP() << "only root can change its root folder";
     EXPECT_EQ(answer.value, 0);
 }
 
-TEST(CommandOutput, GivesNothingWhereNoPipeCanBeMade) {
+TEST(CommandOutput, ReturnsNothingIfThereCanBeNoPipe) {
     const Answer answer = AnswerInChild([] { return Prepared::kYes; },
                                         [] {
                                             rlimit limit = {};
@@ -555,7 +559,7 @@ TEST(ShellWord, QuotesEverythingElse) {
     }
 }
 
-TEST(QuotedWord, QuotesEveryText) {
+TEST(QuotedWord, QuotesAnyText) {
     EXPECT_EQ(QuotedWord("eth0"), "'eth0'");
     EXPECT_EQ(QuotedWord(""), "''");
     EXPECT_EQ(QuotedWord("$HOME \"x\""), "'$HOME \"x\"'");
@@ -575,7 +579,7 @@ std::vector<std::string> HostileNames() {
     return names;
 }
 
-TEST(ShellWord, ReachesTheCommandAsOneWordWhateverIsInIt) {
+TEST(ShellWord, AnyTextReachesTheCommandAsOneWord) {
     std::string command = "printf '%s\\000'";
     std::string expected;
     for (const std::string& name : HostileNames()) {
@@ -587,7 +591,7 @@ TEST(ShellWord, ReachesTheCommandAsOneWordWhateverIsInIt) {
     EXPECT_EQ(CommandOutput(command), expected);
 }
 
-TEST(ShellWord, EachWordIsOne) {
+TEST(ShellWord, IsExactlyOneWord) {
     for (const char* name : {"", " ", "a b", "*", "'", "$(echo a b)", "a\nb"}) {
         EXPECT_EQ(CommandOutput("set -- " + ShellWord(name) + "; echo $#"), "1\n") << name;
     }
@@ -595,13 +599,13 @@ TEST(ShellWord, EachWordIsOne) {
 
 // ---- Pause ----
 
-TEST(Pause, LastsAtLeastThatLong) {
+TEST(Pause, LastsAtLeastAsLongAsRequested) {
     const double start = MonotonicSeconds();
     Pause(1);
     EXPECT_GE(MonotonicSeconds() - start, 1.0);
 }
 
-TEST(Pause, LastsAsLongWhenSignalsInterruptIt) {
+TEST(Pause, LastsAsLongDespiteSignals) {
     const SignalAction counted(SIGALRM, CountSignal);
     signals_counted = 0;
     itimerval often = {{0, 50'000}, {0, 50'000}};
@@ -615,7 +619,7 @@ TEST(Pause, LastsAsLongWhenSignalsInterruptIt) {
     EXPECT_GT(signals_counted, 0);
 }
 
-TEST(Pause, LetsEndingSignalsIn) {
+TEST(Pause, DeliversEndingSignals) {
     const SavedSignalMask saved;
     const SignalAction counted(SIGTERM, CountSignal);
     signals_counted = 0;

@@ -1,4 +1,4 @@
-// A test's own files, and commands of its own in the place of the system's.
+// Temporary files, and stand-ins for the system's commands.
 #pragma once
 
 #include <cstdlib>
@@ -10,12 +10,12 @@
 inline std::string ContentOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     std::ostringstream text;
-    // A file of a process that has just ended can be opened, but not read.
+    // A file of a process that has just exited can be opened, but not read.
     text << file.rdbuf();
     return text.str();
 }
 
-// A folder that is removed with all its content.
+// A folder that is removed with its contents.
 struct TemporaryFolder {
     TemporaryFolder() : path((std::filesystem::temp_directory_path() / "ifmenu.XXXXXX").string()) {
         if (mkdtemp(path.data()) == nullptr) std::abort();
@@ -29,7 +29,7 @@ struct TemporaryFolder {
 
     [[nodiscard]] std::string Path(const std::string& name) const { return path + "/" + name; }
 
-    // Writes a file and the folders on its way; returns its full path.
+    // Writes a file and creates its parent folders; returns its full path.
     std::string File(const std::string& name, const std::string& content) const {
         std::string file = Path(name);
         std::filesystem::create_directories(std::filesystem::path(file).parent_path());
@@ -40,8 +40,8 @@ struct TemporaryFolder {
     std::string path;
 };
 
-// A command that the shell finds before all others as long as the object lives. Its folder is its
-// own and can hold more.
+// A command that the shell finds first while the object lives. Its folder is private and can hold
+// other files.
 struct OwnCommand {
     OwnCommand(const std::string& name, const std::string& script) {
         const char* path = std::getenv("PATH");

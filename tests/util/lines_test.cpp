@@ -19,7 +19,7 @@ Pieces PiecesOf(std::string_view text, std::size_t size) {
     return pieces;
 }
 
-TEST(NextLine, LinesComeWithTheirLineFeeds) {
+TEST(NextLine, KeepsLineFeeds) {
     EXPECT_EQ(PiecesOf("a\nbc\n", 64), (Pieces{"a\n", "bc\n"}));
 }
 
@@ -31,7 +31,7 @@ TEST(NextLine, AnEmptyLineIsALine) {
     EXPECT_EQ(PiecesOf("\n\na\n\n", 64), (Pieces{"\n", "\n", "a\n", "\n"}));
 }
 
-TEST(NextLine, CarriageReturnsStay) {
+TEST(NextLine, KeepsCarriageReturns) {
     EXPECT_EQ(PiecesOf("a\r\nb\rc\n", 64), (Pieces{"a\r\n", "b\rc\n"}));
 }
 
@@ -46,11 +46,11 @@ TEST(NextLine, TheLineIsEmptyAtTheEndOfTheText) {
     EXPECT_EQ(line, "");
 }
 
-TEST(NextLine, ALineLongerThanTheBufferComesInPieces) {
+TEST(NextLine, ALineLongerThanTheBufferIsSplit) {
     EXPECT_EQ(PiecesOf("abcdefghij\nk", 5), (Pieces{"abcd", "efgh", "ij\n", "k"}));
 }
 
-TEST(NextLine, ALineFeedThatDoesNotFitIsAPieceOfItsOwn) {
+TEST(NextLine, ALineFeedThatDoesNotFitIsASeparatePiece) {
     EXPECT_EQ(PiecesOf("abcd\nef\n", 5), (Pieces{"abcd", "\n", "ef\n"}));
 }
 
@@ -74,7 +74,7 @@ Pieces PiecesOfFgets(std::string text, int size) {
     return pieces;
 }
 
-TEST(NextLine, ReadsATextAsFgetsReadsAFile) {
+TEST(NextLine, ReadsATextLikeFgetsReadsAFile) {
     std::mt19937 random(20);
     constexpr std::string_view kBytes("abc\n\0", 5);
     for (int round = 0; round < 2000; ++round) {
@@ -101,21 +101,21 @@ struct SplitLine {
     Pieces columns;
 };
 
-TEST(SplitColumns, ByBlanksAnyNumberOfThemSeparates) {
+TEST(SplitColumns, ByBlanksARunOfBlanksSeparates) {
     const SplitLine kCases[] = {
         {"", {}},
         {"a", {"a"}},
         {"a\tb c", {"a", "b", "c"}},
         {"a \t  \tb\t\tc", {"a", "b", "c"}},
-        // Blanks at the end make no column.
+        // Trailing blanks do not make a column.
         {"a b ", {"a", "b"}},
         {"a b\t \t", {"a", "b"}},
-        // The first column begins with the first character whatever it is.
+        // The first column starts at the first character, whatever it is.
         {" a b", {"", "a", "b"}},
         {"\t \ta", {"", "a"}},
         {" ", {""}},
         {"\t\t  ", {""}},
-        // Only blanks and tabs separate.
+        // Only blanks and tabs are separators.
         {"a\rb\nc\vd", {"a\rb\nc\vd"}},
         {"eth0\t00000000\t0100A8C0\t0003\t0\t0\t0\t00000000",
          {"eth0", "00000000", "0100A8C0", "0003", "0", "0", "0", "00000000"}},
@@ -124,7 +124,7 @@ TEST(SplitColumns, ByBlanksAnyNumberOfThemSeparates) {
         EXPECT_EQ(Split(row.line, Columns::ByBlanks), row.columns) << row.line;
 }
 
-TEST(SplitColumns, ByTabsEachOfThemSeparates) {
+TEST(SplitColumns, ByTabsEachTabSeparates) {
     const SplitLine kCases[] = {
         {"", {}},
         {"0\tmy home\tany\t[CURRENT]", {"0", "my home", "any", "[CURRENT]"}},
@@ -132,7 +132,7 @@ TEST(SplitColumns, ByTabsEachOfThemSeparates) {
         {"\thome", {"", "home"}},
         {"\t", {""}},
         {"\t\t", {"", ""}},
-        // A tab at the end gives no further column.
+        // A trailing tab does not add a column.
         {"0\thome\t", {"0", "home"}},
         {"  a  b  ", {"  a  b  "}},
     };
@@ -140,7 +140,7 @@ TEST(SplitColumns, ByTabsEachOfThemSeparates) {
         EXPECT_EQ(Split(row.line, Columns::ByTabs), row.columns) << row.line;
 }
 
-TEST(SplitColumns, WhatIsBeyondTheMostIsLeftOut) {
+TEST(SplitColumns, ExcessColumnsAreLeftOut) {
     for (const auto columns : {Columns::ByBlanks, Columns::ByTabs}) {
         EXPECT_EQ(Split("a\tb\tc", columns, 3), (Pieces{"a", "b", "c"}));
         EXPECT_EQ(Split("a\tb\tc", columns, 2), (Pieces{"a", "b"}));
@@ -165,7 +165,7 @@ TEST(SplitColumns, PointsIntoTheLine) {
 
 // ---- lines without their ends ----
 
-TEST(NextChompedLine, CutsLineEndsAndNothingElse) {
+TEST(NextChompedLine, CutsOnlyLineEnds) {
     std::string_view text = "a \r\n\r\nb\rc\n\nd";
     Pieces lines;
     std::string line;

@@ -1,4 +1,4 @@
-// Locales for tests. A text's characters depend on LC_CTYPE; everything starts in the C locale.
+// Locales for tests. LC_CTYPE determines the characters of a text; tests start in the C locale.
 #pragma once
 
 #include <clocale>
@@ -6,7 +6,7 @@
 
 #include "util/utility_fixtures.h"
 
-// The locale's characters, as long as the object lives.
+// Switches to the locale's characters while the object lives.
 struct Characters {
     explicit Characters(const char* locale)
         : available(std::setlocale(LC_CTYPE, locale) != nullptr) {}
@@ -17,7 +17,7 @@ struct Characters {
     bool available;
 };
 
-// The same with another character set than UTF-8, made for the occasion, as few systems have it
+// The same with a character set other than UTF-8, compiled for the test, since few systems have one
 // ready.
 struct MadeCharacters {
     explicit MadeCharacters(const std::string& territory, const std::string& set) {

@@ -1,4 +1,4 @@
-// The search for what stays of a secret in memory.
+// Searches memory for the remains of a secret.
 #pragma once
 
 #include <fcntl.h>
@@ -18,7 +18,7 @@
 #include <string>
 #include <string_view>
 
-// Whether the text begins there, its characters that many bytes apart.
+// Whether the text starts there, with its characters that many bytes apart.
 inline bool IsAt(const char* place, const char* end, std::string_view secret, std::ptrdiff_t step) {
     if (end - place < static_cast<std::ptrdiff_t>(secret.size()) * step) return false;
     for (char character : secret) {
@@ -28,9 +28,8 @@ inline bool IsAt(const char* place, const char* end, std::string_view secret, st
     return true;
 }
 
-// As bytes, or as the numbers in which curses hands out keys and characters. Takes the secret byte
-// by byte: the next search is in a copy of this memory, and what moves more at a time leaves
-// copies.
+// Searches for bytes, and for the numbers in which curses passes keys and characters. Compares byte
+// by byte: this memory will be searched itself, and larger moves leave copies.
 inline bool Holds(const std::string& memory, std::string_view secret) {
     const char* end = memory.data() + memory.size();
     const char* place = memory.data();
@@ -44,9 +43,9 @@ inline bool Holds(const std::string& memory, std::string_view secret) {
     return false;
 }
 
-// Whether the process's writable memory holds the secret.
+// Whether the writable memory of the process contains the secret.
 inline bool MemoryHolds(pid_t process, std::string_view secret) {
-    // A sanitizer's own notes about the memory are of a size that no program of ours has.
+    // The shadow memory of a sanitizer is larger than any mapping of our programs.
     constexpr std::uint64_t kLargestMapping = std::uint64_t{1} << 30;
     const std::string folder = "/proc/" + std::to_string(process);
     const int memory = open((folder + "/mem").c_str(), O_RDONLY | O_CLOEXEC);
@@ -66,16 +65,15 @@ inline bool MemoryHolds(pid_t process, std::string_view secret) {
         explicit_bzero(bytes.data(), bytes.size());
     }
     close(memory);
-    EXPECT_GT(looked_at, 100'000U) << "hardly any memory was looked at";
+    EXPECT_GT(looked_at, 100'000U) << "too little memory was searched";
     return holds;
 }
 
-// What stands before the secret in a block that is given back: the heap overwrites a block's first
-// bytes itself.
+// A filler before the secret in a freed block, whose first bytes the heap itself overwrites.
 constexpr std::string_view kOverwrittenByHeap = "0123456789abcdef";
 
-// Whether the secret, which must be a constant, is in the memory of a process that has done the
-// work, or has been stopped by it.
+// Whether the secret, which must be a constant, is in the memory of a process that has finished the
+// work or was stopped by it.
 inline bool StaysInMemory(std::string_view secret, const std::function<void()>& work) {
     const pid_t child = fork();
     if (child < 0) std::abort();
@@ -87,7 +85,7 @@ inline bool StaysInMemory(std::string_view secret, const std::function<void()>& 
     }
     int status = 0;
     waitpid(child, &status, WUNTRACED);
-    EXPECT_TRUE(WIFSTOPPED(status)) << "the work came to no end";
+    EXPECT_TRUE(WIFSTOPPED(status)) << "the work did not finish";
     const bool stays = MemoryHolds(child, secret);
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);

@@ -27,7 +27,7 @@ void ExpectShown(const std::vector<Shown>& rows) {
     }
 }
 
-// Every byte by itself must show as itself or as one question mark.
+// Each single byte must be shown unchanged or as one question mark.
 void ExpectEachByteShown(wchar_t (*shown_as)(int byte)) {
     for (int byte = 0; byte < 256; ++byte) {
         const std::string text(1, static_cast<char>(byte));
@@ -43,7 +43,7 @@ wchar_t AsciiOrQuestionMark(int byte) {
     return IsPrintableAscii(byte) ? static_cast<wchar_t>(byte) : L'?';
 }
 
-TEST(DisplayText, InTheCLocaleShowsAsciiOnly) {
+TEST(DisplayText, InTheCLocaleShowsOnlyAscii) {
     ExpectEachByteShown(AsciiOrQuestionMark);
     ExpectShown({
         {"", L""},
@@ -53,7 +53,7 @@ TEST(DisplayText, InTheCLocaleShowsAsciiOnly) {
     });
 }
 
-TEST(DisplayText, OnAUtf8TerminalShowsEveryCharacterAsItself) {
+TEST(DisplayText, OnAUtf8TerminalShowsCharactersUnchanged) {
     const Characters utf8("C.UTF-8");
     ASSERT_TRUE(utf8.available);
     ExpectEachByteShown(AsciiOrQuestionMark);
@@ -79,16 +79,16 @@ TEST(DisplayText, OnAUtf8TerminalNoControlCharacterPasses) {
     });
 }
 
-TEST(DisplayText, OnAUtf8TerminalEachByteThatIsNoCharacterIsAQuestionMark) {
+TEST(DisplayText, OnAUtf8TerminalAnInvalidByteIsAQuestionMark) {
     const Characters utf8("C.UTF-8");
     ASSERT_TRUE(utf8.available);
     ExpectShown({
         {"caf\xe9!", L"caf?!"},
-        {"\xe6\x97", L"??"},           // a character cut in half at the end
+        {"\xe6\x97", L"??"},           // an incomplete character at the end
         {"\xe6\x97z", L"??z"},         // and in the middle
         {"\xc0\xaf", L"??"},           // an overlong slash
         {"\xed\xa0\x80", L"???"},      // half of a surrogate pair
-        {"\xff\xc3\xa9", L"?\u00e9"},  // what follows is read again
+        {"\xff\xc3\xa9", L"?\u00e9"},  // the next character is read again
     });
 }
 
@@ -100,7 +100,7 @@ wchar_t Latin1OrQuestionMark(int byte) {
 
 TEST(DisplayText, OnALatin1TerminalShowsItsCharacters) {
     const Latin1Characters latin1;
-    if (!latin1.available) GTEST_SKIP() << "localedef can't make ISO-8859-1 here";
+    if (!latin1.available) GTEST_SKIP() << "localedef can't create ISO-8859-1 on this system";
     ExpectEachByteShown(Latin1OrQuestionMark);
     ExpectShown({
         {"caf\xe9", L"caf\u00e9"},
@@ -111,7 +111,7 @@ TEST(DisplayText, OnALatin1TerminalShowsItsCharacters) {
     });
 }
 
-// ---- what hides text or turns it around ----
+// ---- characters that hide or reorder text ----
 
 std::string Utf8Of(char32_t character) {
     std::string bytes;
@@ -128,7 +128,7 @@ bool IsHidden(char32_t character) {
     return DisplayText(Utf8Of(character)) == L"?";
 }
 
-TEST(DisplayText, WhatHidesTextOrTurnsItAroundIsAQuestionMark) {
+TEST(DisplayText, CharactersThatHideOrReorderTextAreQuestionMarks) {
     const Characters utf8("C.UTF-8");
     ASSERT_TRUE(utf8.available);
     const std::vector<char32_t> hidden = {
@@ -158,7 +158,7 @@ TEST(DisplayText, WhatHidesTextOrTurnsItAroundIsAQuestionMark) {
         EXPECT_FALSE(IsHidden(character)) << std::hex << static_cast<unsigned>(character);
 }
 
-// The characters of a file of the Unicode Character Database whose second or third field is this.
+// The characters in a file of the Unicode Character Database whose second or third field is this.
 std::vector<char32_t> CharactersOf(const std::string& path, const std::string& wanted) {
     std::vector<char32_t> characters;
     std::ifstream file(path);
@@ -185,10 +185,10 @@ std::vector<char32_t> CharactersOf(const std::string& path, const std::string& w
     return characters;
 }
 
-TEST(DisplayText, HidesWhatTheUnicodeCharacterDatabaseSaysHidesText) {
+TEST(DisplayText, ReplacesTheHidingCharactersOfTheUnicodeDatabase) {
     const std::string folder = "/usr/share/unicode/";
     if (!std::filesystem::exists(folder + "UnicodeData.txt"))
-        GTEST_SKIP() << "no Unicode Character Database here";
+        GTEST_SKIP() << "no Unicode Character Database on this system";
     const Characters utf8("C.UTF-8");
     ASSERT_TRUE(utf8.available);
     const auto format = CharactersOf(folder + "UnicodeData.txt", "Cf");
@@ -211,9 +211,9 @@ bool HasControlByte(const std::string& text) {
     });
 }
 
-// In KOI8-R the bytes from 0x80 to 0x9f are lines and blocks, in GB18030 parts of characters: a
-// terminal with another character set reads controls.
-TEST(PrintableText, OutsideUtf8NoByteIsAControlToAnyTerminal) {
+// In KOI8-R the bytes from 0x80 to 0x9f are lines and blocks, in GB18030 parts of characters; but a
+// terminal with another character set takes them for control characters.
+TEST(PrintableText, OutsideUtf8NoByteControlsAnyTerminal) {
     constexpr struct {
         const char* territory;
         const char* set;
@@ -221,7 +221,8 @@ TEST(PrintableText, OutsideUtf8NoByteIsAControlToAnyTerminal) {
     for (const auto& [territory, set] : kSets) {
         SCOPED_TRACE(set);
         const MadeCharacters characters(territory, set);
-        if (!characters.available) GTEST_SKIP() << "localedef can't make " << set << " here";
+        if (!characters.available)
+            GTEST_SKIP() << "localedef can't create " << set << " on this system";
         for (int first = 0; first < 256; first++) {
             for (int second = 0; second < 256; second++) {
                 const std::string text = {static_cast<char>(first), static_cast<char>(second)};
@@ -232,24 +233,24 @@ TEST(PrintableText, OutsideUtf8NoByteIsAControlToAnyTerminal) {
     }
 }
 
-TEST(PrintableText, OutsideUtf8OtherCharactersAreThemselves) {
+TEST(PrintableText, OutsideUtf8OtherCharactersAreUnchanged) {
     const auto same = [](const std::string& text) { return PrintableText(text) == text; };
     {
         const MadeCharacters koi8("ru_RU", "KOI8-R");
-        if (!koi8.available) GTEST_SKIP() << "localedef can't make KOI8-R here";
+        if (!koi8.available) GTEST_SKIP() << "localedef can't create KOI8-R on this system";
         EXPECT_TRUE(same("\xf3\xd4\xd5\xc4\xc9\xd1"));
         EXPECT_EQ(PrintableText("\x80\x9b\xf3"), "??\xf3");
         EXPECT_EQ(DisplayText("\x9b"), L"?");
     }
     const MadeCharacters gb18030("zh_CN", "GB18030");
-    if (!gb18030.available) GTEST_SKIP() << "localedef can't make GB18030 here";
+    if (!gb18030.available) GTEST_SKIP() << "localedef can't create GB18030 on this system";
     EXPECT_TRUE(same("\xd6\xd0\xce\xc4"));
     EXPECT_EQ(PrintableText("\x9b\x9b\xd6\xd0"), "?\xd6\xd0");
 }
 
-// ---- the same as bytes ----
+// ---- as bytes ----
 
-TEST(PrintableText, APrintableTextIsItself) {
+TEST(PrintableText, APrintableTextIsUnchanged) {
     for (const char* text : {"", "eth0", "a b  c"})
         EXPECT_EQ(PrintableText(text), text);
     const Characters utf8("C.UTF-8");
@@ -258,7 +259,7 @@ TEST(PrintableText, APrintableTextIsItself) {
         EXPECT_EQ(PrintableText(text), text);
 }
 
-TEST(PrintableText, WhatIsNotShownIsAQuestionMark) {
+TEST(PrintableText, UnprintableCharactersAreQuestionMarks) {
     EXPECT_EQ(PrintableText("a\x1b[2J\r\n"), "a?[2J??");
     EXPECT_EQ(PrintableText("caf\xc3\xa9"), "caf??");
     const Characters utf8("C.UTF-8");
@@ -269,11 +270,11 @@ TEST(PrintableText, WhatIsNotShownIsAQuestionMark) {
 
 TEST(PrintableText, OnALatin1TerminalShowsItsCharacters) {
     const Latin1Characters latin1;
-    if (!latin1.available) GTEST_SKIP() << "localedef can't make ISO-8859-1 here";
+    if (!latin1.available) GTEST_SKIP() << "localedef can't create ISO-8859-1 on this system";
     EXPECT_EQ(PrintableText("caf\xe9\x9b\xff"), "caf\xe9?\xff");
 }
 
-TEST(Say, WritesToStandardErrorAsItStands) {
+TEST(Say, WritesToStandardErrorUnchanged) {
     EXPECT_EXIT(
         {
             Say({});

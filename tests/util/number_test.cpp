@@ -17,20 +17,20 @@ TEST(ParseNumber, ReadsTheLeadingDigits) {
     }
 }
 
-TEST(ParseNumber, ATextWithoutDigitsIsNone) {
+TEST(ParseNumber, ATextWithoutDigitsIsNotANumber) {
     for (const char* text : {"", " ", "x1", "-", "+", "+-1", "-+1", "- 1", "--1", "FAIL"})
         EXPECT_EQ(ParseNumber(text), std::nullopt) << text;
     EXPECT_EQ(ParseNumber("\0001"s), std::nullopt);
 }
 
-TEST(ParseNumber, ANumberBeyondAnIntIsNone) {
+TEST(ParseNumber, ANumberThatDoesNotFitAnIntIsNone) {
     for (const char* text : {"2147483648", "-2147483649", "4294967296", "4294967297",
                              "18446744073709551617", "99999999999999999999999999 1"}) {
         EXPECT_EQ(ParseNumber(text), std::nullopt) << text;
     }
 }
 
-TEST(ParseNumber, EndsWithItsText) {
+TEST(ParseNumber, DoesNotReadBeyondItsText) {
     EXPECT_EQ(ParseNumber(std::string_view("123456").substr(0, 3)), 123);
 }
 

@@ -1,4 +1,4 @@
-// Whether the processes of a group, a command with all that it has started, still run.
+// Whether the processes of a group (a command and everything it started) are still running.
 #pragma once
 
 #include <unistd.h>

@@ -1,5 +1,5 @@
-// Made-up input for the tests of properties: what must hold of every text is tried with many. Each
-// run makes another input; one that fails says which number makes the same again:
+// Random input for property tests, which check many texts. Each run uses different input; a failing
+// test prints the number that reproduces it:
 //
 //     ifmenu_unit_tests --gtest_filter=NAME --gtest_random_seed=NUMBER
 #pragma once
@@ -19,7 +19,7 @@ class Random {
           trace_(__FILE__, __LINE__, "made again by --gtest_random_seed=" + std::to_string(seed_)) {
     }
 
-    // 0 to limit - 1.
+    // From 0 to limit - 1.
     int Below(int limit) { return std::uniform_int_distribution<>(0, limit - 1)(engine_); }
     bool OneIn(int count) { return Below(count) == 0; }
 
@@ -28,7 +28,7 @@ class Random {
         return choices[static_cast<std::size_t>(Below(static_cast<int>(std::size(choices))))];
     }
 
-    // A text of up to `most` bytes, none of them among those.
+    // A text of up to `most` bytes, without any of those excluded.
     std::string Text(int most, std::string_view without = {}) {
         std::string text;
         for (int length = Below(most + 1); length > 0; --length) {
@@ -38,7 +38,7 @@ class Random {
         return text;
     }
 
-    // Lines made of those words and of bytes of any kind, with ends of any kind.
+    // Lines made of those words and of any bytes, with any line ends.
     template <typename Words>
     std::string Lines(int most, const Words& words) {
         static constexpr std::string_view kEnds[] = {"\n", "\n", "\n", "\r\n", "\r\r\n", "\n\n"};
@@ -62,7 +62,7 @@ class Random {
         return one;
     }
 
-    // Blanks and signs often, bytes of any kind now and then.
+    // Mostly blanks and punctuation, sometimes any byte.
     char Byte() {
         static constexpr std::string_view kSigns = "  \t=#:;'\"\\$`()[]/.,-_019azAZ\r\n";
         return OneIn(4) ? static_cast<char>(Below(256)) : OneOf(kSigns);

@@ -9,7 +9,7 @@ namespace {
 
 using namespace std::string_literals;
 
-TEST(ReadWholeFile, GivesEveryByte) {
+TEST(ReadWholeFile, ReturnsEveryByte) {
     const TemporaryFolder folder;
     const std::string content = "a\n\0b\r\n\xff"s;
     EXPECT_EQ(ReadWholeFile(folder.File("f", content).c_str()), content);
@@ -23,27 +23,27 @@ TEST(ReadWholeFile, ReadsALargeFileToItsEnd) {
     EXPECT_EQ(ReadWholeFile(folder.File("f", content).c_str()), content);
 }
 
-TEST(ReadWholeFile, ReadsFilesThatTellNoSize) {
+TEST(ReadWholeFile, ReadsFilesThatReportNoSize) {
     const auto text = ReadWholeFile("/proc/self/status");
     ASSERT_TRUE(text.has_value());
     EXPECT_NE(text->find("\nPid:\t" + std::to_string(getpid()) + "\n"), std::string::npos);
 }
 
-// The kernel gives such a file page by page, however large the buffer.
-TEST(ReadWholeFile, ReadsOnAfterAShortRead) {
+// The kernel returns such a file page by page, however large the buffer.
+TEST(ReadWholeFile, ContinuesAfterAShortRead) {
     const std::string text = ContentOf("/proc/crypto");
-    if (text.size() < 8192) GTEST_SKIP() << "too little to read on this system";
+    if (text.size() < 8192) GTEST_SKIP() << "the file is too short on this system";
     EXPECT_EQ(ReadWholeFile("/proc/crypto"), text);
 }
 
-TEST(ReadWholeFile, APipeInTheFilesPlaceHangsNothing) {
+TEST(ReadWholeFile, APipeInPlaceOfTheFileDoesNotBlock) {
     const TemporaryFolder folder;
     const std::string fifo = folder.Path("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     EXPECT_EQ(ReadWholeFile(fifo.c_str()).value_or(""), "");
 }
 
-TEST(ReadWholeFile, APipeWhoseWriterIsSilentHangsNothing) {
+TEST(ReadWholeFile, APipeWithASilentWriterDoesNotBlock) {
     const TemporaryFolder folder;
     const std::string fifo = folder.Path("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
@@ -60,15 +60,15 @@ TEST(ReadWholeFile, ReadsSixteenMebibytes) {
     EXPECT_EQ(ReadWholeFile(file.c_str()).value_or("").size(), kMost);
 }
 
-// Half of a file must not pass for all of it: it would be saved so.
-TEST(ReadWholeFile, AFileThatIsLongerGivesNothing) {
+// Half a file must not pass for the whole: a save would lose the rest.
+TEST(ReadWholeFile, ALongerFileReturnsNothing) {
     const TemporaryFolder folder;
     const std::string file = folder.File("f", std::string(kMost + 1, 'x'));
     EXPECT_EQ(ReadWholeFile(file.c_str()), std::nullopt);
     EXPECT_EQ(errno, EFBIG);
 }
 
-TEST(ReadWholeFile, AFileWithoutAnEndGivesNothing) {
+TEST(ReadWholeFile, AnEndlessFileReturnsNothing) {
     const TemporaryFolder folder;
     const std::string link = folder.Path("link");
     std::filesystem::create_symlink("/dev/zero", link);
@@ -76,17 +76,17 @@ TEST(ReadWholeFile, AFileWithoutAnEndGivesNothing) {
     EXPECT_EQ(errno, EFBIG);
 }
 
-TEST(ReadWholeFile, AnEmptyFileGivesAnEmptyText) {
+TEST(ReadWholeFile, AnEmptyFileReturnsAnEmptyText) {
     const TemporaryFolder folder;
     EXPECT_EQ(ReadWholeFile(folder.File("f", "").c_str()), "");
 }
 
-TEST(ReadWholeFile, AMissingFileGivesNothing) {
+TEST(ReadWholeFile, AMissingFileReturnsNothing) {
     const TemporaryFolder folder;
     EXPECT_EQ(ReadWholeFile(folder.Path("missing").c_str()), std::nullopt);
 }
 
-TEST(ReadWholeFile, AFolderGivesNothing) {
+TEST(ReadWholeFile, AFolderReturnsNothing) {
     const TemporaryFolder folder;
     EXPECT_EQ(ReadWholeFile(folder.path.c_str()), std::nullopt);
 }

@@ -1,12 +1,13 @@
-// Surroundings for the tests of saves: private mounts, and faults at any system call.
+// Environments for the tests of saves: private mounts, and faults at any system call.
 //
 //     const TemporaryFolder folder;
 //     const std::string path = folder.File("settings", "old\n");
 //     const Trial trial = RunWith({.at = 3, .error = EIO}, [&] { return SaveFile(path, "new\n");
 //     }); EXPECT_EQ(trial.ending, Ending::kRefused);
 //
-// The faults come from the kernel: the save runs in a child process whose file system calls the
-// kernel shows to this one first, which lets each pass, fails it, or kills the child instead.
+// The kernel injects the faults: the save runs in a child process, and the kernel reports each of
+// its file system calls to this process, which lets it pass, makes it fail, or kills the child
+// instead.
 #pragma once
 
 #include <fcntl.h>
@@ -68,7 +69,7 @@ inline ino_t InodeOf(const std::string& path) {
     return stat(path.c_str(), &about) == 0 ? about.st_ino : 0;
 }
 
-// Runs `question` in a child process and returns its answer; nothing when the child died.
+// Runs `question` in a child process and returns its answer; nothing if the child died.
 inline std::optional<std::string> AnswerOfChild(const std::function<std::string()>& question) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) std::abort();
@@ -93,8 +94,8 @@ inline std::optional<std::string> AnswerOfChild(const std::function<std::string(
     return answer;
 }
 
-// For a child: gives it mounts of its own, which end with it; an ordinary user gets them with a
-// user namespace, in which he is root. False when the system refuses.
+// For a child: gives it private mounts, which end with it. A user who is not root also gets a user
+// namespace, as its root. Returns false if the system refuses.
 inline bool EnterPrivateMounts() {
     const uid_t user = geteuid();
     const gid_t group = getegid();
@@ -123,8 +124,8 @@ inline void MakeReadOnly(const std::string& where) {
     if (mount(nullptr, where.c_str(), nullptr, kHow, nullptr) != 0) std::abort();
 }
 
-// A call that the kernel denies this process from now on, with an error: all of them, or those in
-// whose argument any of the flags is set.
+// A system call that the kernel from now on denies this process, with an error: always, or only if
+// the argument has one of the flags.
 struct Denied {
     int call = 0;
     int error = 0;
@@ -156,13 +157,13 @@ inline void Deny(const std::vector<Denied>& calls) {
     if (prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) std::abort();
 }
 
-// Files without a name, as some file systems don't have them.
+// O_TMPFILE, which some file systems lack.
 inline Denied UnnamedFiles() {
     constexpr unsigned kUnnamed = O_TMPFILE & ~O_DIRECTORY;
     return {.call = SYS_openat, .error = EOPNOTSUPP, .argument = 2, .flags = kUnnamed};
 }
 
-// What no file of a FAT disk has.
+// Calls that fail on a FAT file system.
 inline std::vector<Denied> OwnersAndModes() {
     return {{.call = SYS_fchown, .error = EPERM},
             {.call = SYS_fchmod, .error = EPERM},
@@ -174,14 +175,15 @@ inline std::vector<Denied> OwnersAndModes() {
 // ---- extended attributes ----
 
 constexpr const char* kAccessList = "system.posix_acl_access";
-constexpr const char* kHandedDown = "system.posix_acl_default";  // of a folder, to new files in it
+constexpr const char* kHandedDown =
+    "system.posix_acl_default";  // passed from a folder to new files in it
 
 struct AclEntry {
     uint16_t tag, rights;
     uint32_t id = 0xffffffff;
 };
 
-// An access control list as the kernel takes it.
+// An access control list in the kernel's format.
 inline std::string AccessList(const std::vector<AclEntry>& entries) {
     std::string bytes("\x02\0\0\0", 4);
     const auto append = [&](uint32_t number, int count) {
@@ -196,8 +198,8 @@ inline std::string AccessList(const std::vector<AclEntry>& entries) {
     return bytes;
 }
 
-// The owner writes, user 1234 reads, the group and all others do nothing. The mode is 0640: the
-// middle digit is the list's mask.
+// The owner may write, user 1234 may read, the group and others nothing. The mode is 0640, because
+// its middle digit is the list's mask.
 inline std::string OneMoreReader() {
     return AccessList({{0x01, 6}, {0x02, 4, 1234}, {0x04, 0}, {0x10, 4}, {0x20, 0}});
 }
@@ -223,8 +225,8 @@ inline void FillUp(const std::string& folder) {
 
 // ---- faults ----
 
-// What befalls the at-th file system call (from 0): the child is killed before the kernel carries
-// it out, or the call fails with `error` when that is not 0.
+// The fault at the at-th file system call (from 0): the call fails with `error` or, if that is 0,
+// the child is killed before the kernel executes the call.
 struct Fault {
     size_t at = 0;
     int error = 0;
@@ -234,14 +236,13 @@ enum class Ending { kSaved, kRefused, kKilled, kDied };
 
 struct Trial {
     Ending ending = Ending::kDied;
-    std::vector<int> calls;  // the system calls' numbers, also of the one that the fault hit
-    bool hit = false;        // whether there was such a call at all
+    std::vector<int> calls;  // the numbers of the system calls, including the one with the fault
+    bool hit = false;        // whether there were enough calls
 
     [[nodiscard]] int Last() const { return calls.empty() ? -1 : calls.back(); }
 };
 
-// The calls by which a program can do something to a file. Those that this processor does not have
-// are left out.
+// The calls by which a program can affect a file. Those that this architecture lacks are left out.
 inline const std::set<int>& FileCalls() {
     static const std::set<int> calls = {
 #ifdef SYS_open
@@ -310,8 +311,8 @@ inline bool IsUnlink(int call) {
     return call == SYS_unlinkat;
 }
 
-// For a child: from now on each file system call is shown to the holder of the returned descriptor,
-// but for writes to `report`. -1 when the kernel refuses.
+// For a child: from now on each file system call is reported to the holder of the returned
+// descriptor, except for writes to `report`. Returns -1 if the kernel refuses.
 inline int ShowFileCalls(int report) {
     constexpr auto kNumber = static_cast<unsigned>(offsetof(seccomp_data, nr));
     constexpr auto kFirst = static_cast<unsigned>(offsetof(seccomp_data, args[0]));
@@ -358,7 +359,7 @@ inline void MeetCalls(pid_t child, int process, int listener, const std::optiona
     }
 }
 
-// Runs the save in a child process with the fault.
+// Runs the save in a child process, with the fault.
 inline Trial RunWith(const std::optional<Fault>& fault, const std::function<bool()>& save) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) std::abort();
@@ -390,7 +391,7 @@ inline Trial RunWith(const std::optional<Fault>& fault, const std::function<bool
     return trial;
 }
 
-// Whether this kernel lets calls be met.
+// Whether this kernel supports injecting faults.
 inline bool FaultsWork() {
     const unsigned action = SECCOMP_RET_USER_NOTIF;
     return syscall(SYS_seccomp, SECCOMP_GET_ACTION_AVAIL, 0, &action) == 0;

@@ -10,13 +10,13 @@ namespace {
 
 using namespace faults;
 
-// The longer one first: a file that is only written over shows its end behind the new text.
+// The old content is longer, so that its end shows if a file is overwritten without being cut.
 const std::string kOld = "manage = 1\ndhcp = 0\nstatic ip = 192.0.2.1\ngateway = 192.0.2.254\n";
 const std::string kNew = "manage = 0\ndhcp = 1\nstatic ip = \nnat role = lan\n";
 
 using Names = std::set<std::string>;
 
-// ---- a save that nothing disturbs ----
+// ---- undisturbed saves ----
 
 TEST(SaveFile, ReplacesTheWholeContent) {
     const TemporaryFolder folder;
@@ -37,7 +37,7 @@ TEST(SaveFile, ANewFileGetsItsModeFromTheUmask) {
     umask(0);
     const std::string wide = folder.Path("wide");
     EXPECT_TRUE(SaveFile(wide, kNew));
-    EXPECT_EQ(umask(before), 0U) << "the umask is everybody's";
+    EXPECT_EQ(umask(before), 0U) << "the process's umask must not change";
     EXPECT_EQ(ModeOf(narrow), 0640U);
     EXPECT_EQ(ModeOf(wide), 0666U);
     EXPECT_EQ(ContentOf(narrow), kNew);
@@ -47,7 +47,8 @@ TEST(SaveFile, AnOldFileKeepsItsMode) {
     const TemporaryFolder folder;
     const std::string path = folder.File("settings", kOld);
     for (mode_t mode : {0600U, 0644U, 0666U, 0400U, 0755U, 04711U, 02770U}) {
-        if (mode > 0777 && geteuid() != 0) continue;  // only root writes without losing such bits
+        if (mode > 0777 && geteuid() != 0)
+            continue;  // only root can write without losing these bits
         ASSERT_EQ(chmod(path.c_str(), mode), 0);
         EXPECT_TRUE(SaveFile(path, kNew));
         EXPECT_EQ(ModeOf(path), mode);
@@ -55,7 +56,7 @@ TEST(SaveFile, AnOldFileKeepsItsMode) {
 }
 
 TEST(SaveFile, AnOldFileKeepsItsOwners) {
-    if (geteuid() != 0) GTEST_SKIP() << "only root may give a file away";
+    if (geteuid() != 0) GTEST_SKIP() << "only root can give a file away";
     const TemporaryFolder folder;
     const std::string path = folder.File("settings", kOld);
     ASSERT_EQ(chown(path.c_str(), 1234, 4321), 0);
@@ -66,13 +67,13 @@ TEST(SaveFile, AnOldFileKeepsItsOwners) {
     EXPECT_EQ(ContentOf(path), kNew);
 }
 
-// Whoever could not read the file still can't: the mask of an access control list is no right of
-// the group's.
+// Whoever could not read the file still can't: with an access control list, the group bits of the
+// mode are its mask, not the rights of the group.
 TEST(SaveFile, AnOldFileKeepsItsAccessControlListAndItsOtherAttributes) {
     const TemporaryFolder folder;
     const std::string path = folder.File("settings", kOld);
     if (!SetAttribute(path, kAccessList, OneMoreReader()))
-        GTEST_SKIP() << "no access control lists here";
+        GTEST_SKIP() << "no access control lists on this system";
     ASSERT_EQ(ModeOf(path), 0640U);
     const bool has_others = SetAttribute(path, "user.origin", "by hand");
     EXPECT_TRUE(SaveFile(path, kNew));
@@ -85,22 +86,22 @@ TEST(SaveFile, AnOldFileKeepsItsAccessControlListAndItsOtherAttributes) {
     EXPECT_EQ(NamesIn(folder.path), Names{"settings"});
 }
 
-TEST(SaveFile, AnOldFileGetsNoRightsFromItsFolder) {
+TEST(SaveFile, AnOldFileInheritsNoRightsFromItsFolder) {
     const TemporaryFolder folder;
     const std::string path = folder.File("settings", kOld);
     ASSERT_EQ(chmod(path.c_str(), 0640), 0);
     if (!SetAttribute(folder.path, kHandedDown, OneMoreReader()))
-        GTEST_SKIP() << "no access control lists here";
+        GTEST_SKIP() << "no access control lists on this system";
     EXPECT_TRUE(SaveFile(path, kNew));
     EXPECT_EQ(AttributeOf(path, kAccessList), "none");
     EXPECT_EQ(ModeOf(path), 0640U);
 }
 
-TEST(SaveFile, WhatCannotBeKeptOfAFileStaysWithIt) {
+TEST(SaveFile, AFileIsOverwrittenIfItsAttributesCannotBeCopied) {
     const TemporaryFolder folder;
     const std::string path = folder.File("settings", kOld);
     if (!SetAttribute(path, kAccessList, OneMoreReader()))
-        GTEST_SKIP() << "no access control lists here";
+        GTEST_SKIP() << "no access control lists on this system";
     const ino_t inode = InodeOf(path);
     for (const int call : {SYS_fsetxattr, SYS_flistxattr, SYS_fgetxattr}) {
         const int error = call == SYS_fsetxattr ? EOPNOTSUPP : EPERM;
@@ -117,9 +118,10 @@ TEST(SaveFile, WhatCannotBeKeptOfAFileStaysWithIt) {
     }
 }
 
-// ---- a limit on the size of files ----
+// ---- file size limits ----
 
-// "saved" or "refused" where no file may have more bytes than that; "died" of the signal.
+// "saved" or "refused" with this limit on the size of files; "died" if the signal killed the
+// process.
 std::string SavedWithin(rlim_t bytes, const std::function<bool()>& save) {
     return AnswerOfChild([&] {
                const rlimit limit = {bytes, bytes};
@@ -143,7 +145,7 @@ TEST(SaveFile, ALimitOnTheSizeOfFilesKeepsTheOldFile) {
     EXPECT_EQ(ContentOf(path), kNew);
 }
 
-// The limit may be the operator's shell's; a command has its own way with the signal.
+// The limit may come from the operator's shell; commands handle the signal their own way.
 TEST(SaveFile, ALimitOnTheSizeOfFilesChangesNoSignal) {
     const TemporaryFolder folder;
     const std::string path = folder.File("settings", kOld);
@@ -161,12 +163,12 @@ TEST(SaveFile, ALimitOnTheSizeOfFilesChangesNoSignal) {
     EXPECT_EQ(answer, "saved");
 }
 
-// ---- a file system that knows no owners or modes ----
+// ---- a file system without owners and modes ----
 
 TEST(SaveFile, AFileWithoutOwnersAndModesIsReplaced) {
     const TemporaryFolder folder;
     const std::string path = folder.File("settings", kOld);
-    ASSERT_EQ(chmod(path.c_str(), 0600), 0);  // what a file gets here as others on their FAT disk
+    ASSERT_EQ(chmod(path.c_str(), 0600), 0);  // as every file on a FAT disk has
     const ino_t inode = InodeOf(path);
     const auto answer = AnswerOfChild([&] {
         Deny(OwnersAndModes());
@@ -178,7 +180,7 @@ TEST(SaveFile, AFileWithoutOwnersAndModesIsReplaced) {
     EXPECT_EQ(NamesIn(folder.path), Names{"settings"});
 }
 
-TEST(SaveFile, AFileWhoseModeCannotBeGivenIsWrittenInPlace) {
+TEST(SaveFile, AFileWhoseModeCannotBeSetIsWrittenInPlace) {
     const TemporaryFolder folder;
     const std::string path = folder.File("settings", kOld);
     ASSERT_EQ(chmod(path.c_str(), 0644), 0);
@@ -199,7 +201,7 @@ TEST(SaveFile, AFileWhoseModeCannotBeGivenIsWrittenInPlace) {
     }
 }
 
-TEST(SaveFile, ANewFileIsMadeWithoutOwnersAndModes) {
+TEST(SaveFile, ANewFileIsCreatedWithoutOwnersAndModes) {
     const TemporaryFolder folder;
     const std::string path = folder.Path("settings");
     const auto answer = AnswerOfChild([&] {
@@ -210,9 +212,9 @@ TEST(SaveFile, ANewFileIsMadeWithoutOwnersAndModes) {
     EXPECT_EQ(ContentOf(path), kNew);
 }
 
-// ---- what cut-short saves have left ----
+// ---- remains of interrupted saves ----
 
-TEST(SaveFile, RemovesWhatEarlierSavesHaveLeft) {
+TEST(SaveFile, RemovesWhatEarlierSavesHaveLeftBehind) {
     const TemporaryFolder folder;
     const std::string path = folder.File("settings", kOld);
     folder.File(".ifmenu-aB3xY9", "half");
@@ -230,7 +232,7 @@ TEST(SaveFile, RemovesWhatEarlierSavesHaveLeft) {
     EXPECT_EQ(ContentOf(path), kNew);
 }
 
-TEST(SaveFile, LeavesTheHalfMadeFileOfAnotherSaveToIt) {
+TEST(SaveFile, LeavesTheUnfinishedFileOfAnotherSaveAlone) {
     const TemporaryFolder folder;
     const std::string path = folder.File("settings", kOld);
     const std::string other = folder.File(".ifmenu-aB3xY9", "half");
@@ -243,7 +245,7 @@ TEST(SaveFile, LeavesTheHalfMadeFileOfAnotherSaveToIt) {
     EXPECT_FALSE(std::filesystem::exists(other));
 }
 
-TEST(SaveFile, APathWithoutAFolderIsInTheWorkingFolder) {
+TEST(SaveFile, APathWithoutAFolderIsRelativeToTheWorkingFolder) {
     const TemporaryFolder folder;
     const std::string before = std::filesystem::current_path();
     std::filesystem::current_path(folder.path);
@@ -256,11 +258,11 @@ TEST(SaveFile, APathWithoutAFolderIsInTheWorkingFolder) {
 // ---- links ----
 
 struct LinkCase {
-    const char* target;  // of the link "folder/link"; "/" at its start stands for the test's folder
-    const char* file;    // the file that the link leads to
+    const char* target;  // of the link "folder/link"; a leading "/" means the test's folder
+    const char* file;    // the target file
 };
 
-// The link is in a folder of its own, so that a relative target differs from the working folder's.
+// The link is in its own folder, so that a relative target is not relative to the working folder.
 void ExpectSavedThroughLink(const LinkCase& one, bool exists) {
     const TemporaryFolder folder;
     std::filesystem::create_directories(folder.Path("folder/below"));
@@ -294,12 +296,12 @@ TEST(SaveFile, ALinkStaysALinkToTheSavedFile) {
         ExpectSavedThroughLink(one, true);
 }
 
-TEST(SaveFile, ADanglingLinkGetsItsFile) {
+TEST(SaveFile, TheTargetOfADanglingLinkIsCreated) {
     for (const LinkCase& one : kLinkCases)
         ExpectSavedThroughLink(one, false);
 }
 
-TEST(SaveFile, AChainOfLinksIsFollowedToItsEnd) {
+TEST(SaveFile, AChainOfLinksIsFollowed) {
     const TemporaryFolder folder;
     std::filesystem::create_directories(folder.Path("one"));
     std::filesystem::create_directories(folder.Path("two/three"));
@@ -316,7 +318,7 @@ TEST(SaveFile, AChainOfLinksIsFollowedToItsEnd) {
     EXPECT_FALSE(std::filesystem::is_symlink(file));
 }
 
-TEST(SaveFile, AFolderBehindALinkIsReached) {
+TEST(SaveFile, ALinkToAFolderIsFollowed) {
     const TemporaryFolder folder;
     std::filesystem::create_directories(folder.Path("real/deep"));
     std::filesystem::create_directory_symlink("real/deep", folder.Path("etc"));
@@ -328,7 +330,7 @@ TEST(SaveFile, AFolderBehindALinkIsReached) {
     EXPECT_EQ(NamesIn(folder.path), (Names{"etc", "real"}));
 }
 
-TEST(SaveFile, LinksInACircleStay) {
+TEST(SaveFile, ALoopOfLinksIsLeftAlone) {
     const TemporaryFolder folder;
     const std::string itself = folder.Path("itself");
     const std::string other = folder.Path("other");
@@ -343,7 +345,7 @@ TEST(SaveFile, LinksInACircleStay) {
     EXPECT_EQ(NamesIn(folder.path), (Names{"another", "itself", "other"}));
 }
 
-TEST(SaveFile, ALinkIntoAMissingFolderStays) {
+TEST(SaveFile, ALinkIntoAMissingFolderIsLeftAlone) {
     const TemporaryFolder folder;
     const std::string link = folder.Path("link");
     std::filesystem::create_symlink("missing/settings", link);
@@ -352,9 +354,9 @@ TEST(SaveFile, ALinkIntoAMissingFolderStays) {
     EXPECT_EQ(NamesIn(folder.path), Names{"link"});
 }
 
-// ---- what is no plain file ----
+// ---- other kinds of file ----
 
-TEST(SaveFile, AFolderInThePlaceStays) {
+TEST(SaveFile, AFolderInPlaceOfTheFileIsLeftAlone) {
     const TemporaryFolder folder;
     const std::string path = folder.Path("settings");
     std::filesystem::create_directory(path);
@@ -365,7 +367,7 @@ TEST(SaveFile, AFolderInThePlaceStays) {
     EXPECT_EQ(NamesIn(path), Names{"inside"});
 }
 
-TEST(SaveFile, AMissingFolderIsNotMade) {
+TEST(SaveFile, AMissingFolderIsNotCreated) {
     const TemporaryFolder folder;
     EXPECT_FALSE(SaveFile(folder.Path("missing/settings"), kNew));
     EXPECT_EQ(NamesIn(folder.path), Names{});
@@ -386,7 +388,7 @@ TEST(SaveFile, ADeviceIsWrittenTo) {
     EXPECT_EQ(NamesIn(folder.path), Names{"pipe"});
 }
 
-TEST(SaveFile, ADeviceBehindALinkStaysADevice) {
+TEST(SaveFile, ALinkedDeviceStaysADevice) {
     const TemporaryFolder folder;
     const std::string null = folder.Path("null");
     const std::string full = folder.Path("full");
@@ -399,7 +401,7 @@ TEST(SaveFile, ADeviceBehindALinkStaysADevice) {
     EXPECT_EQ(NamesIn(folder.path), (Names{"full", "null"}));
 }
 
-TEST(SaveFile, APipeThatNobodyReadsDoesNotHang) {
+TEST(SaveFile, APipeWithoutAReaderDoesNotBlock) {
     const TemporaryFolder folder;
     const std::string path = folder.Path("pipe");
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
@@ -407,10 +409,10 @@ TEST(SaveFile, APipeThatNobodyReadsDoesNotHang) {
     EXPECT_TRUE(std::filesystem::is_fifo(path));
 }
 
-// ---- a kill at any moment ----
+// ---- killed saves ----
 
-// Kills saves, each one call later than the last, until one gets through, and has each result
-// looked at. Returns how many were killed.
+// Kills saves, each one call later than the previous, until one succeeds, and checks each result.
+// Returns how many were killed.
 size_t KillAtEveryCall(const std::function<void()>& prepare, const std::function<bool()>& save,
                        const std::function<void(const Trial&)>& look) {
     for (size_t at = 0;; at++) {
@@ -428,11 +430,11 @@ size_t KillAtEveryCall(const std::function<void()>& prepare, const std::function
 class SaveFileFaults : public testing::Test {
   protected:
     void SetUp() override {
-        if (!FaultsWork()) GTEST_SKIP() << "this kernel does not show calls to another process";
+        if (!FaultsWork()) GTEST_SKIP() << "this kernel can't report calls to another process";
     }
 
-    // Besides the file and a link to it there is at most the new file, under a name that no script
-    // looks at.
+    // Besides the file and a link to it there may only be the new file, under a name that scripts
+    // ignore.
     void ExpectOldOrNew(const std::string& context) {
         const std::string content = ContentOf(path_);
         EXPECT_TRUE(content == kOld || content == kNew) << context << ":\n" << content;
@@ -462,10 +464,10 @@ TEST_F(SaveFileFaults, AKillLeavesTheOldFileOrTheNewOne) {
         KillAtEveryCall([&] { StartAgain(); }, [&] { return SaveFile(path_, kNew); }, look);
     EXPECT_EQ(ContentOf(path_), kNew);
     EXPECT_GT(old, 0U);
-    EXPECT_LT(old, kills) << "kills behind the exchange leave the new file";
+    EXPECT_LT(old, kills) << "kills after the exchange must leave the new file";
 }
 
-TEST_F(SaveFileFaults, AKillLeavesNoPartOfAFileThatWasNotThere) {
+TEST_F(SaveFileFaults, AKillNeverLeavesPartOfANewFile) {
     const auto prepare = [&] {
         StartAgain();
         std::filesystem::remove(path_);
@@ -479,12 +481,12 @@ TEST_F(SaveFileFaults, AKillLeavesNoPartOfAFileThatWasNotThere) {
               0U);
 }
 
-// The new file has a name for as long as it takes to rename it.
-TEST_F(SaveFileFaults, AKillLeavesNothingElseButBetweenTheNewNameAndTheExchange) {
+// The new file has a name only while it is being renamed.
+TEST_F(SaveFileFaults, OnlyAKillBeforeTheExchangeLeavesAnotherFile) {
     const auto unnamed = AnswerOfChild([&] {
         return std::string(open(folder_.path.c_str(), O_TMPFILE | O_WRONLY, 0600) < 0 ? "" : "yes");
     });
-    if (unnamed != "yes") GTEST_SKIP() << "all files have names here";
+    if (unnamed != "yes") GTEST_SKIP() << "this file system has no unnamed files";
     size_t left = 0;
     const auto look = [&](const Trial& trial) {
         const bool is_clean = NamesIn(folder_.path) == Names{"settings"};
@@ -495,7 +497,7 @@ TEST_F(SaveFileFaults, AKillLeavesNothingElseButBetweenTheNewNameAndTheExchange)
     EXPECT_EQ(left, 1U);
 }
 
-TEST_F(SaveFileFaults, AKilledSaveLeavesNothingBehindTheNext) {
+TEST_F(SaveFileFaults, TheNextSaveCleansUpAfterAKilledOne) {
     for (const bool has_unnamed : {true, false}) {
         StartAgain();
         const auto save = [&] {
@@ -511,7 +513,7 @@ TEST_F(SaveFileFaults, AKilledSaveLeavesNothingBehindTheNext) {
     }
 }
 
-TEST_F(SaveFileFaults, AKillWhereAllFilesHaveNamesLeavesTheOldFileOrTheNewOne) {
+TEST_F(SaveFileFaults, WithoutUnnamedFilesAKillLeavesTheOldFileOrTheNewOne) {
     const auto save = [&] {
         Deny({UnnamedFiles()});
         return SaveFile(path_, kNew);
@@ -538,9 +540,9 @@ TEST_F(SaveFileFaults, AKillLeavesALinkToTheOldFileOrTheNewOne) {
               0U);
 }
 
-// A power cut keeps of a file what has been brought to the disk: the new file must be there whole
-// before it takes the old one's place, and the exchange itself before the save is done.
-TEST_F(SaveFileFaults, TheNewFileIsOnTheDiskBeforeItTakesThePlace) {
+// After a power cut a file has only what was written to the disk: the new file must be there
+// completely before it replaces the old one, and the exchange before the save returns.
+TEST_F(SaveFileFaults, TheNewFileIsOnDiskBeforeItReplacesTheOldOne) {
     for (bool exists : {true, false}) {
         StartAgain();
         if (!exists) std::filesystem::remove(path_);
@@ -556,7 +558,7 @@ TEST_F(SaveFileFaults, TheNewFileIsOnTheDiskBeforeItTakesThePlace) {
     }
 }
 
-// ---- a call that fails ----
+// ---- failing calls ----
 
 TEST_F(SaveFileFaults, AFailingCallLeavesTheOldFileOrTheNewOne) {
     size_t hits = 0;
@@ -584,7 +586,7 @@ TEST_F(SaveFileFaults, AFailingCallLeavesTheOldFileOrTheNewOne) {
     EXPECT_GT(hits, 9U);
 }
 
-TEST_F(SaveFileFaults, AFailingCallLeavesNothingWhereNothingWas) {
+TEST_F(SaveFileFaults, AFailingCallNeverLeavesPartOfANewFile) {
     for (int error : {EIO, ENOSPC, EACCES, EROFS}) {
         for (size_t at = 0;; at++) {
             StartAgain();
@@ -605,7 +607,7 @@ TEST_F(SaveFileFaults, AFailingCallLeavesNothingWhereNothingWas) {
     }
 }
 
-TEST_F(SaveFileFaults, AnInterruptedWriteGoesOn) {
+TEST_F(SaveFileFaults, AnInterruptedWriteIsContinued) {
     StartAgain();
     const Trial whole = RunWith({}, [&] { return SaveFile(path_, kNew); });
     const auto at = std::find_if(whole.calls.begin(), whole.calls.end(), IsWrite);
@@ -619,7 +621,7 @@ TEST_F(SaveFileFaults, AnInterruptedWriteGoesOn) {
     EXPECT_EQ(ContentOf(path_), kNew);
 }
 
-// ---- a save through a file of a given name ----
+// ---- saves through a given temporary file ----
 
 class SaveFileThroughFaults : public SaveFileFaults {
   protected:
@@ -629,7 +631,7 @@ class SaveFileThroughFaults : public SaveFileFaults {
     };
 };
 
-TEST_F(SaveFileThroughFaults, NothingDisturbed) {
+TEST_F(SaveFileThroughFaults, AnUndisturbedSaveReplacesTheFile) {
     for (bool leftover : {false, true}) {
         StartAgain();
         if (leftover) MakeFile(temporary_, std::string(9000, 'x'));
@@ -673,7 +675,7 @@ TEST_F(SaveFileThroughFaults, AFailingCallLeavesTheOldFileOrTheNewOne) {
                 << context;
             const bool saved = trial.ending == Ending::kSaved;
             EXPECT_EQ(ContentOf(path_), saved ? kNew : kOld) << context;
-            // Where it could not take the place, the new file waits beside the old one.
+            // If it could not replace the old file, the new file stays next to it.
             const bool waits = IsRename(trial.calls[at]);
             EXPECT_EQ(NamesIn(folder_.path),
                       waits ? (Names{"settings", "settings.tmp"}) : Names{"settings"})
@@ -690,7 +692,7 @@ TEST_F(SaveFileThroughFaults, AFailingCallLeavesTheOldFileOrTheNewOne) {
 class SaveFileDisks : public testing::Test {
   protected:
     void SetUp() override {
-        if (!PrivateMountsWork()) GTEST_SKIP() << "this system gives no private mounts";
+        if (!PrivateMountsWork()) GTEST_SKIP() << "this system refuses private mounts";
     }
 
     // The answer of a child with private mounts.
@@ -699,7 +701,7 @@ class SaveFileDisks : public testing::Test {
             .value_or("died");
     }
 
-    // "saved" or "refused", the mode and the content of the file after a save.
+    // "saved" or "refused", and the mode and content of the file after a save.
     static std::string SavedText(const std::string& path, const std::string& text) {
         const std::string word = SaveFile(path, text) ? "saved" : "refused";
         char mode[16];
@@ -723,7 +725,7 @@ TEST_F(SaveFileDisks, AFullDiskKeepsTheOldFile) {
     EXPECT_EQ(answer, "refused 640 " + kOld);
 }
 
-TEST_F(SaveFileDisks, AFullDiskMakesNoEmptyFile) {
+TEST_F(SaveFileDisks, AFullDiskLeavesNoEmptyFile) {
     const std::string answer = Inside([&] {
         MountTmpfs(folder_.path, "size=64k");
         FillUp(folder_.path);
@@ -734,8 +736,8 @@ TEST_F(SaveFileDisks, AFullDiskMakesNoEmptyFile) {
     EXPECT_EQ(answer, "refused 1");
 }
 
-// From a disk with room for nothing to one with room for everything, block by block.
-TEST_F(SaveFileDisks, ADiskThatFillsUpOnTheWayKeepsTheOldFile) {
+// From a disk without any free space to one with enough, block by block.
+TEST_F(SaveFileDisks, ADiskThatFillsUpKeepsTheOldFile) {
     const std::string text(size_t{5} * 4096, 'n');
     size_t saved = 0;
     size_t refused = 0;
@@ -750,12 +752,12 @@ TEST_F(SaveFileDisks, ADiskThatFillsUpOnTheWayKeepsTheOldFile) {
         if (answer == "saved 644 " + text.substr(0, 5000 - 10) + "1") saved++;
     }
     EXPECT_EQ(saved + refused, 8U);
-    EXPECT_EQ(refused, 5U) << "one block is the old file's";
+    EXPECT_EQ(refused, 5U) << "the old file takes one block";
 }
 
 TEST_F(SaveFileDisks, ADiskWithoutRoomForAnotherFileKeepsTheOldOne) {
     const std::string answer = Inside([&] {
-        MountTmpfs(folder_.path, "size=64k,nr_inodes=2");  // the folder and one file
+        MountTmpfs(folder_.path, "size=64k,nr_inodes=2");  // for the folder and one file
         MakeFile(path_, kOld);
         return SavedText(path_, kNew);
     });
@@ -773,7 +775,7 @@ TEST_F(SaveFileDisks, AReadOnlyDiskKeepsTheOldFile) {
     EXPECT_EQ(answer, "refused 644 " + kOld);
 }
 
-TEST_F(SaveFileDisks, AFileThatIsAMountOfItsOwnIsWritten) {
+TEST_F(SaveFileDisks, AFileThatIsAMountPointIsWritten) {
     MakeFile(path_, kOld);
     chmod(path_.c_str(), 0640);
     for (const std::string& text : {kNew, std::string("short\n"), std::string(20000, 'n'), kOld}) {
@@ -789,7 +791,7 @@ TEST_F(SaveFileDisks, AFileThatIsAMountOfItsOwnIsWritten) {
     }
 }
 
-TEST_F(SaveFileDisks, AMountOfItsOwnKeepsItsContentUnderALimit) {
+TEST_F(SaveFileDisks, AMountPointKeepsItsContentUnderALimit) {
     MakeFile(path_, kOld);
     for (const size_t limit : {size_t{0}, kNew.size(), kOld.size() - 1}) {
         const std::string answer = Inside([&] {
@@ -817,7 +819,7 @@ TEST_F(SaveFileDisks, AWritableFileInAReadOnlyFolderIsWritten) {
     }
 }
 
-TEST_F(SaveFileDisks, AMountOfItsOwnOnAFullDiskKeepsTheOldContentOrGetsTheNew) {
+TEST_F(SaveFileDisks, AMountPointOnAFullDiskHasTheOldContentOrTheNew) {
     const std::string big(9000, 'n');
     for (const std::string& text : {kNew, big}) {
         const std::string answer = Inside([&] {
@@ -831,9 +833,10 @@ TEST_F(SaveFileDisks, AMountOfItsOwnOnAFullDiskKeepsTheOldContentOrGetsTheNew) {
     }
 }
 
-// Root may write everywhere. For anybody else a folder may be closed while the file is open.
+// Root may write everywhere. For other users a folder may be closed although the file is open to
+// them.
 TEST_F(SaveFileDisks, AFileInAClosedFolderIsWritten) {
-    if (geteuid() != 0) GTEST_SKIP() << "made for root, who can become somebody else";
+    if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
     MakeFile(path_, kOld);
     ASSERT_EQ(chown(path_.c_str(), 65534, 65534), 0);
     ASSERT_EQ(chmod(folder_.path.c_str(), 0755), 0);
@@ -847,10 +850,10 @@ TEST_F(SaveFileDisks, AFileInAClosedFolderIsWritten) {
     EXPECT_EQ(OwnersOf(path_), "65534:65534");
 }
 
-// Overwritten in place, the file has the old or the new settings at any moment; behind the new ones
-// there may be empty lines, which no reader of settings minds.
-TEST_F(SaveFileDisks, AKillLeavesAMountOfItsOwnWithOldOrNewSettings) {
-    if (!FaultsWork()) GTEST_SKIP() << "this kernel does not show calls to another process";
+// A file overwritten in place has the old or the new settings at any moment; after the new ones
+// there may be empty lines, which every reader ignores.
+TEST_F(SaveFileDisks, AKillLeavesAMountPointWithOldOrNewSettings) {
+    if (!FaultsWork()) GTEST_SKIP() << "this kernel can't report calls to another process";
     for (const std::string& text : {kOld + kNew, kNew, std::string("manage = 0\n")}) {
         const auto answer = AnswerOfChild([&] {
             if (!EnterPrivateMounts()) return std::string("no mounts");

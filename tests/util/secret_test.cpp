@@ -19,7 +19,7 @@ Secret Typed() {
     return secret;
 }
 
-TEST(Secret, HoldsWhatIsAppendedAsFarAsThereIsRoom) {
+TEST(Secret, HoldsAppendedTextUpToItsSize) {
     Secret secret(5);
     EXPECT_TRUE(secret.empty());
     secret.Append("ab");
@@ -46,7 +46,7 @@ TEST(Secret, DropsItsLastByteAndOverwritesIt) {
     EXPECT_STREQ(secret.c_str(), "ac");
 }
 
-TEST(Secret, LivesInOnePlace) {
+TEST(Secret, StaysAtOneAddress) {
     Secret secret = Typed();
     const char* place = secret.c_str();
     const Secret other = std::move(secret);
@@ -54,10 +54,10 @@ TEST(Secret, LivesInOnePlace) {
     EXPECT_TRUE(other.text().ends_with(kText));
 }
 
-TEST(Secret, WhatItWasTakenFromIsEmptyAndHasNoRoom) {
+TEST(Secret, AMovedFromSecretIsEmptyAndHasNoRoom) {
     Secret secret = Typed();
     const Secret other = std::move(secret);
-    // NOLINTBEGIN(bugprone-use-after-move,clang-analyzer-cplusplus.Move): that is what is tested.
+    // NOLINTBEGIN(bugprone-use-after-move,clang-analyzer-cplusplus.Move): this is the test.
     secret.Append("more");
     secret.DropLast();
     EXPECT_TRUE(secret.empty());
@@ -72,10 +72,10 @@ TEST(Secret, IsInMemoryWhileItLives) {
         raise(SIGSTOP);
     }));
     EXPECT_TRUE(StaysInMemory(kText, [] { delete new std::string(kText.data(), 11); }))
-        << "what a text leaves is found";
+        << "the remains of a text must be found";
 }
 
-TEST(Secret, NothingIsLeftInMemory) {
+TEST(Secret, LeavesNothingInMemory) {
     const struct {
         const char* what;
         void (*work)();
@@ -104,7 +104,7 @@ TEST(Secret, NothingIsLeftInMemory) {
         EXPECT_FALSE(StaysInMemory(kText, row.work)) << row.what;
 }
 
-TEST(Secret, LetsNobodyDumpTheProgramWhileThereIsOne) {
+TEST(Secret, NobodyCanDumpTheProgramWhileThereIsOne) {
     const auto is_dumpable = [] { return prctl(PR_GET_DUMPABLE) == 1; };
     EXPECT_TRUE(is_dumpable());
     {

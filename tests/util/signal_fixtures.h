@@ -1,9 +1,9 @@
-// Signals in tests: a handler that counts, and the process's mask put back at the end.
+// Signals in tests: a handler that counts, and restoring the signal mask.
 #pragma once
 
 #include <csignal>
 
-// Puts the mask back as it was.
+// Restores the signal mask.
 struct SavedSignalMask {
     SavedSignalMask() : mask{} { sigprocmask(SIG_BLOCK, nullptr, &mask); }
     ~SavedSignalMask() { sigprocmask(SIG_SETMASK, &mask, nullptr); }

@@ -17,14 +17,14 @@ bool IsGated(int number) {
     return std::find(std::begin(kGated), std::end(kGated), number) != std::end(kGated);
 }
 
-TEST(SignalGate, GatesWhatEndsOrStopsTheProgramAndANewSize) {
+TEST(SignalGate, GatesSignalsThatEndStopOrResize) {
     const sigset_t signals = GatedSignals();
     for (int number = 1; number < SIGRTMIN; ++number) {
         EXPECT_EQ(sigismember(&signals, number) == 1, IsGated(number)) << number;
     }
 }
 
-TEST(SignalGate, HoldsSignalsBackUntilItOpens) {
+TEST(SignalGate, BlocksSignalsUntilItOpens) {
     for (int number : kGated) {
         SCOPED_TRACE(number);
         const SavedSignalMask saved;
@@ -40,7 +40,7 @@ TEST(SignalGate, HoldsSignalsBackUntilItOpens) {
     }
 }
 
-TEST(SignalGate, LetsSignalsInAsLongAsItIsOpen) {
+TEST(SignalGate, DeliversSignalsWhileItIsOpen) {
     const SavedSignalMask saved;
     const SignalAction counted(SIGTERM, CountSignal);
     signals_counted = 0;
@@ -56,7 +56,7 @@ TEST(SignalGate, LetsSignalsInAsLongAsItIsOpen) {
     EXPECT_EQ(signals_counted, 2);
 }
 
-TEST(SignalGate, IsAsItWasAfterOpening) {
+TEST(SignalGate, RestoresThePreviousStateAfterOpening) {
     const SavedSignalMask saved;
     CloseSignalGate();
     {
@@ -82,7 +82,7 @@ TEST(SignalGate, LeavesOtherSignalsAlone) {
     EXPECT_TRUE(IsBlocked(SIGUSR2));
 }
 
-TEST(PollWithOpenGate, LetsSignalsInThatWait) {
+TEST(PollWithOpenGate, DeliversPendingSignals) {
     const SavedSignalMask saved;
     const SignalAction counted(SIGINT, CountSignal);
     signals_counted = 0;
@@ -95,12 +95,12 @@ TEST(PollWithOpenGate, LetsSignalsInThatWait) {
     EXPECT_EQ(errno, EINTR);
     EXPECT_EQ(signals_counted, 1);
     raise(SIGINT);
-    EXPECT_EQ(signals_counted, 1) << "it is closed again";
+    EXPECT_EQ(signals_counted, 1) << "the gate must be closed again";
     PollWithOpenGate(nullptr, 0, 0);
     EXPECT_EQ(signals_counted, 2);
 }
 
-TEST(PollWithOpenGate, TellsWhatIsReady) {
+TEST(PollWithOpenGate, ReportsReadyDescriptors) {
     const SavedSignalMask saved;
     CloseSignalGate();
     Pipe pipe;

@@ -6,7 +6,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-TEST(Trim, CutsTheCharactersAtTheStartTheEndOrBoth) {
+TEST(Trim, CutsCharactersAtTheStartTheEndOrBoth) {
     struct {
         std::string_view text, characters, start, end, both;
     } const kCases[] = {

@@ -1,6 +1,6 @@
-// Surroundings for the tests of the utility routines: pipes and processes, undone by their
-// destructors, and changed systems (another root, another network, another kernel), which end with
-// the child process they were made in.
+// Environments for the tests of the utility routines: pipes and processes, undone by destructors,
+// and changed systems (another root, network or kernel), which end with the child process that made
+// them.
 #pragma once
 
 #include <arpa/inet.h>
@@ -36,7 +36,7 @@
 
 #include "util/folder_fixtures.h"
 
-// A pipe whose ends are closed in new programs and with the object.
+// A pipe whose ends are closed on exec and with the object.
 struct Pipe {
     explicit Pipe(int flags = 0) {
         if (pipe2(ends.data(), O_CLOEXEC | flags) != 0) std::abort();
@@ -50,7 +50,7 @@ struct Pipe {
 
     [[nodiscard]] int Reader() const { return ends[0]; }
     [[nodiscard]] int Writer() const { return ends[1]; }
-    // The name under which this process and its children can open the end to read from.
+    // The path under which this process and its children can open the read end.
     [[nodiscard]] std::string ReaderPath() const {
         return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(Reader());
     }
@@ -78,9 +78,9 @@ struct Pipe {
     std::array<int, 2> ends = {-1, -1};
 };
 
-// A process that shows the given arguments in /proc. It is up when the constructor returns, and
-// gone after the destructor. The program is cat, which answers when it is up and ends when told:
-// so arguments after the first must be "-" and then names of files.
+// A process that shows these arguments in /proc. It runs once the constructor returns, and is gone
+// after the destructor. The program is cat, which replies when it runs and exits at the end of its
+// input; so arguments after the first must be "-", followed by names of files.
 struct RunningProcess {
     explicit RunningProcess(std::vector<std::string> arguments) {
         std::vector<char*> vector;
@@ -108,7 +108,7 @@ struct RunningProcess {
     RunningProcess(const RunningProcess&) = delete;
     RunningProcess& operator=(const RunningProcess&) = delete;
 
-    // Ends the process, but leaves it in /proc until the destructor.
+    // Ends the process, but leaves it in /proc as a zombie until the destructor.
     void EndUnreaped() {
         input.CloseWriter();
         siginfo_t ended = {};
@@ -120,7 +120,8 @@ struct RunningProcess {
     pid_t pid;
 };
 
-// How a signal is met while the object lives. A handler interrupts system calls for good.
+// Sets how a signal is handled while the object lives. A handler interrupts system calls without
+// restarting them.
 struct SignalAction {
     SignalAction(int signal_number, void (*handler)(int)) : number(signal_number), before{} {
         struct sigaction action = {};
@@ -135,15 +136,15 @@ struct SignalAction {
     struct sigaction before;
 };
 
-enum class Prepared { kYes, kRefused };  // kRefused: this kernel, or this user, can't have it
+enum class Prepared { kYes, kRefused };  // kRefused: by the kernel, or for this user
 
 struct Answer {
     Prepared prepared;
-    long value;          // LONG_MIN when the child died over it
+    long value;          // LONG_MIN if the child died
     std::string output;  // what was written to standard output
 };
 
-// Changes the system in a child process, for good, and returns what `question` says there.
+// Changes the system in a child process, and returns what `question` returns there.
 inline Answer AnswerInChild(const std::function<Prepared()>& prepare,
                             const std::function<long()>& question) {
     constexpr int kRefusedStatus = 77;
@@ -174,7 +175,7 @@ inline Answer AnswerInChild(const std::function<Prepared()>& prepare,
     return answer;
 }
 
-// Makes the folder the root of the file system.
+// Makes the folder the root folder.
 inline Prepared EnterRoot(const std::string& folder) {
     if (chroot(folder.c_str()) != 0) return Prepared::kRefused;
     if (chdir("/") != 0) std::abort();
@@ -183,7 +184,7 @@ inline Prepared EnterRoot(const std::string& folder) {
 
 struct MadeInterface {
     const char* name;
-    const char* address;  // null: never had one
+    const char* address;  // null: none
     sa_family_t family = AF_INET;
 };
 
@@ -197,7 +198,7 @@ inline ifreq RequestFor(const MadeInterface& interface) {
     return request;
 }
 
-// Enters a network which has these interfaces (bridges, as they need no hardware) besides "lo".
+// Enters a network that has these interfaces (bridges, which need no hardware) besides "lo".
 inline Prepared EnterNetwork(const std::vector<MadeInterface>& interfaces) {
     if (unshare(CLONE_NEWNET) != 0) return Prepared::kRefused;
     const int network = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
@@ -229,8 +230,8 @@ inline void AnswerAddressRequest(int /*number*/, siginfo_t* /*information*/, voi
     }
 }
 
-// Makes the kernel answer requests for an interface's address from the list. There are answers
-// which a system could give to the request but which this one can't be brought to give.
+// Makes the kernel answer requests for an interface's address from the list. Some answers that a
+// system could give can't be produced otherwise.
 inline Prepared PretendInterfaces(std::vector<MadeInterface> interfaces) {
     pretended_interfaces = std::move(interfaces);
     struct sigaction action = {};
@@ -255,7 +256,7 @@ inline Prepared PretendInterfaces(std::vector<MadeInterface> interfaces) {
 
 #else
 
-// The answers go into processor registers, known here for one processor only.
+// The answer goes into processor registers, which are known here for only one processor.
 inline Prepared PretendInterfaces(const std::vector<MadeInterface>& /*interfaces*/) {
     return Prepared::kRefused;
 }
