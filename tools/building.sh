@@ -1,40 +1,41 @@
 # shellcheck shell=sh
-# What ./run, ./test and the tools have in common, which read this file in the checkout's folder: the
-# Debian packages that they need, and a care about build folders.
+# Shared by ./run, ./test and the tools, which source it in the checkout's folder: Debian packages,
+# and build folders.
+#
+#     . tools/building.sh
 
-# To build the program. These are installed: they start and enable nothing.
+# Needed to build the program. These are installed: they start and enable nothing.
 # shellcheck disable=SC2034
 run_packages="cmake g++ make libncurses-dev ncurses-term iproute2 util-linux hostname"
 
-# And to build and run its tests.
+# Also needed to build and run its tests.
 # shellcheck disable=SC2034
 test_packages="libgtest-dev libgmock-dev libvterm-dev shellcheck unicode-data clang libclang-rt-dev"
 
-# To build the Debian package.
+# Needed to build the Debian package.
 # shellcheck disable=SC2034
 package_packages="build-essential cmake debhelper libncurses-dev"
 
-# What only the machines of appliance/enter need: the demo's tools (and pivot_root, which some releases
-# keep in util-linux-extra), and what the tests call there. These are never installed.
+# Needed only in the machines of appliance/enter: the demo's tools (and pivot_root, which is in
+# util-linux-extra on some releases), and what the tests call there. These are never installed.
 # shellcheck disable=SC2034
 demo_packages="dnsmasq-base isc-dhcp-client nftables psmisc util-linux-extra"
 # shellcheck disable=SC2034
 machine_packages="iputils-ping locales man-db mandoc ntpsec openssl procps samba strace \
 tigervnc-standalone-server tigervnc-tools vsftpd wpasupplicant"
 
-# Where they are unpacked (`root`, which appliance/machine lays under its machines), and what apt
-# fetches.
+# Where they are unpacked (`root`, which appliance/machine overlays on the host's files), and apt's
+# lists and archives.
 packages=$PWD/build/packages
 
-# Mirror: where this computer's apt has Debian from. Its lists have to be there.
+# Mirror: the Debian mirror of this computer's apt. Needs the lists.
 # shellcheck disable=SC2016  # apt's own variables
 Mirror() {
     Apt indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' \
         'Label: Debian' | sed -n '1s,/*$,,p'
 }
 
-# AddStable: lists of Debian's stable release, too. Of that release comes only what this one does not
-# have.
+# AddStable: adds the stable release, for packages that this release does not have.
 AddStable() {
     mirror=$(Mirror)
     [ -n "$mirror" ] && mkdir -p "$packages/sources" || return
@@ -48,8 +49,8 @@ END
     Update
 }
 
-# Apt ARG...: apt-get, with lists and archives of its own: those of the computer stay as they are,
-# and everybody may fetch.
+# Apt ARG...: apt-get with its own lists and archives, so that the computer's do not change and any
+# user can fetch.
 Apt() {
     mkdir -p "$packages/lists/partial" "$packages/archives/partial" || return
     cat >"$packages/apt.conf" <<END
@@ -70,26 +71,26 @@ END
         ${session-} apt-get --quiet --yes --config-file="$packages/apt.conf" "$@"
 }
 
-# Update: the lists.
+# Update: fetches the lists.
 Update() {
     Apt -o Debug::NoLocking=true update
 }
 
-# Fetch PACKAGE...: archives of packages and of what they depend on, into $packages/archives. Asks the
-# network only for what is not there yet.
+# Fetch PACKAGE...: fetches packages and their dependencies into $packages/archives. Uses the network
+# only for those that are not there yet.
 Fetch() {
     set -- -o Debug::NoLocking=true --download-only install "$@"
     Apt "$@" >/dev/null 2>&1 || { Update && Apt "$@"; }
 }
 
-# Offered PACKAGE: whether this release of Debian has it.
+# Offered PACKAGE: whether this Debian release has it.
 Offered() {
     [ -n "$(find "$packages/lists" -name '*Release' 2>/dev/null)" ] ||
         Update >/dev/null 2>&1
     Apt -o Debug::NoLocking=true --simulate install "$1" >/dev/null 2>&1
 }
 
-# MissingPackages PACKAGE...: those that are not installed.
+# MissingPackages PACKAGE...: prints those that are not installed.
 MissingPackages() {
     installed=$(dpkg-query --show --showformat='${Package}=${db:Status-Status}\n' "$@" 2>/dev/null)
     for package; do
@@ -104,8 +105,8 @@ $package=installed
     done
 }
 
-# InstallPackages PACKAGE...: fetching may be interrupted. The installation has a session of its own
-# and is waited for, as half of one would stay behind; descriptor 3 is told so.
+# InstallPackages PACKAGE...: fetching can be interrupted. The installation runs in its own session and
+# is always completed, as half of one would remain; a message on descriptor 3 says so.
 InstallPackages() {
     Fetch "$@" || return
     interrupted=
@@ -126,8 +127,8 @@ Installation() {
     Apt install "$@"
 }
 
-# NeedPackages LOG PACKAGE...: installs those that are missing, with apt's messages in LOG; says so,
-# and what to do where it may not. A system without dpkg is left to show by itself what it lacks.
+# NeedPackages LOG PACKAGE...: installs missing packages, with apt's messages in LOG; without root it
+# prints the command instead. On a system without dpkg it does nothing: the build shows what is missing.
 NeedPackages() {
     log=$1
     shift
@@ -135,7 +136,7 @@ NeedPackages() {
     missing=$(MissingPackages "$@")
     [ -n "$missing" ] || return 0
     if [ "$(id -u)" != 0 ]; then
-        echo "Packages are missing. Have them installed by this line:" >&2
+        echo "Packages are missing. Install them with:" >&2
         echo "    sudo apt-get update && sudo apt-get install --no-install-recommends$missing" >&2
         return 1
     fi
@@ -143,23 +144,22 @@ NeedPackages() {
     # shellcheck disable=SC2086  # a list of words
     if ! InstallPackages $missing 3>&2 </dev/null >"$log" 2>&1; then
         cat "$log" >&2
-        echo "This line did not succeed; $log has its messages:" >&2
+        echo "This command failed; its messages are in $log:" >&2
         echo "    apt-get update && apt-get install --no-install-recommends$missing" >&2
         return 1
     fi
 }
 
-# Archives PACKAGE...: the names of the archives that apt would install them from, those of what
-# they depend on and this computer lacks among them.
+# Archives PACKAGE...: the archives that apt would install, including missing dependencies.
 Archives() {
     Apt -o Debug::NoLocking=true --simulate install "$@" | sed -n \
         's/^Inst \([^ ]*\) \(\[[^]]*\] \)\{0,1\}(\([^ ]*\) [^)]*\[\([^]]*\)\]).*/\1_\3_\4.deb/p' |
         sed 's/:/%3a/g'
 }
 
-# Unpack PACKAGE...: into $packages/root. Its top folders are links where the computer's are, so that
-# neither hides the other; what their installation would do beyond files is done for those who are
-# called here.
+# Unpack PACKAGE...: unpacks packages into $packages/root. Its top-level folders are symbolic links
+# where the computer's are, so that neither hides the other. The alternative that installing the VNC
+# tools would create is created here; set-user-ID bits are removed.
 Unpack() {
     fresh=$packages/root.new
     rm -rf "$fresh" && mkdir "$fresh" || return
@@ -183,15 +183,15 @@ Unpack() {
     rm -rf "$packages/root" && mv "$fresh" "$packages/root"
 }
 
-# UnpackPackages LOG PACKAGE...: sees to it that the machines have those that are not installed, with
-# the messages in LOG. What is unpacked fits the packages installed, so it is done anew when those
-# have changed, from what was fetched before.
+# UnpackPackages LOG PACKAGE...: unpacks, for the machines, those that are not installed, with messages
+# in LOG. When the installed packages change, everything is unpacked again, from archives fetched
+# before, so that both fit together.
 UnpackPackages() {
     log=$1
     shift
     command -v dpkg-query >/dev/null || return 0
     if ! mkdir -p "$packages" || ! [ -w "$packages" ]; then
-        echo "$packages cannot be written to by you: remove it, or run as its owner." >&2
+        echo "You cannot write to $packages: remove it, or run this as its owner." >&2
         return 1
     fi
     unpacked=$packages/unpacked
@@ -201,18 +201,18 @@ UnpackPackages() {
     [ "$(cat "$unpacked" 2>/dev/null)" != "$wanted" ] || return 0
     rm -f "$unpacked"
     missing=$(MissingPackages "$@")
-    [ -z "$missing" ] || echo "Unpacking what the machines need, in build/packages:$missing"
+    [ -z "$missing" ] || echo "Unpacking packages in build/packages:$missing"
     # shellcheck disable=SC2086  # a list of words
     if ! Unpack $missing </dev/null >"$log" 2>&1; then
         cat "$log" >&2
-        echo "These packages could not be unpacked; $log has the messages." >&2
+        echo "Unpacking failed; the messages are in $log." >&2
         return 1
     fi
     echo "$wanted" >"$unpacked"
 }
 
-# ForgetMovedBuild FOLDER: cmake refuses a build folder that was moved or copied along with the
-# checkout; without its cache it configures it again.
+# ForgetMovedBuild FOLDER: cmake refuses a build folder that was moved or copied with the checkout.
+# Without its cache, cmake configures it again.
 ForgetMovedBuild() {
     grep -Fxqs "CMAKE_HOME_DIRECTORY:INTERNAL=$(pwd -P)" "$1/CMakeCache.txt" ||
         rm -f "$1/CMakeCache.txt"
