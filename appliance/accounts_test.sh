@@ -1,32 +1,34 @@
 #!/bin/sh
-# What the demo's SMB/CIFS accounts promise: its tools do and say what samba's do.
+# Tests the demo's SMB/CIFS accounts: its tools act and print like Samba's.
 #
-# Exit status 0: kept, 1: broken (each broken promise is printed), 77: no machine can be made here.
-# shellcheck disable=SC2016  # what stands in single quotes is for the shells in the machine
+#     appliance/accounts_test.sh
+#
+# Exit status 0: passed, 1: failed (failures are printed), 77: skipped (no machine can be made).
+# shellcheck disable=SC2016  # expanded by the shells in the machine
 set -u
 appliance=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd -P)
 PATH=$PATH:/usr/sbin:/sbin
 "$appliance/enter" --bare true || exit 77
 broken=0
 
-# Promise WORDS EXPECTED ACTUAL
+# Promise WORDS EXPECTED ACTUAL: WORDS hold if both are equal.
 Promise() {
     [ "$2" = "$3" ] && return
     printf '%s (%s)\n    expected: %s\n    seen:     %s\n' "$1" "$who" "$2" "$3"
     broken=1
 }
 
-# Every account's name and flags, a line each.
+# Flags: prints each account's name and flags on a line.
 flags='Flags() { pdbedit --list --verbose |
     sed -n "s/^Unix username: *//p; s/^Account Flags: *//p" | paste -d " " - - | sort; }'
 
-# Demo SCRIPT: what a shell script prints on the demo machine.
+# Demo SCRIPT: runs a shell script on the demo machine.
 Demo() {
     $as "$appliance/enter" --quiet sh -c "$flags; $1" 2>&1
 }
 
 CheckUsers() {
-    Promise "Every user shows as disabled, and as enabled with a password" \
+    Promise "Disabling shows for every user, and setting a password enables" \
         "editor [U          ]
 guest [NDU        ]
 ingest [DU         ]
@@ -43,11 +45,11 @@ ingest [U          ]" "$(Demo '
         Flags
         for user in $users; do printf "pw\npw\n" | smbpasswd -a -s "$user"; done
         Flags')"
-    Promise "An account is one of a system account" "1 Failed to add entry for user nobody-here." \
+    Promise "An account needs a system account" "1 Failed to add entry for user nobody-here." \
         "$(Demo 'said=$(smbpasswd -a -d -n nobody-here 2>&1); echo $? $said')"
 }
 
-# CheckAgainstSamba: what both answer to a user's whole life.
+# CheckAgainstSamba: compares both for an account, from its creation to its removal.
 CheckAgainstSamba() {
     [ -x /usr/bin/smbpasswd ] && [ -x /usr/bin/pdbedit ] || return 0
     for path in "$PATH" "/mnt/bin:$PATH"; do
@@ -74,7 +76,7 @@ CheckAgainstSamba() {
             Set one one nobody-here')
         [ "$path" != "$PATH" ] || real=$seen
     done
-    Promise "The answers are those of samba" "$real" "$seen"
+    Promise "The answers are those of Samba" "$real" "$seen"
 }
 
 who="this user" as=

@@ -1,5 +1,5 @@
-// Every action of the program, done for real on the demo appliance: with its own scripts, on its
-// own interfaces. Run by host_untouched_test.sh, which looks at the host before and after.
+// Performs the program's actions on the demo appliance, with its scripts and interfaces.
+// host_untouched_test.sh runs this and compares the host before and after.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -18,7 +18,7 @@ constexpr const char* kEth0Up = "1. eth0    02:00:00:00:10:20  Link active  Inte
 constexpr const char* kEth0Down = "1. eth0    02:00:00:00:10:20  Disconnected";
 constexpr const char* kEth0Settings = "/etc/network/02:00:00:00:10:20";
 
-// Presses keys that select a row, and activates it.
+// Selects a row with keys, and activates it.
 void Choose(Terminal& t, const std::string& keys, const std::string& row) {
     t.Press(keys);
     t.WaitSelected(row);
@@ -80,7 +80,7 @@ TEST(DemoAppliance, RestartsItsDnsCache) {
             const std::string now = DnsCache(box);
             return !now.empty() && now != before;
         },
-        "another DNS cache");
+        "a new DNS cache process");
 }
 
 TEST(DemoAppliance, TakesTheActionsOnOneInterface) {

@@ -1,8 +1,10 @@
 #!/bin/sh
-# What the demo's air promises: its supplicant answers and joins as the real one does.
+# Tests the demo's Wi-Fi: its supplicant answers and joins networks like the real one.
 #
-# Exit status 0: kept, 1: broken (each broken promise is printed), 77: no machine can be made here.
-# shellcheck disable=SC2016  # what stands in single quotes is for the shells in the machine
+#     appliance/air_test.sh
+#
+# Exit status 0: passed, 1: failed (failures are printed), 77: skipped (no machine can be made).
+# shellcheck disable=SC2016  # expanded by the shells in the machine
 set -u
 appliance=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd -P)
 PATH=$PATH:/usr/sbin:/sbin
@@ -13,9 +15,9 @@ chmod 755 "$scratch"
 trap 'rm -rf "$scratch"' EXIT
 broken=0
 
-# What the shells in the machine have in common.
+# Sourced by the shells in the machine.
 cat >"$scratch/common" <<'END_OF_COMMON'
-# Configure LINE...: adds a network, with "name value" pairs, and uses it and no other, as the
+# Configure SETTING...: adds a network with these "name value" settings and selects it, as the
 # program does.
 Configure() {
     id=$(wpa_cli -i wlan0 add_network)
@@ -28,7 +30,7 @@ Configure() {
     wpa_cli -i wlan0 save_config
 }
 
-# Joined: the network that the card is on, and its access point.
+# Joined: prints the current network and its access point.
 Joined() {
     echo "$(sed -n 's/^wlan0 essid //p' /run/air/cards), $(sed -n 's/^wlan0 ap //p' /run/air/cards)"
 }
@@ -38,14 +40,14 @@ Known() {
 }
 END_OF_COMMON
 
-# Promise WORDS EXPECTED ACTUAL
+# Promise WORDS EXPECTED ACTUAL: WORDS hold if both are equal.
 Promise() {
     [ "$2" = "$3" ] && return
     printf '%s (%s)\n    expected: %s\n    seen:     %s\n' "$1" "$who" "$2" "$3"
     broken=1
 }
 
-# Demo SCRIPT: what a shell script prints on the demo machine.
+# Demo SCRIPT: runs a shell script on the demo machine.
 Demo() {
     $as "$appliance/enter" --quiet sh -c '. "$1/common"; eval "$2"' sh "$scratch" "$1" 2>&1
 }
@@ -54,10 +56,10 @@ CheckJoining() {
     Promise "A network is joined with its passphrase" "Backstage, 02:00:00:00:20:07" "$(Demo '
         Configure "ssid \"Backstage\"" "psk \"behind the stage\"" >/dev/null
         Joined')"
-    Promise "With another passphrase nothing is joined" ", 00:00:00:00:00:00" "$(Demo '
+    Promise "With a wrong passphrase no network is joined" ", 00:00:00:00:00:00" "$(Demo '
         Configure "ssid \"Backstage\"" "psk \"in front of it\"" >/dev/null
         Joined')"
-    Promise "The passphrases that are listed are those of the air" "studio Backstage Café vault" \
+    Promise "The passphrases in README.md are right" "studio Backstage Café vault" \
         "$(sed -n '/^| Network |/,/^$/s/^| `\([^`]*\)` | `\([^`]*\)` .*/\1|\2/p' \
             "$appliance/README.md" | while IFS='|' read -r name passphrase; do
             seen=$(Demo "Configure 'scan_ssid 1' 'ssid \"$name\"' 'psk \"$passphrase\"' >/dev/null
@@ -67,7 +69,7 @@ CheckJoining() {
             *) echo "${name%% *}" ;;
             esac
         done | xargs)"
-    Promise "A name that is not plain ASCII is joined by its address, and listed twice" \
+    Promise "A network whose name is not ASCII is joined by its address, and listed twice" \
         "Caf\\xc3\\xa9 Lumi\\xc3\\xa8re, 02:00:00:00:20:23
 1		02:00:00:00:20:23	[CURRENT]
 02:00:00:00:20:23 Caf\\xc3\\xa9 Lumi\\xc3\\xa8re" "$(Demo '
@@ -77,7 +79,7 @@ CheckJoining() {
         Known | tail -n 1
         wpa_cli -i wlan0 scan >/dev/null
         wpa_cli -i wlan0 scan_result | sed -n "s/^\(02:00:00:00:20:23\).*\t/\1 /p"')"
-    Promise "A short passphrase is refused, and the joined network is lost until any is chosen" \
+    Promise "A short passphrase is refused, and the current network is lost until any is selected" \
         "OK OK FAIL OK OK OK OK
 , 00:00:00:00:00:00
 0	studio	any	[DISABLED]
@@ -90,7 +92,7 @@ studio, 02:00:00:00:20:01" "$(Demo '
         Joined')"
 }
 
-# What the program cannot join, and the commands of its manual do.
+# CheckCommands: networks that only the commands of the manual join.
 CheckCommands() {
     Promise "An open network is joined without a key" "guests, 02:00:00:00:20:11" "$(Demo '
         Configure "ssid \"guests\"" "key_mgmt NONE" >/dev/null
@@ -98,14 +100,14 @@ CheckCommands() {
     Promise "An open network is not joined as a protected one" ", 00:00:00:00:00:00" "$(Demo '
         Configure "ssid \"guests\"" "key_mgmt WPA-PSK" "psk \"any passphrase\"" >/dev/null
         Joined')"
-    Promise "A hidden network is joined by its name, when that is looked for" \
+    Promise "A hidden network is joined only with scan_ssid" \
         ", 00:00:00:00:00:00
 vault, 02:00:00:00:20:19" "$(Demo '
         Configure "ssid \"vault\"" "psk \"nobody home\"" >/dev/null
         Joined
         Configure "ssid \"vault\"" "scan_ssid 1" "psk \"nobody home\"" >/dev/null
         Joined')"
-    Promise "A name may come in hexadecimal digits" "Caf\\xc3\\xa9 Lumi\\xc3\\xa8re, 02:00:00:00:20:23
+    Promise "A name may be given in hexadecimal" "Caf\\xc3\\xa9 Lumi\\xc3\\xa8re, 02:00:00:00:20:23
 OK OK FAIL" "$(Demo '
         Configure "ssid 436166c3a9204c756d69c3a87265" "psk \"croissant au beurre\"" >/dev/null
         Joined

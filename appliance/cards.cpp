@@ -1,31 +1,31 @@
-// Network cards that this kernel does not have: a preloaded library that answers for them.
+// A preloaded library that answers for network cards that the kernel does not have.
 //
 //     APPLIANCE_CARDS=/path/of/the/description LD_PRELOAD=/path/of/libappliance_cards.so ifmenu
 //
-// A wireless card cannot be made out of nothing as a tap or a bridge can. For the interfaces that
-// the description names, this library answers the questions a program asks a card by ioctl; all
-// others go to the kernel. The description is read at every question, so that a card may change
-// while the program runs. One answer is one line; the first line that fits counts:
+// The kernel can create a tap or a bridge, but not a wireless card. This library answers a
+// program's ioctl requests for the interfaces in the description; all others go to the kernel. It
+// reads the description at every request, so a card can change while the program runs. Each line is
+// an answer; the first that matches is used:
 //
 //     wlan0 name IEEE 802.11               SIOCGIWNAME, up to 15 bytes
-//     wlan0 essid studio                   SIOCGIWESSID, up to 64 bytes, no zero byte at the end
+//     wlan0 essid studio                   SIOCGIWESSID, up to 64 bytes, without a trailing zero
 //     wlan0 freq 2437 6                    SIOCGIWFREQ: mantissa and exponent
 //     wlan0 ap 00:11:22:33:44:55           SIOCGIWAP
-//     wlan0 link 1                         SIOCETHTOOL with ETHTOOL_GLINK: 0 or another number
+//     wlan0 link 1                         SIOCETHTOOL with ETHTOOL_GLINK: 0 or nonzero
 //     wlan0 flags 0x1003                   SIOCGIFFLAGS
 //     wlan0 addr 192.168.10.30             SIOCGIFADDR
 //     wlan0 netmask 255.255.255.0          SIOCGIFNETMASK
 //     wlan0 hwaddr 02:00:00:00:10:40       SIOCGIFHWADDR
 //     wlan0 link fails                     the request fails with EOPNOTSUPP
 //     wlan0 link fails 19                  ... with this error number
-//     socket packet fails                  packet sockets cannot be made (EPERM)
-//     socket inet fails                    datagram sockets cannot be made (EPERM)
+//     socket packet fails                  packet sockets cannot be created (EPERM)
+//     socket inet fails                    datagram sockets cannot be created (EPERM)
 //
-// In a network's name \xHH stands for any byte, so that "\x66ails" can be one. A line that makes
-// no sense, a missing description and a missing APPLIANCE_CARDS leave everything to the kernel.
+// \xHH is any byte in a network's name, for names such as "fails" ("\x66ails"). Without a valid
+// line, a description or APPLIANCE_CARDS the request goes to the kernel.
 //
-// Nothing here allocates or touches the C++ run-time: the library may be loaded before a
-// sanitizer's own.
+// This code neither allocates nor uses the C++ run-time: the library may be loaded before a
+// sanitizer's.
 #include <arpa/inet.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -45,7 +45,8 @@ namespace {
 constexpr size_t kDescriptionBytes = 16384;
 constexpr size_t kAddressBytes = 6;
 
-// A request record as both families of requests begin: the name, then 16 bytes or more of answer.
+// Both kinds of request start with the interface's name, followed by 16 bytes or more for the
+// answer.
 using Answer = bool (*)(void* request, const char* text);
 
 void CopyText(char* to, size_t size, const char* text) {
@@ -111,7 +112,7 @@ bool AnswerFlags(void* request, const char* text) {
     return true;
 }
 
-// The address and the netmask come back in the same place.
+// ifr_addr and ifr_netmask are the same field.
 bool AnswerIPv4(void* request, const char* text) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -159,7 +160,7 @@ bool ReadDescription(char* text) {
     return true;
 }
 
-// The text after "WORD " at the start of the line; null when the line begins otherwise.
+// The text after "WORD " at the start of the line, or null.
 const char* After(const char* line, const char* word) {
     const size_t length = strlen(word);
     if (strncmp(line, word, length) != 0) return nullptr;
@@ -167,7 +168,7 @@ const char* After(const char* line, const char* word) {
     return line[length] == ' ' ? line + length + 1 : nullptr;
 }
 
-// What the description says about a question to an interface; null when it says nothing.
+// The description's answer to a question to an interface, or null.
 const char* FindText(char* description, const char* name, const char* word) {
     char* rest = nullptr;
     for (char* line = strtok_r(description, "\n", &rest); line != nullptr;
@@ -179,7 +180,7 @@ const char* FindText(char* description, const char* name, const char* word) {
     return nullptr;
 }
 
-// The error number when the text says that the request fails, else 0.
+// The error number if the text says that the request fails, otherwise 0.
 int Failure(const char* text, int usual) {
     const char* number = After(text, "fails");
     if (number == nullptr) return 0;
@@ -197,7 +198,7 @@ const Question* FindQuestion(unsigned long request, const void* record) {
     return nullptr;
 }
 
-// Whether the cards answered; *error is then 0 or the number of the failure.
+// Whether the description has an answer; *error is then 0 or an error number.
 bool CardsAnswer(unsigned long request, void* record, int* error) {
     const Question* question = FindQuestion(request, record);
     char description[kDescriptionBytes];
@@ -222,7 +223,7 @@ bool SocketFails(int family, int* error) {
 
 }  // namespace
 
-// The names and exception promises are those of the C library's own declarations.
+// Names and noexcept are as in the C library's declarations.
 extern "C" int ioctl(int fd, unsigned long request, ...) noexcept {
     va_list arguments;
     va_start(arguments, request);

@@ -1,8 +1,10 @@
 #!/bin/sh
-# What enter promises, for root and for an ordinary user.
+# Tests enter, as root and as an ordinary user.
 #
-# Exit status 0: kept, 1: broken (each broken promise is printed), 77: no machine can be made here.
-# shellcheck disable=SC2016  # what stands in single quotes is for the shells in the machine
+#     appliance/enter_test.sh
+#
+# Exit status 0: passed, 1: failed (failures are printed), 77: skipped (no machine can be made).
+# shellcheck disable=SC2016  # expanded by the shells in the machine
 set -u
 appliance=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd -P)
 PATH=$PATH:/usr/sbin:/sbin
@@ -14,32 +16,32 @@ trap 'rm -rf "$scratch"' EXIT
 trap 'exit 130' HUP INT TERM
 broken=0
 
-# Promise WORDS EXPECTED ACTUAL
+# Promise WORDS EXPECTED ACTUAL: WORDS hold if both are equal.
 Promise() {
     [ "$2" = "$3" ] && return
     printf '%s (%s)\n    expected: %s\n    seen:     %s\n' "$1" "$who" "$2" "$3"
     broken=1
 }
 
-# CopyTo FOLDER: another checkout, as far as a machine needs one. What some releases lack without the
-# packages unpacked beside the build comes along.
+# CopyTo FOLDER: makes another checkout, with what a machine needs: the appliance, and pivot_root
+# where it comes from an unpacked package.
 CopyTo() {
     mkdir -p "$1/build/packages/root/usr/bin" && cp -R "$appliance" "$1"
     command -v pivot_root >/dev/null ||
         cp "$appliance/../build/packages/root/usr/bin/pivot_root" "$1/build/packages/root/usr/bin"
 }
 
-# Enter ARG...: enter as the user at hand.
+# Enter ARG...: runs enter as the tested user.
 Enter() {
     $as "$enter" "$@"
 }
 
 CheckCommand() {
     Enter --bare sh -c 'exit 7'
-    Promise "The command's exit status comes out" 7 $?
+    Promise "The command's exit status is returned" 7 $?
     Enter --bare sh -c 'kill -TERM $$'
-    Promise "A signal's end comes out as 128 and its number" 143 $?
-    Promise "Arguments arrive as they are" "<a  b><><*>" \
+    Promise "A command killed by a signal returns 128 + signal" 143 $?
+    Promise "Arguments are passed unchanged" "<a  b><><*>" \
         "$(Enter --bare printf '<%s>' 'a  b' '' '*')"
     Promise "Standard input is the caller's" hello "$(echo hello | Enter --bare cat)"
     Promise "The folder is the caller's" "$scratch" "$(cd "$scratch" && Enter --bare pwd)"
@@ -51,8 +53,8 @@ CheckMachine() {
     Promise "The command is root" 0 "$(Enter --bare id -u)"
     Promise "The host name is the appliance's" "appliance appliance" \
         "$(Enter --bare sh -c 'echo $(uname -n) $(cat /etc/hostname)')"
-    Promise "A bare machine has lo only" "lo" "$(Enter --bare ls /sys/class/net)"
-    Promise "A demo machine has its cards, and they list without a suffix" \
+    Promise "A bare machine has only lo" "lo" "$(Enter --bare ls /sys/class/net)"
+    Promise "A demo machine has its cards, listed without a suffix" \
         "lo: eth0: eth1: wlan0: br0:" \
         "$(Enter --quiet sh -c 'echo $(ip -oneline link | cut -d " " -f 2)')"
     Promise "The cards of the demo machine are up, disabled, without a cable" "up down up 1 0" \
@@ -67,21 +69,21 @@ CheckMachine() {
         printf "#!/bin/sh\necho stand-in\n" >/mnt/bin/ip
         chmod +x /mnt/bin/ip
         ip link')"
-    Promise "The first process is the machine's own, and the command its child" "1" \
+    Promise "The command is a child of the machine's first process" "1" \
         "$(Enter --bare sh -c 'echo $PPID')"
     Promise "Its pseudo-terminals are its own" "ptmx /dev/pts/0" \
         "$(Enter --bare sh -c 'ls /dev/pts && script -qec tty /dev/null' </dev/null |
             tr -d '\r' | xargs)"
     Promise "The kernel's settings cannot be written" "" \
         "$(Enter --bare sh -c 'echo 1 >/proc/sys/kernel/sysrq && echo written' 2>/dev/null)"
-    Promise "The files that the program writes can be written" "" "$(Enter --bare sh -c '
+    Promise "The files that the program writes are writable" "" "$(Enter --bare sh -c '
         mkdir -p /etc/network && touch /etc/network/default.wireless &&
         echo renamed >/etc/hostname && cp /etc/network/example /etc/network/02:00:00:00:00:01 &&
         mv /etc/resolv.conf /etc/resolv.conf.disabled &&
         touch /var/made /var/run/made /root/made /tmp/made' 2>&1)"
 }
 
-# Every process of the machine has the pipe's other end: it has ended when they have.
+# Every process of the machine holds the pipe: it closes when all have ended.
 CheckEnd() {
     for signal in TERM KILL; do
         rm -f "$scratch/pipe"
@@ -93,7 +95,7 @@ CheckEnd() {
         read -r _ <&8
         kill -s $signal $maker
         timeout 30 cat <&8 >/dev/null
-        Promise "The machine ends when its maker gets $signal" 0 $?
+        Promise "The machine ends when enter gets $signal" 0 $?
         exec 8<&-
         wait $maker 2>/dev/null
     done
@@ -105,7 +107,7 @@ CheckFolders() {
     odd="$scratch/a b,c:d"
     CopyTo "$odd"
     enter="$odd/${appliance##*/}/enter"
-    Promise "A checkout in a folder with an odd name is in reach" "$enter" \
+    Promise "A checkout in a folder with an odd name is visible" "$enter" \
         "$(Enter --bare ls "$enter")"
     unpacked="$odd/build/packages/root"
     mkdir -p "$unpacked/usr/bin" "$unpacked/usr/share/unpacked" "$unpacked/etc/unpacked"
@@ -114,10 +116,10 @@ CheckFolders() {
     chmod 755 "$unpacked/usr/bin/say-it"
     echo one >"$unpacked/usr/share/unpacked/words"
     echo two >"$unpacked/etc/unpacked/words"
-    Promise "Packages unpacked beside the build lie over the host's files" \
+    Promise "Unpacked packages are overlaid on the host's files" \
         "one two true nscd" "$(Enter --bare sh -c \
         'echo $(say-it) $(basename $(command -v true)) $(basename $(command -v nscd))' 2>&1)"
-    Promise "What is done to them in a machine leaves them as they are" "three one two" "$({
+    Promise "Changes to them in a machine do not reach them" "three one two" "$({
         Enter --bare sh -c 'rm -f /usr/share/unpacked/words 2>/dev/null
             rm /etc/unpacked/words && echo three >/etc/unpacked/words && cat /etc/unpacked/words'
         cat "$unpacked/usr/share/unpacked/words" "$unpacked/etc/unpacked/words"
@@ -126,19 +128,19 @@ CheckFolders() {
     enter=$appliance/enter
 }
 
-# CheckFileSystems: root can see to it that the checkout lies on a file system of its own, where the
-# machine has a layer, a scratch folder or an empty folder, and that /etc does.
+# CheckFileSystems: the checkout, or /etc, may be on a separate file system, mounted where the
+# machine has an overlay, its scratch space or an empty folder. Only root can set that up.
 CheckFileSystems() {
     seen=$(unshare --mount sh -c 'mount --bind /etc /etc && "$1" --bare cat /etc/hostname' \
         sh "$enter")
-    Promise "The appliance's files lie over a separate /etc, too" appliance "$seen"
+    Promise "The appliance's files are overlaid on a separate /etc too" appliance "$seen"
     for folder in /home /mnt /run; do
         [ -d $folder ] || continue
         CopyTo "$scratch/checkout"
         seen=$(unshare --mount sh -c 'mount -t tmpfs test "$1" && cp -R "$2" "$1" &&
             "$1/checkout/${3##*/}/enter" --bare ls "$1/checkout"' \
             sh $folder "$scratch/checkout" "$appliance" | xargs)
-        Promise "A checkout on a file system of its own in $folder is in reach" \
+        Promise "A checkout on a separate file system in $folder is visible" \
             "${appliance##*/} build" "$seen"
     done
 }

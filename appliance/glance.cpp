@@ -1,11 +1,10 @@
-// A glance at a full-screen program where there is no terminal to use it on.
+// Shows the first screen of a full-screen program as plain text, without a terminal.
 //
 //     glance KEYS COMMAND [ARG...]
 //
-// Runs COMMAND on a pseudo-terminal of its own (its TERM has to be vt52), waits for the first full
-// screen, prints that as plain text, types KEYS, with which the program is left, and returns its
-// exit status (128 + signal when a signal ended it). A command that ends before it has shown a
-// screen has what it wrote printed instead.
+// Runs COMMAND, with TERM=vt52, on a pseudo-terminal, waits for its first screen and prints it.
+// Then types KEYS, which should end the program, and returns its exit status (128 + signal if a
+// signal ended it). If the command ends before it shows a screen, prints its output instead.
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
@@ -23,16 +22,16 @@ namespace {
 
 constexpr int kRows = 24;
 constexpr int kCols = 80;
-// A screen is complete when this long nothing is added to it; nothing is waited for longer than the
-// second.
+// A screen is complete when nothing is added to it for the first time; the second limits every
+// wait.
 constexpr int kQuietMilliseconds = 500;
 constexpr int kPatienceMilliseconds = 30000;
 
-// A VT52: what it shows, and where in a control sequence it is.
+// A VT52: its contents, and the state of its parser.
 struct Screen {
     std::vector<std::vector<std::string>> cells{kRows, std::vector<std::string>(kCols, " ")};
     int row = 0, col = 0;
-    std::string sequence;  // from ESC on, not complete yet
+    std::string sequence;  // an incomplete escape sequence
 };
 
 bool IsBlank(const Screen& screen) {
@@ -55,7 +54,7 @@ void NextLine(Screen& screen) {
     screen.cells.emplace_back(kCols, " ");
 }
 
-// Whether the sequence is complete, and then done.
+// Executes the sequence; false if it is incomplete.
 bool DoSequence(Screen& screen) {
     const std::string& sequence = screen.sequence;
     if (sequence.size() < 2) return false;
@@ -130,7 +129,7 @@ void Show(Screen& screen, char byte) {
     const auto code = static_cast<unsigned char>(byte);
     if (code < 0x20 || code == 0x7f) return;
     auto& line = screen.cells[static_cast<size_t>(screen.row)];
-    if (code >= 0x80 && code < 0xc0) {  // the rest of a character goes to its beginning
+    if (code >= 0x80 && code < 0xc0) {  // UTF-8 continuation byte
         line[static_cast<size_t>(std::max(screen.col - 1, 0))] += byte;
         return;
     }
@@ -149,13 +148,13 @@ void Print(const Screen& screen) {
     fputs((text.substr(0, text.find_last_not_of('\n') + 1) + "\n").c_str(), stdout);
 }
 
-// A full-screen program takes its keys one by one.
+// Whether the program reads single keys, as a full-screen program does.
 bool TakesKeys(int terminal) {
     termios modes{};
     return tcgetattr(terminal, &modes) == 0 && (modes.c_lflag & ICANON) == 0;
 }
 
-// Reads what comes within the time; false when nothing does, or nothing can any more.
+// Reads what arrives in time; false if nothing does, or at the end.
 bool Read(int terminal, int milliseconds, std::string& bytes) {
     pollfd waiting{terminal, POLLIN, 0};
     if (poll(&waiting, 1, milliseconds) != 1) return false;
@@ -165,7 +164,7 @@ bool Read(int terminal, int milliseconds, std::string& bytes) {
     return got > 0;
 }
 
-// Serves the program until its first screen is complete (true), or it has ended without one.
+// Reads the program's output until its first screen is complete; false if it ends without one.
 bool AwaitScreen(int terminal, Screen& screen, std::string& written) {
     int waited = 0;
     while (waited < kPatienceMilliseconds) {
@@ -184,8 +183,8 @@ bool AwaitScreen(int terminal, Screen& screen, std::string& written) {
     return false;
 }
 
-// Types the keys, and lets the program say what it has to until it ends. Where it does not, closing
-// the terminal ends it.
+// Types the keys and drains the program's output until it ends. If it does not, closing the
+// terminal will end it.
 void Leave(int terminal, const std::string& keys) {
     if (write(terminal, keys.data(), keys.size()) < 0) return;
     std::string bytes;

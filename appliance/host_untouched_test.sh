@@ -1,11 +1,11 @@
 #!/bin/sh
-# The host before and after everything that the program can do was done on the demo appliance: no
-# difference.
+# Tests that the host does not change when everything that the program can do, and more, is done on
+# the demo appliance.
 #
 #     host_untouched_test.sh PROGRAM ACTIONS_TEST
 #
-# ACTIONS_TEST (actions_test.cpp) works the program's screens; what lies beyond its actions is done
-# by a shell here. Exit status 0: untouched, 1: touched (the difference is printed), 77: no machine
+# ACTIONS_TEST (actions_test.cpp) operates the program's screens; a shell script here does what goes
+# beyond. Exit status 0: unchanged, 1: changed (the difference is printed), 77: skipped, no machine
 # can be made here.
 set -u
 program=$1
@@ -18,11 +18,11 @@ scratch=$(mktemp -d)
 trap 'kill "$decoy" 2>/dev/null; rm -rf "$scratch"' EXIT
 trap 'exit 130' HUP INT TERM
 
-# Picture: what of the host the program's actions could change.
+# Picture: what the program's actions could change on the host.
 Picture() {
     echo "host name $(uname -n)"
     echo "-- interfaces, addresses, routes"
-    # The times that an address or a route has left run by themselves.
+    # Without the remaining lifetimes of addresses and routes.
     ip -details link | sed 's/ state .*//'
     ip -oneline addr | sed 's/valid_lft.*//'
     ip route show table all | sed 's/expires.*//'
@@ -38,17 +38,17 @@ Picture() {
     done
 }
 
-# A process of the host whose name one of the actions kills.
+# A process on the host with a name that one of the actions kills.
 cp "$(command -v sleep)" "$scratch/nscd"
 "$scratch/nscd" 600 &
 decoy=$!
 
-# Everything that root can do wrong, and, so that the pictures mean something, that it was done.
+# What root can do wrong, with checks that it really happened in the machine.
 cat >"$scratch/deeds" <<'END'
 set -eu
 program=$1
 Expect() {
-    "$@" || { echo "In the machine this does not hold: $*" >&2; exit 1; }
+    "$@" || { echo "False in the machine: $*" >&2; exit 1; }
 }
 
 rm -f /etc/network/default.wireless
@@ -81,11 +81,11 @@ Picture >"$scratch/after"
 
 if [ $actions_status != 0 ] || [ $deeds_status != 0 ]; then
     cat "$scratch/actions"
-    echo "The screens' actions ended with status $actions_status, the shell's with $deeds_status."
+    echo "The actions on the screens returned $actions_status, the script $deeds_status."
     exit 1
 fi
 if ! kill -0 "$decoy"; then
-    echo "A process of the host was killed."
+    echo "A process on the host was killed."
     exit 1
 fi
 diff -U 0 "$scratch/before" "$scratch/after" || exit 1

@@ -1,9 +1,11 @@
 #!/bin/sh
-# What the demo's /etc/init.d/network promises by itself, for root and for an ordinary user: a stop
-# undoes a start, a settings file may hold anything, and nothing is waited for without end.
+# Tests the demo's /etc/init.d/network, as root and as an ordinary user: a stop undoes a start, a
+# settings file may contain anything, and every wait ends.
 #
-# Exit status 0: kept, 1: broken (each broken promise is printed), 77: no machine can be made here.
-# shellcheck disable=SC2016  # what stands in single quotes is for the shells in the machine
+#     appliance/network_test.sh
+#
+# Exit status 0: passed, 1: failed (failures are printed), 77: skipped (no machine can be made).
+# shellcheck disable=SC2016  # expanded by the shells in the machine
 set -u
 appliance=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd -P)
 PATH=$PATH:/usr/sbin:/sbin
@@ -15,18 +17,18 @@ trap 'rm -rf "$scratch"' EXIT
 trap 'exit 130' HUP INT TERM
 broken=0
 
-# What the shells in the machine have in common; eth1 is the card that they work on.
+# Sourced by the shells in the machine; they test with eth1.
 cat >"$scratch/common" <<'END'
 file=/etc/network/02:00:00:00:10:21
 network=/etc/init.d/network
 
-# Settings LINE...: the card's settings are the template's, and these lines.
+# Settings LINE...: sets the card's settings to the template's plus these lines.
 Settings() {
     { cat /etc/network/example && printf '%s\n' "$@"; } >$file
 }
 
-# Picture: what a start of eth1 may change. Lifetimes run by themselves, the kernel takes its time to
-# have an address in use, and eth0 hears its router.
+# Picture: everything that a start of eth1 may change. Left out is what changes on its own:
+# lifetimes, tentative addresses, and eth0, which hears its router.
 Picture() {
     {
         ip -oneline addr show dev eth1 | sed 's/tentative //; s/valid_lft.*//'
@@ -40,7 +42,7 @@ Picture() {
     } | grep -v ' dev eth0'
 }
 
-# Await CONDITION: a command line that will succeed within ten seconds.
+# Await CONDITION: waits until the command line succeeds, at most ten seconds.
 Await() {
     for _ in $(seq 200); do
         if eval "$1"; then return; fi
@@ -50,14 +52,14 @@ Await() {
 }
 END
 
-# Promise WORDS EXPECTED ACTUAL
+# Promise WORDS EXPECTED ACTUAL: WORDS hold if both are equal.
 Promise() {
     [ "$2" = "$3" ] && return
     printf '%s (%s)\n    expected: %s\n    seen:     %s\n' "$1" "$who" "$2" "$3"
     broken=1
 }
 
-# Demo SCRIPT: what a shell script prints on the demo machine.
+# Demo SCRIPT: runs a shell script on the demo machine.
 Demo() {
     $as "$appliance/enter" --quiet sh -c '. "$1/common"; eval "$2"' sh "$scratch" "$1" 2>&1
 }
@@ -123,7 +125,7 @@ CheckValues() {
             $network start eth1 >/dev/null 2>&1 || echo "status $?: $value"
         done
         [ ! -e /run/owned ] || echo "a value was run"')"
-    Promise "What one setting cannot have leaves the others" \
+    Promise "An invalid value leaves the other settings in force" \
         "192.168.21.5/24 2001:db8:21::5/64 192.0.2.53" "$(Demo '
         Settings "dhcp = 0" "ipv6_router_adv = 0" "static ip = 192.168.21.5" "gateway = 10.9.9.9" \
             "static ip6 = 2001:db8:21::5/64" "dns = nobody 192.0.2.53" "nat enable = 1" \
@@ -131,7 +133,7 @@ CheckValues() {
         $network start eth1 >/dev/null 2>&1
         echo $(ip -brief addr show dev eth1 scope global | cut -c 33-) \
             $(sed -n "s/nameserver 192.0.2/192.0.2/p" /etc/resolv.conf)')"
-    Promise "A refused value is told, as plain text" "eth1: static ip = ?[31m1.2: not an IPv4 address" \
+    Promise "An invalid value is reported as plain text" "eth1: static ip = ?[31m1.2: not an IPv4 address" \
         "$(Demo '
         Settings "dhcp = 0" "enable_ip6 = 0" "static ip = ?$(printf "\033")[31m1.2"
         $network start eth1 2>&1 >/dev/null')"
@@ -152,7 +154,7 @@ CheckValues() {
 }
 
 CheckFiles() {
-    Promise "A settings file may be in any state" "" "$(Demo '
+    Promise "A settings file may be missing or contain anything" "" "$(Demo '
         Try() {
             timeout 20 $network start eth1 >/dev/null 2>&1 || echo "$1: status $?"
             ip link show dev eth1 up | grep -q eth1 || echo "$1: not up"
@@ -175,7 +177,7 @@ CheckFiles() {
         Try "many lines"
         head -c 4000 /bin/sh >$file
         Try "a program"')"
-    Promise "An interface that is not there is refused" "1 1 1" "$(Demo '
+    Promise "An unknown interface is refused" "1 1 1" "$(Demo '
         for name in eth7 .. "-a b"; do
             $network start "$name" >/dev/null 2>&1
             echo $?
@@ -183,8 +185,8 @@ CheckFiles() {
 }
 
 CheckServers() {
-    Promise "A server that is silent is asked on" \
-        "eth1: no answer from a DHCP server yet, asking on; 192.168.21.21/24; 0" "$(Demo '
+    Promise "The client keeps asking a silent server" \
+        "eth1: no answer from a DHCP server yet, still asking; 192.168.21.21/24; 0" "$(Demo '
         kill -STOP $(pidof dnsmasq)
         Settings "enable_ip6 = 0"
         printf "%s; " "$($network start eth1 | tail -n 1)"
@@ -193,10 +195,10 @@ CheckServers() {
         printf "%s; " $(ip -brief addr show dev eth1 | cut -c 33-)
         $network stop eth1 >/dev/null
         pgrep -c -f "dhclient.* eth1$"')"
-    Promise "Without a link nobody waits" "br0: no link yet, a server will be asked when there is" "$(Demo '
+    Promise "Without a link start does not wait" "br0: no link yet; DHCP starts when there is one" "$(Demo '
         cp /etc/network/example /etc/network/02:00:00:00:10:30
         timeout 4 $network start br0 | sed -n 2p')"
-    Promise "The client ends when the interface is not managed any more" "1 0 192.168.21.21/24" \
+    Promise "The client ends when the interface is no longer managed" "1 0 192.168.21.21/24" \
         "$(Demo '
         Settings "enable_ip6 = 0"
         $network start eth1 >/dev/null
@@ -206,8 +208,8 @@ CheckServers() {
         echo $before $(pgrep -c -f "dhclient.* eth1$") $(ip -brief addr show dev eth1 | cut -c 33-)')"
 }
 
-# CheckWireless: eth1 gets the kernel's files of a radio, and the supplicant and its client are stand-ins.
-# The client says that the card is on the network in /run/ssid.
+# CheckWireless: eth1 gets a radio's files in /sys; the supplicant and its client are stand-ins. The
+# client reports the network in /run/ssid.
 CheckWireless() {
     cat >"$scratch/wireless" <<'END'
 folder=$(readlink -f /sys/class/net/eth1)
@@ -242,13 +244,13 @@ gone no-file" "$(Demo '. "$1/wireless"
         $network stop eth1 >/dev/null
         [ -e /proc/$one ] && printf "there " || printf "gone "
         [ -e $pid ] && echo file || echo no-file')"
-    Promise "A start after a start has one supplicant, a new one" "1 other" "$(Demo '. "$1/wireless"
+    Promise "A second start replaces the supplicant" "1 other" "$(Demo '. "$1/wireless"
         $network start eth1 >/dev/null
         one=$(cat $pid)
         $network start eth1 >/dev/null
         printf "%s " "$(pidof /mnt/radio/bin/wpa_supplicant | wc -w)"
         [ "$(cat $pid)" = $one ] && echo same || echo other')"
-    Promise "Its networks are kept for root, and begin with those of all cards" \
+    Promise "Its networks are for root only, and start with those of default.wireless" \
         "600 network={} 600 mine" "$(Demo '. "$1/wireless"
         echo "network={}" >/etc/network/default.wireless
         own=/etc/network/02:00:00:00:10:21.wireless
@@ -257,7 +259,7 @@ gone no-file" "$(Demo '. "$1/wireless"
         echo mine >$own
         $network start eth1 >/dev/null
         echo "$(stat -c %a $own) $(cat $own)"')"
-    Promise "A number of another process in the file is not ended" "there" "$(Demo '. "$1/wireless"
+    Promise "A process is not killed because its pid is in the file" "there" "$(Demo '. "$1/wireless"
         mkdir -p ${pid%/*}
         sleep 600 & other=$!
         echo $other >$pid
@@ -268,7 +270,7 @@ gone no-file" "$(Demo '. "$1/wireless"
         Settings "manage = 0"
         $network stop eth1 >/dev/null
         [ -e /proc/$(cat $pid) ] && echo there || echo gone')"
-    Promise "On another network an address is asked for again, on the same one it is kept" \
+    Promise "An address is requested again on another network, and kept on the same one" \
         "1 2 2 3" "$(Demo '. "$1/wireless"
         Settings "enable_ip6 = 0"
         Asked() { grep -c DHCPDISCOVER /run/router/log; }
@@ -290,17 +292,17 @@ gone no-file" "$(Demo '. "$1/wireless"
         printf "%s\n" $(($(Asked) - asked))')"
 }
 
-# CheckOthers: a simulated radio has one more interface, which is no card; here a tunnel is one such.
+# CheckOthers: hwsim0 is not a card; here a tunnel stands for it.
 CheckOthers() {
     [ -w /dev/net/tun ] || return 0
-    Promise "All are the cards of the machine, and nothing else" "br0 eth0 eth1 wlan0, tun0 up" \
+    Promise "all means the cards of the machine and nothing else" "br0 eth0 eth1 wlan0, tun0 up" \
         "$(Demo 'ip tuntap add dev tun0 mode tun && ip link set tun0 up || exit
         echo $($network stop all | sed -n "s/: stopping//p" | sort), $(ip -oneline link show up |
             sed -n "s/.* \(tun0\): .*/\1 up/p")')"
 }
 
 CheckNames() {
-    Promise "Names resolve, and the ping test's host answers from behind the router" \
+    Promise "Names resolve, and the ping test's host answers" \
         "PING dns.quad9.net (9.9.9.9) 64 bytes from dns.quad9.net (9.9.9.9)" "$(Demo '
         ping -c 1 -W 5 dns.quad9.net >/run/ping
         echo $(sed -n "s/^\(PING [^)]*)\).*/\1/p; s/^\(64.*)\).*/\1/p" /run/ping)')"
@@ -308,15 +310,15 @@ CheckNames() {
         $network stop eth0 >/dev/null
         ping -c 1 -W 5 dns.quad9.net >/run/ping 2>/dev/null
         echo $? $(cat /run/ping)')"
-    Promise "The time servers are there" "192.168.10.1 192.168.10.1" "$(Demo '
+    Promise "The time servers' names resolve" "192.168.10.1 192.168.10.1" "$(Demo '
         for name in $(sed -n "s/^server //p" /etc/ntp.conf | cut -d " " -f 1); do
             getent ahostsv4 "$name" | head -n 1 | cut -d " " -f 1
         done | xargs')"
 }
 
-# CheckMissing: root can take the programs away.
+# CheckMissing: only root can remove programs in the machine.
 CheckMissing() {
-    Promise "What is missing is told, and the rest holds" \
+    Promise "Missing programs are reported, and the rest works" \
         "eth1: nft is missing (Debian: nftables): no NAT
 eth1: dhclient is missing (Debian: isc-dhcp-client): no address from a server
 2001:db8:21::5/64" "$(Demo '

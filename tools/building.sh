@@ -76,8 +76,8 @@ Update() {
     Apt -o Debug::NoLocking=true update
 }
 
-# Fetch PACKAGE...: fetches packages and their dependencies into $packages/archives. Uses the network
-# only for those that are not there yet.
+# Fetch PACKAGE...: fetches packages and their dependencies into $packages/archives. Uses the
+# network only for those that are not there yet.
 Fetch() {
     set -- -o Debug::NoLocking=true --download-only install "$@"
     Apt "$@" >/dev/null 2>&1 || { Update && Apt "$@"; }
@@ -105,8 +105,8 @@ $package=installed
     done
 }
 
-# InstallPackages PACKAGE...: fetching can be interrupted. The installation runs in its own session and
-# is always completed, as half of one would remain; a message on descriptor 3 says so.
+# InstallPackages PACKAGE...: fetching can be interrupted. The installation runs in its own session
+# and is always completed, as half of one would remain; a message on descriptor 3 says so.
 InstallPackages() {
     Fetch "$@" || return
     interrupted=
@@ -127,8 +127,9 @@ Installation() {
     Apt install "$@"
 }
 
-# NeedPackages LOG PACKAGE...: installs missing packages, with apt's messages in LOG; without root it
-# prints the command instead. On a system without dpkg it does nothing: the build shows what is missing.
+# NeedPackages LOG PACKAGE...: installs missing packages, with apt's messages in LOG; without root
+# it prints the command instead. On a system without dpkg it does nothing: the build shows what is
+# missing.
 NeedPackages() {
     log=$1
     shift
@@ -183,9 +184,9 @@ Unpack() {
     rm -rf "$packages/root" && mv "$fresh" "$packages/root"
 }
 
-# UnpackPackages LOG PACKAGE...: unpacks, for the machines, those that are not installed, with messages
-# in LOG. When the installed packages change, everything is unpacked again, from archives fetched
-# before, so that both fit together.
+# UnpackPackages LOG PACKAGE...: unpacks, for the machines, those that are not installed, with
+# messages in LOG. When the installed packages change, everything is unpacked again, from archives
+# fetched before, so that both fit together.
 UnpackPackages() {
     log=$1
     shift

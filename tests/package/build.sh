@@ -1,6 +1,10 @@
 #!/bin/sh
-# On a clean machine: the package is built by tools/package alone; a second time without network, in
-# another folder, time zone, language and file mode, its bytes are the same; lintian has no remark.
+# Builds the package on a clean machine with tools/package, and again without network, in another
+# folder, time zone, locale and umask: both are identical, and lintian finds nothing. life.sh runs
+# this.
+#
+#     tests/package/clean /mnt/tests/package/build.sh
+#
 # The package is left in /tmp/share.
 set -eu
 # shellcheck source=tests/package/copy.sh
@@ -17,12 +21,12 @@ CopyCheckout $second
 )
 for package in "$first"/build/package/*.deb; do
     cmp "$package" "$second/build/package/$(basename "$package")"
-    echo "The same bytes twice: $(basename "$package")"
+    echo "Reproducible: $(basename "$package")"
 done
 
 Install lintian >/root/lintian.log 2>&1 || { cat /root/lintian.log && exit 1; }
 cd $first/build/package
 lintian --allow-root --pedantic --display-info --fail-on error,warning,info,pedantic ./*.changes
-echo "No remarks by lintian"
+echo "lintian: nothing found"
 rm -f /tmp/share/*.deb
 cp ifmenu_*.deb /tmp/share

@@ -1,6 +1,8 @@
 #!/bin/sh
-# On a clean machine: builds the program and its tests for arm64 by Debian's cross compiler, and runs
-# the program and its unit tests in an emulator. Takes about fifteen minutes.
+# Cross-compiles the program and its tests for arm64 on a clean machine, and runs the program and
+# its unit tests in an emulator. Takes about fifteen minutes.
+#
+#     tests/package/cross.sh
 set -eu
 if [ "${1-}" != --here ]; then
     cd -- "$(dirname -- "$0")"
@@ -32,8 +34,8 @@ status=0
 qemu-aarch64-static build/arm64/ifmenu --help || status=$?
 [ $status = 1 ]
 Build ifmenu_unit_tests
-# The emulator puts a word of its own behind the report of a program that aborts, and a spawn that
-# fails in the child looks to it as if it had succeeded.
+# The emulator adds a message of its own when a program aborts, and reports success for a spawn that
+# fails in the child.
 ctest --preset arm64 --label-regex unit --parallel 2 --no-tests=error --exclude-regex \
     '^FailAssertion\.|^CommandOutput\.ReturnsNothingIfThereIsNoShell$'
 Build all

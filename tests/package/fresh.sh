@@ -1,8 +1,8 @@
 #!/bin/sh
-# Runs the commands of README.md and CONTRIBUTING.md on freshly installed Debians: each command works,
-# and ./test leaves the computer as it was, except for the packages that it installs.
+# Runs the commands of README.md and CONTRIBUTING.md on freshly installed Debians: each command
+# works, and ./test leaves the computer as it was, except for the packages that it installs.
 #
-#     tests/package/fresh.sh [RELEASE...]            on bookworm, trixie and testing, or on RELEASE...
+#     tests/package/fresh.sh [RELEASE...]            on bookworm, trixie and testing, or RELEASE...
 #     tests/package/fresh.sh --short [RELEASE...]    only the commands of README.md
 #     tests/package/fresh.sh --known                 only checks that it can run each command
 #

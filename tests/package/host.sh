@@ -1,12 +1,12 @@
 #!/bin/sh
-# What a run of the tests may not change of the computer it runs on: the packages installed, what
-# is enabled for the next boot, and the files under /etc.
+# Checks that a test run leaves this computer unchanged: installed packages, what is enabled at
+# boot, and files under /etc.
 #
-#     tests/package/host.sh look FOLDER       keeps them in FOLDER
-#     tests/package/host.sh compare FOLDER    tells what is different from then
+#     tests/package/host.sh look FOLDER       saves the current state in FOLDER
+#     tests/package/host.sh compare FOLDER    prints the differences from the saved state
 #
-# Packages that were installed since (the compiler, libraries) bring their own files under /etc; that
-# they enable something, and all else, is a difference. Exit status 1: there are differences.
+# Newly installed packages (the compiler, libraries) may add their own files under /etc, but not
+# enable anything. Exit status 1: there are differences.
 set -u
 PATH=$PATH:/usr/local/sbin:/usr/sbin:/sbin
 LC_ALL=C
@@ -29,7 +29,7 @@ Look() {
     } 2>/dev/null | sort >"$1/files"
 }
 
-# Allowed FOLDER: what new packages have under /etc of their own, and what is made of all packages.
+# Allowed FOLDER: drops the files of new packages, and those generated from all packages.
 Allowed() {
     for package in $(comm -13 "$1/packages" "$1/now/packages" | cut -d ' ' -f 1); do
         dpkg-query --listfiles "$package"
@@ -45,16 +45,16 @@ Allowed() {
 # Compare FOLDER
 Compare() {
     Look "$1/now"
-    # What was there has stayed.
+    # No package was removed.
     cut -d ' ' -f 1 "$1/packages" >"$1/before"
     cut -d ' ' -f 1 "$1/now/packages" >"$1/after"
     comm -23 "$1/before" "$1/after" | sed 's/^/package removed: /'
     # shellcheck disable=SC2086  # lists of words
     printf '%s\n' $demo_packages $machine_packages | sort >"$1/private"
-    # The compiler's tools need procps themselves.
+    # The compiler's tools depend on procps.
     comm -13 "$1/before" "$1/after" | comm -12 - "$1/private" | grep -vx procps |
         sed 's/^/package installed, not unpacked: /'
-    # procps has the computer's own settings of the kernel made at boot.
+    # procps applies the computer's sysctl settings at boot.
     comm -3 "$1/enabled" "$1/now/enabled" | sed 's/^[[:space:]]*//' | grep -v '^/etc/rcS.d/S..procps ' |
         sed 's/^/enabled, or no longer: /'
     comm -3 "$1/files" "$1/now/files" | sed 's/^[[:space:]]*//' | Allowed "$1" |

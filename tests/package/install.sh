@@ -1,24 +1,26 @@
 #!/bin/sh
-# On a clean machine, with the package in /tmp/share: it installs what it names and nothing below
-# /etc, runs, replaces an older one, and leaves nothing when it is removed and purged. The
-# operator's settings are never touched.
+# Tests the package in /tmp/share on a clean machine: it installs its own files, none of them in
+# /etc, runs, upgrades an older version, and leaves nothing after removal and purge. The operator's
+# settings never change. life.sh runs this after build.sh.
+#
+#     tests/package/clean /mnt/tests/package/install.sh
 set -eu
 # shellcheck source=tests/package/copy.sh
 . /mnt/tests/package/copy.sh
 
 package=$(echo /tmp/share/ifmenu_*.deb)
 
-# An older version of the same.
+# The same package as an older version.
 dpkg-deb --raw-extract "$package" /root/older
 sed -i 's/^Version: .*/Version: 0.9/' /root/older/DEBIAN/control
 dpkg-deb --build /root/older /root/older.deb >/dev/null
 
-# What the package depends on comes first: all that changes later is its doing.
+# Its dependencies are installed first: later changes come from the package itself.
 depends=$(dpkg-deb --field "$package" Depends | sed -e 's/([^)]*)//g' -e 's/,/ /g')
 # shellcheck disable=SC2086  # a list of words
 Install $depends >/root/install.log 2>&1 || { cat /root/install.log && exit 1; }
 
-# The settings of an operator, of all kinds.
+# An operator's settings, of all kinds.
 mkdir -p /etc/network /etc/samba /etc/TAVRIN
 for file in network/02:00:00:00:10:20 network/example network/default.wireless hostname hosts \
     ntp.conf vsftpd.conf vsftpd.conf.disabled samba/smb.conf TAVRIN/disable.reporting \
@@ -29,7 +31,7 @@ done
 chmod 600 /etc/network/02:00:00:00:10:20 /etc/local.desktop.vnc.passwd
 chown 1000:1000 /etc/network/example
 
-# Look FILE: all of /etc, and the names of all other files but those of the package tools.
+# Look FILE: saves the state of /etc, and the names of all other files except the package tools'.
 Look() {
     {
         find /etc -printf '%p %y %m %U %G %T@ %l\n'
@@ -39,21 +41,21 @@ Look() {
     } | sort >"$1"
 }
 
-# Unchanged WHAT: everything is as it was before the package came, but for its own files.
+# Unchanged WHAT: nothing has changed since before the installation, except the package's own files.
 Unchanged() {
     Look /root/now
     dpkg --listfiles ifmenu 2>/dev/null | sort >/root/own || true
     comm -13 /root/before /root/now | grep -Fvx -f /root/own >/root/new || true
     comm -23 /root/before /root/now >/root/gone
     if [ -s /root/new ] || [ -s /root/gone ]; then
-        echo "$1 has changed:"
+        echo "$1 changed:"
         cat /root/new /root/gone
         exit 1
     fi
-    echo "$1: nothing else has changed"
+    echo "$1: no other changes"
 }
 
-# Works: the program is found, and ends as it should.
+# Works: the program runs, and the manual pages are installed.
 Works() {
     status=0
     ifmenu --help 2>/root/help || status=$?

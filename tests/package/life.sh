@@ -1,6 +1,8 @@
 #!/bin/sh
-# The life of the Debian package, on clean machines: built twice, compared, looked at by lintian;
-# installed, upgraded, removed, purged. Takes about ten minutes.
+# Tests the Debian package on clean machines: builds it twice and compares, runs lintian, installs,
+# upgrades, removes and purges it. Takes about ten minutes.
+#
+#     tests/package/life.sh
 set -eu
 cd -- "$(dirname -- "$0")"
 ./clean /mnt/tests/package/build.sh

@@ -1,6 +1,8 @@
 #!/bin/sh
-# The manual pages are well formed, and name the rows, keys, commands, files and settings that there
-# are: all of them, and no others.
+# Tests that the manual pages are well formed and name exactly the rows, keys, commands, files and
+# settings of the program.
+#
+#     tests/package/manual_test.sh
 set -u
 cd -- "$(dirname -- "$0")/../.." || exit 1
 LC_ALL=C.UTF-8
@@ -15,7 +17,7 @@ Fail() {
     failed=1
 }
 
-# Same WHAT: the file `found` of the manual against `wanted`.
+# Same WHAT: compares the file `found`, from the manual, with `wanted`.
 Same() {
     [ -s "$work/wanted" ] || Fail "$1: nothing to compare with"
     diff -u --label "$1" --label "in the manual" "$work/wanted" "$work/found" || failed=1
@@ -23,7 +25,7 @@ Same() {
 
 # ---- form ----
 
-# Whether a page that is referred to is installed, and whose system it is, is not the page's matter.
+# CheckForm PAGE: prints complaints, except about pages that are not installed and about the system.
 CheckForm() {
     mandoc -Tlint "$1" 2>&1 | grep -v 'referenced manual not found\|explicitly specified\|outdated'
     MANWIDTH=80 man --warnings -E UTF-8 -l -Tutf8 -Z "$1" >"$work/roff" 2>"$work/roff.log"
@@ -36,7 +38,7 @@ done
 
 # ---- rows and their keys ----
 
-# "screen: row (key)", a line each.
+# Lines of "screen: row (key)".
 awk -F ' *[|] *' '
     /^## / { screen = substr($0, 4) }
     $2 ~ /^`/ { print screen ": " substr($2, 2, length($2) - 2) ($3 == "" ? "" : " (" $3 ")") }
@@ -49,16 +51,16 @@ Same "the rows of docs/screens.md"
 
 # ---- commands and files ----
 
-# The texts in the sources, adjacent ones joined, one a line.
+# The string literals in the sources, adjacent ones joined, one per line.
 cat src/*/*.cpp src/*/*.h | sed 's/ *\/\/ .*//' | tr '\n' ' ' | sed 's/" *"//g' |
     grep -o '"\(\\.\|[^"\\]\)*"' | sed -e 's/^"//' -e 's/"$//' -e 's/\\"/"/g' |
     sort -u >"$work/texts"
 
-# The page as its reader sees it, blanks and line ends alike.
+# The formatted page on one line.
 mandoc -Tutf8 -Owidth=200 man/ifmenu.8 | sed 's/.\x08//g' | tr -s ' \n' ' ' >"$work/page"
 
-# What the sources run and open; where its output goes is of no interest to the reader. One file is
-# looked at by the services screen without any effect.
+# Commands and files in the sources, without redirections. One pid file is left out: the services
+# screen reads it, but does nothing with it.
 grep -e '^/\(etc\|sbin\|usr\|var\)/' -e '^\(cp\|ip\|killall\|mkdir\|mv\|pdbedit\|ping\) ' \
     -e '^\(smbpasswd\|vncpasswd\|wpa_cli\) ' -e '^volkeep-' -e '^ [a-z]*_network' -e '^ scan' \
     -e '^ set ' -e '^ save_config' -e '^ disconnect' -e '^dns\.' "$work/texts" |
@@ -69,7 +71,7 @@ while IFS= read -r text; do
 done <"$work/named"
 [ "$(wc -l <"$work/named")" -ge 40 ] || Fail "hardly any commands found in the sources"
 
-# And the other way round: what stands in for a name splits the commands of the manual.
+# Commands in the manual; placeholders split them into pieces.
 tr '\n' ' ' <"$work/texts" | tr -s ' ' >"$work/sources"
 sed -n '/^\.Sh CAVEATS/q;s/^\.Dl //p' man/ifmenu.8 |
     sed "s/['\"]*\<[A-Z_]*[A-Z]\>['\"]*\|\<dns\.[a-z0-9.]*/\n/g" |
@@ -80,7 +82,7 @@ done <"$work/pieces"
 
 # ---- settings ----
 
-# The keys of the table, in the file's order.
+# The keys of the table, in order.
 sed -n '/constexpr ConfigLine kConfigLines/,/^};/s/^ *{"\([^"]*\)".*/\1/p' src/net/interface_config.h \
     >"$work/wanted"
 sed -n 's/^\.It Cm //p' man/ifmenu-network.5 >"$work/found"

@@ -1,7 +1,9 @@
 #!/bin/sh
-# The package's own test (debian/tests) on a clean machine, as package archives run it: builds the
-# package, installs it with everything that the test names, and runs the end-to-end tests on the
-# installed program. Takes about twenty minutes.
+# Runs the package's own test (debian/tests) on a clean machine, as Debian does: builds the package,
+# installs it with the test's dependencies, and runs the end-to-end tests on the installed program.
+# Takes about twenty minutes.
+#
+#     tests/package/suite.sh
 set -eu
 if [ "${1-}" != --here ]; then
     cd -- "$(dirname -- "$0")"
@@ -11,8 +13,8 @@ fi
 # On the clean machine.
 # shellcheck source=tests/package/copy.sh
 . /mnt/tests/package/copy.sh
-# The servers that the test names are installed here, where the network is the computer's own: they
-# are not to start.
+# The test's dependencies include servers, and the network is the computer's: keep them from
+# starting.
 printf '#!/bin/sh\nexit 101\n' >/usr/sbin/policy-rc.d
 chmod 755 /usr/sbin/policy-rc.d
 CopyCheckout /root/ifmenu
