@@ -43,8 +43,8 @@ class Recorder {
 
 const Label kJourneyLabel = {
     "A new card gets a fixed address",
-    "From the main menu to the second interface; its settings are opened, DHCP is turned off, an "
-    "address is typed in and saved; the interface is started anew and shows the address."};
+    "Select the second interface on the main menu, open its settings, turn DHCP off, enter an "
+    "address, save, and update the interface: it shows the address."};
 
 std::vector<Frame> RecordJourney() {
     Stage stage;
@@ -68,11 +68,11 @@ std::vector<Frame> RecordJourney() {
     Go(t, "<Space>", "Use DHCP:                      no");
     film.Show({"I"}, "selects \"Static IP address\"", kMove);
     Go(t, "i", "Static IP address:");
-    film.Show({"ENTER"}, "opens it to be typed in", kMove);
+    film.Show({"ENTER"}, "opens an entry box", kMove);
     Go(t, "<Enter>", "[ESC to cancel");
     film.Show({}, "typing the address", kMove);
     film.Type(kAddress);
-    film.Show({"ENTER"}, "takes it", kMove);
+    film.Show({"ENTER"}, "accepts it", kMove);
     Go(t, "<Enter>", std::string("Static IP address:             ") + kAddress);
     film.Show({"S"}, "selects \"Save changes\"", kMove);
     Go(t, "s", "Save changes");
@@ -82,7 +82,7 @@ std::vector<Frame> RecordJourney() {
     Go(t, "uu", "Update interface from config");
     film.Show({"ENTER"}, "asks before it acts", kMove);
     Go(t, "<Enter>", "re you sure?");
-    film.Show({"Y"}, "stops the interface and starts it again", kLook);
+    film.Show({"Y"}, "stops and starts the interface", kLook);
     Go(t, "y", std::string("eth1: ") + kAddress);
     film.Show({}, "the network script at work", kLook);
     stage.ShowLink(true);

@@ -39,64 +39,64 @@ const std::vector<Walk>& Walks() {
     static const std::vector<Walk> walks = {
         {24, 80, "", "", {
             {"main-menu", "Main menu",
-             "What can be done with the whole machine, and the state of every interface. A yellow "
-             "letter or digit selects its row.",
+             "Actions for the whole machine, and the state of every interface. A yellow letter or "
+             "digit selects its row.",
              {}},
             {"computer-name", "Change computer name",
-             "Texts are typed into a box; ENTER takes them, ESC leaves all as it was.",
+             "An entry box: ENTER accepts the text, ESC cancels.",
              {{"n<Enter>", kEntry}}},
             {"time-servers", "Time servers",
-             "The servers that the machine takes its time from.",
+             "The servers from which the machine gets its time.",
              {kToTheMainMenu, {"t<Enter>", "Add new server"}}},
             {"diagnostics", "Diagnostics",
-             "What to look at when names are not found or nothing answers.",
+             "For names that do not resolve, and hosts that do not answer.",
              {kToTheMainMenu, {"i<Enter>", "Ping test"}}},
             {"resolver", "The plain terminal",
-             "What a command prints is read on the plain terminal: here the resolver's "
+             "The output of commands appears on the plain terminal: here the resolver's "
              "configuration.",
              {{"r<Enter>", "Hit ENTER to continue."}}},
             {"interface", "Interface",
-             "One interface: its state, and what can be done with it.",
+             "One interface: its state and the actions for it.",
              {{"<Enter>", "Ping test"}, kToTheMainMenu, kToFirstCard}},
             {"question", "Are you sure?",
-             "Nothing that cuts a connection happens without this question.",
+             "The question before every action that may cut a connection.",
              {{"u<Enter>", "re you sure?"}}},
             {"interface-settings", "Interface settings",
-             "The settings file of an interface, and help about the selected row.",
+             "The settings file of an interface, with help for the selected row.",
              {{"n", "Edit configuration"}, kToSettings, {"i", "Example: 192.168.1.42"}}},
-            {"address", "An address is typed in",
-             "The box begins with the present address.",
+            {"address", "Entering an address",
+             "The box starts with the current address.",
              {{"<Enter>", kEntry}}},
             {"dhcp-conflict", "Settings that contradict each other",
-             "DHCP is red while there is a static address, too.",
+             "DHCP is red if there is a static address too.",
              {kBackToSettings, {"<Home>d<Space><Down>", "Use DHCP:                      yes"}}},
         }},
         {24, 80, "", "", {
             {"interface-wireless", "Wireless interface",
-             "A wireless card shows its network; it has a radio-kill switch and access points.",
+             "A wireless card shows its network, and has an RF-kill switch and access points.",
              {{"3<Enter>", "Network configuration: wlan0"}}},
             {"access-points", "Access points",
-             "The networks in reach after a scan. Those that are not known yet are marked NEW.",
+             "The networks in range after a scan. Unknown ones are marked NEW.",
              {kToAccessPoints, {"s<Enter>", "Backstage"}}},
             {"new-access-point", "New access point",
-             "A network that is not known yet.",
+             "A network that is not configured yet.",
              {{"<Home><Down><Down><Down><Down><Down>", "Backstage"},
               {"<Enter>", "SSID: 'Backstage'"}}},
-            {"wireless-password", "A password is typed in",
+            {"wireless-password", "Entering a password",
              "Passwords show as asterisks.",
              {{"c<Enter>", kEntry}, {"behind the stage", "****************"}}},
             {"known-access-point", "Known access point",
-             "A network that the card knows: it can be chosen or forgotten.",
+             "A configured network: connect to it or forget it.",
              {{"<Esc>", "Connect to access point"},
               {"<Esc>", "Connect to any access point"},
               {"<End><Up><Enter>", "Forget access point"}}},
         }},
         {24, 80, "", "", {
             {"services", "Services",
-             "Every row begins with what ENTER will do about the service.",
+             "The first word of each row says what ENTER does.",
              {{"s<Enter>", "volkeep disk management"}}},
             {"smb-accounts", "SMB/CIFS accounts",
-             "Who may use the file server.",
+             "The accounts of the file server.",
              {{"<Home>ss<Enter>", "Configure user 'editor'"}}},
             {"smb-user", "SMB/CIFS user",
              "One account of the file server.",
@@ -105,13 +105,12 @@ const std::vector<Walk>& Walks() {
         {24, 80, "ip route add default via 192.168.30.9 dev br0 metric 7",
          "ip route del default via 192.168.30.9 dev br0 metric 7", {
             {"multiple-gateways", "Several gateways",
-             "The end of the main menu, with a warning: two interfaces claim the way to the "
-             "outside.",
+             "The end of the main menu, with a warning: two interfaces have a default gateway.",
              {{"<End>", "WARNING: Multiple gateways active"}}},
         }},
         {43, 132, "", "", {
             {"main-menu-large", "Main menu on a large terminal",
-             "With room for everything at once.",
+             "Everything fits.",
              {}},
             {"interface-settings-large", "Interface settings on a large terminal",
              "All fourteen settings.",
@@ -140,9 +139,10 @@ void Draw(Stage& stage, const Walk& walk, std::vector<Drawn>& drawn) {
 const char* const kGalleryHead =
     "# Pictures of the screens\n"
     "\n"
-    "As the program draws them on the demo appliance. `tools/screens` makes them, this page too;\n"
-    "`tools/screens --check` tells whether they are still true, and is a part of `./test`.\n"
-    "[What every row does](../screens.md) is described elsewhere.\n";
+    "The program's screens on the demo appliance; [docs/screens.md](../screens.md) describes each\n"
+    "row. `tools/screens` draws the pictures and writes this page; `tools/screens --check`, a "
+    "part\n"
+    "of `./test`, checks that they are up to date.\n";
 
 std::vector<Drawn> DrawScreens() {
     Stage stage;
