@@ -59,7 +59,7 @@ const std::vector<Walk>& Walks() {
              "One interface: its state and the actions for it.",
              {{"<Enter>", "Ping test"}, kToTheMainMenu, kToFirstCard}},
             {"question", "Are you sure?",
-             "The question before every action that may cut a connection.",
+             "Asked before an interface is brought down or updated, for example.",
              {{"u<Enter>", "re you sure?"}}},
             {"interface-settings", "Interface settings",
              "The settings file of an interface, with help for the selected row.",
