@@ -60,7 +60,9 @@ Works() {
     status=0
     ifmenu --help 2>/root/help || status=$?
     [ $status = 1 ] && grep -q '^Tavrin 4' /root/help
-    [ -e /usr/share/man/man8/ifmenu.8.gz ] && [ -e /usr/share/man/man5/ifmenu-network.5.gz ]
+    for page in man8/ifmenu.8 man5/ifmenu-network.5 man7/ifmenu-recipes.7; do
+        [ -e /usr/share/man/$page.gz ] || return
+    done
 }
 
 Look /root/before

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Tests that the manual pages are well formed and name exactly the rows, keys, commands, files and
-# settings of the program.
+# settings of the program, and that the sections they refer to exist.
 #
 #     tests/package/manual_test.sh
 set -u
@@ -49,6 +49,45 @@ awk -F '"' '
 ' man/ifmenu.8 >"$work/found"
 Same "the rows of docs/screens.md"
 
+# What the pages call a row, by its whole text or the words before its value, one of {one, other}.
+awk -F ' *[|] *' '
+    function Expand(text,    begin, end, words, i) {
+        begin = index(text, "{")
+        if (!begin) { print text; sub(/:.*/, "", text); print text; return }
+        end = index(text, "}")
+        split(substr(text, begin + 1, end - begin - 1), words, ", ")
+        for (i in words) Expand(substr(text, 1, begin - 1) words[i] substr(text, end + 1))
+    }
+    $2 ~ /^`/ { Expand(substr($2, 2, length($2) - 2)) }
+' docs/screens.md >"$work/rows"
+for page in man/*; do
+    sed -n 's/^\.Ic "\{0,1\}\([^"]*[^" .,:;]\).*/\1/p' "$page" >"$work/found"
+    while IFS= read -r row; do
+        grep -Fqx -- "$row" "$work/rows" || Fail "$page: no such row: $row"
+    done <"$work/found"
+done
+[ "$(sort -u "$work/rows" | wc -l)" -ge 80 ] || Fail "hardly any rows found"
+
+# ---- sections ----
+
+# "page: section" of those there are, and of those that are referred to: in the same page, or in
+# quotes and followed by the page.
+for page in man/*; do
+    sed -n "s,^\.S[hs] \(.*\),$page: \1,p" "$page" | tr -d '"'
+done >"$work/sections"
+for page in man/*; do
+    awk -v page="$page" '
+        sub(/^\.Sx "?/, "") { sub(/"?( [.,:;])?$/, ""); print page ": " $0 }
+        sub(/^\.Dq /, "") { section = $0; next }
+        /^in$/ { next }
+        section != "" && /^\.Xr ifmenu/ { print "man/" $2 "." $3 ": " section }
+        { section = "" }' "$page"
+done >"$work/found"
+while IFS= read -r reference; do
+    grep -Fqx -- "$reference" "$work/sections" || Fail "no such section: $reference"
+done <"$work/found"
+[ "$(wc -l <"$work/found")" -ge 20 ] || Fail "hardly any references found"
+
 # ---- commands and files ----
 
 # The string literals in the sources, adjacent ones joined, one per line.
@@ -71,9 +110,12 @@ while IFS= read -r text; do
 done <"$work/named"
 [ "$(wc -l <"$work/named")" -ge 40 ] || Fail "hardly any commands found in the sources"
 
-# Commands in the manual; placeholders split them into pieces.
+# Tests that the manual pages are well formed and name exactly the rows, keys, commands, files and
+# settings of the program, and that the sections they refer to exist.
+#
+#     tests/package/manual_test.sh
 tr '\n' ' ' <"$work/texts" | tr -s ' ' >"$work/sources"
-sed -n '/^\.Sh CAVEATS/q;s/^\.Dl //p' man/ifmenu.8 |
+sed -n 's/^\.Dl //p' man/ifmenu.8 |
     sed "s/['\"]*\<[A-Z_]*[A-Z]\>['\"]*\|\<dns\.[a-z0-9.]*/\n/g" |
     sed -e 's/^ *//' -e 's/ *$//' | grep . >"$work/pieces"
 while IFS= read -r piece; do

@@ -228,7 +228,7 @@ void CheckForget(Machine& machine, Line& line) {
 // What the manual says of a network, with its name and password there.
 void ManualJoins(Machine& machine, const std::string& section, const std::string& network) {
     const std::string block =
-        "sed -n '/^.Ss " + section + "/,/^.Ed/p' /vm/ifmenu.8 | grep ^wpa_cli";
+        "sed -n '/^.Ss " + section + "/,/^.Ed/p' /vm/ifmenu-recipes.7 | grep ^wpa_cli";
     Require(machine.Sh(block).find("select_network") != std::string::npos,
             "The manual has no commands about " + section);
     const std::string id = Trim(machine.Sh("wpa_cli -i wlan0 add_network"));
