@@ -1,72 +1,150 @@
 #!/bin/sh
-# Tests that the links of the Markdown pages lead somewhere, and that the files they name exist.
+# What the pages refer to exists: the targets of their links, the headings that links jump to, the
+# checkout's files and folders, manual pages, tests, and names of the sources.
 #
-#     tests/package/pages_test.sh
-#
-# Files are named in backquotes, by their path in the checkout or in src; words after that are
-# arguments. Exit status 1: something is missing.
-# shellcheck disable=SC2016  # backquotes of Markdown
+#     tests/package/pages_test.sh [FOLDER]    the pages of another checkout
+# shellcheck disable=SC2016  # the backquotes are those of the pages
 set -u
-cd -- "$(dirname -- "$0")/../.." || exit 1
+cd -- "${1-$(dirname -- "$0")/../..}" || exit 1
+LC_ALL=C.UTF-8
+export LC_ALL
 work=$(mktemp -d) || exit 1
 trap 'rm -rf "$work"' EXIT
 trap 'exit 130' HUP INT TERM
 failed=0
-tried=0
 
 Fail() {
     echo "$*"
     failed=1
 }
 
-# Anchors PAGE: the anchors of its headings.
+# ---- what there is ----
+
+# "page#anchor" of each heading, as the web sites make it; in blocks of code there are none.
 Anchors() {
-    sed -n 's/^##* //p' "$1" | tr '[:upper:]' '[:lower:]' | sed 's/[^a-z0-9 _-]//g; s/ /-/g'
+    awk '
+        FNR == 1 { code = 0 }
+        /^```/ { code = !code }
+        !code && sub(/^#+ +/, "") {
+            $0 = tolower($0)
+            gsub(/[^a-z0-9 _-]/, "")
+            gsub(/ /, "-")
+            print FILENAME "#" $0
+        }' "$@"
 }
 
-# CheckLink PAGE TARGET: TARGET is a file, a heading after "#", or both.
+# The tests, "Suite.Name" each, and the sources as words.
+Tests() {
+    find appliance tests -name '*.cpp' -exec cat {} + | tr -s '\n ' '  ' |
+        grep -o '\<TEST\(_[FP]\)\?([A-Za-z0-9_]*, [A-Za-z0-9_]*' | sed 's/.*(\(.*\), /\1./'
+    find appliance tests -name CMakeLists.txt -exec sed -n 's/.*add_test(NAME \([^ )]*\).*/\1/p' {} +
+}
+
+Names() {
+    find src appliance tests tools -type f -exec cat {} + | grep -ao '\<[A-Z][A-Za-z0-9]*\>'
+}
+
+# ---- what the pages refer to ----
+
+# CheckLink PAGE TARGET
 CheckLink() {
-    file=${2%%#*}
-    path=$1
-    [ -z "$file" ] || path=$(dirname "$1")/$file
-    if [ ! -e "$path" ]; then
-        Fail "$1: no file for the link to $2"
-    elif [ "$file" != "$2" ] && ! Anchors "$path" | grep -Fqx -- "${2#*#}"; then
-        Fail "$1: no heading for the link to $2"
-    fi
-}
-
-# CheckFile PAGE WORD: only words that begin with a folder are paths. They may have wildcards.
-CheckFile() {
     case $2 in
-    /* | build/* | *'<'*) return ;;
-    */*) ;;
+    http://* | https://*) return ;;
+    '#'*) target=$1$2 ;;
+    *) target=$(realpath -m --relative-to=. "$(dirname "$1")/${2%%#*}") ;;
+    esac
+    [ -e "${target%%#*}" ] || Fail "$1: no such file: $2"
+    case $2 in
+    '#'*) ;;
+    *'#'*) target="$target#${2#*#}" ;;
     *) return ;;
     esac
-    if [ -d "${2%%/*}" ]; then
-        path=$2
-    elif [ -d "src/${2%%/*}" ]; then
-        path=src/$2
-    else
-        return
-    fi
-    # shellcheck disable=SC2086  # wildcards
-    ls -d $path >/dev/null 2>&1 || Fail "$1: no file $2"
+    grep -Fqx -- "$target" "$work/anchors" || Fail "$1: no such heading: $2"
 }
 
-find . -name build -prune -o -name '*.md' -print | sed 's,^\./,,' >"$work/pages"
-while IFS= read -r page; do
-    grep -o '](\([^)]*\))' "$page" | sed 's/^](//; s/)$//' | grep -v '^https\{0,1\}:' >"$work/links"
-    while IFS= read -r target; do
-        CheckLink "$page" "$target"
-        tried=$((tried + 1))
+# CheckPath PAGE PATH: from the checkout's folder, from src, or from the page's own folder. What a
+# build makes is there later.
+CheckPath() {
+    case $2 in
+    /* | *'<'* | build/* | ./build/* | */..*) return ;;
+    esac
+    for folder in . src "$(dirname "$1")"; do
+        # shellcheck disable=SC2086  # a pattern
+        set -- "$1" "$2" $folder/$2
+        if [ -e "$3" ]; then return; fi
+    done
+    Fail "$1: no such path: $2"
+}
+
+# CheckTest PAGE PATTERN
+CheckTest() {
+    while IFS= read -r test; do
+        # shellcheck disable=SC2254  # a pattern
+        case $test in $2) return ;; esac
+    done <"$work/tests"
+    Fail "$1: no such test: $2"
+}
+
+# CheckWord PAGE WORD
+CheckWord() {
+    case $2 in
+    *::*) CheckWord "$1" "${2##*::}" ;;
+    [A-Z]*[a-z]*.[A-Z*]*) CheckTest "$1" "$2" ;;
+    [A-Z]*[a-z][A-Z]*[!A-Za-z0-9]*) ;;
+    [A-Z]*[a-z][A-Z]*) grep -Fqx -- "$2" "$work/names" || Fail "$1: not in the sources: $2" ;;
+    [a-z]*/* | ./*) CheckPath "$1" "$2" ;;
+    esac
+}
+
+# CheckCode PAGE TEXT: what is set as code; of a command of the checkout, its options, too.
+CheckCode() {
+    page=$1
+    command=${2%% *}
+    CheckWord "$page" "$command"
+    [ -f "$command" ] || return 0
+    for word in $2; do
+        case $word in
+        --[a-z]*) grep -Fq -e "$word" "$command" || Fail "$page: no such option: $2" ;;
+        esac
+    done
+}
+
+# CheckManual PAGE NAME SECTION
+CheckManual() {
+    [ -e "man/$2.$3" ] || Fail "$1: no such manual page: $2($3)"
+}
+
+# ---- the pages ----
+
+pages=$(find . -name '*.md' ! -path './build*' ! -path './.git/*' | cut -c 3- | sort)
+# shellcheck disable=SC2086  # a list of words
+Anchors $pages >"$work/anchors"
+Tests | sort -u >"$work/tests"
+Names | sort -u >"$work/names"
+for page in $pages; do
+    grep -o ']([^)]*)' "$page" | sed 's/^](\(.*\))$/\1/' | sort -u >"$work/links"
+    while IFS= read -r link; do
+        CheckLink "$page" "$link"
     done <"$work/links"
-    # What has changed in a released version is past.
-    sed '/^## \[[0-9]/,$d' "$page" | grep -o '`[^`]*`' | tr -d '`' | cut -d ' ' -f 1 >"$work/words"
-    while IFS= read -r word; do
-        CheckFile "$page" "$word"
-        tried=$((tried + 1))
-    done <"$work/words"
-done <"$work/pages"
-[ $tried -ge 300 ] || Fail "only $tried links and words found in the pages"
+    sed '/^```/,/^```/d' "$page" | tr '\n' ' ' | grep -o '`[^`]*`' | tr -d '`,' |
+        sort -u >"$work/code"
+    # Blocks of code, those of the shell and those that are indented.
+    sed -n -e '/^```sh$/,/^```$/{s/ *#.*//;p}' -e 's/^    //p' "$page" | sed 's/^sudo //' |
+        grep '^\(\./\|[a-z]*/\)' >>"$work/code"
+    while IFS= read -r text; do
+        CheckCode "$page" "$text"
+    done <"$work/code"
+    tr '\n' ' ' <"$page" | grep -o '\<ifmenu[a-z-]*([0-9])' | sort -u | tr '()' '  ' >"$work/manuals"
+    while read -r name section; do
+        CheckManual "$page" "$name" "$section"
+    done <"$work/manuals"
+    [ -s "$work/code" ] || Fail "$page: nothing is set as code"
+done
+for page in man/*; do
+    sed -n 's/^\.Xr \(ifmenu[a-z-]*\) \([0-9]\).*/\1 \2/p' "$page" | sort -u >"$work/manuals"
+    while read -r name section; do
+        CheckManual "$page" "$name" "$section"
+    done <"$work/manuals"
+done
+[ "$(wc -l <"$work/tests")" -ge 500 ] || Fail "hardly any tests found in the sources"
 exit $failed
