@@ -74,10 +74,15 @@ done
 # quotes and followed by the page.
 for page in man/*; do
     sed -n "s,^\.S[hs] \(.*\),$page: \1,p" "$page" | tr -d '"'
-done >"$work/sections"
+done | sed 's/\\&//' >"$work/sections"
+# A heading that begins with the name of a macro would lose that word.
+for page in man/*; do
+    mandoc -Tutf8 -Owidth=200 "$page" | sed -e 's/.\x08//g' -e "s,^ *,$page: ,"
+done | grep -Fvx -f - "$work/sections" >"$work/lost"
+[ -s "$work/lost" ] && Fail "headings that are shown otherwise: $(cat "$work/lost")"
 for page in man/*; do
     awk -v page="$page" '
-        sub(/^\.Sx "?/, "") { sub(/"?( [.,:;])?$/, ""); print page ": " $0 }
+        sub(/^\.Sx "?/, "") { sub(/"?( [.,:;)])?$/, ""); print page ": " $0 }
         sub(/^\.Dq /, "") { section = $0; next }
         /^in$/ { next }
         section != "" && /^\.Xr ifmenu/ { print "man/" $2 "." $3 ": " section }
