@@ -115,10 +115,8 @@ while IFS= read -r text; do
 done <"$work/named"
 [ "$(wc -l <"$work/named")" -ge 40 ] || Fail "hardly any commands found in the sources"
 
-# Tests that the manual pages are well formed and name exactly the rows, keys, commands, files and
-# settings of the program, and that the sections they refer to exist.
-#
-#     tests/package/manual_test.sh
+# And the other way round: placeholders for names split the manual's commands into pieces. Commands
+# that the operator types are in .Bd displays.
 tr '\n' ' ' <"$work/texts" | tr -s ' ' >"$work/sources"
 sed -n 's/^\.Dl //p' man/ifmenu.8 |
     sed "s/['\"]*\<[A-Z_]*[A-Z]\>['\"]*\|\<dns\.[a-z0-9.]*/\n/g" |
