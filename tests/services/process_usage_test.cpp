@@ -5,7 +5,7 @@
 #include <poll.h>
 
 #include <algorithm>
-#include <chrono>
+#include <ctime>
 #include <iostream>
 #include <memory>
 #include <vector>
@@ -240,6 +240,13 @@ int Sleep(void* /*nothing*/) {
         pause();
 }
 
+// Of this process, however busy the machine is.
+double ProcessorMilliseconds() {
+    timespec time = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+}
+
 // The services screen counts at every rebuild, so it must not be noticeable.
 TEST_F(ProcfsPathInUseApart, TwoThousandProcessesTakeMilliseconds) {
     constexpr std::size_t kProcesses = 2000;
@@ -254,11 +261,9 @@ TEST_F(ProcfsPathInUseApart, TwoThousandProcessesTakeMilliseconds) {
             clone(Sleep, stacks.data() + i * kStack, CLONE_VM | SIGCHLD, nullptr);
         std::vector<double> times;
         for (int i = 0; i < kRounds; i++) {
-            const auto start = std::chrono::steady_clock::now();
+            const double start = ProcessorMilliseconds();
             if (Users(path) != 1) return std::string("wrong count");
-            const std::chrono::duration<double, std::milli> time =
-                std::chrono::steady_clock::now() - start;
-            times.push_back(time.count());
+            times.push_back(ProcessorMilliseconds() - start);
         }
         std::sort(times.begin(), times.end());
         return std::to_string(times[kRounds / 2]);
