@@ -1,13 +1,13 @@
-// How far a round of questions is whose answers take time.
+// The progress of a round of queries that takes time.
 #pragma once
 
 enum class Known {
     Nothing,
-    Part,  // what the kernel says; a command has still to answer
-    All,   // all that the round waits for
+    Part,  // the kernel's answers; some commands are still running
+    All,   // everything that the round waits for
 };
 
 struct Answers {
     Known known = Known::Nothing;
-    bool late = false;  // one that an earlier round has asked for has just come
+    bool late = false;  // an answer to an earlier round has just arrived
 };

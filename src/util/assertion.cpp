@@ -1,6 +1,6 @@
 #include "util/assertion.h"
 
-// The report is wanted in release builds too.
+// Assertions report in release builds, too.
 #undef NDEBUG
 #include <cassert>
 

@@ -23,17 +23,18 @@ namespace {
 constexpr int kReadsAtOnce = 64;
 constexpr std::size_t kMostOutput = 16 << 20;
 
-// The process groups of the commands that run beside the program.
+// The process groups of the background commands.
 std::vector<pid_t> running_groups;
 
-// What a command has instead of the terminal: an end of a pipe, or none.
+// What replaces the terminal for a command: an end of a pipe, or nothing.
 struct Redirection {
     int input = -1;
-    int output = -1;  // beside the program
+    int output = -1;  // only for background commands
 };
 
-// A new process inherits that a signal is ignored, but not that it is held back. One that comes in
-// this moment would be lost, but for a line that goes away, which can be seen.
+// A child inherits ignored signals, but not blocked ones, so SIGHUP is ignored around its start. A
+// SIGHUP that arrives in this moment would be lost, unless the line has dropped, which can be
+// checked.
 struct HangUpIgnored {
     HangUpIgnored() : has_come(IsPending()), before{} {
         struct sigaction ignore = {};
@@ -58,7 +59,7 @@ struct HangUpIgnored {
     struct sigaction before;
 };
 
-// The signals of a new process, and whether it has a group of its own.
+// The signals of a new process, and whether it gets its own process group.
 void SetAttributes(posix_spawnattr_t& attributes, bool own_group) {
     sigset_t defaults;
     sigset_t mask;
@@ -83,7 +84,7 @@ void SetDescriptors(posix_spawn_file_actions_t& actions, const Redirection& redi
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
 }
 
-// Starts /bin/sh on the command; -1 when that fails.
+// Runs the command with /bin/sh; -1 if it can't be started.
 pid_t StartShell(const char* command, const Redirection& redirection) {
     posix_spawnattr_t attributes;
     posix_spawn_file_actions_t actions;
@@ -96,7 +97,7 @@ pid_t StartShell(const char* command, const Redirection& redirection) {
     SetDescriptors(actions, redirection);
     char shell[] = "sh";
     char flag[] = "-c";
-    // No copy: the command may hold a password, and its owner wipes it.
+    // Not copied: the command may contain a password, and its owner erases it.
     char* arguments[] = {shell, flag, const_cast<char*>(command), nullptr};
     pid_t pid = -1;
     std::optional<HangUpIgnored> ignored;
@@ -108,7 +109,7 @@ pid_t StartShell(const char* command, const Redirection& redirection) {
     return failure == 0 ? pid : -1;
 }
 
-// Where SIGCHLD is ignored the kernel reaps the child itself: the wait then ends with ECHILD.
+// If SIGCHLD is ignored, the kernel reaps the child, and the wait ends with ECHILD.
 int WaitFor(pid_t pid) {
     const OpenSignalGate open;
     int status = -1;
@@ -117,7 +118,7 @@ int WaitFor(pid_t pid) {
     return status;
 }
 
-// Where SIGCHLD is ignored the kernel keeps no status: it does as long as this lives.
+// If SIGCHLD is ignored, the kernel keeps no exit status; while this lives it does.
 struct StatusKept {
     StatusKept() {
         struct sigaction keep = {};
@@ -126,7 +127,7 @@ struct StatusKept {
     }
     ~StatusKept() {
         sigaction(SIGCHLD, &before, nullptr);
-        // Those that ended meanwhile would never be reaped.
+        // Nobody else would reap the children that ended meanwhile.
         while (before.sa_handler == SIG_IGN && waitpid(-1, nullptr, WNOHANG) > 0) {
         }
     }
@@ -136,14 +137,14 @@ struct StatusKept {
     struct sigaction before = {};
 };
 
-// Until the pipe has something to read or is at its end; ending signals are let in meanwhile.
+// Waits until the pipe is readable or at its end; ending signals are delivered meanwhile.
 void AwaitPipe(int descriptor) {
     pollfd output = {descriptor, POLLIN, 0};
     const OpenSignalGate open;
     poll(&output, 1, -1);
 }
 
-// A command that has ended without reading must not end this program by SIGPIPE.
+// SIGPIPE must not end the program if the command ends without reading.
 void WriteWithoutSignal(int descriptor, std::string_view text) {
     sigset_t broken_pipe;
     sigset_t before;
@@ -203,7 +204,7 @@ std::optional<RunningCommand> StartCommand(const std::string& command) {
 bool ReadAvailable(RunningCommand& command) {
     char buffer[4096];
     for (int reads = 0; command.descriptor >= 0; ++reads) {
-        // A command that never stops writing must not hold up the keys, nor eat the memory.
+        // A command that never stops writing must neither delay the keys nor use up the memory.
         if (reads == kReadsAtOnce) return false;
         const ssize_t count = read(command.descriptor, buffer, sizeof buffer);
         if (count > 0) {

@@ -1,7 +1,7 @@
-// Writing to descriptors.
+// Writing to file descriptors.
 #pragma once
 
 #include <string_view>
 
-// Writes all of the text, however many calls it takes; false when that fails.
+// Writes all of the text, with as many calls as needed; returns false if that fails.
 bool WriteAll(int descriptor, std::string_view text);

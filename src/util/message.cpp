@@ -19,9 +19,9 @@ struct CharacterRange {
     wchar_t last;
 };
 
-// Unicode's format characters (general category Cf) and those that are shown as nothing by default
-// (Default_Ignorable_Code_Point), of Unicode 15. Many are printable to the C library, but they hide
-// text or turn it around.
+// Unicode's format characters (general category Cf) and default-ignorable characters
+// (Default_Ignorable_Code_Point), as of Unicode 15. The C library considers many of them printable,
+// but they hide or reorder text.
 constexpr CharacterRange kInvisible[] = {
     {0x00ad, 0x00ad},   {0x034f, 0x034f},   {0x0600, 0x0605},   {0x061c, 0x061c},
     {0x06dd, 0x06dd},   {0x070f, 0x070f},   {0x0890, 0x0891},   {0x08e2, 0x08e2},
@@ -43,9 +43,8 @@ bool IsInvisible(wchar_t character) {
     return range != std::end(kInvisible) && character >= range->first;
 }
 
-// Whether a terminal that does not decode what it gets the way the locale does could read a control
-// out of the character's bytes: 0x80 to 0x9f are ESC with a letter, in one byte. In UTF-8 such
-// bytes are parts of characters, to every terminal that is set to it.
+// Whether a terminal with another character set could read a control character in these bytes: 0x80
+// to 0x9f are one-byte forms of ESC and a letter. In UTF-8 such bytes are parts of characters.
 bool HasControlByte(wchar_t character) {
     char bytes[MB_LEN_MAX];
     std::mbstate_t state = {};

@@ -1,10 +1,10 @@
-// Numbers in texts from outside.
+// Numbers in outside texts.
 #pragma once
 
 #include <optional>
 #include <string_view>
 
-// The number that the text begins with, read as atoi reads it: white space and a sign may stand
-// before the digits, anything behind them. Nothing when there are no digits, or when the number is
-// none that an int can hold: cut to an int's size it would be another number.
+// The number at the start of the text, parsed like atoi: white space and a sign may precede the
+// digits, anything may follow. Nothing if there are no digits, or if the number does not fit an
+// int: truncated, it would be a different number.
 std::optional<int> ParseNumber(std::string_view text);

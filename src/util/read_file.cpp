@@ -12,7 +12,7 @@ constexpr std::size_t kMostBytes = 16 << 20;
 }  // namespace
 
 std::optional<std::string> ReadWholeFile(const char* path) {
-    // Without O_NONBLOCK a pipe in the file's place would hang the program.
+    // Without O_NONBLOCK a pipe in place of the file would hang the program.
     const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (descriptor < 0) return std::nullopt;
     std::string text;

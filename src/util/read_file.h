@@ -1,10 +1,11 @@
-// Whole files in.
+// Reading whole files.
 #pragma once
 
 #include <optional>
 #include <string>
 
-// The file's bytes; nothing when it can't be opened or read (a directory, say): errno tells why.
-// Reads to the end, as files under /proc tell no size. What has more than 16 MiB is no file of
-// settings (a link to /dev/zero, say) and can't be read: EFBIG. Never waits for a writer.
+// The bytes of the file; nothing if it can't be opened or read (for example a directory), with the
+// reason in errno. Reads to the end, because files in /proc report no size. A file larger than 16
+// MiB can't be a settings file (it may be a link to /dev/zero) and fails with EFBIG. Never waits
+// for the writer of a pipe.
 std::optional<std::string> ReadWholeFile(const char* path);

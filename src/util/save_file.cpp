@@ -27,7 +27,7 @@ constexpr mode_t kNewFileMode = 0666;
 constexpr mode_t kUnfinishedMode = 0600;
 constexpr mode_t kModeBits = 07777;
 
-// A leading dot: scripts that go through the folder's files do not see it.
+// The leading dot hides the file from scripts that process all files of the folder.
 constexpr std::string_view kPrivateName = ".ifmenu-";
 constexpr std::size_t kRandomLetters = 6;
 
@@ -41,7 +41,7 @@ std::string FolderToOpen(const std::string& path) {
     return folder.empty() ? "." : folder;
 }
 
-// The path behind symbolic links, whether or not there is a file at the end of them.
+// The path after following symbolic links, whether or not the final file exists.
 std::string FollowLinks(std::string path) {
     char target[PATH_MAX];
     for (int links = 0; links < kMostLinks; ++links) {
@@ -64,15 +64,15 @@ bool CloseFile(int descriptor, bool good) {
     return close(descriptor) == 0 && good;
 }
 
-// Whether a call failed because the file system or its rules don't let it be done, not because the
-// disk is full or broken.
+// Whether a call failed because the file system or its rules forbid it, not because the disk is
+// full or broken.
 bool IsRefusal(int error) {
     return error == EROFS || error == EACCES || error == EPERM || error == EOPNOTSUPP ||
            error == EINVAL;
 }
 
-// A limit on the size of files must fail a write, not end the program: its signal is held back for
-// as long as this lives, and dropped.
+// When a file size limit is hit, the write must fail instead of ending the program: its signal is
+// blocked while this lives, and dropped.
 struct LimitSignalHeld {
     LimitSignalHeld() {
         sigemptyset(&signals);
@@ -91,11 +91,11 @@ struct LimitSignalHeld {
     sigset_t before = {};
 };
 
-// ---- extended attributes: access control lists, labels, and what else a file has ----
+// ---- extended attributes: access control lists, labels and others ----
 
 using Attributes = std::map<std::string, std::string>;
 
-// A value whose length only the kernel knows; `read` asks for it.
+// A value whose length only the kernel knows; `read` queries it.
 template <typename Read>
 std::optional<std::string> WholeValue(Read read) {
     for (;;) {
@@ -107,16 +107,16 @@ std::optional<std::string> WholeValue(Read read) {
             value.resize(static_cast<std::size_t>(length));
             return value;
         }
-        if (errno != ERANGE) return std::nullopt;  // it has grown meanwhile
+        if (errno != ERANGE) return std::nullopt;  // ERANGE: it has grown meanwhile
     }
 }
 
-// What the kernel itself makes of the content.
+// The kernel computes these from the content.
 bool IsSeal(std::string_view name) {
     return name == "security.ima" || name == "security.evm";
 }
 
-// Nothing, with errno, when they can't be read; none where the file system knows none.
+// Nothing, with errno, if they can't be read; an empty map if the file system has none.
 std::optional<Attributes> AttributesOf(int descriptor) {
     Attributes attributes;
     const auto names = WholeValue(
@@ -134,7 +134,7 @@ std::optional<Attributes> AttributesOf(int descriptor) {
     return attributes;
 }
 
-// Makes the file's attributes these: what it has from its folder goes. False with errno.
+// Makes these the file's attributes, and removes those inherited from its folder. False with errno.
 bool SetAttributes(int descriptor, const Attributes& wanted) {
     const auto present = AttributesOf(descriptor);
     if (!present) return false;
@@ -151,14 +151,15 @@ bool SetAttributes(int descriptor, const Attributes& wanted) {
 
 // ---- the new file ----
 
-// Gives the new file what the old one was to others; false with errno. Whether owner and mode are
-// the old one's counts, not whether they could be set: a file system that knows neither refuses.
+// Gives the new file the owner, mode and attributes of the old one; false with errno. Only the
+// result counts, not whether the calls succeed: a file system without owners and modes refuses
+// them.
 bool TakeOver(int descriptor, int old_descriptor, const struct stat& old) {
     const auto attributes = AttributesOf(old_descriptor);
     if (!attributes) return false;
     int error = EPERM;
-    // The owner first: changing it may clear mode bits. The mode last: where there is an access
-    // control list its middle bits are that list's mask, elsewhere the group's rights.
+    // The owner first: changing it may clear mode bits. The mode last: with an access control list
+    // its middle bits are the list's mask, otherwise the group's rights.
     if (fchown(descriptor, old.st_uid, old.st_gid) != 0) error = errno;
     if (!SetAttributes(descriptor, *attributes)) return false;
     if (fchmod(descriptor, old.st_mode & kModeBits) != 0) error = errno;
@@ -195,7 +196,7 @@ Outcome FailedBy(int error) {
     return IsRefusal(error) ? Outcome::NotReplaceable : Outcome::Failed;
 }
 
-// All of the new file, on the disk.
+// Writes and syncs all of the new file.
 Outcome FillFile(int descriptor, const std::string& path, std::string_view text,
                  const struct stat* old) {
     if (!TakeOver(descriptor, path, old)) return FailedBy(errno);
@@ -214,7 +215,7 @@ std::string PrivateNameBeside(const std::string& path) {
     return name;
 }
 
-// What saves that were cut short have left. One that another program is just making is locked.
+// Removes files left by interrupted saves. A file that another process is writing is locked.
 void RemoveLeftovers(const std::string& path) {
     DIR* folder = opendir(FolderToOpen(path).c_str());
     if (folder == nullptr) return;
@@ -236,7 +237,7 @@ void RemoveLeftovers(const std::string& path) {
     closedir(folder);
 }
 
-// The second way is for users whom the kernel does not let use the first.
+// The second way is for users whom the kernel refuses the first.
 bool GiveName(int descriptor, const std::string& name) {
     if (linkat(descriptor, "", AT_FDCWD, name.c_str(), AT_EMPTY_PATH) == 0) return true;
     const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
@@ -280,7 +281,7 @@ Outcome ReplaceFile(const std::string& path, std::string_view text, const struct
     return outcome;
 }
 
-// ---- the old file, written over ----
+// ---- overwriting the old file ----
 
 bool IsWithinLimit(std::size_t size) {
     rlimit limit = {};
@@ -292,7 +293,7 @@ bool OverwriteFile(const std::string& path, std::string_view text, const struct 
     std::string whole(text);
     const auto size = static_cast<off_t>(text.size());
     if (size < old.st_size) whole.append(static_cast<std::size_t>(old.st_size - size), '\n');
-    // A write up to the limit would leave a mixture.
+    // A write that stops at the limit would leave a mixture.
     if (!IsWithinLimit(whole.size())) return false;
     const int descriptor = open(path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (descriptor < 0) return false;
@@ -318,7 +319,7 @@ bool SaveFile(const std::string& path, std::string_view text) {
     const std::string target = FollowLinks(path);
     struct stat old = {};
     if (stat(target.c_str(), &old) != 0) {
-        // What can't be looked at is not a missing file: links in a circle, say.
+        // A path that can't be examined is not a missing file; it may be a loop of links.
         return errno == ENOENT && ReplaceFile(target, text, nullptr) == Outcome::Saved;
     }
     if (S_ISDIR(old.st_mode)) return false;
@@ -332,7 +333,7 @@ bool SaveFileThrough(const std::string& temporary, const std::string& path, std:
     const LimitSignalHeld held;
     struct stat old = {};
     const bool exists = stat(path.c_str(), &old) == 0;
-    // Never into what is there under that name: a link, or a file that others have open.
+    // Never writes to an existing file of that name: it may be a link, or open in another process.
     unlink(temporary.c_str());
     const int descriptor =
         open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kUnfinishedMode);

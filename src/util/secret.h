@@ -1,6 +1,6 @@
-// A text that nobody else may read: a typed password, or what is made of one. It lives in one
-// place, never leaves a copy behind, and is overwritten when it ends. As long as there is one, the
-// program leaves no core dump, and no process without special rights can trace it.
+// A text that nobody else may read: a typed password, or data that contains one. It stays at one
+// address, is never copied, and is overwritten when it is destroyed. While one exists, the program
+// leaves no core dump, and unprivileged processes can't trace it.
 //
 //     Secret line(password.size() + 1);
 //     line.Append(password.text());
@@ -13,10 +13,11 @@
 
 class Secret {
   public:
-    // An empty secret with room for that many bytes. It never grows: growing would leave a copy.
+    // An empty secret with room for that many bytes. It never grows, because growing would leave a
+    // copy.
     explicit Secret(std::size_t room);
 
-    // Moving hands the one copy on; what it was taken from is empty and has no room.
+    // Moving passes on the only copy; the moved-from secret is empty and has no room.
     Secret(Secret&& other) noexcept = default;
     Secret& operator=(Secret&& other) noexcept = default;
 
@@ -25,13 +26,13 @@ class Secret {
     std::string_view text() const;
     const char* c_str() const { return text().data(); }
 
-    // What there is no room for is left out.
+    // Appends as much as there is room for.
     void Append(std::string_view more);
-    // Overwrites the last byte; does nothing when there is none.
+    // Overwrites the last byte; does nothing if there is none.
     void DropLast();
 
   private:
-    // The bytes, with a NUL behind the last one; overwritten when it ends.
+    // The bytes, followed by a NUL; overwritten on destruction.
     struct Storage;
     struct End {
         void operator()(Storage* storage) const;

@@ -5,7 +5,7 @@
 
 namespace {
 
-// The mask that lets the gated signals in; none until the gate has been closed.
+// The signal mask with the gate open; unknown until the gate is first closed.
 struct OpenMask {
     bool known = false;
     sigset_t signals = {};
@@ -13,7 +13,7 @@ struct OpenMask {
 
 bool hang_up_held = false;
 
-// Those that may pass now.
+// The gated signals that may be delivered now.
 sigset_t PassingSignals() {
     sigset_t signals = GatedSignals();
     if (hang_up_held) sigdelset(&signals, SIGHUP);
@@ -59,7 +59,7 @@ OpenSignalGate::~OpenSignalGate() {
 }
 
 HangUpHeld::HangUpHeld() {
-    // On a line that is gone already nothing is begun.
+    // If the line has already dropped, nothing is started.
     const OpenSignalGate open;
     hang_up_held = true;
 }

@@ -1,7 +1,7 @@
 // The signals that end or stop the program (SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGTSTP) restore the
-// terminal, which is only safe while nothing is half drawn. They are therefore held back
-// all the time but where the program merely waits: for a key, for a command, for a pause to pass.
-// So is SIGWINCH: that the terminal has another size is news only there.
+// terminal, which is safe only while nothing is half drawn. So they are blocked except where the
+// program merely waits: for a key, for a command, for a pause to pass. SIGWINCH is treated the
+// same: only there does the program need to know that the terminal has a new size.
 //
 //     CloseSignalGate();                 // once, at start-up
 //     { OpenSignalGate open; poll(...); }  // what has come meanwhile is delivered here
@@ -11,19 +11,20 @@
 
 #include <csignal>
 
-// The signals that pass the gate.
+// The signals that the gate blocks.
 sigset_t GatedSignals();
 
-// Holds the gated signals back from now on.
+// Blocks the gated signals from now on.
 void CloseSignalGate();
 
-// poll() with the gate open while it waits, in one call to the kernel. What is ready at once is
-// returned at once, and lets no signal in; without descriptors, those that wait come in.
+// poll() with the gate open while it waits, in one system call. If something is ready at once, it
+// returns at once and no signal is delivered. Without descriptors, pending signals are delivered.
 int PollWithOpenGate(pollfd* descriptors, nfds_t count, int milliseconds);
 
-// For what must not be left half done, an update between its stop and its start say: as long as
-// this lives, SIGHUP does not pass the gate and commands (util/command.h) start with it ignored, so
-// that a line that goes away ends neither. It ends the program as soon as this ends.
+// For work that must not be interrupted halfway, such as an update between its stop and its start.
+// While this lives, SIGHUP does not pass the gate and commands (util/command.h) start with it
+// ignored, so a dropped line ends neither. A SIGHUP that has arrived ends the program as soon as
+// this is destroyed.
 struct HangUpHeld {
     HangUpHeld();
     ~HangUpHeld();
@@ -32,7 +33,7 @@ struct HangUpHeld {
 };
 bool HangUpIsHeld();
 
-// Lets the gated signals in for as long as it lives; afterwards the mask is as it was.
+// Delivers the gated signals while it lives; afterwards the signal mask is as before.
 struct OpenSignalGate {
     OpenSignalGate();
     ~OpenSignalGate();

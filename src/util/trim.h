@@ -1,4 +1,4 @@
-// Cutting characters off the ends of a text.
+// Cuts characters off the ends of a text.
 #pragma once
 
 #include <algorithm>
@@ -9,7 +9,7 @@ constexpr std::string_view kBlanks = " \t";
 constexpr std::string_view kWhiteSpace = " \t\r\n";
 constexpr std::string_view kLineEnds = "\r\n";
 
-// The text without those characters at its start, at its end, at both.
+// The text without these characters at its start, at its end, or at both.
 constexpr std::string_view TrimStart(std::string_view text, std::string_view characters) {
     text.remove_prefix(std::min(text.find_first_not_of(characters), text.size()));
     return text;
