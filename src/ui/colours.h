@@ -1,5 +1,5 @@
-// The colour pairs by what they are for. Every screen takes its colours from here. A terminal
-// without colours has attributes in their place that each kind of row can be told by.
+// The colour pairs, named by their use; all screens take their colours from here. On a terminal
+// without colours, attributes replace them, so that the kinds of rows still look different.
 #pragma once
 
 enum class Colour : short {
@@ -11,11 +11,11 @@ enum class Colour : short {
     Warning = 6,        // marked rows
 };
 
-// Sets up the colours and the standard screen's background (Text). After initscr().
+// Sets up the colours and the background of the standard screen (Text). Call after initscr().
 void StartColours();
 
-// The attribute word for attrset(): the pair, or what stands for it without colours.
+// The attribute for attrset(): the colour pair, or its replacement on a terminal without colours.
 unsigned PairAttribute(Colour colour);
 
-// Of the hot key's letter in a selected row, and in another one.
+// The attribute of a hot key's letter, in a selected or another row.
 unsigned HotKeyAttribute(bool selected);

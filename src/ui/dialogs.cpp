@@ -68,7 +68,7 @@ std::vector<std::string_view> LinesOf(std::string_view prompt) {
 
 // The box of an entry dialog: a border, the prompt, an empty line, the entry line.
 struct EntryBox {
-    WINDOW* window;  // null when the terminal is too small
+    WINDOW* window;  // null if the terminal is too small
     int entry_line;
 };
 
@@ -80,7 +80,7 @@ EntryBox OpenEntryBox(std::size_t prompt_lines) {
 
 void PaintEntryBox(WINDOW* window, const std::vector<std::string_view>& prompt) {
     wattrset(window, A_NORMAL);
-    // In a single column curses would draw beyond its memory.
+    // With a single column, curses would write beyond its memory.
     if (getmaxx(window) > 1) box(window, 0, 0);
     wattrset(window, static_cast<int>(A_BOLD));
     for (std::size_t i = 0; i < prompt.size(); ++i) {
@@ -99,7 +99,7 @@ void ShowEntryBox(WINDOW* window) {
     ShowScreen();
 }
 
-// How an entry box was left.
+// How an entry box ended.
 enum class Outcome { Accepted, Cancelled, Resized };
 
 struct TerminalSize {
@@ -109,8 +109,8 @@ struct TerminalSize {
     bool HasChanged() const { return lines != LINES || columns != COLS; }
 };
 
-// Shows the box until it is accepted or cancelled; after each change of the terminal's size it is
-// laid out anew on a blank screen, as the old cells are moved or cut.
+// Shows the box until it is accepted or cancelled. After each change of the terminal's size it is
+// drawn again on a blank screen, because curses moves or cuts the old cells.
 template <typename ShowBox>
 bool RunEntryBox(ShowBox show_box) {
     bool shown_before = false;
@@ -124,8 +124,8 @@ bool RunEntryBox(ShowBox show_box) {
     return outcome == Outcome::Accepted;
 }
 
-// On a terminal that is too small for the box, any key cancels. An entry that has begun waits for
-// room instead, and only ESC cancels it.
+// If the terminal is too small for a new box, any key cancels. If it becomes too small during an
+// entry, wait for room; only ESC cancels.
 Outcome WaitForRoom(bool shown_before) {
     for (;;) {
         const int key = ReadKey();
@@ -147,14 +147,14 @@ FIELD* MakeEntryField(int line) {
     return field;
 }
 
-// What the operator edits, apart from the box that shows it.
+// What the operator edits, independent of the box that shows it.
 struct TextEntry {
     std::string text;
-    int cursor = -1;  // column; -1: behind the text
+    int cursor = -1;  // column; -1: after the text
 };
 
-// The text in the field, read from its cells: field_buffer() asks for memory on each call, and
-// crashes when there is none.
+// Reads the text of the field from its cells: field_buffer() allocates memory on each call, and
+// crashes if there is none.
 std::string FieldText(const FORM* form) {
     std::wstring cells(static_cast<std::size_t>(getmaxx(form->w)) * CCHARW_MAX, L'\0');
     mvwinnwstr(form->w, 0, 0, cells.data(), static_cast<int>(cells.size()));
@@ -172,15 +172,16 @@ void PlaceCursor(FORM* form, int column) {
     }
 }
 
-// Shows the form with the entry in the window. False, with no box to be seen, when memory is short.
+// Shows the form with the entry in the window. Returns false, with no box visible, if memory is
+// short.
 bool ShowEntry(WINDOW* window, FORM* form, const std::vector<std::string_view>& prompt,
                const TextEntry& entry) {
     set_form_win(form, window);
     set_form_sub(form, window);
     if (post_form(form) != E_OK) return false;
     PaintEntryBox(window, prompt);
-    // Only now: the field's cells are the window's, and what a wrapped prompt has put there would
-    // be taken for what was typed.
+    // Only now, after the prompt: the field uses the window's cells, and text of a wrapped prompt
+    // in them would be read as typed text.
     const std::string text = PrintableText(entry.text);
     if (set_field_buffer(current_field(form), 0, text.c_str()) != E_OK) {
         werase(window);
@@ -192,10 +193,10 @@ bool ShowEntry(WINDOW* window, FORM* form, const std::vector<std::string_view>& 
     return true;
 }
 
-// Feeds keys to the form and keeps what they make of the entry.
+// Passes keys to the form, and stores the changed entry.
 Outcome EditEntry(WINDOW* window, FORM* form, TextEntry& entry) {
     const TerminalSize size;
-    // Only a key changes the entry: a box too narrow for the text does not cut it.
+    // Only a key changes the entry: a box too narrow for the text must not cut it.
     std::string shown = FieldText(form);
     int column = form->curcol;
     bool running = true;
@@ -204,7 +205,7 @@ Outcome EditEntry(WINDOW* window, FORM* form, TextEntry& entry) {
         FormHandleKey(form, running, cancelled);
         if (size.HasChanged()) return Outcome::Resized;
         const std::string text = FieldText(form);
-        // Bytes that can't be shown stay as they are until the entry is changed.
+        // Unprintable bytes are kept until the entry changes.
         const bool is_shown_whole = PrintableText(entry.text) == entry.text;
         if (text != shown || (!running && is_shown_whole)) entry.text = shown = text;
         if (form->curcol != column) entry.cursor = column = form->curcol;
@@ -228,8 +229,7 @@ Outcome ShowTextBox(const std::vector<std::string_view>& prompt, TextEntry& entr
     return outcome;
 }
 
-// The byte that goes on a character of several bytes, which may come over a slow line; ERR when
-// none does.
+// The next byte of a multi-byte character, which may arrive over a slow line; ERR if there is none.
 int NextByteOfCharacter() {
     const int key = ReadKey({.until = MonotonicSeconds() + kCharacterSeconds});
     if (key >= 0x80 && key <= 0xff) return key;
@@ -237,8 +237,8 @@ int NextByteOfCharacter() {
     return ERR;
 }
 
-// A byte beyond ASCII begins a character of several bytes on a UTF-8 terminal; the form takes whole
-// characters only.
+// A byte beyond ASCII starts a multi-byte character on a UTF-8 terminal; the form accepts only
+// whole characters.
 void TypeCharacter(FORM* form, int key) {
     std::mbstate_t state = {};
     for (; key != ERR; key = NextByteOfCharacter()) {
@@ -302,7 +302,7 @@ void AppendCharacter(const EntryBox& entry, std::size_t width, int key, Secret& 
     value.Append({&character, 1});
 }
 
-// Takes keys until ENTER or ESC.
+// Handles keys until ENTER or ESC.
 Outcome TypePassword(const EntryBox& entry, std::size_t width, Secret& value) {
     const TerminalSize size;
     for (;;) {
@@ -325,7 +325,7 @@ Outcome ShowPasswordBox(const std::vector<std::string_view>& prompt, Secret& val
     if (box.window == nullptr) return WaitForRoom(shown_before);
     const std::size_t width = std::min(
         static_cast<std::size_t>(std::max(COLS - 2 * kTextColumn, 0)), kMostPasswordCharacters);
-    // The window's cells are the screen's: without this the rows behind the box would show in it.
+    // The window shares the screen's cells: without this, the rows behind the box would show in it.
     werase(box.window);
     PaintEntryBox(box.window, prompt);
     PaintEntryBar(box, width);
@@ -339,7 +339,7 @@ Outcome ShowPasswordBox(const std::vector<std::string_view>& prompt, Secret& val
 void BlankScreen() {
     attrset(A_NORMAL);
     clear();
-    // That line is below the screen: the move fails and what is printed next stands at the top.
+    // That line is below the screen, so the move fails and the next text is printed at the top.
     move(LINES, 1);
 }
 

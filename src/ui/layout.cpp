@@ -17,7 +17,7 @@ constexpr int kSmallestWithHelp = 19;
 constexpr int kHelpRows = 3;
 constexpr int kHelpColumn = 4;
 
-// Takes the first line off the text.
+// Removes the first line from the text.
 std::string_view NextLineOf(std::string_view& text) {
     const std::size_t length = std::min(text.find('\n'), text.size());
     const std::string_view line = text.substr(0, length);

@@ -1,4 +1,4 @@
-// Where a screen's rows, title and help stand.
+// The positions of a screen's rows, title and help.
 #pragma once
 
 #include <string>
@@ -8,28 +8,29 @@
 #include "ui/menu.h"
 
 enum class Layout {
-    Plain,      // rows from line 4 on
-    Main,       // rows from line 5 on
-    Narrow,     // 40 columns in the middle, half the height
-    Help,       // as Plain; on 19 lines or more with three help rows at the bottom. On fewer they
-                // keep their place: over other rows or, from the start, half above the screen
-    RoomyHelp,  // the same, with no help rows on fewer than 19 lines
+    Plain,   // rows from line 4 on
+    Main,    // rows from line 5 on
+    Narrow,  // 40 columns in the middle, half the height
+    // Like Plain, with three lines of help at the bottom from 19 lines on. On fewer lines the help
+    // stays where it was, over the rows; if it starts that way, it is partly above the screen.
+    Help,
+    RoomyHelp,  // like Help, but without help on fewer than 19 lines
 };
 
 struct HelpArea {
-    int row = -1;       // the first help row
-    int shown_id = -1;  // whose help is on the screen
+    int row = -1;       // the first line of help
+    int shown_id = -1;  // id of the row whose help is shown
 };
 
-// Sets the menu's position and size for the present terminal, and the place of the help, which is
-// then to be painted anew.
+// Sets the menu's position and size for the current size of the terminal, and the place of the
+// help, which must then be repainted.
 void LayOut(Layout layout, Menu& menu, HelpArea& help);
 
-// Prints the title four columns to the left of the rows; its last line is two lines above the first
-// row.
+// Prints the title, four columns to the left of the rows; its last line is two lines above the
+// first row.
 using TitleLines = std::vector<std::string>;
 void PaintTitle(const Menu& menu, const TitleLines& title);
 
-// Paints the help of the selected row unless it is there already, or the layout has none: lines end
-// at "\n", are cut at COLS - 8 columns and padded to them; rows without text are blank.
+// Paints the help of the selected row, unless it is already shown or the layout has none. Lines end
+// at "\n" and are cut or padded to COLS - 8 columns; lines without text are blank.
 void PaintHelp(Layout layout, const Menu& menu, HelpArea& area, std::string_view help);

@@ -1,4 +1,4 @@
-// Rows, moves, hot keys, scrolling and clicks; the cells and colours are in menu_paint.cpp.
+// Rows, moves, hot keys, scrolling and clicks; menu_paint.cpp draws the rows.
 #include "ui/menu.h"
 
 #include <curses.h>
@@ -10,10 +10,10 @@
 
 namespace {
 
-// A menu of nothing but unselectable rows must not hang.
+// A menu of only unselectable rows must not hang.
 constexpr int kMostSteps = 101;
 
-// How long a click on the selected row may wait for the key pass that makes it an activation.
+// How long a click on the selected row waits for the next key pass, which activates the row.
 constexpr double kClickSeconds = 0.4;
 
 bool StandsForTheSame(const MenuItem& a, const MenuItem& b) {
@@ -100,7 +100,7 @@ Menu::Result Menu::HandleKey(int key) {
     const Result result = TakeKey(key);
     KeepVisible();
     const bool is_changed = top != old_top || selection != old_selection;
-    // What is about to be painted anew is not painted before.
+    // If a full repaint is due, nothing is painted here.
     if (is_changed && !NeedsRedraw()) {
         if (top != old_top) {
             Draw();
@@ -167,8 +167,8 @@ void Menu::Step(int direction) {
     if (items.empty()) return;
     for (int steps = 0; steps < kMostSteps; ++steps) {
         selection += direction;
-        // Rows may have gone since the selection was made: going up from behind the last row
-        // comes to the last row.
+        // Rows may have disappeared since the selection was made: moving up from beyond the last
+        // row selects the last row.
         if (selection >= Count()) selection = direction > 0 ? 0 : Count() - 1;
         if (selection < 0) selection = Count() - 1;
         if (!ItemAt(selection)->Has(MenuItem::kUnselectable)) return;
@@ -280,7 +280,7 @@ int Menu::RowAt(int line, int column) const {
 
 void Menu::SelectAt(int line, int column) {
     const int old_selection = selection;
-    // A click beside the list jumps back to the first row.
+    // A click outside the list selects the first row.
     selection = std::max(RowAt(line, column), 0);
     if (selection != old_selection) {
         DrawItem(old_selection);

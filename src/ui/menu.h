@@ -1,5 +1,5 @@
-// The selectable list that every screen is built on: rows, one of them selected, moved through with
-// the cursor keys, hot keys and the mouse, activated with ENTER or a click on the selected row.
+// The list that every screen shows: rows, one of them selected. The cursor keys, hot keys and the
+// mouse move the selection; ENTER or a click on the selected row activates it.
 //
 //     Menu menu;
 //     menu.Init();
@@ -7,9 +7,9 @@
 //     ...
 //     if (menu.HandleKey(ReadKey()) == Menu::kActivate) Act(menu.ItemAt(menu.selection));
 //
-// Rows are drawn on the standard screen only. The screen (ui/screen_loop.h) clears, prints its
-// title, calls Draw and refreshes; after a key the menu repaints the rows that the key changed.
-// A bad index is ignored everywhere.
+// Rows are drawn only on the standard screen. The screen loop (ui/screen_loop.h) clears the screen,
+// prints the title, calls Draw and refreshes; after a key the menu itself repaints the rows that
+// have changed. Invalid indices are ignored.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-// One row.
+// A row.
 struct MenuItem {
     enum Flag : std::uint8_t {
         kDim = 1,           // drawn dim, never hit by the mouse
@@ -30,28 +30,29 @@ struct MenuItem {
     void Set(Flag flag, bool on);
 
     std::string label;
-    std::string name;          // what a list's row stands for, whose id is only its place; or empty
-    std::int32_t id = 0;       // the screen's own code for the row
+    std::string name;     // what a row of a list shows, as its id is only its position; or empty
+    std::int32_t id = 0;  // chosen by the screen
     std::int32_t hot_key = 0;  // lower-case letter or digit; 0: none
     std::uint8_t flags = 0;
 };
 
 class Menu {
   public:
-    // What HandleKey makes of a key.
+    // The effect of a key.
     enum Result { kNotTaken = 0, kConsumed = 1, kActivate = 2 };
 
-    // Sets all below to its default, for the terminal's present size; leaves the rows.
+    // Sets the members below to their defaults, for the current size of the terminal; keeps the
+    // rows.
     void Init();
 
-    const MenuItem* ItemAt(int index) const;  // null when there is no such row
+    const MenuItem* ItemAt(int index) const;  // null if there is no such row
     int Count() const { return static_cast<int>(items.size()); }
 
-    // Each returns the new row's index.
+    // These return the index of the new row.
     int AddBlank();
     int AddItem(std::string_view label, int id);
-    int AddSeparator();                                  // an empty row, dim and unselectable
-    int AddInformation(std::string_view label, int id);  // a row to read: dim and unselectable
+    int AddSeparator();                                  // an empty row: dim, unselectable
+    int AddInformation(std::string_view label, int id);  // an information row: dim, unselectable
     void Clear();
 
     void SetHotKey(int index, int key);
@@ -62,47 +63,48 @@ class Menu {
 
     bool NeedsRedraw() const { return redraw; }
     void ClearRedraw() { redraw = false; }
-    // A menu that its screen has emptied ends its loop.
+    // If the screen has removed all rows, its loop ends.
     bool IsRunning() const { return running && !items.empty(); }
 
-    // Draws the visible rows, or one row; no refresh().
+    // Draw all visible rows, or one row; without refresh().
     void Draw() const;
     void DrawItem(int index) const;
-    // Puts the cursor at the beginning of the selected row's text, the last thing before a
-    // refresh(): hidden or not, it is what braille displays and screen readers go by.
+    // Puts the cursor at the start of the selected row's text. Call it last before refresh(): even
+    // a hidden cursor guides braille displays and screen readers.
     void PlaceCursor() const;
 
-    // Takes one key (ERR and KEY_MOUSE too), moves the selection, scrolls so that it is visible,
+    // Handles a key (also ERR and KEY_MOUSE): moves the selection, scrolls to keep it visible,
     // repaints what changed, and turns a click armed by HandleMouse into an activation.
     Result HandleKey(int key);
-    // Takes the pending mouse event: hover, selection, arming of a click. When ReadKey gave
-    // KEY_MOUSE, before that key goes to HandleKey.
+    // Handles the pending mouse event: hover, selection, arming a click. Call it when ReadKey
+    // returns KEY_MOUSE, before passing that key to HandleKey.
     void HandleMouse();
-    // Moves the selection by `steps` selectable rows, wrapping around.
+    // Move the selection by `steps` selectable rows, wrapping around.
     void MoveUp(int steps);
     void MoveDown(int steps);
-    // After the rows were made anew: selects the one that stands for what `row`, the one selected
-    // before, stood for. Where it is gone the selection keeps its place, but does not come from a
-    // row that does nothing to one that acts.
+    // After a rebuild: selects the row that corresponds to `row`, the one selected before. If there
+    // is none, the selection keeps its index, but does not move from an information row to a row
+    // with an action.
     void FollowRow(const MenuItem& row);
-    // After rows have gone or the size has changed: selects the last row when the selected one is
-    // gone, and shows as many rows as fit.
+    // After rows have disappeared or the size has changed: selects the last row if the selected one
+    // is gone, and shows as many rows as fit.
     void FitView();
-    // Selects the next row, after the selected one and around, that bears the key; -1 if none does.
+    // Selects the next row with this hot key, after the selected one and wrapping around; -1 if
+    // none.
     int SelectByHotKey(int key);
 
     std::vector<MenuItem> items;
-    bool inactive = false;  // drawn as a list that does not have the keyboard
+    bool inactive = false;  // drawn without keyboard focus
     int selection = 0;
-    bool redraw = true;  // everything must be painted again
+    bool redraw = true;  // everything must be repainted
     int top = 0;         // the first visible row
     bool running = true;
     int width = 0;   // columns of a row
     int height = 0;  // visible rows
-    int x = 4;       // where the first visible row begins
+    int x = 4;       // position of the first visible row
     int y = 4;
     int click_pending = -1;  // 1 while a click waits to become an activation
-    double click_time = 0;   // when it was made, as now_seconds tells
+    double click_time = 0;   // time of the click, from now_seconds
 
   private:
     void Show() const;

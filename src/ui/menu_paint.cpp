@@ -1,4 +1,4 @@
-// How the rows of a Menu look.
+// Draws the rows of a Menu.
 #include <curses.h>
 
 #include <algorithm>
@@ -9,13 +9,13 @@
 
 namespace {
 
-// The letter that stands for a row's hot key, and the column within the row where it is drawn.
+// The letter that marks a row's hot key, and its column in the row.
 struct HotKeyMark {
     int letter;
     int column;
 };
 
-// The hot key's own letter in the label; one blank behind the label when it has no such letter.
+// The matching letter in the label, or the key itself one blank after the label.
 HotKeyMark MarkOf(const MenuItem& item, int width) {
     const char* found = find_char_nocase(item.label.c_str(), item.hot_key);
     if (found == nullptr) {
@@ -54,7 +54,7 @@ void Menu::DrawItem(int index) const {
     const int row = index - top;
     if (row < 0 || (row >= height && width < 1)) return;
     const MenuItem* item = ItemAt(index);
-    // On a terminal too small for the row it would land wherever the cursor is.
+    // If the terminal is too small for the row, it would be drawn at the cursor.
     if (move(y + row, x) == ERR) return;
     attrset(RowAttribute(index));
     addwstr(FitColumns(item != nullptr ? item->label : "", width).c_str());

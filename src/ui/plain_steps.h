@@ -1,4 +1,4 @@
-// Commands that the operator watches on the plain terminal.
+// Runs commands on the plain terminal, where the operator sees their output.
 //
 //     RunSteps({{"/etc/init.d/network stop eth0", "Stopping interface...\n"},
 //               {"/etc/init.d/network start eth0", "Starting interface...\n"}});
@@ -13,18 +13,18 @@
 
 struct Step {
     std::string command;
-    std::string_view message = {};  // said before, to standard error
-    unsigned pause_seconds = 0;     // afterwards
+    std::string_view message = {};  // printed first, to standard error
+    unsigned pause_seconds = 0;     // after the command
 };
 
-// Leaves curses, takes the steps, and comes back. The result is always Next::Rebuild.
+// Leaves curses, runs the steps, and re-enters curses. Always returns Next::Rebuild.
 Next RunSteps(std::initializer_list<Step> steps);
 
-// The same for an update, which stops something and starts it again. It is done to its end, also
-// when the line goes away meanwhile: an interface that was stopped over ssh is started again.
+// The same for an update, which stops something and starts it again. It is finished even if the
+// line drops: an interface stopped over ssh is started again.
 Next RunUpdate(std::initializer_list<Step> steps);
 void RunUpdate(const std::function<void()>& work);
 
-// Each when the operator answers the question with yes.
+// The same, but only if the operator answers the question with yes.
 Next ConfirmSteps(std::initializer_list<Step> steps);
 Next ConfirmUpdate(std::initializer_list<Step> steps);

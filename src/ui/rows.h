@@ -1,4 +1,4 @@
-// The rows of a screen as a table, a line for each:
+// The rows of a screen as a table with one line per row:
 //
 //     constexpr Row<State> kRows[] = {
 //         // label             id  key  action
@@ -9,8 +9,8 @@
 //     };
 //     static_assert(AreSound(kRows));
 //
-// Rows whose number is not fixed (interfaces, networks, accounts, servers) have one line, too: the
-// function that adds them, and the id of the first.
+// A list of varying length (interfaces, networks, accounts, servers) also takes one line: the
+// function that adds its rows, and the id of the first.
 #pragma once
 
 #include <span>
@@ -20,26 +20,27 @@
 
 #include "ui/menu.h"
 
-// What a screen needs after one of its rows has acted.
+// What a screen needs after an action.
 enum class Next {
-    Stay,     // nothing: it is as it was
-    Paint,    // to be painted: something else was drawn over it
-    Rebuild,  // its rows made anew: what they show may have changed
+    Stay,     // nothing
+    Paint,    // a repaint: something else was drawn over it
+    Rebuild,  // a rebuild: what its rows show may have changed
     Leave,
 };
 
 // The columns that few rows need.
 template <typename State>
 struct RowOptions {
-    std::string (*word)(const State&) = nullptr;  // takes the place of "%s" in the label
+    std::string (*word)(const State&) = nullptr;  // replaces "%s" in the label
     bool (*shown)(const State&) = nullptr;        // none: always
     bool (*closed)(const State&) = nullptr;       // shown, but can't be selected
     bool (*warning)(const State&) = nullptr;      // drawn as a warning
-    Next (*turn)(State&) = nullptr;               // what the left and right keys and blank do
-    const char* name = "";                        // shared by rows of which one is shown at a time
-    const char* help = "";                        // for the help area, lines ended by "\n"
+    Next (*turn)(State&) = nullptr;               // for the left and right keys and the space bar
+    const char* name = "";                        // shared by rows that are shown alternatively
+    const char* help = "";                        // help text, with lines separated by "\n"
 
-    // A list: adds rows whose ids count up from the row's own; `open` acts on the first `most`.
+    // For a list: add_list adds rows with ids counting up from `id`; `open` acts on the first
+    // `most`.
     void (*add_list)(Menu& menu, const State& state) = nullptr;
     Next (*open)(State& state, std::size_t index) = nullptr;
     int most = 0;
@@ -53,7 +54,7 @@ struct Row {
     Next (*act)(State&);
     RowOptions<State> options = {};
 
-    // How many ids it has.
+    // The number of ids it takes.
     constexpr int Ids() const { return options.add_list != nullptr ? options.most : 1; }
 };
 
@@ -65,9 +66,10 @@ Next Leave(State&) {
     return Next::Leave;
 }
 
-// ---- checks, at compile time ----
+// ---- checks at compile time ----
 
-// With its sanitizers g++ takes no template's address for a constant: tables are not checked then.
+// With sanitizers, g++ does not accept the address of a template as a constant, so tables are not
+// checked.
 #ifdef __SANITIZE_ADDRESS__
 inline constexpr bool kTablesAreChecked = false;
 #else
@@ -85,8 +87,8 @@ constexpr bool IsSound(const Row<State>& row) {
            has_word == (row.options.word != nullptr);
 }
 
-// Whether no two rows share an id, every hot key is a lower-case letter or a digit, every row acts,
-// and labels with a place for a word have one.
+// Whether no two rows share an id, every hot key is a lower-case letter or a digit, every row has
+// an action, and a label has "%s" exactly if there is a word for it.
 template <typename State>
 constexpr bool AreSound(std::span<const Row<State>> rows) {
     for (std::size_t i = 0; kTablesAreChecked && i < rows.size(); ++i) {
@@ -131,7 +133,7 @@ void AddRows(Menu& menu, std::span<const Row<State>> rows, const State& state) {
     }
 }
 
-// The row with that id, or the list that it belongs to; null when there is none.
+// The row with that id, or the list that contains it; null if there is none.
 template <typename State>
 const Row<State>* RowWithId(std::span<const Row<State>> rows, int id) {
     for (const Row<State>& row : rows) {
@@ -140,7 +142,7 @@ const Row<State>* RowWithId(std::span<const Row<State>> rows, int id) {
     return nullptr;
 }
 
-// Does what the row with that id stands for, if it does anything.
+// Runs the action of the row with that id, if it has one.
 template <typename State>
 Next Act(std::span<const Row<State>> rows, int id, State& state) {
     const Row<State>* row = RowWithId(rows, id);

@@ -13,18 +13,18 @@ namespace {
 
 constexpr double kRefreshSeconds = 5;
 
-// Rows are held back until they are whole, so that they are painted once and do not flicker, but
-// not longer than this after more of them is known. Without the list of its first rows a screen
-// can't tell what a key means: keys that were typed ahead wait for it, as long as that.
+// Rows are held back until they are complete, so that they are painted once and do not flicker, but
+// not longer than this after the last news. Before it has the list of its first rows a screen can't
+// tell what a key means, so keys typed ahead wait for the list, up to the long limit.
 constexpr double kPatienceSeconds = 0.5;
 constexpr double kLongPatienceSeconds = 5;
 
-// How far a round of facts is.
+// The progress of a round.
 struct Progress {
-    Known known = Known::Nothing;      // of the round
-    Known shown = Known::Nothing;      // of the round, by the rows
-    Known on_screen = Known::Nothing;  // how complete the rows are; Nothing: held back
-    double due = 0;                    // when the next round begins
+    Known known = Known::Nothing;      // known in this round
+    Known shown = Known::Nothing;      // shown in this round
+    Known on_screen = Known::Nothing;  // completeness of the rows; Nothing: held back
+    double due = 0;                    // start of the next round
     double held_until = 0;
     double keys_held_until = 0;
 };
@@ -75,7 +75,7 @@ void PaintHelpOfSelection(Loop& loop) {
     PaintHelp(loop.screen.layout, loop.menu, loop.help, loop.screen.help(item->id));
 }
 
-// ---- rows whose facts take time ----
+// ---- live rows ----
 
 void BeginRound(Loop& loop, double now) {
     Progress& progress = loop.progress;
@@ -85,7 +85,7 @@ void BeginRound(Loop& loop, double now) {
     progress.held_until = now + kPatienceSeconds;
 }
 
-// What was known is older than the reason to make the rows anew.
+// After an action, what was known may be out of date.
 void BeginAnew(Loop& loop, double now) {
     loop.screen.facts->forget();
     BeginRound(loop, now);
@@ -95,7 +95,7 @@ void BeginAnew(Loop& loop, double now) {
     loop.next = Next::Stay;
 }
 
-// While rows are incomplete, the selection stays with what its row stands for.
+// While rows are incomplete, the selection follows its row.
 void ShowFacts(Loop& loop) {
     Progress& progress = loop.progress;
     const bool incomplete = progress.known != Known::All || progress.on_screen == Known::Part;
@@ -104,7 +104,7 @@ void ShowFacts(Loop& loop) {
     progress.on_screen = progress.known == Known::All ? Known::All : Known::Part;
 }
 
-// Rows that are held back, and no longer than need be.
+// Shows rows that are held back as soon as possible.
 void ShowHeldFacts(Loop& loop, double now) {
     const Progress& progress = loop.progress;
     const bool first = !HasRows(loop);
@@ -131,14 +131,14 @@ void TakeAnswers(Loop& loop, double now) {
     if (answers.late) progress.shown = Known::Nothing;
 }
 
-// What has come, and at the end of a round whatever has not. A round can be over as soon as it has
-// begun, where no command can be started.
+// Shows new answers and, at the end of a round, what is still missing. A round may end as soon as
+// it starts, if no command can be started.
 void ShowNewFacts(Loop& loop, double now) {
     const Progress& progress = loop.progress;
     const bool is_due = now >= progress.due;
     const bool is_behind = is_due && progress.shown != Known::All;
     if (HasNews(progress) || is_behind) {
-        // A key that is waiting was typed for the rows that are shown.
+        // A waiting key was typed for the rows on the screen.
         if (InputIsWaiting()) return;
         if (is_behind) loop.screen.facts->ask_kernel();
         ShowFacts(loop);
@@ -173,8 +173,7 @@ Wake WakeOf(const Loop& loop) {
     return wake;
 }
 
-// Rows that are held back do not wait for longer than the first key. A report of the mouse having
-// moved is no key.
+// Held-back rows are shown at the first key. A mouse movement is not a key.
 bool ShowsHeldRowsFor(int key) {
     return key != ERR && key != KEY_RESIZE && key != kUnknownKey &&
            !(key == KEY_MOUSE && DropMouseMotion());
@@ -192,14 +191,13 @@ void Do(Loop& loop, Next next) {
     if (next == Next::Rebuild) loop.next = next;
 }
 
-// HOME, END and the page keys can select a row that is there to be read, or that can't be selected
-// now: such a row does nothing.
+// HOME, END and the page keys can select information rows and closed rows: these do nothing.
 void Activate(Loop& loop) {
     const MenuItem* item = loop.menu.ItemAt(loop.menu.selection);
     if (item == nullptr || item->Has(MenuItem::kUnselectable)) return;
     const int id = item->id;
     if (loop.screen.facts != nullptr) {
-        // The action may take long. What is being gathered would be old by then.
+        // The action may take long, and would make answers that are still to come out of date.
         if (loop.progress.known != Known::All) loop.progress.due = 0;
         loop.screen.facts->stop();
     }
@@ -226,7 +224,7 @@ void WaitForKey(Loop& loop) {
     if (!TakeBackForInput(WakeOf(loop))) return;
     const int key = ReadKey(WakeOf(loop));
     if (!ShowsHeldRowsFor(key)) return;
-    // It was typed for the rows that were shown last. They may have changed since.
+    // The key was typed for the rows shown last, which may have changed since.
     if (key != KEY_MOUSE) TakeKey(loop, key);
     if (IsHeld(loop) && loop.next == Next::Stay && loop.menu.running) ShowFacts(loop);
 }

@@ -1,10 +1,11 @@
-// The loop that every screen runs around its Menu, written once: rebuild the rows when asked, paint
-// when asked, read one key, let the menu take it, act on the row that was activated. A screen is
-// its table of rows and what they do:
+// The loop that every screen runs: rebuild the rows if needed, paint if needed, read a key, let the
+// menu handle it, run the action of an activated row. A screen is a table of its rows and their
+// actions:
 //
 //     RunScreen<State>({.rows = kRows, .title = Title}, state);
 //
-// Rows whose facts take time to gather refresh every five seconds, while keys go on being answered.
+// If the rows show facts that take time to gather, they refresh every five seconds; keys are
+// handled meanwhile.
 #pragma once
 
 #include <functional>
@@ -21,15 +22,15 @@
 
 // Facts that take time to gather, in rounds.
 struct LiveFacts {
-    std::function<void()> forget;             // drops what is known: it is older than an action
-    std::function<void()> ask;                // begins a round
-    std::function<Answers(double now)> take;  // takes what has come
-    std::function<void()> ask_kernel;         // asks anew what the kernel itself can say
-    std::function<void()> stop;               // ends what is still being gathered
+    std::function<void()> forget;  // drops what is known, as an action may have changed it
+    std::function<void()> ask;     // starts a round
+    std::function<Answers(double now)> take;  // collects the answers that have arrived
+    std::function<void()> ask_kernel;         // queries the kernel again
+    std::function<void()> stop;               // kills running commands
     std::function<void(Wake& wake)> await;    // adds what `take` waits for
 };
 
-// A screen without its state: ScreenLoop's view of it.
+// A screen as ScreenLoop sees it, without its state.
 struct Screen {
     std::function<void(Menu&)> add_rows;
     std::function<Next(int id)> act;
@@ -37,22 +38,22 @@ struct Screen {
     std::function<std::string_view(int id)> help;
     std::function<TitleLines()> title;
     Layout layout = Layout::Plain;
-    // Whether the selection stays on its row when rows come or go above it at a refresh; otherwise
-    // it keeps its index.
+    // Whether the selection stays on its row when a refresh adds or removes rows above it;
+    // otherwise it keeps its index.
     bool follows_rows = false;
     const LiveFacts* facts = nullptr;
 };
 
-// Runs the screen until its menu stops: ESC, backspace, a row that ends it, or no rows left.
+// Runs the screen until it ends: by ESC, backspace, a row that leaves, or when it has no rows left.
 void ScreenLoop(const Screen& screen);
 
-// A screen that is a table.
+// A screen made of a table.
 template <typename State>
 struct TableScreen {
     std::span<const Row<State>> rows;
     TitleLines (*title)(const State&);
     Layout layout = Layout::Plain;
-    void (*look)(State&) = nullptr;  // finds out what the rows show, each time before they are made
+    void (*look)(State&) = nullptr;  // gathers what the rows show, before each rebuild
     bool follows_rows = false;
 };
 

@@ -28,30 +28,28 @@
 namespace {
 
 constexpr mmask_t kMouseEvents = ALL_MOUSE_EVENTS | REPORT_MOUSE_POSITION;
-// The bytes of a key may come one by one over a slow line.
+// Over a slow line the bytes of a key may arrive one by one.
 constexpr int kEscapeWaitMs = 100;
 constexpr int kNoMoreInput = 1;
 
 bool mouse_available = false;
 
-// A key that was read, but not returned yet; ERR when there is none.
+// A key that was read but not returned yet; ERR if there is none.
 int put_back = ERR;
 
-// Whether curses may have a key of its own to give (one put back, a new size of the terminal), or
-// something to draw that waits for wgetch().
+// Whether curses may have a key of its own (put back, or a new size of the terminal), or something
+// to draw at the next wgetch().
 bool curses_has_news = true;
-// Whether one was put back.
+// Whether a key was put back.
 bool curses_has_keys = false;
 
 constexpr int kCtrlL = 'l' & 0x1f;
 constexpr double kRepaintSeconds = 5;
 
-// When what the kernel may have printed over the picture is next painted over; never on other
-// terminals.
+// When to repaint what the kernel may have overwritten; never on other terminals.
 double next_repaint = std::numeric_limits<double>::infinity();
 
-// Whether the terminal is a virtual console, or a line that is a console, too: the kernel's
-// messages go there.
+// Whether the kernel prints its messages here: on a virtual console, or a line used as console.
 bool KernelWritesHere() {
     constexpr unsigned kConsoleMajor = 4;
     constexpr unsigned kLastConsole = 63;
@@ -90,8 +88,8 @@ short PollInput(int milliseconds) {
     return poll(&input, 1, milliseconds) > 0 ? input.revents : static_cast<short>(0);
 }
 
-// The wait in which the program spends its days: one call to the kernel. Whether there may be a
-// key: input, or a signal, which may have brought a new size.
+// The program's main wait, in a single system call. Returns whether there may be a key: input, or a
+// signal, which may have brought a new size.
 bool AwaitKey(const Wake& wake) {
     std::vector<pollfd> awaited = {{STDIN_FILENO, POLLIN, 0}};
     awaited.insert(awaited.end(), wake.answers.begin(), wake.answers.end());
@@ -100,8 +98,8 @@ bool AwaitKey(const Wake& wake) {
     return ready < 0 || awaited.front().revents != 0;
 }
 
-// A terminal whose output is stopped would hold the program up inside curses, where no ending
-// signal is let in.
+// A terminal with stopped output would block the program inside curses, where no ending signal is
+// delivered.
 void AwaitTerminal() {
     pollfd output = {STDOUT_FILENO, POLLOUT, 0};
     if (poll(&output, 1, 0) != 0) return;
@@ -109,7 +107,7 @@ void AwaitTerminal() {
     poll(&output, 1, -1);
 }
 
-// At its end or hung up, standard input is ready to be read for ever, but holds no byte.
+// Once it has ended or hung up, standard input is always readable, but has no bytes.
 bool InputHasEnded() {
     if (PollInput(0) == 0) return false;
     int waiting = 0;
@@ -120,14 +118,14 @@ bool IsBetween(int key, int first, int last) {
     return key >= first && key <= last;
 }
 
-// Puts a key back for curses to give again.
+// Puts a key back for curses to return again.
 void PutBack(int key) {
     ungetch(key);
     curses_has_keys = curses_has_news = true;
 }
 
-// What curses has for a key; ERR when nothing. It may have to wait for the rest of what it took for
-// the beginning of a mouse report: ending signals are let in, with nothing left to be drawn.
+// The key that curses has; ERR if none. Curses may wait for the rest of what looks like a mouse
+// report: ending signals are delivered meanwhile, with nothing left to draw.
 int KeyFromCurses() {
     if (is_wintouched(stdscr)) ShowScreen();
     curses_has_keys = false;
@@ -135,7 +133,8 @@ int KeyFromCurses() {
     return wgetch(stdscr);
 }
 
-// The next byte of a sequence; ERR when none follows. A byte that can't belong to one is put back.
+// The next byte of a sequence; ERR if there is none. A byte that can't belong to a sequence is put
+// back.
 int NextInSequence() {
     const int key = KeyFromCurses();
     if (key == ERR || IsBetween(key, 0x20, 0x7e)) return key;
@@ -143,8 +142,8 @@ int NextInSequence() {
     return ERR;
 }
 
-// Behind ESC [: parameters, then one letter or sign that ends the sequence. The Linux console's
-// function keys come as ESC [ [ and one letter.
+// After ESC [: parameters, then a final character. The Linux console sends its function keys as ESC
+// [ [ and a letter.
 void SwallowControlSequence() {
     int key = NextInSequence();
     if (key == '[') {
@@ -155,14 +154,14 @@ void SwallowControlSequence() {
         key = NextInSequence();
 }
 
-// Behind ESC O: one letter, on some terminals after a modifier's number.
+// After ESC O: a letter, on some terminals preceded by the number of a modifier.
 void SwallowSingleShift() {
     int key = NextInSequence();
     while (IsBetween(key, '0', '9') || key == ';')
         key = NextInSequence();
 }
 
-// Curses has returned an ESC. It waited for what may follow, so that is here already.
+// Curses has returned an ESC. It has waited for more bytes, so they have arrived by now.
 int ResolveEscape() {
     const int follower = KeyFromCurses();
     if (follower == ERR) return kEscape;
@@ -180,8 +179,8 @@ int ResolveEscape() {
     return kUnknownKey;
 }
 
-// Curses answers Ctrl-Z by saving and restoring its screen. While it is left, Ctrl-Z stops the
-// program together with the command, and nothing else.
+// Curses handles Ctrl-Z by saving and restoring its screen. Outside curses, Ctrl-Z must only stop
+// the program together with the command.
 struct PlainStop {
     PlainStop() : before{} {
         struct sigaction stop = {};
@@ -203,8 +202,8 @@ void DropKeysAndStop(int signal_number) {
     stop_of_curses(signal_number);
 }
 
-// What was typed ahead of Ctrl-Z was meant for the program. The rest is done by the handler that
-// curses has set up, if it has.
+// Drops keys typed ahead of Ctrl-Z: they were for the program, not the shell. The handler of
+// curses, if it is installed, does the rest.
 void KeepKeysFromTheShell() {
     struct sigaction stop = {};
     sigaction(SIGTSTP, nullptr, &stop);
@@ -223,13 +222,13 @@ void DropTypedKeys() {
 void StartKeyboard() {
     keypad(stdscr, TRUE);
     nonl();
-    // The wait is done in ReadKey, where signals can be let in; curses itself never waits.
+    // ReadKey does the waiting, because it can let signals in; curses itself never waits.
     timeout(0);
     if (std::getenv("ESCDELAY") == nullptr) set_escdelay(kEscapeWaitMs);
     cbreak();
     noecho();
-    // Ctrl-C and Ctrl-Z would take keys away that curses has already seen waiting: it would then
-    // wait for others, and the screen with it.
+    // Otherwise Ctrl-C and Ctrl-Z would flush keys that curses has already seen: it would then wait
+    // for new ones, and block the screen.
     noqiflush();
     if (KernelWritesHere()) next_repaint = MonotonicSeconds() + kRepaintSeconds;
     KeepKeysFromTheShell();
@@ -273,7 +272,7 @@ void AwaitInput(const Wake& wake) {
 }
 
 bool TakeBackForInput(const Wake& wake) {
-    // Curses would set the keypad's mode on a terminal that it does not restore then.
+    // Curses would switch the keypad mode of a terminal that it does not restore afterwards.
     if (!isendwin()) return true;
     if (!AwaitKey(wake)) return false;
     ShowScreen();
@@ -288,7 +287,7 @@ bool KeyIsTyped() {
     for (;;) {
         const int key = ReadKey({.until = 0});
         if (key == ERR) return false;
-        // Whoever asks has not painted yet: the new size will be seen then.
+        // The caller has not painted yet, and will then use the new size.
         if (key == KEY_RESIZE || key == kUnknownKey) continue;
         if (key == KEY_MOUSE && DropMouseMotion()) continue;
         if (key != KEY_MOUSE) put_back = key;
