@@ -1,8 +1,8 @@
-// A preloaded library that changes the program's time. The program's commands have the usual time.
+// A preloaded library that changes the program's time. The commands that it runs have normal time.
 //
-//     FAST_CLOCK=100          seconds that pass in one, by every clock; waits end as much earlier
-//     CLOCK_FILE=/run/clock   seconds in this file are added to the time of day, also when it
-//     changes
+//     FAST_CLOCK=100          seconds per real second, on every clock; waits get shorter
+//     accordingly CLOCK_FILE=/run/clock   adds the seconds in this file to the time of day; may
+//     change any time
 #include <dlfcn.h>
 #include <errno.h>
 #include <poll.h>
@@ -21,7 +21,7 @@ namespace {
 constexpr long long kBillion = 1'000'000'000;
 long factor = 1;
 const char* clock_file = nullptr;
-long long start[2];  // nanoseconds of CLOCK_REALTIME and CLOCK_MONOTONIC, which are 0 and 1
+long long start[2];  // nanoseconds, indexed by CLOCK_REALTIME (0) and CLOCK_MONOTONIC (1)
 
 long long Nanoseconds(clockid_t clock) {
     timespec now{};
@@ -79,7 +79,7 @@ extern "C" int ppoll(pollfd* descriptors, nfds_t count, const timespec* time,
     return real(descriptors, count, &shorter, mask);
 }
 
-// The name that the C library's checks give it.
+// The name that the C library's buffer checks use.
 extern "C" int __ppoll_chk(pollfd* descriptors, nfds_t count, const timespec* time,
                            const sigset_t* mask, size_t) {
     return ppoll(descriptors, count, time, mask);

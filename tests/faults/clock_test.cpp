@@ -1,4 +1,4 @@
-// The machine's clock is set while the program runs: rows go on being refreshed.
+// Setting the machine's clock while the program runs does not stop the refresh.
 #include <gtest/gtest.h>
 
 #include <vector>

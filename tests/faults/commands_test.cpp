@@ -1,5 +1,5 @@
-// Commands and a machine that misbehave: whatever a command does, the screens come up, answer keys
-// and are left in order.
+// Commands and machines that misbehave: whatever a command does, every screen appears, handles keys
+// and can be left.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -9,7 +9,7 @@
 namespace harness::faults {
 namespace {
 
-// A command's misbehaviour, as a script.
+// A misbehaving command, as a script.
 struct Oddity {
     const char* name;
     const char* script;
@@ -38,8 +38,8 @@ class OddCommand : public testing::TestWithParam<Oddity> {
 INSTANTIATE_TEST_SUITE_P(Commands, OddCommand, testing::ValuesIn(kOddities),
                          testing::PrintToStringParamName());
 
-// Those that are asked beside the screen.
-TEST_P(OddCommand, IsNoHarmToTheScreensThatAskIt) {
+// Commands that run in the background.
+TEST_P(OddCommand, DoesNotHarmTheScreensThatRunIt) {
     for (const char* name : {"wpa_cli", "pdbedit"})
         box.StandInScript(name, GetParam().script);
     Terminal t(box, lifecycle::AtAPrompt());
@@ -48,7 +48,7 @@ TEST_P(OddCommand, IsNoHarmToTheScreensThatAskIt) {
     t.WaitFor("Wireless access points for wlan0");
     t.Press("<End><Down>r<Enter>");
     t.WaitFor("Network configuration: wlan0");
-    // From here on there may be no list of interfaces any more, but there is a menu.
+    // From here on there may be no list of interfaces, but there is a menu.
     box.StandInScript("ip", GetParam().script);
     t.Press("m<Enter>s<Enter>");
     t.WaitFor("Configure SMB/CIFS user accounts");
@@ -65,7 +65,7 @@ TEST_P(OddCommand, IsNoHarmToTheScreensThatAskIt) {
     lifecycle::ExpectTerminalAsBefore(t);
 }
 
-// Those that have the plain terminal.
+// Commands that run on the plain terminal.
 class OddCommandOnTheTerminal : public OddCommand {};
 
 constexpr Oddity kTerminalOddities[] = {
@@ -77,7 +77,7 @@ constexpr Oddity kTerminalOddities[] = {
 INSTANTIATE_TEST_SUITE_P(Commands, OddCommandOnTheTerminal, testing::ValuesIn(kTerminalOddities),
                          testing::PrintToStringParamName());
 
-TEST_P(OddCommandOnTheTerminal, IsNoHarmToTheScreenAfterIt) {
+TEST_P(OddCommandOnTheTerminal, DoesNotHarmTheNextScreen) {
     box.StandInScript(lifecycle::kNetwork, GetParam().script);
     Terminal t(box, lifecycle::AtAPrompt());
     t.WaitFor("Exit this program");
@@ -93,8 +93,8 @@ TEST_P(OddCommandOnTheTerminal, IsNoHarmToTheScreenAfterIt) {
     EXPECT_EQ(TerminalDamage(t), "");
 }
 
-// It would have the program wait as long as it runs: Ctrl-C is the way out, for both.
-TEST(EndlessCommand, BesideAScreenIsEndedTogetherWithTheProgramByCtrlC) {
+// The program waits as long as the command runs: Ctrl-C ends both.
+TEST(EndlessCommand, InTheBackgroundEndsWithTheProgramOnCtrlC) {
     TourBox box;
     box.StandInScript("wpa_cli", "exec >&- 2>&-; echo $$ >/tmp/endless; exec sleep 1000");
     Terminal t(box, lifecycle::AtAPrompt());
@@ -113,7 +113,7 @@ TEST(EndlessCommand, BesideAScreenIsEndedTogetherWithTheProgramByCtrlC) {
         "the command's end");
 }
 
-TEST(EndlessCommand, BeforeTheFirstScreenIsEndedTogetherWithTheProgramByCtrlC) {
+TEST(EndlessCommand, BeforeTheFirstScreenEndsWithTheProgramOnCtrlC) {
     TourBox box;
     box.StandInScript("ip", "exec sleep 1000");
     Terminal t(box, lifecycle::AtAPrompt());
@@ -123,9 +123,9 @@ TEST(EndlessCommand, BeforeTheFirstScreenIsEndedTogetherWithTheProgramByCtrlC) {
     lifecycle::ExpectTerminalAsBefore(t);
 }
 
-// ---- a machine that lacks things ----
+// ---- a machine that lacks something ----
 
-// A tour whose steps may all come to nothing.
+// A tour whose steps may all fail.
 void ExpectATour(TourBox& box, TerminalOptions options) {
     Terminal t(box, options);
     RushTour(t);
@@ -134,7 +134,7 @@ void ExpectATour(TourBox& box, TerminalOptions options) {
     EXPECT_EQ(box.Damage(), "");
 }
 
-TEST(PoorMachine, WithoutAnyCommandEveryScreenComesUp) {
+TEST(PoorMachine, WithoutAnyCommandEveryScreenAppears) {
     TourBox box;
     box.Sh("rm -rf /etc/init.d/*");
     TerminalOptions options = Traced(box);
@@ -143,11 +143,11 @@ TEST(PoorMachine, WithoutAnyCommandEveryScreenComesUp) {
     EXPECT_NE(box.Read("/etc/ntp.conf").find("ntp.example.net"), std::string::npos);
 }
 
-TEST(PoorMachine, WithoutAShellEveryScreenComesUp) {
+TEST(PoorMachine, WithoutAShellEveryScreenAppears) {
     TourBox box;
     Terminal t(box, Traced(box));
     t.WaitFor("Exit this program");
-    // The machine has no other: what follows finds no way to look at it, but its files.
+    // There is no other shell: from here on only the machine's files can be checked.
     box.Sh("mount --bind /dev/null /usr/bin/dash");
     WalkTour(t);
     EXPECT_TRUE(IsOrderly(EndTour(t)));
@@ -155,10 +155,10 @@ TEST(PoorMachine, WithoutAShellEveryScreenComesUp) {
     EXPECT_EQ(box.Damage(), "");
 }
 
-TEST(PoorMachine, WithoutProcEveryScreenComesUp) {
+TEST(PoorMachine, WithoutProcEveryScreenAppears) {
     TourBox box;
     TerminalOptions options = lifecycle::AtAPrompt();
-    options.environment = lifecycle::WithoutLeakSearch(box);  // it needs /proc
+    options.environment = lifecycle::WithoutLeakSearch(box);  // leak detection needs /proc
     Terminal t(box, options);
     t.WaitFor("1. wlan0");
     box.Sh("mount -t tmpfs none /proc");

@@ -1,11 +1,11 @@
-// A preloaded library under which one request of the program fails. FAULTY names it:
+// A preloaded library that makes one request of the program fail. FAULTY selects it:
 //
-//     FAULTY="memory 20"     the twentieth request for memory from the second key on is refused
-//     FAULTY="memory 20+"    ... and all that follow
-//     FAULTY="early 20"      the twentieth of all requests
-//     FAULTY="close 7"       the seventh file closed reports an error (and is closed, as ever)
+//     FAULTY="memory 20"     the twentieth allocation after the first key fails
+//     FAULTY="memory 20+"    ... and all later ones
+//     FAULTY="early 20"      the twentieth allocation since the start
+//     FAULTY="close 7"       the seventh close of a file reports an error (but closes the file)
 //
-// When it has come to that there is the file /tmp/failed. The program's commands are spared.
+// When it has failed, it creates the file /tmp/failed. The program's commands are not affected.
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -28,7 +28,7 @@ namespace {
 struct Fault {
     const char* what;
     int error;
-    long number = 0;  // of the request that fails; 0: none
+    long number = 0;  // of the failing request; 0: none
     bool all_that_follow = false;
     bool begun = true;
     long requests = 0;
@@ -72,7 +72,7 @@ extern "C" {
 
 ssize_t read(int descriptor, void* bytes, size_t size) {
     const ssize_t length = syscall(SYS_read, descriptor, bytes, size);
-    // The first key makes curses compare screens, and what it sets up for that it has to get.
+    // The first key makes curses compare screens, and it must get the memory for setting this up.
     if (descriptor == STDIN_FILENO && length > 0) memory.begun = ++keys > 1;
     return length;
 }
@@ -89,7 +89,7 @@ void* realloc(void* old, size_t size) {
     return NoMemory() ? nullptr : __libc_realloc(old, size);
 }
 
-// The C library's own search for an account ends the program when it gets no memory.
+// The C library's account lookup ends the program if it gets no memory.
 passwd* getpwnam(const char* name) {
     using Search = passwd* (*)(const char*);
     static const auto search = reinterpret_cast<Search>(dlsym(RTLD_NEXT, "getpwnam"));

@@ -1,5 +1,5 @@
-// System calls that fail on a tour through every screen, one call at a time: the program ends in
-// order, every file that it saves is the old or the new one, and the terminal is as it was.
+// System calls that fail, one at a time, on a tour through every screen: the program ends properly,
+// every file that it saves is the old or the new one, and the terminal is as before.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,7 +15,7 @@
 namespace harness::faults {
 namespace {
 
-// A way for a system call to fail.
+// How a system call fails.
 struct Fault {
     const char* call;
     const char* error;
@@ -41,7 +41,7 @@ constexpr Fault kFaults[] = {
     {"mmap", "ENOMEM"},       {"access", "EACCES"},   {"clock_nanosleep", "EINTR"},
 };
 
-// A sanitizer ends the program when it gets no memory for itself.
+// A sanitizer ends the program if it gets no memory itself.
 bool IsLeftOut(const Fault& fault) {
 #ifdef __SANITIZE_ADDRESS__
     return fault.call == std::string("mmap");
@@ -50,7 +50,7 @@ bool IsLeftOut(const Fault& fault) {
 #endif
 }
 
-// The names of the calls that the program made on an undisturbed tour, in order.
+// The names of the calls on an undisturbed tour, in order.
 std::vector<std::string> CallsOfATour(TourBox& box, void (*tour)(Terminal&)) {
     Terminal t(box, Traced(box, "/.*"));
     tour(t);
@@ -62,8 +62,8 @@ std::vector<std::string> CallsOfATour(TourBox& box, void (*tour)(Terminal&)) {
     return calls;
 }
 
-// Which occurrences of a call there are to disturb: what the loader does before the program itself
-// begins (with a command for its settings folder) is left out.
+// Which occurrences of a call to disturb. The first ones are left out: the loader makes them,
+// before the program runs its first command.
 struct Occurrences {
     int first;
     int last;
@@ -76,7 +76,7 @@ Occurrences OccurrencesOf(const std::string& call, const std::vector<std::string
             static_cast<int>(std::count(calls.begin(), calls.end(), call))};
 }
 
-// The line of the trace that tells of the injection; empty when the program made fewer calls.
+// The line of the trace with the injected error; empty if the program made fewer calls.
 std::string InjectedCall(TourBox& box, const std::string& call) {
     std::istringstream trace(box.Read(kTrace));
     for (std::string line; std::getline(trace, line);) {
@@ -86,12 +86,12 @@ std::string InjectedCall(TourBox& box, const std::string& call) {
     return "";
 }
 
-// A terminal that refuses to be set, or loses what is written to it, can't be restored.
+// A terminal can't be restored if it refuses settings, or loses what is written to it.
 bool IsOfTheTerminal(const std::string& call) {
     return call.starts_with("write(1, ") || call.find("TCSETS") != std::string::npos;
 }
 
-// One tour with one call that fails; false when the program did not make it so often.
+// A tour with one failing call; false if the program did not make that many calls.
 bool TourWithFault(TourBox& box, const Fault& fault, int occurrence, void (*tour)(Terminal&),
                    std::map<int, int>& endings) {
     box.Reset();
@@ -112,7 +112,7 @@ bool TourWithFault(TourBox& box, const Fault& fault, int occurrence, void (*tour
     return !injected.empty();
 }
 
-TEST(Faults, SomeOfEveryKindAreOutlived) {
+TEST(Faults, TheProgramSurvivesSomeOfEachKind) {
     Chance chance(Game::kSame);
     TourBox box;
     const std::vector<std::string> calls = CallsOfATour(box, RushTour);
@@ -126,7 +126,7 @@ TEST(Faults, SomeOfEveryKindAreOutlived) {
 
 class WholeTour : public testing::TestWithParam<Fault> {};
 
-TEST_P(WholeTour, OutlivesEachFault) {
+TEST_P(WholeTour, SurvivesEachFault) {
     if (IsLeftOut(GetParam())) GTEST_SKIP() << "not with a sanitizer";
     TourBox box;
     const Occurrences range = OccurrencesOf(GetParam().call, CallsOfATour(box, RushTour));

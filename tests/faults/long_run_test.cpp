@@ -1,5 +1,4 @@
-// The program left alone for a long time, on a clock that runs faster; and whether it gives back
-// what it takes.
+// The program running for a long time, on a faster clock: it releases everything it takes.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,10 +12,10 @@
 namespace harness::faults {
 namespace {
 
-// What a process holds, as the kernel tells it.
+// The resources of a process, according to the kernel.
 struct Holdings {
     long descriptors = 0;
-    long kilobytes = 0;  // of its own memory: heap, stack, what it has written to
+    long kilobytes = 0;  // private memory: heap, stack, written pages
     int children = 0;
 };
 
@@ -40,8 +39,8 @@ size_t Refreshes(TourBox& box) {
     return refreshes;
 }
 
-// After so many refreshes, and between two of them: what is only held while one is made is left
-// out.
+// Measured after this many refreshes and between two of them, to leave out what is held only during
+// a refresh.
 Holdings HoldingsAfter(TourBox& box, Terminal& t, size_t refreshes) {
     box.WaitUntil([&] { return Refreshes(box) >= refreshes; },
                   std::to_string(refreshes) + " refreshes", 600);
@@ -67,7 +66,7 @@ void Refresh(size_t warm, size_t refreshes) {
     const Holdings late = HoldingsAfter(box, t, refreshes);
     EXPECT_EQ(late.descriptors, early.descriptors);
     EXPECT_EQ(late.children, early.children);
-#ifndef __SANITIZE_ADDRESS__  // which keeps what was given back for a while
+#ifndef __SANITIZE_ADDRESS__  // it keeps freed memory for a while
     EXPECT_LE(late.kilobytes, early.kilobytes + 64);
 #endif
     std::cout << "FAULTS refreshes: " << warm << " to " << refreshes << ": descriptors "
@@ -78,16 +77,16 @@ void Refresh(size_t warm, size_t refreshes) {
     lifecycle::ExpectTerminalAsBefore(t);
 }
 
-TEST(Refreshing, ForFiveMinutesTakesNothing) {
+TEST(Refreshing, ForFiveMinutesLeaksNothing) {
     Refresh(20, 60);
 }
 
-TEST(WholeRefreshing, ForAnHourTakesNothing) {
+TEST(WholeRefreshing, ForAnHourLeaksNothing) {
     Refresh(20, 720);
 }
 
-// What curses and the C library keep until the end is still reachable; nothing may be lost.
-TEST(WholeTourInValgrind, LosesNothingAndReadsNothingWrong) {
+// What curses and the C library keep until the end is still reachable; nothing else may be lost.
+TEST(WholeTourInValgrind, HasNoLeaksAndNoInvalidReads) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "not with a sanitizer";
 #endif

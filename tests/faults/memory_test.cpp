@@ -1,5 +1,5 @@
-// Memory that is refused on a tour through every screen, and files that fail while they are closed:
-// the program ends in order, and all its files are whole.
+// Failing allocations, and failing closes of files, on a tour through every screen: the program
+// ends properly, and all its files are intact.
 #include <gtest/gtest.h>
 
 #include <iostream>
@@ -11,7 +11,7 @@
 namespace harness::faults {
 namespace {
 
-// A sanitizer brings its own memory, and closes what it likes.
+// A sanitizer has its own memory, and closes files of its own.
 #ifdef __SANITIZE_ADDRESS__
 constexpr bool kHasSanitizer = true;
 #else
@@ -25,17 +25,16 @@ TerminalOptions Faulty(const Machine& box, const std::string& fault) {
     return options;
 }
 
-// Where a box could not be shown, the keys typed ahead for it go to the menu, and may open it
-// again.
+// If a box could not be shown, the keys typed ahead for it go to the menu, and may open it again.
 constexpr const char* kNamedByKeysTypedAhead = "/etc/hostname holds:\napplianced\n";
 
-// Tours on which one request fails, and what became of them.
+// Tours with one failing request, and their results.
 struct FaultyTours {
     TourBox box;
     std::map<int, int> endings = {};
     int failed = 0;
 
-    // False when there were fewer requests.
+    // Returns false if there were fewer requests.
     bool Walk(const std::string& fault, void (*tour)(Terminal&) = RushTour) {
         box.Reset();
         box.Remove("/tmp/failed");
@@ -61,14 +60,14 @@ struct FaultyTours {
     }
 };
 
-// Types the keys and waits; false when that was the program's end.
+// Types the keys and waits; false if the program has ended.
 bool Lives(Terminal& t, const char* keys) {
     t.Press(keys);
     t.Settle();
     return t.Running();
 }
 
-// Renames the computer in a box that stands; one that could not be shown is left.
+// Renames the computer if the box was shown; otherwise leaves the screen.
 void RenameTour(Terminal& t) {
     const auto begun = [&] { return !t.Running() || t.Shows("Exit this program"); };
     t.machine().Await(begun, Terminal::kPatience);
@@ -85,29 +84,29 @@ void RenameTour(Terminal& t) {
     t.Settle();
 }
 
-TEST(Memory, RefusedForeverNothingIsLost) {
+TEST(Memory, NothingIsLostIfAllFurtherRequestsFail) {
     if (kHasSanitizer) return;
     FaultyTours tours;
     for (const char* request : {"20+", "1500+", "2500+", "4000+"})
         EXPECT_TRUE(tours.Walk(std::string("memory ") + request)) << request;
 }
 
-TEST(Memory, RefusedOnceNothingIsLost) {
+TEST(Memory, NothingIsLostIfOneRequestFails) {
     if (kHasSanitizer) return;
     FaultyTours tours;
     for (const char* request : {"30", "700", "1500", "2500", "4000"})
         EXPECT_TRUE(tours.Walk(std::string("memory ") + request)) << request;
 }
 
-TEST(Memory, RefusedOnceAroundAnEntryBoxNothingIsLost) {
+TEST(Memory, NothingIsLostIfOneRequestOfAnEntryBoxFails) {
     if (kHasSanitizer) return;
     FaultyTours tours;
     for (int n = 1; n < 90; ++n)
         EXPECT_TRUE(tours.Walk("memory " + std::to_string(n), RenameTour)) << n;
 }
 
-// Curses itself may not outlive a refusal before its first screen stands.
-TEST(Memory, RefusedBeforeTheFirstScreenLeavesLineMode) {
+// Before its first screen, curses itself may not survive a failing allocation.
+TEST(Memory, AFailureBeforeTheFirstScreenLeavesLineMode) {
     if (kHasSanitizer) return;
     TourBox box;
     int refused = 0;
@@ -121,24 +120,24 @@ TEST(Memory, RefusedBeforeTheFirstScreenLeavesLineMode) {
         EndTour(t);
         EXPECT_TRUE(t.LineMode()) << "request " << refused;
     }
-    EXPECT_GT(refused, 100) << "the program asks for more than that";
+    EXPECT_GT(refused, 100) << "there must be more requests than that";
 }
 
-TEST(WholeMemory, RefusedAnywhereNothingIsLost) {
+TEST(WholeMemory, NothingIsLostIfAnyRequestFails) {
     FaultyTours tours;
     for (int n = 1; tours.Walk("memory " + std::to_string(n)); ++n) {
     }
     tours.Report("memory_once");
 }
 
-TEST(WholeMemory, RefusedForeverFromAnywhereOnNothingIsLost) {
+TEST(WholeMemory, NothingIsLostIfAllRequestsFromAnyPointFail) {
     FaultyTours tours;
     for (int n = 1; tours.Walk("memory " + std::to_string(n) + "+"); n += 1 + n / 25) {
     }
     tours.Report("memory_forever");
 }
 
-TEST(WholeClosing, FailingAnywhereLosesNothing) {
+TEST(WholeClosing, NothingIsLostIfAnyCloseFails) {
     FaultyTours tours;
     for (int n = 1; tours.Walk("close " + std::to_string(n)); ++n) {
     }

@@ -1,4 +1,4 @@
-// Chance that can be repeated: the seed is printed, and FAULTS_SEED sets it.
+// Reproducible randomness: the seed is printed, and FAULTS_SEED sets it.
 #pragma once
 
 #include <cstdlib>
@@ -7,7 +7,7 @@
 
 namespace harness::faults {
 
-// Short tests always play the same game; long ones a new one each time.
+// Short tests always use the same seed; long ones use a new one each time.
 enum class Game { kSame, kNew };
 
 class Chance {
@@ -15,7 +15,7 @@ class Chance {
     explicit Chance(Game game) : seed_(Seed(game)), random_(seed_) {
         std::cout << "FAULTS_SEED=" << seed_ << std::endl;
     }
-    // From first to last.
+    // From first to last, inclusive.
     int Between(int first, int last) {
         return std::uniform_int_distribution<int>(first, last)(random_);
     }

@@ -18,7 +18,7 @@ namespace {
 
 using testing::AnyOf;
 
-// The tour's keys one by one, as the terminal sends them.
+// The keys of the tour one by one, as the terminal sends them.
 std::vector<std::string> KeysOfTheTour() {
     std::string keys, error;
     for (const Leg& leg : Tour())
@@ -29,7 +29,7 @@ std::vector<std::string> KeysOfTheTour() {
     return bytes;
 }
 
-// Goes a part of the tour's way, and a little time further.
+// Takes the first keys of the tour, and lets a little time pass.
 void GoUpTo(Terminal& t, size_t keys, int milliseconds) {
     const std::vector<std::string> tour = KeysOfTheTour();
     std::string bytes;
@@ -40,7 +40,7 @@ void GoUpTo(Terminal& t, size_t keys, int milliseconds) {
     t.RunFor(milliseconds / 1000.0);
 }
 
-// ---- the terminal goes ----
+// ---- hang-up ----
 
 void HangUpAfter(TourBox& box, size_t keys, int milliseconds) {
     SCOPED_TRACE(std::to_string(keys) + " keys and " + std::to_string(milliseconds) + " ms");
@@ -49,13 +49,13 @@ void HangUpAfter(TourBox& box, size_t keys, int milliseconds) {
     GoUpTo(t, keys, milliseconds);
     t.HangUp();
     EXPECT_THAT(t.WaitExit(), AnyOf(Exited(129), Exited(1), Exited(0)));
-    // "mv -v ... || cp -v ...": where mv can't say any more what it has done, the shell takes that
-    // for a failure, and the example is copied over the settings.
+    // "mv -v ... || cp -v ...": if mv can't print what it has done, the shell treats that as a
+    // failure, and copies the example over the settings.
     const std::string copied = "/etc/vsftpd.conf holds:\n" + box.Read("/etc/vsftpd.conf.example");
     EXPECT_THAT(box.Damage(), AnyOf("", copied));
 }
 
-TEST(HangUp, AtSomeMomentsEndsTheProgramAndLosesNothing) {
+TEST(HangUp, AtRandomMomentsEndsTheProgramWithoutLoss) {
     Chance chance(Game::kSame);
     TourBox box;
     const int keys = static_cast<int>(KeysOfTheTour().size());
@@ -63,7 +63,7 @@ TEST(HangUp, AtSomeMomentsEndsTheProgramAndLosesNothing) {
         HangUpAfter(box, static_cast<size_t>(chance.Between(0, keys)), chance.Between(0, 300));
 }
 
-TEST(WholeHangUp, AfterEveryKeyEndsTheProgramAndLosesNothing) {
+TEST(WholeHangUp, AfterEveryKeyEndsTheProgramWithoutLoss) {
     Chance chance(Game::kNew);
     TourBox box;
     const size_t keys = KeysOfTheTour().size();
@@ -81,13 +81,13 @@ void InterruptAfter(TourBox& box, size_t keys, int milliseconds) {
     GoUpTo(t, keys, milliseconds);
     t.SendBytes("\x03");
     t.Settle();
-    // It may have been for a command.
+    // The first Ctrl-C may go to a command.
     EXPECT_THAT(EndTour(t), AnyOf(Exited(130), Exited(0)));
     EXPECT_EQ(TerminalDamage(t), "");
     EXPECT_EQ(box.Damage(), "");
 }
 
-TEST(CtrlC, AtSomeMomentsEndsTheProgramOrItsCommand) {
+TEST(CtrlC, AtRandomMomentsEndsTheProgramOrItsCommand) {
     Chance chance(Game::kSame);
     TourBox box;
     const int keys = static_cast<int>(KeysOfTheTour().size());
@@ -106,13 +106,13 @@ TEST(WholeCtrlC, AfterEveryKeyEndsTheProgramOrItsCommand) {
 
 // ---- Ctrl-Z ----
 
-// The program under a shell that continues it as soon as it has stopped, and says so.
+// The program under a shell that continues it when it stops, and reports that.
 TerminalOptions UnderAnEagerShell(const Machine& box) {
     TerminalOptions options = Traced(box);
     std::string command = "set -m; " + options.program;
     for (const std::string& argument : options.arguments)
         command += " '" + argument + "'";
-    // 148: stopped by Ctrl-Z.
+    // Status 148: stopped by Ctrl-Z.
     command +=
         "; status=$?; while [ $status = 148 ]; do echo >>/tmp/stops; fg >/dev/null;"
         " status=$?; done; exit $status";
@@ -121,7 +121,7 @@ TerminalOptions UnderAnEagerShell(const Machine& box) {
     return options;
 }
 
-TEST(CtrlZ, AfterEveryPartOfTheTourLeavesItAsItWas) {
+TEST(CtrlZ, AfterEveryPartOfTheTourChangesNothing) {
     TourBox box;
     Terminal t(box, UnderAnEagerShell(box));
     size_t stops = 0;
@@ -145,8 +145,8 @@ TEST(CtrlZ, AfterEveryPartOfTheTourLeavesItAsItWas) {
 
 // ---- sizes ----
 
-// Whether the program has drawn what fits the present size. Nobody draws on the plain terminal, and
-// a question is not drawn anew.
+// Whether the program has drawn the screen for the current size. On the plain terminal it does not
+// draw, and a question is not repainted.
 bool HasDrawn(const Terminal& t, const Leg& leg) {
     if (!t.AltScreen() || std::string(leg.sign).starts_with("Are you sure?")) return true;
     const std::vector<std::string> screen = t.Screen();
@@ -154,7 +154,7 @@ bool HasDrawn(const Terminal& t, const Leg& leg) {
     return static_cast<int>(empty) < t.rows() - 1;
 }
 
-// A list may be left scrolled, so what it shows on the way is not looked at.
+// A list may stay scrolled, so its rows are not checked on the way.
 void StormAfterEveryLeg(int sizes, Game game) {
     Chance chance(game);
     TourBox box;
@@ -189,7 +189,7 @@ TEST(WholeResizeStorm, OnEveryScreenChangesNothing) {
 
 // ---- noise on the line ----
 
-// Where the noise begins.
+// Where the noise starts.
 constexpr const char* kWays[] = {
     "",                                       // main menu
     "d<Enter>",                               // question
@@ -203,14 +203,14 @@ constexpr const char* kWays[] = {
     "1<Enter>w<Enter>",                       // access points
 };
 
-// What a noise must not do.
+// What noise must not do.
 struct Noise {
     std::string name;
-    std::function<bool(unsigned char)> allowed;  // which bytes may come
-    std::function<std::string(TourBox&)> wrong;  // what was done and should not have been
+    std::function<bool(unsigned char)> allowed;  // the bytes that may occur
+    std::function<std::string(TourBox&)> wrong;  // what was done but must not be
 };
 
-// Signal keys end or stop the program: rightly so, but they keep the noise short.
+// Signal keys rightly end or stop the program, but would keep the noise short.
 bool IsSignalKey(unsigned char byte) {
     return byte == 0x03 || byte == 0x1c || byte == 0x1a;
 }
@@ -222,16 +222,16 @@ std::string CallsAs(TourBox& box, const std::function<bool(const std::string&)>&
     return calls;
 }
 
-// Nothing is done without ENTER or a mouse's click.
+// Nothing may be done without ENTER or a mouse click.
 std::string AnythingDone(TourBox& box) {
     std::string done = CallsAs(box, [](const std::string& line) {
-        // To look is not to do.
+        // Reading lists changes nothing.
         return !line.ends_with("list_networks") && !line.ends_with("scan_result");
     });
     return done + (box.AllUntouched() ? "" : "a file was changed\n");
 }
 
-// What asks "Are you sure?" is not done without a yes.
+// Actions that ask "Are you sure?" need a yes.
 std::string UnconfirmedDone(TourBox& box) {
     std::string done = CallsAs(box, [](const std::string& line) {
         for (const char* asked : {"/etc/init.d/network ", "killall ", "/etc/init.d/service-nscd ",
@@ -271,7 +271,7 @@ std::string RandomBytes(Chance& chance, const Noise& noise, int count) {
     return bytes;
 }
 
-// Noise from one place on, as long as the program lives; how many bytes it was.
+// Sends noise at one place while the program runs; returns the number of bytes.
 int MakeNoise(TourBox& box, Chance& chance, const Noise& noise, const char* way, int bytes) {
     SCOPED_TRACE(noise.name + " after \"" + way + "\"");
     box.Reset();
@@ -283,8 +283,8 @@ int MakeNoise(TourBox& box, Chance& chance, const Noise& noise, const char* way,
     int sent = 0;
     while (sent < bytes && t.Running()) {
         const int size = std::min(bytes - sent, chance.Between(1, 500));
-        // A line that was stopped by Ctrl-S is let go on; by the second Ctrl-Q where Ctrl-V has
-        // quoted the first.
+        // Ctrl-Q continues output that Ctrl-S has stopped; sent twice, in case Ctrl-V has quoted
+        // the first.
         t.SendBytes(RandomBytes(chance, noise, size) + "\x11\x11");
         t.Settle(60);
         sent += size;
@@ -296,7 +296,7 @@ int MakeNoise(TourBox& box, Chance& chance, const Noise& noise, const char* way,
     return sent;
 }
 
-TEST(Noise, EndsNothingInDisorderAndDoesNothingUnasked) {
+TEST(Noise, NeverEndsTheProgramBadlyOrActsUnasked) {
     Chance chance(Game::kSame);
     TourBox box;
     for (const Noise& noise : kNoises)
@@ -306,7 +306,7 @@ TEST(Noise, EndsNothingInDisorderAndDoesNothingUnasked) {
 
 class WholeNoise : public testing::TestWithParam<int> {};
 
-TEST_P(WholeNoise, EndsNothingInDisorderAndDoesNothingUnasked) {
+TEST_P(WholeNoise, NeverEndsTheProgramBadlyOrActsUnasked) {
     const Noise& noise = kNoises[GetParam()];
     Chance chance(Game::kNew);
     TourBox box;

@@ -42,8 +42,7 @@ const SavedFile kSaved[] = {
     {"/etc/vsftpd.conf", "listen=YES\nssl_enable=NO\n", "listen=YES\nssl_enable=YES\n", 0644},
 };
 
-// A text may change to what a tour makes of it, and only to that; a setting that the tour makes
-// twice may also stand alone.
+// The settings may have any combination of the tour's changes: each setting may be changed or not.
 bool IsWhole(const SavedFile& file, const std::string& text) {
     if (text == file.before || text == file.after) return true;
     if (std::string(file.path) != kSettings) return false;
@@ -199,10 +198,10 @@ void RushTour(Terminal& t) {
 TerminalOptions Traced(const Machine& box, const std::string& calls, const std::string& injection) {
     TerminalOptions options;
     options.rows = 30;
-    // No leak is looked for while there is a tracer.
+    // Leak detection does not work under a tracer.
     options.environment = lifecycle::WithoutLeakSearch(box);
     options.program = "/usr/bin/strace";
-    // The tracer stands apart (-DDD): the program is the terminal's own child as always.
+    // -DDD: the tracer is a separate process, and the program stays a direct child of the terminal.
     options.arguments = {"-DDD",        "-qq", "-s",   "400", "-e",
                          "signal=none", "-o",  kTrace, "-e",  "inject=clock_nanosleep:retval=0"};
     const auto add = [&](const std::string& expression) {
@@ -215,7 +214,7 @@ TerminalOptions Traced(const Machine& box, const std::string& calls, const std::
 }
 
 Ending EndTour(Terminal& t) {
-    // The first may be for a command.
+    // The first Ctrl-C may go to a command.
     for (int i = 0; i < 4 && t.Running(); ++i) {
         t.Press("<C-c>");
         t.machine().Await([&] { return !t.Running(); }, 1);

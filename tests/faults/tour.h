@@ -1,6 +1,6 @@
-// A tour through every screen of the program, with something done on each: the ground on which
-// faults are put in its way. On the tour files are saved, services switched, passwords typed,
-// commands run on the plain terminal and beside the screen.
+// A tour through every screen of the program, with an action on each, for injecting faults. It
+// saves files, switches services, types passwords, and runs commands on the plain terminal and in
+// the background.
 //
 //     TourBox box;
 //     Terminal t(box, AtAPrompt());
@@ -22,14 +22,14 @@ namespace harness::faults {
 class TourBox : public FullMachine {
   public:
     TourBox();
-    // Puts everything back that a tour changes.
+    // Restores everything that a tour changes.
     void Reset();
-    // What is wrong with the files that the program saves: each must be the old or the new one, as
-    // a whole, with its mode, and nothing else may lie beside them. Empty when all is well.
+    // Describes what is wrong with the files that the program saves: each must be the complete old
+    // or new file, with its mode, and no other file may be next to them. Empty if all is well.
     std::string Damage();
-    // Whether every file is the new one.
+    // Whether all files are the new ones.
     bool AllSaved();
-    // Whether none of them has changed; and of the time servers alone.
+    // Whether no file has changed; whether the time servers have not.
     bool AllUntouched();
     bool NtpUntouched();
 
@@ -37,35 +37,34 @@ class TourBox : public FullMachine {
     std::vector<std::string> Leftovers() const;
 };
 
-// A part of the tour: keys typed at once, and what stands on the screen afterwards.
+// A part of the tour: keys typed at once, and a text on the screen afterwards.
 struct Leg {
     const char* keys;
     const char* sign;
 };
-// From the main menu to the program's end.
+// From the main menu to the end of the program.
 const std::vector<Leg>& Tour();
 
-// Types the tour's keys, a leg at a time as soon as the program waits for a key, until the tour or
-// the program has come to its end. With `watched` the test fails where a sign does not appear.
+// Types the keys of the tour, leg by leg, each as soon as the program waits for a key, until the
+// tour or the program ends. With `watched`, the test fails if a leg's text does not appear.
 void WalkTour(Terminal& t, bool watched = false);
-// The same with all keys typed in one go, as a hurried operator reads nothing on the way.
+// The same with all keys typed at once, like an operator in a hurry.
 void RushTour(Terminal& t);
 
-// How the program is started under a tracer that lets its pauses pass at once and writes down in
-// kTrace the system calls asked for, e.g. "read,write". An injection is what strace shall do to one
-// of them, e.g. "read:error=EIO:when=7".
+// Runs the program under strace, which skips its pauses and records these system calls in kTrace,
+// e.g. "read,write". An injection is an expression for strace, e.g. "read:error=EIO:when=7".
 TerminalOptions Traced(const Machine& box, const std::string& calls = "",
                        const std::string& injection = "");
 inline constexpr const char* kTrace = "/tmp/trace";
 
-// Ends a program that a fault has led astray, by Ctrl-C, and tells how it ended.
+// Ends the program with Ctrl-C, wherever a fault has led it, and returns how it ended.
 Ending EndTour(Terminal& t);
 
-// Whether an end is one that the program may come to by itself: through its last row, refused,
-// without a terminal, or by Ctrl-C.
+// Whether this is a proper end of the program: by its last row, a refusal to start, the loss of the
+// terminal, or Ctrl-C.
 bool IsOrderly(const Ending& ending);
 
-// What is wrong with the terminal afterwards; empty when it is as it was before the program.
+// Describes what is wrong with the terminal afterwards; empty if it is as before the program.
 std::string TerminalDamage(Terminal& t);
 
 }  // namespace harness::faults

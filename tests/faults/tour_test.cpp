@@ -1,4 +1,4 @@
-// The tour itself: that it comes to every screen, so that faults on it meet all of the program.
+// The tour itself: it must reach every screen, so that its faults reach all of the program.
 #include "tour.h"
 
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 namespace harness::faults {
 namespace {
 
-TEST(Tour, ComesToEveryScreenAndSavesEveryFile) {
+TEST(Tour, ReachesEveryScreenAndSavesEveryFile) {
     TourBox box;
     Terminal t(box, Traced(box));
     WalkTour(t, true);
@@ -16,7 +16,7 @@ TEST(Tour, ComesToEveryScreenAndSavesEveryFile) {
     EXPECT_TRUE(box.AllSaved());
 }
 
-TEST(Tour, CanBeTypedInOneGo) {
+TEST(Tour, CanBeTypedAtOnce) {
     TourBox box;
     Terminal t(box, Traced(box));
     RushTour(t);

@@ -1,4 +1,4 @@
-// Files that are there, but can't be read for a moment.
+// Files that exist but can't be read for a moment.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -8,8 +8,8 @@
 namespace harness::faults {
 namespace {
 
-// The screen shows no servers then; a save from it would be the end of all the file's lines.
-TEST(TimeServers, ThatCouldNotBeReadAreNotSavedOver) {
+// The screen then shows no servers; a save would lose all lines of the file.
+TEST(TimeServers, AreNotOverwrittenIfTheyCouldNotBeRead) {
     for (const char* call : {"openat:error=EMFILE", "read:error=EIO"}) {
         TourBox box;
         TerminalOptions options = Traced(box, "openat,read", call);
