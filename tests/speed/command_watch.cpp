@@ -7,7 +7,7 @@
 
 namespace {
 
-// Where Debian has it; /sbin/ip and /usr/sbin/ip lead there.
+// Debian's path; /sbin/ip and /usr/sbin/ip are links to it.
 constexpr const char* kCommand = "/bin/ip";
 constexpr double kOver = 0.3;
 constexpr double kPatience = 20;
@@ -25,7 +25,7 @@ void CommandWatch::Look() {
     ssize_t count = 0;
     while ((count = read(events_.get(), buffer, sizeof buffer)) > 0) {
         const double now = harness::Now();
-        // A watch on a file itself has events without names: all of one size.
+        // Events of a watch on a file itself have no name, so all have the same size.
         for (ssize_t at = 0; at < count; at += static_cast<ssize_t>(sizeof(inotify_event))) {
             const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
             if (first_ == 0) first_ = now;

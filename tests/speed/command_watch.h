@@ -1,4 +1,4 @@
-// Sees the runs of the real `ip`, without being in its way.
+// Observes runs of the real `ip` without disturbing them.
 #pragma once
 
 #include "spawn.h"
@@ -8,16 +8,16 @@ class CommandWatch {
   public:
     CommandWatch();
 
-    // Takes note of what has happened meanwhile. The kernel tells of several starts, or several
-    // ends, in a row only once.
+    // Records what has happened since the last call. The kernel merges several starts, or several
+    // ends, in a row into one event.
     void Look();
-    // Forgets what has been seen.
+    // Forgets everything observed.
     void Reset();
-    // Waits for a refresh of the program and lets it draw: from the first run's start until for a
-    // while none has started or ended. The next one must be due later than that.
+    // Waits for a refresh of the program and lets it draw: from the start of the first run until no
+    // run has started or ended for a while. The next refresh must be due later than that.
     void WaitForRefresh(Watched& program);
 
-    bool seen() const { return first_ > 0; }  // any start or end at all
+    bool seen() const { return first_ > 0; }  // any start or end
     double first() const { return first_; }   // when, on the clock of Now()
     double last() const { return last_; }
     int ended() const { return ended_; }

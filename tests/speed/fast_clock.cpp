@@ -1,8 +1,8 @@
-// A preloaded library that makes a program's time run faster, so that a day of refreshes passes in
-// a minute. The commands that the program starts keep their own time.
+// A preloaded library that makes a program's time run faster, so that a day of refreshes takes a
+// minute. The commands that the program runs have normal time.
 //
-//     FAST_CLOCK=1000     seconds that pass in one; waits of ppoll() end as much earlier
-//     FAST_WAIT=1         the longest wait for a key or an answer, in milliseconds; 0: as asked
+//     FAST_CLOCK=1000     seconds per real second; waits of ppoll() get shorter accordingly
+//     FAST_WAIT=1         the longest wait for a key or an answer, in milliseconds; 0: no limit
 #include <dlfcn.h>
 #include <poll.h>
 #include <sys/syscall.h>
@@ -18,7 +18,7 @@ namespace {
 constexpr double kBillion = 1e9;
 double factor = 1;
 int longest_wait = 0;
-timespec start[2];  // of CLOCK_REALTIME and CLOCK_MONOTONIC, which are 0 and 1
+timespec start[2];  // indexed by CLOCK_REALTIME (0) and CLOCK_MONOTONIC (1)
 
 double Seconds(const timespec& time) {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / kBillion;
@@ -79,7 +79,7 @@ extern "C" int ppoll(pollfd* descriptors, nfds_t count, const timespec* time,
     return real(descriptors, count, &shorter, mask);
 }
 
-// The name that the C library's checks give it.
+// The name that the C library's buffer checks use.
 extern "C" int __ppoll_chk(pollfd* descriptors, nfds_t count, const timespec* time,
                            const sigset_t* mask, size_t) {
     return ppoll(descriptors, count, time, mask);

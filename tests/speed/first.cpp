@@ -1,4 +1,4 @@
-// How soon the screen stands.
+// How soon the first screen appears.
 #include <sys/resource.h>
 
 #include <cstdio>
@@ -19,7 +19,7 @@ std::string ReadAll(std::FILE* pipe) {
     return text;
 }
 
-// What a refresh runs.
+// The commands of a refresh.
 void RunRefreshCommands(int cards) {
     ReadAll(popen(ListCommand().c_str(), "r"));
     std::vector<std::FILE*> pipes;
@@ -39,7 +39,7 @@ double ProcessorSecondsOfChildren() {
     return Seconds(usage.ru_utime) + Seconds(usage.ru_stime);
 }
 
-// The program's commands without the program.
+// The program's commands, run without the program.
 void RunCommands(int cards, FirstScreens& firsts) {
     const double begun = harness::Now();
     const int status = std::system(FolderCommand().c_str());

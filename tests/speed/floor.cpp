@@ -1,9 +1,9 @@
-// The least that a full-screen list costs with this curses: the rows of a file, the colours of the
-// program (or its attributes where there are none), two rows painted anew for a cursor key, the
-// cursor at the selected one. 'r' paints everything anew. What the program takes longer than this
+// The minimum cost of a full-screen list with this curses: the rows of a file, in the program's
+// colours (or attributes, without colours); for a cursor key it repaints two rows and moves the
+// cursor to the selected one; 'r' repaints everything. Any time that the program takes beyond this
 // is its own.
 //
-//     floor ROWS      three lines of title, then rows: hot key or '-', 's' to select or 'd' dim,
+//     floor ROWS      three title lines, then rows: hot key or '-', 's' (selectable) or 'd' (dim),
 //     text
 #include <curses.h>
 

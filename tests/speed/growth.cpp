@@ -1,4 +1,4 @@
-// How everything grows with the number of interfaces, and what it is that grows.
+// How the cost of a refresh grows with the number of interfaces.
 #include <algorithm>
 
 #include "command_watch.h"
@@ -10,7 +10,7 @@ namespace {
 constexpr int kClock = 4;  // a refresh is due every 1.25 seconds
 
 struct Refreshes {
-    std::vector<double> seconds;    // from the first command's start to the last end, or the paint
+    std::vector<double> seconds;    // from the first command's start to the last end or the paint
     std::vector<double> processor;  // of the program itself
 };
 

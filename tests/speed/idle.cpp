@@ -1,5 +1,5 @@
-// What the program costs while nobody does anything: processor time, bytes to the terminal, and
-// what a refresh sends over a slow line.
+// The cost of the idle program: processor time, bytes to the terminal, and what a refresh sends
+// over a slow line.
 #include "command_watch.h"
 #include "network.h"
 #include "sections.h"
@@ -35,7 +35,7 @@ Idle Watch(const Watched& floor, Watched& program, double seconds) {
             program.bytes() - bytes};
 }
 
-// Stretches of time in which no refresh begins.
+// Periods in which no refresh starts.
 std::vector<Idle> BetweenRefreshes(const Watched& floor, Watched& program, double seconds) {
     CommandWatch watch;
     std::vector<Idle> stretches;

@@ -1,4 +1,4 @@
-// How soon a key shows, and what it sends to the terminal.
+// How soon the effect of a key appears, and the bytes that it sends to the terminal.
 #include <random>
 
 #include "network.h"
@@ -11,12 +11,12 @@ constexpr int kSteps = 4;  // down, and up again
 
 struct Presses {
     std::vector<double> seconds;
-    std::vector<double> bytes[2 * kSteps];  // by the place in the way down and up
+    std::vector<double> bytes[2 * kSteps];  // for each step down and up
 
     double BytesOfAWay() const {
         double sum = 0;
         for (const std::vector<double>& each : bytes)
-            sum += Median(each);  // a refresh in between is no key's
+            sum += Median(each);  // the median ignores a refresh in between
         return sum;
     }
 };

@@ -1,9 +1,9 @@
-// Measures the program against a bare curses program and its own commands run bare.
+// Measures the program against a bare curses program and against its own commands alone.
 //
 //     ifmenu_speed [--quick | --check] [SECTION...]
 //
 // Runs as root of a private machine (appliance/enter --bare). --check is for the tests: few rounds,
-// and an exit status that says whether each section gave its figures and the exact ones are met.
+// and an exit status that tells whether each section has its figures and the exact ones are met.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -79,7 +79,7 @@ std::string Load() {
            " processors";
 }
 
-// Whether the section gave its figures; with `check`, whether the exact ones are met, too.
+// Whether the section has its figures; with `check`, whether the exact ones are met, too.
 bool Run(const Section& section, const Amounts& amounts, bool check) {
     const double begun = harness::Now();
     Figures figures;
@@ -102,7 +102,7 @@ bool IsWanted(const Section& section, const std::vector<std::string>& names) {
     return names.empty() || std::find(names.begin(), names.end(), section.name) != names.end();
 }
 
-// The machine of an ordinary user has none.
+// An ordinary user's machine has none.
 bool HasTerminals() {
     return harness::Descriptor(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)).get() >= 0;
 }

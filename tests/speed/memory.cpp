@@ -1,4 +1,4 @@
-// How much memory the program has, and that it stays so.
+// How much memory the program uses, and that it does not grow.
 #include <cstdlib>
 
 #include "command_watch.h"
@@ -10,9 +10,9 @@ namespace {
 
 constexpr int kCards = 8;
 constexpr double kSettled = 0.3;
-// A refresh in 25 ms. Faster, and the program would end its commands: by its clock they hang.
+// A refresh every 25 ms. On a faster clock the commands would seem to hang, and be killed.
 constexpr int kClock = 200;
-constexpr int kCommands = 2;  // of a refresh with one card: the list, and its addresses
+constexpr int kCommands = 2;  // per refresh with one card: the list and its addresses
 constexpr double kLongest = 75;
 
 Figure Compare(const std::string& what, long floor, long program, double most) {
@@ -41,7 +41,7 @@ Figures Resident() {
     };
 }
 
-// Until so many refreshes are over, or the time is up.
+// Until that many refreshes have finished, or the time is up.
 void WaitForRefreshes(Watched& program, CommandWatch& watch, int refreshes, double end) {
     while (watch.ended() < refreshes * kCommands && harness::Now() < end) {
         program.ReadFor(0.05);
@@ -49,8 +49,8 @@ void WaitForRefreshes(Watched& program, CommandWatch& watch, int refreshes, doub
     }
 }
 
-// With one card, so that a refresh is short, and a fast clock, so that the next is due soon. Only
-// its own data counts: pages of a file come and go as the kernel likes.
+// With one card, for short refreshes, and a fast clock, for frequent ones. Only the program's own
+// data counts: the kernel loads and drops pages of files as it likes.
 Figure Growth(int refreshes) {
     EnterNetwork(1);
     Command command = WithFastClock(TheProgram(), kClock);

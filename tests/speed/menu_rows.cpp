@@ -1,6 +1,7 @@
-// The menu engine with ten thousand rows, on the terminal that it is started on.
+// The menu with ten thousand rows, on the current terminal.
 //
-//     menu_rows ROUNDS RESULTS      RESULTS: a file; lines of a name, a tab, the median in seconds
+//     menu_rows ROUNDS RESULTS      RESULTS: a file; each line has a name, a tab, the median in
+//     seconds
 #include <curses.h>
 
 #include <algorithm>
@@ -30,7 +31,7 @@ void AddRows(Menu& menu) {
     }
 }
 
-// Between its first and its last row nothing can be selected.
+// No row between the first and the last can be selected.
 void AddRowsToRead(Menu& menu) {
     menu.Clear();
     menu.AddItem("first", 0);

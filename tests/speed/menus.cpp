@@ -1,4 +1,4 @@
-// Long lists: the menu engine with ten thousand rows (menu_rows.cpp).
+// Long lists: the menu with ten thousand rows (menu_rows.cpp).
 #include <cstdlib>
 #include <sstream>
 

@@ -44,7 +44,7 @@ std::string IPv6(int number) {
     return Text("2001:db8:%x::1/64", number);
 }
 
-// Lines of `ip -batch`.
+// Lines for `ip -batch`.
 std::string MakeCard(int number) {
     const std::string name = CardName(number);
     const std::string made = IsTap(number) ? "tuntap add dev " + name + " mode tap\n"

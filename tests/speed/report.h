@@ -1,11 +1,12 @@
-// Figures from measurements, and the table that they are printed in.
+// Measured figures, and the table that they are printed in.
 #pragma once
 
 #include <string>
 #include <vector>
 
 double Median(std::vector<double> values);
-// The value below which that share of the values lies: 0.99, or 1 for the greatest.
+// The quantile: the value that this share of the values does not exceed, e.g. 0.99, or 1 for the
+// maximum.
 double Quantile(std::vector<double> values, double share);
 
 // "3.42 ms" and the like, of seconds; "192 B"; "4,404 kB".
@@ -13,13 +14,13 @@ std::string Milliseconds(double seconds);
 std::string Microseconds(double seconds);
 std::string Number(double number, const std::string& unit);
 
-// One line of the table. An exact figure does not depend on how busy the computer is.
+// A line of the table. An exact figure does not depend on how busy the computer is.
 struct Figure {
     std::string what;
     std::string floor = {};
     std::string program = {};
-    double measured = 0;  // what is compared with the goal
-    double most = -1;     // the goal; below 0: there is none
+    double measured = 0;  // compared with the goal
+    double most = -1;     // the goal; negative: none
     std::string unit = "times";
     bool exact = false;
 

@@ -1,4 +1,4 @@
-// What is measured, a section for each thing that the operator feels or the machine pays.
+// The measurements, with a section for each thing that the operator feels or the machine pays for.
 #pragma once
 
 #include <string>
@@ -7,12 +7,12 @@
 #include "report.h"
 #include "watched.h"
 
-// How much of everything.
+// How much to measure.
 struct Amounts {
     int first_rounds;
     int key_presses;
     int wait_presses;
-    int wait_visits;     // first pictures and returns to the main menu among the waits
+    int wait_visits;     // first screens and returns to the main menu among the waits
     double wait_answer;  // how long the slow `ip` takes
     double idle_seconds;
     int idle_refreshes;
@@ -33,24 +33,24 @@ Figures MeasureMemory(const Amounts& amounts);
 Figures MeasureMenus(const Amounts& amounts);
 Figures MeasureGrowth(const Amounts& amounts);
 
-// ---- what they share ----
+// ---- shared ----
 
 // The program, and the floor with the same main menu.
 Command TheProgram();
 enum class Floor { kPlain, kCxx };
 Command TheFloor(int cards, Floor floor);
 
-// The last row that a main menu with so many cards paints, and its text there.
+// The last row that a main menu with that many cards paints, and its text.
 struct LastRow {
     int line;
     std::string text;
 };
 LastRow LastRowOf(int cards);
 
-// From the start to the last byte of the first full screen.
+// From the start to the last byte of the first complete screen.
 double FirstScreen(const Command& command, int cards);
 
-// Seconds of first screens, round by round: the floor's, the commands' run bare, the program's.
+// Seconds to the first screen, round by round: of the floor, of the commands alone, of the program.
 struct FirstScreens {
     std::vector<double> floor;
     std::vector<double> folder;             // the command that prepares the program's folder
@@ -63,15 +63,15 @@ struct FirstScreens {
 };
 FirstScreens MeasureFirstScreens(int cards, int rounds);
 
-// From a key to the last byte of what it paints.
+// From a key to the last byte that it paints.
 double PressAndWait(Watched& program, const std::string& key);
 
-// The same with a clock that runs so many times faster (fast_clock.cpp).
+// The same with a clock that runs that many times faster (fast_clock.cpp).
 Command WithFastClock(Command command, int times);
 
-// Puts a script in the way of a command: a folder to stand first in PATH.
+// Puts a script in place of a command; returns a folder to put first in PATH.
 std::string StandIn(const std::string& name, const std::string& script);
 std::string PathWith(const std::string& folder);
 
-// What the terminal sends for keys, e.g. "<Down>" (harness/keys.h).
+// What the terminal sends for these keys, e.g. "<Down>" (harness/keys.h).
 std::string Keys(const std::string& keys);

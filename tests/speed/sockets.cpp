@@ -1,7 +1,7 @@
-// What a refresh asks of the kernel, and what its commands may not do to the screen.
+// What a refresh asks of the kernel, and that messages of its commands do not reach the screen.
 //
-// The kernel waits some 10 ms when a packet socket is closed: one for a refresh is enough, and the
-// program must not be the one that waits.
+// The kernel waits some 10 ms when a packet socket is closed: a refresh may use only one, and the
+// program itself must not wait.
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -13,8 +13,8 @@
 
 namespace {
 
-// A refresh every 1.7 seconds: a traced one takes its time, and one that is not complete when the
-// next is due asks the kernel again.
+// A refresh every 1.7 seconds. A traced one is slow, and one that is not complete when the next is
+// due queries the kernel again.
 constexpr int kTracedClock = 3;
 
 constexpr int kCards = 8;
@@ -22,7 +22,7 @@ constexpr const char* kStrace = "/usr/bin/strace";
 constexpr const char* kTraces = "/tmp/traces";
 constexpr const char* kComplaint = "ip has something to complain about";
 
-// The program under strace, with a refresh every half second and a file of calls for each process.
+// The program under strace, with a file of system calls for each process.
 Command Traced() {
     std::filesystem::create_directory(kTraces);
     Command command = TheProgram();
@@ -38,7 +38,7 @@ Command Traced() {
 struct Calls {
     int refreshes = 0;
     int packet_sockets = 0;
-    double longest_close = 0;  // of such a socket by the program itself
+    double longest_close = 0;  // of a packet socket, by the program itself
 };
 
 bool Contains(const std::string& line, const std::string& text) {

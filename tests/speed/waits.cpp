@@ -1,5 +1,5 @@
-// Whether the screen ever stops answering: keys at random moments while the program gathers the
-// state of many interfaces, also with an `ip` that takes a second.
+// Whether the screen always responds: keys at random moments while the program queries many
+// interfaces, also with an `ip` that takes a second.
 #include <algorithm>
 #include <random>
 
@@ -16,12 +16,12 @@ constexpr int kClock = 10;  // a refresh is due every half second
 constexpr double kPatience = 10;
 constexpr double kMost = 20;  // milliseconds
 
-// Presses the cursor keys and waits for each to show.
+// Presses the cursor keys and waits for the effect of each.
 class Finger {
   public:
     Finger(Watched& program, int line) : program_(program), line_(line) {}
 
-    // Presses once after a random pause; the next press goes the other way.
+    // Presses once after a random pause; the next key goes in the other direction.
     void Press() {
         program_.ReadFor(pause_(chance_));
         const double pressed = program_.Send(down_ ? keys_down_ : keys_up_);
@@ -55,11 +55,11 @@ void Append(std::vector<double>& all, const std::vector<double>& more) {
 }
 
 struct FirstKeys {
-    std::vector<double> early;  // pressed while the screen may still be empty
+    std::vector<double> early;  // for keys pressed while the screen may still be empty
     std::vector<double> later;
 };
 
-// From the moment that the program has taken the terminal on.
+// From the moment at which the program has taken over the terminal.
 void PressWhileFirstBuilt(const Command& command, double how_long, FirstKeys& keys) {
     constexpr double kStarting = 0.03;
     Watched program(command);
@@ -73,7 +73,7 @@ void PressWhileFirstBuilt(const Command& command, double how_long, FirstKeys& ke
     Append(keys.later, finger.seconds);
 }
 
-// From the moment that another screen is left.
+// From the moment at which another screen is left.
 std::vector<double> WhileBuiltAnew(Watched& program, double how_long) {
     program.Send("s");
     while (!program.IsSelected(kServicesLine))
@@ -99,7 +99,7 @@ Figure Worst(const std::string& what, const std::vector<double>& seconds) {
         .unit = "ms"};
 }
 
-// The program with an `ip` that takes so long to answer.
+// The program with an `ip` that takes that long to answer.
 Command ProgramWith(double answer) {
     Command command = TheProgram();
     if (answer > 0) {
@@ -112,7 +112,7 @@ Command ProgramWith(double answer) {
 void MeasureWith(double answer, const Amounts& amounts, Figures& figures) {
     const std::string prefix =
         answer > 0 ? "`ip` takes " + Number(answer, "s") + ": " : "`ip` answers at once: ";
-    const double busy = 0.3 + 2.5 * answer;  // a list, and then the addresses
+    const double busy = 0.3 + 2.5 * answer;  // the list, then the addresses
     const Command command = ProgramWith(answer);
     FirstKeys first;
     std::vector<double> anew;

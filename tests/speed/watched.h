@@ -1,10 +1,10 @@
-// A program on a terminal of its own, watched by the clock.
+// A program on a terminal of its own, observed with timestamps.
 //
 //     Watched program({kProgram});
 //     const double first = program.WaitForRow(22, "Exit this program") - program.started();
 //
-// Every read of what the program draws is timed as it arrives; the picture is worked out only when
-// it is looked at, so that watching costs the same for every program.
+// Every piece of output gets a timestamp when it arrives. The screen is computed only when needed,
+// so that observing costs the same for every program.
 #pragma once
 
 #include <sys/types.h>
@@ -19,11 +19,11 @@
 
 struct Command {
     std::vector<std::string> words;                       // the program's path, then its arguments
-    std::map<std::string, std::string> environment = {};  // on top of the fixed one
+    std::map<std::string, std::string> environment = {};  // added to the fixed one
     std::string terminal = "xterm-1003";
 };
 
-// What a child can tell this process.
+// What a child can report to this process.
 using SharedNumber = std::unique_ptr<double, void (*)(double*)>;
 SharedNumber MakeSharedNumber();
 
@@ -37,31 +37,31 @@ class Watched {
     Watched& operator=(const Watched&) = delete;
 
     pid_t pid() const { return pid_; }
-    double started() const { return *started_; }     // when it was executed, as Now() tells
-    double last_byte() const { return last_byte_; }  // when the last byte came
-    long bytes() const { return bytes_; }            // how many came so far
+    double started() const { return *started_; }     // time of execution, from Now()
+    double last_byte() const { return last_byte_; }  // time of the last byte
+    long bytes() const { return bytes_; }            // bytes received so far
 
-    // Waits so long for something to be drawn, and takes it. False when nothing came.
+    // Waits that long for output, and reads it. False if there was none.
     bool Read(double seconds);
-    // Takes all until nothing has come for so long.
+    // Reads everything until there is no output for that long.
     void ReadUntilQuiet(double seconds);
-    // Takes all for so long.
+    // Reads everything for that long.
     void ReadFor(double seconds);
-    // Takes all until the program has ended.
+    // Reads everything until the program has ended.
     void ReadToEnd();
-    // Takes all until that row shows exactly that text and nothing more comes. Returns when the
-    // last byte came.
+    // Reads everything until the row shows exactly this text and there is no more output. Returns
+    // the time of the last byte.
     double WaitForRow(int row, const std::string& text);
 
     // Sends the bytes; returns the time just before.
     double Send(const std::string& bytes);
 
     std::string Row(int row);
-    std::string Picture();     // all rows with their styles, for comparing
-    bool IsSelected(int row);  // whether the row is painted as the selected one
+    std::string Picture();     // all rows with their styles, for comparisons
+    bool IsSelected(int row);  // the row is painted as selected
     bool EverShowed(const std::string& text) const { return all_.find(text) != std::string::npos; }
-    double ProcessorSeconds() const;  // its own, so far
-    // A field of its file below /proc, e.g. VmRSS of status.
+    double ProcessorSeconds() const;  // used by the program itself so far
+    // A field of a file in its /proc folder, e.g. VmRSS of status.
     long MemoryKilobytes(const std::string& file, const std::string& field) const;
 
   private:
@@ -71,8 +71,8 @@ class Watched {
     pid_t pid_ = -1;
     harness::Descriptor master_;
     harness::Emulator emulator_;
-    std::string all_;  // what has come
-    size_t fed_ = 0;   // how much of it the emulator has seen
+    std::string all_;  // all output
+    size_t fed_ = 0;   // bytes already passed to the emulator
     double last_byte_ = 0;
     long bytes_ = 0;
 };
