@@ -1,27 +1,26 @@
-# The compiler flags of every target. Each links one of these privately: the program and what is
-# built from its sources ifmenu_flags, the tests ifmenu_test_flags.
+# The compiler flags. Each target links one of these privately: ifmenu_flags for the program and
+# everything built from its sources, ifmenu_test_flags for the tests.
 add_library(ifmenu_flags INTERFACE)
 add_library(ifmenu_test_flags INTERFACE)
 add_library(ifmenu_common_flags INTERFACE)
 target_link_libraries(ifmenu_flags INTERFACE ifmenu_common_flags)
 target_link_libraries(ifmenu_test_flags INTERFACE ifmenu_common_flags)
 
-# NCURSES_WIDECHAR: the wide-character calls of curses.h, whatever the system headers define.
+# NCURSES_WIDECHAR: enables the wide-character calls of curses.h with any system headers.
 target_compile_definitions(ifmenu_common_flags INTERFACE _GNU_SOURCE NCURSES_WIDECHAR=1)
 target_compile_options(ifmenu_common_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
-# g++ 12 sees overlaps in std::string's own assignments, where there are none.
+# g++ 12 falsely reports overlaps in assignments inside std::string.
 target_compile_options(ifmenu_common_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 if(IFMENU_WARNINGS_AS_ERRORS)
     target_compile_options(ifmenu_common_flags INTERFACE -Werror)
 endif()
 
-# Test code is compiled as it stands: optimising or instrumenting it takes three times as long to
-# build, and it is the program that is under test.
+# Test code is neither optimised nor instrumented: that would triple the build time, and the program is
+# what is tested.
 target_compile_options(ifmenu_test_flags INTERFACE -O0 $<$<CONFIG:Debug>:-g1>)
 
-# The program waits for keys and commands; what an operator feels is how much of it has to be
-# loaded.
+# The program mostly waits for keys and commands; operators notice its size, which must be loaded.
 target_compile_options(ifmenu_flags INTERFACE $<$<CONFIG:Release>:-Os>)
 
 if(IFMENU_FUZZ)
@@ -32,15 +31,15 @@ if(IFMENU_SANITIZE)
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(ifmenu_common_flags INTERFACE -fsanitize=address,undefined)
 else()
-    # What a fault in the program could be used for is kept small; tests/hardening looks for all of it
-    # in the program that was built.
+    # Limits what a bug in the program can be used for; tests/hardening checks the finished program for
+    # all of it.
     target_compile_options(ifmenu_flags INTERFACE -fstack-protector-strong -fstack-clash-protection)
     if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|amd64|AMD64")
         target_compile_options(ifmenu_flags INTERFACE -fcf-protection)
     endif()
     target_compile_definitions(ifmenu_flags INTERFACE _GLIBCXX_ASSERTIONS)
-    # The C library's checks need an optimising compiler. Packages are built with the type None and
-    # flags of their own, which ask for a lower level.
+    # The C library's checks need optimisation. Packages are built with the type None and their own
+    # flags, which select a lower level.
     set(optimised Release RelWithDebInfo MinSizeRel)
     if(CMAKE_CXX_FLAGS MATCHES "-O[123s]")
         list(APPEND optimised None)
@@ -51,10 +50,10 @@ else()
         $<$<CONFIG:${optimised}>:-D_FORTIFY_SOURCE=3>)
 endif()
 
-# Bound at the start, functions leave no look at the registers on the stack, where a secret may be that
-# was just copied; and nobody can write to the table of them.
+# With all symbols bound at the start, the dynamic linker saves no registers on the stack later, which
+# may hold part of a secret; and the table of functions is read-only.
 target_link_options(ifmenu_flags INTERFACE -Wl,-z,relro,-z,now)
 
-# A position-independent program, also where the compiler makes none by itself.
+# A position-independent program, even if that is not the compiler's default.
 include(CheckPIESupported)
 check_pie_supported()
