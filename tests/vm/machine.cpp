@@ -32,7 +32,7 @@ std::string ReadFile(const std::string& path) {
     return text.str();
 }
 
-// The value of a text in an answer of the monitor's, without its escapes.
+// The value of a text in a reply of the monitor, without escapes.
 std::string Unescaped(const std::string& json) {
     std::string text;
     for (size_t i = 0; i < json.size(); i++) {
@@ -136,7 +136,7 @@ bool Machine::Start(const std::string& accelerator) {
     const auto disk = [&](const std::string& name, const std::string& cache) {
         return "file=" + folder_ + "/" + name + ".qcow2,if=virtio,format=qcow2,cache=" + cache;
     };
-    // Two cards on one wire, and no way out.
+    // Two cards on one wire, without a way out.
     std::vector<std::string> words = {
         "qemu-system-x86_64",
         "-accel",
@@ -190,8 +190,8 @@ bool Machine::Start(const std::string& accelerator) {
         socket("monitor"),
         "-mon",
         "chardev=monitor,mode=control"};
-    // An emulated machine's clock goes as fast as the machine, so that a busy computer does not
-    // make pauses between the bytes of a key.
+    // The clock of an emulated machine follows the machine's own speed, so that a busy computer
+    // does not cause pauses between the bytes of a key.
     if (accelerator == "tcg") words.insert(words.end(), {"-icount", "shift=auto,sleep=on"});
     for (const char* file : {"kernel.log", "line.socket", "control.socket", "monitor.socket"})
         unlink((folder_ + "/" + file).c_str());
@@ -208,7 +208,7 @@ bool Machine::Start(const std::string& accelerator) {
         execvp(argv[0], argv.data());
         _exit(127);
     }
-    // Where KVM only seems to work, QEMU ends, or the kernel never says its first word.
+    // If KVM only seems to work, QEMU exits, or the kernel prints nothing at all.
     bool ended = false;
     const auto kernel_speaks = [&] {
         ended = waitpid(qemu_, nullptr, WNOHANG) == qemu_;
@@ -273,7 +273,7 @@ void Machine::PressKeys(const std::string& names) {
         keys.append(R"({"type":"qcode","data":")").append(name).append("\"}");
     }
     Command(R"({"execute":"send-key","arguments":{"hold-time":20,"keys":[)" + keys + "]}}");
-    // A key is let go before the next one.
+    // A key is released before the next one.
     std::this_thread::sleep_for(std::chrono::milliseconds(60));
 }
 

@@ -1,4 +1,4 @@
-// The machine on which tools/vm works the program: QEMU, its monitor, and the ways in.
+// The virtual machine of tools/vm: QEMU, its monitor, and the connections to it.
 #pragma once
 
 #include <sys/types.h>
@@ -9,18 +9,18 @@
 
 namespace vm {
 
-// What a check says when something did not hold, or could not be tried.
+// Reported when a check fails or could not be tried.
 class Failure : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-// Looks at a condition again and again, for as long as an emulated machine may need.
+// Checks a condition again and again, for as long as an emulated machine may need.
 constexpr double kPatience = 60;
 bool Await(const std::function<bool()>& condition, double seconds = kPatience);
 void Require(bool holds, const std::string& what);
 
-// A socket of QEMU's. What comes is collected in `received`.
+// A socket of QEMU. What arrives is collected in `received`.
 class Socket {
   public:
     explicit Socket(const std::string& path);
@@ -28,7 +28,7 @@ class Socket {
     Socket(const Socket&) = delete;
     Socket& operator=(const Socket&) = delete;
     void Send(const std::string& bytes);
-    // Takes what has come; waits up to this time for it.
+    // Reads what has arrived; waits up to this time for it.
     void Receive(int milliseconds);
     std::string received;
 
@@ -38,23 +38,23 @@ class Socket {
 
 class Machine {
   public:
-    // The folder has vmlinuz, initrd, and the disks root.qcow2 and settings.qcow2. Started with KVM
-    // where that works; returns when the machine answers.
+    // The folder contains vmlinuz, initrd, and the disks root.qcow2 and settings.qcow2. Uses KVM
+    // where that works; returns once the machine responds.
     explicit Machine(const std::string& folder);
     ~Machine();
     Machine(const Machine&) = delete;
     Machine& operator=(const Machine&) = delete;
 
-    // A command line of the machine's shell, as root, without a terminal: what it prints, with its
-    // exit status. Sh fails when that is not 0.
+    // Runs a command line in the machine's shell, as root and without a terminal, and returns its
+    // output and exit status. Sh fails if the status is not 0.
     std::string Run(const std::string& command, int& status);
     std::string Sh(const std::string& command);
     bool Holds(const std::string& command);
 
-    // The whole machine's state under a name.
+    // Saves or restores the state of the whole machine under a name.
     void Save(const std::string& name);
     void Load(const std::string& name);
-    // A command of QEMU's monitor for people, and a key or several at a time by QEMU's names.
+    // Sends a command of QEMU's human monitor; presses a key or a combination by QEMU's names.
     std::string Monitor(const std::string& command);
     void PressKeys(const std::string& names);
 

@@ -1,6 +1,6 @@
-// Works the program on the machine as an operator would, and says for each check whether it held.
+// Uses the program on the machine like an operator, and reports for each check whether it passed.
 //
-//     ifmenu_vm FOLDER [CHECK...]      only the checks whose names begin so
+//     ifmenu_vm FOLDER [CHECK...]      only the checks whose names start like this
 #include <unistd.h>
 
 #include <cstdio>
@@ -42,7 +42,7 @@ void AwaitSh(Machine& machine, const std::string& command, double seconds = kPat
     Require(Await(holds, seconds), "does not come to hold: " + command + "\n" + last);
 }
 
-// ---- networks in the air ----
+// ---- networks on the air ----
 
 constexpr const char* kBackToInterface = "Bring up this interfaces";
 
@@ -74,7 +74,7 @@ void ScanUntil(Line& line, const std::string& text) {
     line.WaitFor(text);
 }
 
-// The place of the first network in the list whose row has the text.
+// The index of the first network in the list whose row contains the text.
 int PlaceOf(Line& line, const std::string& text) {
     line.WaitFor(text);
     constexpr int kFirst = 10;
@@ -106,8 +106,8 @@ std::string OnNetwork(const std::string& name) {
 }
 
 void NothingJoined(Machine& machine) {
-    // An association comes before the passphrase is looked at, and is no proof. 25 seconds are more
-    // than the steps of several tries take.
+    // Association comes before the passphrase is checked, and proves nothing. 25 seconds are enough
+    // for the steps of several attempts.
     const auto joined = [&] {
         return machine.Holds("wpa_cli -i wlan0 status | grep -q wpa_state=COMPLETED");
     };
@@ -225,7 +225,7 @@ void CheckForget(Machine& machine, Line& line) {
     AwaitSh(machine, "! wpa_cli -i wlan0 list_networks | grep -q studio");
 }
 
-// What the manual says of a network, with its name and password there.
+// The manual's commands for a network, with this name and password.
 void ManualJoins(Machine& machine, const std::string& section, const std::string& network) {
     const std::string block =
         "sed -n '/^.Ss " + section + "/,/^.Ed/p' /vm/ifmenu-recipes.7 | grep ^wpa_cli";
@@ -244,7 +244,7 @@ void CheckManual(Machine& machine, Line&) {
     ManualJoins(machine, "Hidden networks", "cellar");
 }
 
-// ---- the radio-kill switch ----
+// ---- the rfkill switch ----
 
 void SwitchRadio(Machine& machine, Line& line) {
     line.Open();
@@ -277,11 +277,11 @@ void CheckOtherRadioKill(Machine& machine, Line& line) {
 
 struct Setting {
     const char* name;
-    const char* base;    // the lines that differ from the template before
-    int row;             // in the editor
-    const char* text;    // what is typed; "" is a switch
-    const char* line;    // in the file afterwards
-    const char* effect;  // holds when the interface was updated
+    const char* base;    // lines that differ from the template beforehand
+    int row;             // row in the editor
+    const char* text;    // the typed text; "" for a switch
+    const char* line;    // line in the file afterwards
+    const char* effect;  // holds after the interface was updated
 };
 
 constexpr const char* kStatic = "dhcp = 0\\nstatic ip = 192.168.10.20\\n";
@@ -360,7 +360,7 @@ void CheckSettings(Machine& machine, Line& line) {
     }
 }
 
-// Twenty times the power goes, a while after the save was asked for, a little later each time.
+// Cuts the power twenty times, each time a little later after a save was requested.
 void CheckPowerCuts(Machine& machine, Line& line) {
     line.Open();
     OpenInterface(line, "eth0");
@@ -418,7 +418,7 @@ void CheckCursorAtRow(const Screen& screen) {
          std::to_string(screen.cursor_row()) + "," + std::to_string(screen.cursor_column()));
 }
 
-// The selected row is one that can be told from the others, and moves.
+// The selected row is distinguishable from the others, and moves.
 void SelectionShows(Screen& screen) {
     const auto selected = [&](const char* text) {
         return [&screen, text] {
@@ -477,7 +477,7 @@ void CheckSlowLine(Machine& machine, Line& line) {
     line.Press("<Down>");
     std::this_thread::sleep_for(std::chrono::seconds(2));
     line.Look();
-    // A row's move is there within a quarter of a second at ten bits a byte.
+    // At ten bits per byte a move takes less than a quarter of a second.
     const size_t bytes = line.bytes() - before;
     Require(bytes > 0 && bytes <= 240, std::to_string(bytes) + " bytes for a move");
     line.Press("s<Enter>");
@@ -613,7 +613,7 @@ void CheckVnc(Machine& machine, Line&) {
             "another password opens it");
 }
 
-// ---- all of them ----
+// ---- running the checks ----
 
 struct Check {
     const char* name;
@@ -653,7 +653,7 @@ bool Wanted(const Check& check, const Words& names) {
     return false;
 }
 
-// Every check finds the machine as it was after its start.
+// Every check starts with the machine as it was after its start.
 int RunChecks(const std::string& folder, const Words& names) {
     printf("Starting the machine ...\n");
     Machine machine(folder);

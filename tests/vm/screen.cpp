@@ -36,7 +36,7 @@ void Screen::WaitFor(const std::string& text, double seconds) {
         Look();
         return Shows(text);
     };
-    if (!Await(shown, seconds)) throw Failure("waited in vain for: " + text + "\n" + Text());
+    if (!Await(shown, seconds)) throw Failure("timed out waiting for: " + text + "\n" + Text());
 }
 
 void Screen::WaitForGone(const std::string& text, double seconds) {
@@ -99,8 +99,8 @@ void Line::Look() {
 }
 
 void Line::Press(const std::string& keys) {
-    // One after the other: an escape sequence that comes in pieces, as it may on a machine that has
-    // much to do, begins with the key ESC.
+    // One by one: if an escape sequence arrives in pieces, as it may on a busy machine, it starts
+    // with the key ESC.
     for (const harness::KeyPress& press : Presses(type_, keys)) {
         socket_.Send(press.bytes);
         std::this_thread::sleep_for(std::chrono::milliseconds(120));
@@ -126,7 +126,7 @@ void Line::Open() {
 }
 
 void Console::Look() {
-    // Four bytes tell the size and the cursor, then a cell is its character and its colours.
+    // Four bytes give the size and the cursor; then each cell is its character and its colours.
     const std::string all = machine_.Sh("cat /dev/vcsa1");
     Require(all.size() > 4, "The console has no screen");
     const auto byte = [&](size_t i) { return static_cast<unsigned char>(all[i]); };

@@ -1,4 +1,5 @@
-// The machine's two screens, and their keyboards: a terminal at a serial line, and the console.
+// The two screens of the machine with their keyboards: a terminal on a serial line, and the
+// console.
 #pragma once
 
 #include <memory>
@@ -10,19 +11,19 @@
 
 namespace vm {
 
-// Of the terminal at the line; the console may have fewer rows.
+// The size of the serial terminal; the console may have fewer rows.
 constexpr int kRows = 40;
 constexpr int kColumns = 100;
 
 class Screen {
   public:
     virtual ~Screen() = default;
-    // Takes what has come.
+    // Reads what has arrived.
     virtual void Look() = 0;
     // Keys as in keys.h: "s<Enter>".
     virtual void Press(const std::string& keys) = 0;
     virtual std::string Row(int row) const = 0;
-    // Whether the cell looks like the selected row's: reversed, or white on blue.
+    // Whether the cell looks like one of the selected row: reversed, or white on blue.
     virtual bool Marked(int row, int column) const = 0;
     virtual int cursor_row() const = 0;
     virtual int cursor_column() const = 0;
@@ -31,14 +32,14 @@ class Screen {
     bool Shows(const std::string& text) const { return Text().find(text) != std::string::npos; }
     void WaitFor(const std::string& text, double seconds = kPatience);
     void WaitForGone(const std::string& text, double seconds = kPatience);
-    // The row that looks selected, of those with text; -1 when none or more than one does.
+    // The row that looks selected, among those with text; -1 if there is none or more than one.
     int Selected() const;
-    // Goes by the arrow keys from the first row to the one with this text, and acts on it.
+    // Moves with the arrow keys from the first row to the one with this text, and activates it.
     void Choose(const std::string& text);
     void ChooseAndConfirm(const std::string& text);
 };
 
-// A terminal at the machine's serial line, of the type that was told to the shell.
+// A terminal on the serial line of the machine, of the type that the shell was told.
 class Line : public Screen {
   public:
     Line(Socket& socket, const std::string& type) : socket_(socket), type_(type) { Clear(); }
@@ -50,7 +51,7 @@ class Line : public Screen {
     int cursor_column() const override { return emulator_->cursor_col(); }
 
     void Type(const std::string& bytes) { socket_.Send(bytes); }
-    // Opens the program from the shell that is at the line.
+    // Starts the program from the shell on the line.
     void Open();
     void Clear();
     size_t bytes() const { return bytes_; }
@@ -63,7 +64,7 @@ class Line : public Screen {
     size_t bytes_ = 0;
 };
 
-// The first virtual console: what the kernel says that it shows.
+// The first virtual console, as the kernel reports its contents.
 class Console : public Screen {
   public:
     explicit Console(Machine& machine) : machine_(machine) {}
