@@ -36,7 +36,7 @@ void TakeLine(std::string_view line, InterfaceConfig& config) {
     line = TrimStart(line, kSpace);
     const std::size_t equals = line.find('=');
     if (line.starts_with('#') || equals == std::string_view::npos || equals == 0) return;
-    // The format requires a blank before "=", so whatever stands there is dropped.
+    // The format requires a blank before "=", so the character there is dropped.
     const std::string_view key = TrimEnd(line.substr(0, equals - 1), kSpace);
     const std::string value(TrimStart(line.substr(equals + 1), kSpace));
     for (const ConfigLine& known : kConfigLines) {

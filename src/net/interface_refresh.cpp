@@ -27,7 +27,7 @@ std::ptrdiff_t RunningCommands(const InterfaceRefresh& refresh) {
                          [](const GatheredInterface& each) { return each.command.has_value(); });
 }
 
-bool IsToBeAsked(const GatheredInterface& interface) {
+bool MustBeAsked(const GatheredInterface& interface) {
     return !interface.asked && !interface.command;
 }
 
@@ -38,7 +38,7 @@ bool MayAsk(const InterfaceRefresh& refresh) {
 
 bool CanStartMore(const InterfaceRefresh& refresh) {
     return MayAsk(refresh) &&
-           std::any_of(refresh.interfaces.begin(), refresh.interfaces.end(), IsToBeAsked) &&
+           std::any_of(refresh.interfaces.begin(), refresh.interfaces.end(), MustBeAsked) &&
            RunningCommands(refresh) < kMostCommands;
 }
 
@@ -53,7 +53,7 @@ void StartCommands(InterfaceRefresh& refresh) {
     std::ptrdiff_t running = RunningCommands(refresh);
     for (GatheredInterface& interface : refresh.interfaces) {
         if (running >= kMostCommands || MonotonicSeconds() >= end) return;
-        if (!IsToBeAsked(interface)) continue;
+        if (!MustBeAsked(interface)) continue;
         StartAsking(interface);
         ++running;
     }

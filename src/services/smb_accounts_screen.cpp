@@ -21,7 +21,7 @@ bool IsSystemAccount(const char* name) {
     return getpwnam(name) != nullptr;
 }
 
-// Asks until the operator cancels or names a system account. The lookup runs beside the program: a
+// Asks until the operator cancels or names a system account. The lookup runs in a child process: a
 // remote name service may be slow.
 bool PromptSystemAccount(std::string_view prompt, std::string& name) {
     while (PromptText(prompt, name)) {

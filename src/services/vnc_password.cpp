@@ -42,7 +42,7 @@ void CutEmptyPassword() {
     const ssize_t count = read(descriptor, bytes, sizeof bytes);
     if (count > 0) {
         const auto size = static_cast<std::size_t>(count);
-        const std::size_t kept = KeptOfPasswordFile(std::string_view(bytes, size));
+        const std::size_t kept = BytesToKeep(std::string_view(bytes, size));
         if (kept < size && ftruncate(descriptor, static_cast<off_t>(kept)) == 0) fsync(descriptor);
     }
     explicit_bzero(bytes, sizeof bytes);
@@ -51,9 +51,10 @@ void CutEmptyPassword() {
 
 }  // namespace
 
-std::size_t KeptOfPasswordFile(std::string_view bytes) {
-    const bool is_open = bytes.size() == 2 * kBlock && bytes.substr(kBlock) == kEmptyPassword;
-    return is_open ? kBlock : bytes.size();
+std::size_t BytesToKeep(std::string_view password_file) {
+    const bool is_open =
+        password_file.size() == 2 * kBlock && password_file.substr(kBlock) == kEmptyPassword;
+    return is_open ? kBlock : password_file.size();
 }
 
 void SetVncPassword(Secret password) {

@@ -22,4 +22,4 @@ void SetVncPassword(Secret password);
 
 // How many bytes of a password file to keep: the first half if the second half is the empty
 // password, otherwise all.
-std::size_t KeptOfPasswordFile(std::string_view bytes);
+std::size_t BytesToKeep(std::string_view password_file);

@@ -16,7 +16,7 @@ constexpr int kMostSteps = 101;
 // How long a click on the selected row waits for the next key pass, which activates the row.
 constexpr double kClickSeconds = 0.4;
 
-bool StandsForTheSame(const MenuItem& a, const MenuItem& b) {
+bool AreSameRow(const MenuItem& a, const MenuItem& b) {
     if (!a.name.empty() || !b.name.empty()) return a.name == b.name;
     return a.id == b.id && (a.id > 0 || a.label == b.label);
 }
@@ -208,7 +208,7 @@ void Menu::FollowRow(const MenuItem& row) {
     for (int distance = 0; distance < Count() + selection; ++distance) {
         for (int index : {selection - distance, selection + distance}) {
             const MenuItem* item = ItemAt(index);
-            if (item == nullptr || !StandsForTheSame(*item, row)) continue;
+            if (item == nullptr || !AreSameRow(*item, row)) continue;
             selection = index;
             return;
         }

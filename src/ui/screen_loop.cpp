@@ -86,7 +86,7 @@ void BeginRound(Loop& loop, double now) {
 }
 
 // After an action, what was known may be out of date.
-void BeginAnew(Loop& loop, double now) {
+void StartOver(Loop& loop, double now) {
     loop.screen.facts->forget();
     BeginRound(loop, now);
     loop.progress.on_screen = Known::Nothing;
@@ -151,7 +151,7 @@ void ShowNewFacts(Loop& loop, double now) {
 
 void FollowFacts(Loop& loop) {
     const double now = MonotonicSeconds();
-    if (loop.next == Next::Rebuild) BeginAnew(loop, now);
+    if (loop.next == Next::Rebuild) StartOver(loop, now);
     TakeAnswers(loop, now);
     if (IsHeld(loop)) {
         ShowHeldFacts(loop, now);
@@ -221,7 +221,7 @@ void WaitForKey(Loop& loop) {
         const bool keys_wait = loop.progress.known == Known::Nothing;
         return keys_wait ? AwaitWithoutKeys(WakeOf(loop)) : AwaitInput(WakeOf(loop));
     }
-    if (!TakeBackForInput(WakeOf(loop))) return;
+    if (!ReenterForInput(WakeOf(loop))) return;
     const int key = ReadKey(WakeOf(loop));
     if (!ShowsHeldRowsFor(key)) return;
     // The key was typed for the rows shown last, which may have changed since.

@@ -271,7 +271,7 @@ void AwaitInput(const Wake& wake) {
     AwaitKey(wake);
 }
 
-bool TakeBackForInput(const Wake& wake) {
+bool ReenterForInput(const Wake& wake) {
     // Curses would switch the keypad mode of a terminal that it does not restore afterwards.
     if (!isendwin()) return true;
     if (!AwaitKey(wake)) return false;

@@ -59,7 +59,7 @@ bool InputIsWaiting();
 // After a command the terminal stays plain until something is drawn. Call this before ReadKey if
 // nothing is drawn: it waits, and re-enters curses once there is input. Returns false if something
 // else ended the wait.
-bool TakeBackForInput(const Wake& wake);
+bool ReenterForInput(const Wake& wake);
 
 // Whether a key or mouse button was pressed that ReadKey has not returned yet. Drops mouse
 // movements.

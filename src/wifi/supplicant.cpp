@@ -62,7 +62,7 @@ void RunWpaCli(const std::string& interface_name, std::string_view suffix) {
     RunCommand(WpaCliCommand(interface_name, suffix));
 }
 
-void SayOf(const char* doing, const AccessPoint& access_point) {
+void SayAction(const char* doing, const AccessPoint& access_point) {
     Say(std::string(doing) + " access point " + PrintableText(access_point.bssid) + " '" +
         PrintableText(access_point.ssid) + "'...\n");
 }
@@ -157,14 +157,14 @@ void ScanAccessPoints(const std::string& interface_name) {
 }
 
 void SelectAccessPoint(const std::string& interface_name, const AccessPoint& access_point) {
-    SayOf("Connecting to", access_point);
+    SayAction("Connecting to", access_point);
     RunWpaCli(interface_name, " select_network " + std::to_string(access_point.network_id));
     SaveSupplicantConfig(interface_name);
     Pause(kShortPause);
 }
 
 void RemoveAccessPoint(const std::string& interface_name, const AccessPoint& access_point) {
-    SayOf("Removing", access_point);
+    SayAction("Removing", access_point);
     RunWpaCli(interface_name, " remove_network " + std::to_string(access_point.network_id));
     SaveSupplicantConfig(interface_name);
     Pause(kShortPause);
@@ -177,7 +177,7 @@ int AddNetwork(const std::string& interface_name) {
 
 void ConfigureNetwork(const std::string& interface_name, const AccessPoint& access_point, int id,
                       Secret password) {
-    SayOf("Connecting to", access_point);
+    SayAction("Connecting to", access_point);
     SetQuoted(interface_name, id, "ssid", access_point.ssid);
     RunCommand(SetNetwork(interface_name, id, "bssid") + QuotedWord(access_point.bssid));
     RunCommand(SetNetwork(interface_name, id, "key_mgmt") + QuotedWord("WPA-PSK"));

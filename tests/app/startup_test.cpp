@@ -51,7 +51,7 @@ TEST(PrintRootRefusal, SaysHowToRunTheProgram) {
 // ---- signals ----
 
 // Prints the alarm that is set when the program ends.
-void SayAlarmAtExit() {
+void PrintAlarmAtExit() {
     std::atexit([] { fprintf(stderr, "alarm in %u", alarm(0)); });
 }
 
@@ -63,7 +63,7 @@ TEST(OnTerminateSignal, EndsTheProgramWithTheSignalsStatus) {
 TEST(OnTerminateSignal, GivesTheCleanUpFiveSeconds) {
     EXPECT_EXIT(
         {
-            SayAlarmAtExit();
+            PrintAlarmAtExit();
             OnTerminateSignal(SIGINT);
         },
         testing::ExitedWithCode(130), "^alarm in 5$");

@@ -64,7 +64,7 @@ std::vector<std::string> TracesOfSecret(const Terminal& t, const std::string& se
             traces.push_back(part.substr(0, 4) + " in " + line);
         }
     }
-    EXPECT_GT(read, kLeastMemory) << "hardly any memory was looked at";
+    EXPECT_GT(read, kLeastMemory) << "too little memory was searched";
     return traces;
 }
 

@@ -379,7 +379,7 @@ TEST(ReadSmallFile, ClosesTheFile) {
 }
 
 // The mode of a new file, given this umask.
-mode_t ModeWrittenUnder(mode_t mask) {
+mode_t ModeWithUmask(mode_t mask) {
     const TemporaryFolder folder;
     const std::string file = folder.Path("new");
     const mode_t before = umask(mask);
@@ -398,8 +398,8 @@ TEST(WriteSmallFile, WritesOnlyTheText) {
 }
 
 TEST(WriteSmallFile, ANewFileHasMode0644) {
-    EXPECT_EQ(ModeWrittenUnder(0), 0644U);
-    EXPECT_EQ(ModeWrittenUnder(077), 0600U);
+    EXPECT_EQ(ModeWithUmask(0), 0644U);
+    EXPECT_EQ(ModeWithUmask(077), 0600U);
 }
 
 TEST(WriteSmallFile, ReplacesLongerContent) {

@@ -156,19 +156,19 @@ TEST_F(Question, IgnoresOtherClicks) {
     OpenQuestion(t);
     for (const Spot& spot : {Spot{0, 5}, Spot{3, 5}, Spot{5, 5}, Spot{23, 5}}) {
         t.Click(spot.line, spot.column);
-        LetClickPass(t);
+        WaitOutClick(t);
         ExpectStillAsking(t, "a click on line " + std::to_string(spot.line));
     }
     t.Hover(2, 5);
-    LetClickPass(t);
+    WaitOutClick(t);
     ExpectStillAsking(t, "pointing");
     t.MousePress(2, 5);
-    LetClickPass(t);
+    WaitOutClick(t);
     t.MouseRelease(2, 5);
-    LetClickPass(t);
+    WaitOutClick(t);
     ExpectStillAsking(t, "pressing and, later, releasing");
     t.SendBytes("\x1b[<2;6;3M\x1b[<2;6;3m");  // right button
-    LetClickPass(t);
+    WaitOutClick(t);
     ExpectStillAsking(t, "a click of the right button");
     t.Press("n");
     WaitForMainMenu(t);
@@ -335,7 +335,7 @@ TEST_F(TextBox, OtherKeysChangeNothing) {
     OpenTextBox(t);
     t.SendBytes("\x1bOM\x1b[1;5D");  // keypad ENTER, Ctrl-Left
     t.Click(EntryLine(t), 4);
-    LetClickPass(t);
+    WaitOutClick(t);
     t.Press("Z");
     WaitForEntry(t, "applianceZ", 12);
 }

@@ -496,12 +496,12 @@ TEST(InterfaceScreen, AQuestionIsAloneOnTheScreen) {
 }
 
 // A script that works until the test releases it.
-void HaveTheScriptWork(Machine& box) {
+void StartWorkingScript(Machine& box) {
     box.StandInScript(kNetworkScript,
                       "echo \"script: $1\"; until [ -e \"/run/enough.$1\" ]; do sleep 0.01; done");
 }
 
-void LetTheScriptEnd(Machine& box, const std::string& action) {
+void ReleaseScript(Machine& box, const std::string& action) {
     box.Write("/run/enough." + action, "");
 }
 
@@ -525,14 +525,14 @@ void ExpectAtWork(Terminal& t, const std::string& message, const std::string& sc
 
 TEST(InterfaceScreen, BringUpRunsTheScriptOnThePlainTerminal) {
     Box box;
-    HaveTheScriptWork(box);
+    StartWorkingScript(box);
     InterfacePage t(box);
     const std::vector<int> mouse = t.MouseReporting();
     Ask(t, "u<Enter>");
     EXPECT_THAT(box.Calls(kNetworkScript), IsEmpty()) << "nothing may run before the answer";
     t.Press("y");
     ExpectAtWork(t, "Starting interface...", "start");
-    LetTheScriptEnd(box, "start");
+    ReleaseScript(box, "start");
     t.WaitFor(kScreenTitle);
     t.Settle();
     EXPECT_EQ(t.Row(kUp), "    Bring up this interfaces");
@@ -549,28 +549,28 @@ TEST(InterfaceScreen, BringUpRunsTheScriptOnThePlainTerminal) {
 
 TEST(InterfaceScreen, BringDownRunsTheScriptOnThePlainTerminal) {
     Box box;
-    HaveTheScriptWork(box);
+    StartWorkingScript(box);
     InterfacePage t(box);
     Ask(t, "d<Enter>");
     t.Press("Y");
     ExpectAtWork(t, "Stopping interface...", "stop");
-    LetTheScriptEnd(box, "stop");
+    ReleaseScript(box, "stop");
     t.WaitFor(kScreenTitle);
     EXPECT_THAT(box.CallLines(kNetworkScript), ElementsAre("/etc/init.d/network stop eth0"));
 }
 
 TEST(InterfaceScreen, UpdateStopsThenStarts) {
     Box box;
-    HaveTheScriptWork(box);
+    StartWorkingScript(box);
     InterfacePage t(box);
     Ask(t, "uu<Enter>");
     t.Press("y");
     ExpectAtWork(t, "Stopping interface...", "stop");
     EXPECT_FALSE(t.Shows("Starting interface..."));
-    LetTheScriptEnd(box, "stop");
+    ReleaseScript(box, "stop");
     ExpectAtWork(t, "Starting interface...", "start");
     EXPECT_GT(t.Find("Starting interface..."), t.Find("script: stop"));
-    LetTheScriptEnd(box, "start");
+    ReleaseScript(box, "start");
     t.WaitFor(kScreenTitle);
     EXPECT_THAT(box.CallLines(kNetworkScript),
                 ElementsAre("/etc/init.d/network stop eth0", "/etc/init.d/network start eth0"));

@@ -58,7 +58,7 @@ inline void LookAgain(Terminal& t, Place place = Place::current()) {
 
 // Waits until the program has recognised a click. Curses reports a click only when no other follows
 // for a sixth of a second; a key pressed at once would split it.
-inline void LetClickPass(Terminal& t, Place place = Place::current()) {
+inline void WaitOutClick(Terminal& t, Place place = Place::current()) {
     t.Settle(Terminal::kPatience, place);
     t.RunFor(0.2);
     t.Settle(Terminal::kPatience, place);

@@ -469,7 +469,7 @@ TEST_F(MenuMouse, AClickOutsideTheRowsSelectsTheFirst) {
         t.WaitUntil([&] { return t.SelectedRow() == kFirstLine; }, spot.what);
     }
     t.Click(4, 20);
-    LetClickPass(t);
+    WaitOutClick(t);
     WaitForView(t, 0, 0);
 }
 
@@ -497,12 +497,12 @@ TEST_F(MenuMouse, PressingSelectsAndReleasingDoesNothing) {
     t.MousePress(line, 30);
     t.WaitSelected("Bring down all interfaces");
     t.MouseRelease(line, 30);
-    LetClickPass(t);
+    WaitOutClick(t);
     // Held longer than a click, on the selected row: still no activation.
     t.MousePress(line, 30);
-    LetClickPass(t);
+    WaitOutClick(t);
     t.MouseRelease(line, 30);
-    LetClickPass(t);
+    WaitOutClick(t);
     EXPECT_EQ(t.Selected(), "Bring down all interfaces");
     // A press outside the rows counts as a click there.
     t.MousePress(line, 2);

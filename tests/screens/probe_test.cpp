@@ -19,7 +19,7 @@ using testing::Not;
 constexpr int kOwnLine = kFirstLine + 9;
 constexpr int kStatusLine = kOwnLine + 1;
 
-std::string WithoutBlanksBehind(std::string text) {
+std::string WithoutTrailingBlanks(std::string text) {
     text.erase(text.find_last_not_of(' ') + 1);
     return text;
 }
@@ -33,7 +33,7 @@ void ExpectRows(Terminal& t, const std::vector<std::string>& rows, Place place =
         for (size_t i = 0; i <= rows.size(); i++)
             shown.push_back(t.Row(kOwnLine + static_cast<int>(i)));
         for (size_t i = 0; i < rows.size(); i++) {
-            if (shown[i] != "    " + WithoutBlanksBehind(rows[i])) return false;
+            if (shown[i] != "    " + WithoutTrailingBlanks(rows[i])) return false;
         }
         return shown.back().empty();
     };

@@ -199,7 +199,7 @@ inline void WaitForReader(Machine& box, Place place = Place::Here()) {
                   Terminal::kPatience, place);
 }
 
-inline void LetReaderEnd(Machine& box, Place place = Place::Here()) {
+inline void ReleaseReader(Machine& box, Place place = Place::Here()) {
     box.Write("/mnt/seen/gate", "\n", 0644, place);
 }
 

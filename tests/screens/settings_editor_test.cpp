@@ -121,7 +121,7 @@ void Finish(Terminal& t, Place place = Place::current()) {
     t.Settle(Terminal::kPatience, place);
 }
 
-void PressInVain(Terminal& t, const std::string& key, Place place = Place::current()) {
+void PressWithoutEffect(Terminal& t, const std::string& key, Place place = Place::current()) {
     Finish(t, place);
     const std::vector<std::string> before = t.Screen();
     t.Press(key, place);
@@ -340,13 +340,13 @@ TEST(SettingsEditor, EnterLeavesEnableIPv6Alone) {
     Box box;
     EditorPage t(box, Tall());
     GoTo(t, kEnableIp6);
-    PressInVain(t, "<Enter>");
-    PressInVain(t, "<C-j>");
+    PressWithoutEffect(t, "<Enter>");
+    PressWithoutEffect(t, "<C-j>");
     for (const char* key : {"<Space>", "<Right>", "<Left>"}) {
         const bool on = TextAt(t, Line(kEnableIp6)) == RowText(kEnableIp6, "yes");
         t.Press(key);
         WaitForRow(t, kEnableIp6, on ? "no" : "yes");
-        PressInVain(t, "<Enter>");
+        PressWithoutEffect(t, "<Enter>");
     }
 }
 
@@ -371,7 +371,7 @@ TEST(SettingsEditor, SpaceAndArrowsDoNothingOnOtherRows) {
     for (int row : {+kStaticIp, +kNetmask, +kGateway, +kDns, +kStaticIp6, +kSave, +kCancel}) {
         GoTo(t, row);
         for (const char* key : {"<Space>", "<Left>", "<Right>"})
-            PressInVain(t, key);
+            PressWithoutEffect(t, key);
     }
 }
 
@@ -385,7 +385,7 @@ TEST(SettingsEditor, NothingHappensOnTheSeparator) {
     for (int row : {19, 20, 21})
         EXPECT_EQ(t.Row(row), "");
     for (const char* key : {"<Enter>", "<Space>", "<Left>", "<Right>"})
-        PressInVain(t, key);
+        PressWithoutEffect(t, key);
     t.Press("<Down>");
     t.WaitSelected("Save changes");
 }
@@ -448,7 +448,7 @@ TEST(SettingsEditor, HotKeysSelectAndSharedOnesAlternate) {
     }
     // Other keys are not hot keys: capitals, and letters that occur only in labels.
     for (const char* key : {"D", "S", "C", "e", "u", "x", "1", "0", "<Tab>", "<F1>"})
-        PressInVain(t, key);
+        PressWithoutEffect(t, key);
 }
 
 TEST(SettingsEditor, HotKeysAreMarkedInTheirLabels) {

@@ -23,7 +23,7 @@ void HoldAnswers(Machine& box, const std::string& pattern) {
                                 "exec /sbin/ip \"$@\"");
 }
 
-void LetAnswersCome(Machine& box) {
+void ReleaseAnswers(Machine& box) {
     box.Write("/run/go", "");
 }
 
@@ -85,7 +85,7 @@ TEST(SlowAnswers, TheFirstScreenAppearsWithoutTheInterfaces) {
     // A row that moves down because interfaces appear stays selected.
     t.Press("e");
     t.WaitSelected(kExit, 2);
-    LetAnswersCome(box);
+    ReleaseAnswers(box);
     WaitForInterfaces(t, kBothCards);
     t.WaitSelected(kExit);
     t.Press("<Enter>");
@@ -99,7 +99,7 @@ TEST(SlowAnswers, KeysTypedBeforeTheFirstScreenApplyToItsRows) {
     Terminal t(box);
     box.WaitForCalls("ip", 1);
     t.SendBytes("2\r");
-    LetAnswersCome(box);
+    ReleaseAnswers(box);
     t.WaitFor("Network configuration: eth1 (02:00:00:00:00:0B)");
 }
 
@@ -120,7 +120,7 @@ TEST(SlowAnswers, AfterAnActionKeysWorkOnRowsWithoutAState) {
     WaitForInterfaces(t, kBothCardsStateless);
     EXPECT_FALSE(t.Shows("10.1.2.3"));
     // The selected row stays selected when rows above it disappear.
-    LetAnswersCome(box);
+    ReleaseAnswers(box);
     WaitForInterfaces(t, {"    1. eth0    02:00:00:00:00:0A  Disconnected",
                           "       IPv4: 10.1.2.3   netmask: 255.255.255.0", "",
                           "    2. eth1    02:00:00:00:00:0B  Disconnected  Interface up", "",
@@ -143,7 +143,7 @@ TEST(SlowAnswers, ARowWithoutAStateOpensItsInterface) {
     t.WaitFor("IPv6: 2001:db8::5/64", 2);
     // Earlier answers are not shown; the main menu asks again and has its answer.
     t.Press("<Esc>");
-    LetAnswersCome(box);
+    ReleaseAnswers(box);
     WaitForInterfaces(t, kBothCards);
 }
 
@@ -155,7 +155,7 @@ TEST(SlowAnswers, RowsWithoutAStateAppearWithoutAKey) {
     HoldAnswers(box, "link");
     LookAgain(t);
     WaitForInterfaces(t, kBothCardsStateless);
-    LetAnswersCome(box);
+    ReleaseAnswers(box);
     WaitForInterfaces(t, kBothCards);
 }
 
@@ -170,7 +170,7 @@ TEST(SlowAnswers, AMissingAnswerHidesNothingElse) {
     t.WaitFor("Network configuration: eth1 (02:00:00:00:00:0B)");
     t.Press("<Esc>");
     WaitForInterfaces(t, kBothCardsWithoutIPv6);
-    LetAnswersCome(box);
+    ReleaseAnswers(box);
     WaitForInterfaces(t, kBothCards);
 }
 
@@ -185,7 +185,7 @@ TEST(SlowAnswers, TheListIsShownAsSoonAsItArrives) {
     t.WaitFor(kExit, 4);
     box.Write("/run/list", "");
     WaitForInterfaces(t, kBothCardsWithoutIPv6);
-    LetAnswersCome(box);
+    ReleaseAnswers(box);
     WaitForInterfaces(t, kBothCards);
 }
 
@@ -213,7 +213,7 @@ TEST(SlowAnswers, AnInterfaceShowsTheKernelsAnswersAtOnce) {
               (Texts{"    Link active  Interface up",
                      "       IPv4: 10.1.2.3   netmask: 255.255.255.0  gateway: 10.1.2.1", "",
                      "    Bring up this interfaces"}));
-    LetAnswersCome(box);
+    ReleaseAnswers(box);
     t.WaitFor("IPv6: 2001:db8::5/64");
     EXPECT_EQ(t.Selected(), "Edit configuration");
 
@@ -249,7 +249,7 @@ TEST(SlowAnswers, AScreenLeavesNoDescriptorOpen) {
         t.Press("<Esc>");
         WaitForMainMenu(t);
     }
-    LetAnswersCome(box);
+    ReleaseAnswers(box);
     LookAgain(t);
     WaitForInterfaces(t, kBothCards);
     EXPECT_EQ(descriptors(), before);

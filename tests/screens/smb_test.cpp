@@ -625,7 +625,7 @@ TEST(SmbPassword, IsErasedAsSoonAsTheToolHasIt) {
     t.Press("<Enter>");
     WaitForReader(box);
     EXPECT_EQ(TracesOfSecret(t, kSecret), Words{});
-    LetReaderEnd(box);
+    ReleaseReader(box);
     WaitForTitle(t, kListTitle);
 }
 

@@ -48,7 +48,7 @@ class Visitor {
     Visitor(const Visitor&) = delete;
     Visitor& operator=(const Visitor&) = delete;
 
-    bool IsLetInWith(std::string password) {
+    bool IsAdmittedWith(std::string password) {
         EXPECT_EQ(Take(12), "RFB 003.008\n");
         Give("RFB 003.008\n");
         EXPECT_EQ(Take(2), "\1\2") << "the password must be the only way in";
@@ -93,8 +93,8 @@ class Visitor {
     int socket_;
 };
 
-bool IsLetInWith(Machine& box, const std::string& password) {
-    return Visitor(box).IsLetInWith(password);
+bool IsAdmittedWith(Machine& box, const std::string& password) {
+    return Visitor(box).IsAdmittedWith(password);
 }
 
 void StartServer(Machine& box) {
@@ -117,9 +117,9 @@ TEST(VncRealServer, AdmitsOnlyTheTypedPassword) {
     t.WaitFor("Disable remote VNC access to local desktop");
     t.Settle();
     StartServer(box);
-    EXPECT_TRUE(IsLetInWith(box, "hello123"));
-    EXPECT_FALSE(IsLetInWith(box, ""));
-    EXPECT_FALSE(IsLetInWith(box, "hello124"));
+    EXPECT_TRUE(IsAdmittedWith(box, "hello123"));
+    EXPECT_FALSE(IsAdmittedWith(box, ""));
+    EXPECT_FALSE(IsAdmittedWith(box, "hello124"));
     // The next password applies to the next connection.
     Choose(t, "Set remote VNC access password");
     t.WaitFor("Change VNC password.");
@@ -129,9 +129,9 @@ TEST(VncRealServer, AdmitsOnlyTheTypedPassword) {
     WaitForTitle(t, "Services");
     box.WaitUntil([&] { return t.Children() == 0; }, "the end of the tool");
     t.Settle();
-    EXPECT_TRUE(IsLetInWith(box, "better"));
-    EXPECT_FALSE(IsLetInWith(box, "hello123"));
-    EXPECT_FALSE(IsLetInWith(box, ""));
+    EXPECT_TRUE(IsAdmittedWith(box, "better"));
+    EXPECT_FALSE(IsAdmittedWith(box, "hello123"));
+    EXPECT_FALSE(IsAdmittedWith(box, ""));
 }
 
 }  // namespace

@@ -404,7 +404,7 @@ TEST(VncSecrecy, ThePasswordIsErasedAsSoonAsTheToolHasIt) {
     t.Press("<Enter>");
     WaitForReader(box);
     EXPECT_EQ(TracesOfSecret(t, kSecret), Words{});
-    LetReaderEnd(box);
+    ReleaseReader(box);
     t.WaitFor(kDisable);
 }
 

@@ -96,7 +96,7 @@ TEST(HostileNames, ANumberThatIsTooLargeSelectsNoOtherNetwork) {
 }
 
 // No control byte of the name has reached the terminal.
-void ExpectNotDriven(const Terminal& t) {
+void ExpectNotControlled(const Terminal& t) {
     EXPECT_EQ(t.Bells(), 0);
     for (const char* sequence :
          {"\x1b[2J\x1b[31m", "\x1b]0;", "\x07", "\x1b[5;5Howned", "\x9b", "\x90", "\x7f"}) {
@@ -105,7 +105,7 @@ void ExpectNotDriven(const Terminal& t) {
 }
 
 // The plain terminal shows only the message, on as many lines as it needs.
-void ExpectMessageAlone(const Terminal& t) {
+void ExpectOnlyMessage(const Terminal& t) {
     std::string message;
     for (const std::string& line : Lines(t))
         message += line;
@@ -129,7 +129,7 @@ TEST(HostileNames, DoNotControlTheTerminal) {
     EXPECT_EQ(list[12].substr(0, 12), "    NEW  b0:");
     EXPECT_EQ(list[13].substr(0, 30), "          (any)              z");
     EXPECT_EQ(t.Style(11), "0-3 white/black; 4-78 white/black bold; 79 white/black");
-    ExpectNotDriven(t);
+    ExpectNotControlled(t);
 
     OpenNetwork(t, 0);
     const Words network = t.Screen();
@@ -140,8 +140,8 @@ TEST(HostileNames, DoNotControlTheTerminal) {
     box.Hold("set_network");
     Join(t, "secret words");
     t.WaitFor("Connecting to access point 00:11:22:33:44:55 '");
-    ExpectMessageAlone(t);
-    ExpectNotDriven(t);
+    ExpectOnlyMessage(t);
+    ExpectNotControlled(t);
 }
 
 TEST(HostileNames, DoNotControlTheTerminalWhenConfigured) {
@@ -157,8 +157,8 @@ TEST(HostileNames, DoNotControlTheTerminalWhenConfigured) {
     t.WaitFor("Are you sure? [y/n]");
     t.Press("y");
     t.WaitFor("Removing access point b0:");
-    ExpectMessageAlone(t);
-    ExpectNotDriven(t);
+    ExpectOnlyMessage(t);
+    ExpectNotControlled(t);
 }
 
 TEST(HostileNames, WideCharactersDisplaceNothing) {

@@ -32,7 +32,7 @@ void AddRows(Menu& menu) {
 }
 
 // No row between the first and the last can be selected.
-void AddRowsToRead(Menu& menu) {
+void AddInformationRows(Menu& menu) {
     menu.Clear();
     menu.AddItem("first", 0);
     for (int i = 0; i < kRows; ++i)
@@ -72,7 +72,7 @@ const Measurement kMeasurements[] = {
      [](Menu& menu) { Press(menu, KEY_UP); }},
     {"Cursor down over rows that can't be selected",
      [](Menu& menu) {
-         AddRowsToRead(menu);
+         AddInformationRows(menu);
          Press(menu, KEY_HOME);
      },
      [](Menu& menu) { Press(menu, KEY_DOWN); }},

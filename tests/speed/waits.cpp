@@ -74,7 +74,7 @@ void PressWhileFirstBuilt(const Command& command, double how_long, FirstKeys& ke
 }
 
 // From the moment at which another screen is left.
-std::vector<double> WhileBuiltAnew(Watched& program, double how_long) {
+std::vector<double> WhileRebuilding(Watched& program, double how_long) {
     program.Send("s");
     while (!program.IsSelected(kServicesLine))
         program.Read(kPatience);
@@ -128,7 +128,7 @@ void MeasureWith(double answer, const Amounts& amounts, Figures& figures) {
     Watched program(command);
     program.WaitForRow(last.line, last.text);
     for (int visit = 0; visit < amounts.wait_visits; ++visit)
-        Append(anew, WhileBuiltAnew(program, busy));
+        Append(anew, WhileRebuilding(program, busy));
     figures.push_back(Worst(prefix + "before the first rows stand", first.early));
     figures.push_back(Worst(prefix + "on the first rows", first.later));
     figures.push_back(Worst(prefix + "refreshes", finger.seconds));

@@ -48,7 +48,7 @@ void AddListed(Menu& menu, const State& state) {
         menu.AddItem(label, id++);
 }
 
-void AddToRead(Menu& menu, const State&) {
+void AddInformationRow(Menu& menu, const State&) {
     menu.AddInformation("to read", -1);
 }
 
@@ -57,7 +57,7 @@ std::string Word(const State& state) {
 }
 
 constexpr Row<State> kRows[] = {
-    {"", 0, 0, nullptr, {.add_list = AddToRead}},
+    {"", 0, 0, nullptr, {.add_list = AddInformationRow}},
     {"%s it", 1, 's', DoStay, {.word = Word, .help = "one\ntwo"}},
     {"Perhaps", 2, 'p', DoStay, {.shown = [](const State& state) { return state.shown; }}},
     kSeparator<State>,

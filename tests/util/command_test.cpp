@@ -84,7 +84,7 @@ bool Contains(std::uint64_t set, int number) {
 
 // A machine whose shell only prints its entry in /proc. Real shells do not show how they were
 // started: some reset SIGCHLD themselves, others do not.
-Prepared EnterMachineWithTellingShell(const TemporaryFolder& folder) {
+Prepared EnterMachineWithReportingShell(const TemporaryFolder& folder) {
     const std::string shell = folder.File("sh", "#!/usr/bin/env -S cat /proc/self/status --\n");
     chmod(shell.c_str(), 0755);
     if (unshare(CLONE_NEWNS) != 0) return Prepared::kRefused;
@@ -116,7 +116,7 @@ TEST(Command, StartsWithDefaultSignalsInAnyShell) {
         SCOPED_TRACE(door.name);
         const TemporaryFolder folder;
         const Answer answer =
-            AnswerInChild([&] { return EnterMachineWithTellingShell(folder); },
+            AnswerInChild([&] { return EnterMachineWithReportingShell(folder); },
                           [&] {
                               for (int number : kDefaultSignals)
                                   std::signal(number, SIG_IGN);
