@@ -126,6 +126,8 @@ void PrepareProcess() {
     std::set_new_handler(OnMemoryExhausted);
     CloseSignalGate();
     std::signal(SIGCHLD, SIG_IGN);
+    // A limit on the size of files fails a write, like a full disk.
+    std::signal(SIGXFSZ, SIG_IGN);
     struct sigaction action = {};
     action.sa_handler = OnTerminateSignal;
     action.sa_mask = GatedSignals();

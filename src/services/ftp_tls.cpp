@@ -1,6 +1,7 @@
 #include "services/ftp_tls.h"
 
 #include <strings.h>
+#include <unistd.h>
 
 #include <optional>
 
@@ -27,7 +28,11 @@ std::optional<ConfigFile> OpenConfig() {
     return std::nullopt;
 }
 
-// The setting in one line; nothing if the line does not set it.
+std::string TemporaryName(const char* path) {
+    return std::string(path) + ".tmp";
+}
+
+// The setting in one line; nothing when the line holds another.
 std::optional<bool> TlsInLine(std::string_view line) {
     line = TrimStart(line, kBlanks);
     const std::size_t equals = line.find('=');
@@ -74,6 +79,8 @@ bool ReadFtpTls() {
 void WriteFtpTls(bool enable) {
     const auto config = OpenConfig();
     if (!config) return;
-    const std::string path = config->path;
-    SaveFileThrough(path + ".tmp", path, WithFtpTls(config->text, enable));
+    // What a power cut has left, also while the other one was the file.
+    for (const char* path : kPaths)
+        unlink(TemporaryName(path).c_str());
+    SaveFileThrough(TemporaryName(config->path), config->path, WithFtpTls(config->text, enable));
 }

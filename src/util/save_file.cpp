@@ -12,9 +12,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <csignal>
-#include <cstdlib>
-#include <ctime>
 #include <map>
 #include <optional>
 
@@ -71,27 +68,7 @@ bool IsRefusal(int error) {
            error == EINVAL;
 }
 
-// When a file size limit is hit, the write must fail instead of ending the program: its signal is
-// blocked while this lives, and dropped.
-struct LimitSignalHeld {
-    LimitSignalHeld() {
-        sigemptyset(&signals);
-        sigaddset(&signals, SIGXFSZ);
-        sigprocmask(SIG_BLOCK, &signals, &before);
-    }
-    ~LimitSignalHeld() {
-        const timespec now = {};
-        sigtimedwait(&signals, nullptr, &now);
-        sigprocmask(SIG_SETMASK, &before, nullptr);
-    }
-    LimitSignalHeld(const LimitSignalHeld&) = delete;
-    LimitSignalHeld& operator=(const LimitSignalHeld&) = delete;
-
-    sigset_t signals = {};
-    sigset_t before = {};
-};
-
-// ---- extended attributes: access control lists, labels and others ----
+// ---- extended attributes: access control lists, labels, and what else a file has ----
 
 using Attributes = std::map<std::string, std::string>;
 
@@ -244,26 +221,34 @@ bool GiveName(int descriptor, const std::string& name) {
     return linkat(AT_FDCWD, link.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
-Outcome ReplaceThrough(int descriptor, bool has_name, const std::string& name,
-                       const std::string& path, std::string_view text, const struct stat* old) {
+// What the new file is called until it takes the old one's place.
+struct NewName {
+    std::string path;
+    // One that the caller has given: a file that can't take the place stays under it, and where
+    // there can be none, nothing is saved.
+    bool is_given = false;
+};
+
+Outcome ReplaceThrough(int descriptor, bool has_name, const NewName& name, const std::string& path,
+                       std::string_view text, const struct stat* old) {
     flock(descriptor, LOCK_EX | LOCK_NB);
     Outcome outcome = FillFile(descriptor, path, text, old);
     if (outcome == Outcome::Saved && !has_name) {
-        has_name = GiveName(descriptor, name);
+        has_name = GiveName(descriptor, name.path);
         if (!has_name) return Outcome::NoUnnamedFiles;
     }
-    if (outcome == Outcome::Saved && rename(name.c_str(), path.c_str()) != 0) {
+    if (outcome == Outcome::Saved && rename(name.path.c_str(), path.c_str()) != 0) {
+        if (name.is_given) return Outcome::Failed;
         const bool is_mount = errno == EBUSY;
         outcome = is_mount ? Outcome::NotReplaceable : Outcome::Failed;
     }
-    if (outcome != Outcome::Saved && has_name) unlink(name.c_str());
+    if (outcome != Outcome::Saved && has_name) unlink(name.path.c_str());
     return outcome;
 }
 
-Outcome ReplaceFile(const std::string& path, std::string_view text, const struct stat* old) {
+Outcome ReplaceFile(const NewName& name, const std::string& path, std::string_view text,
+                    const struct stat* old) {
     RemoveLeftovers(path);
-    const std::string name = PrivateNameBeside(path);
-    if (name.empty()) return Outcome::Failed;
     Outcome outcome = Outcome::NoUnnamedFiles;
     int descriptor =
         open(FolderToOpen(path).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, kUnfinishedMode);
@@ -272,8 +257,9 @@ Outcome ReplaceFile(const std::string& path, std::string_view text, const struct
         close(descriptor);
     }
     if (outcome == Outcome::NoUnnamedFiles) {
-        descriptor = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kUnfinishedMode);
-        if (descriptor < 0) return FailedBy(errno);
+        descriptor =
+            open(name.path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kUnfinishedMode);
+        if (descriptor < 0) return name.is_given ? Outcome::Failed : FailedBy(errno);
         outcome = ReplaceThrough(descriptor, true, name, path, text, old);
         close(descriptor);
     }
@@ -312,38 +298,28 @@ bool WriteToDevice(const std::string& path, std::string_view text) {
     return descriptor >= 0 && CloseFile(descriptor, WriteAll(descriptor, text));
 }
 
-}  // namespace
-
-bool SaveFile(const std::string& path, std::string_view text) {
-    const LimitSignalHeld held;
-    const std::string target = FollowLinks(path);
+// Saves beside the old file, or else in its place.
+bool Save(const NewName& name, const std::string& path, std::string_view text) {
     struct stat old = {};
-    if (stat(target.c_str(), &old) != 0) {
-        // A path that can't be examined is not a missing file; it may be a loop of links.
-        return errno == ENOENT && ReplaceFile(target, text, nullptr) == Outcome::Saved;
-    }
-    if (S_ISDIR(old.st_mode)) return false;
-    if (!S_ISREG(old.st_mode)) return WriteToDevice(target, text);
-    const Outcome outcome = ReplaceFile(target, text, &old);
-    if (outcome == Outcome::NotReplaceable) return OverwriteFile(target, text, old);
+    const bool exists = stat(path.c_str(), &old) == 0;
+    // What can't be looked at is not a missing file: links in a circle, say.
+    if (name.path.empty() || (!exists && errno != ENOENT)) return false;
+    if (exists && S_ISDIR(old.st_mode)) return false;
+    if (exists && !S_ISREG(old.st_mode)) return WriteToDevice(path, text);
+    const Outcome outcome = ReplaceFile(name, path, text, exists ? &old : nullptr);
+    if (outcome == Outcome::NotReplaceable && exists) return OverwriteFile(path, text, old);
     return outcome == Outcome::Saved;
 }
 
+}  // namespace
+
+bool SaveFile(const std::string& path, std::string_view text) {
+    const std::string target = FollowLinks(path);
+    return Save({PrivateNameBeside(target)}, target, text);
+}
+
 bool SaveFileThrough(const std::string& temporary, const std::string& path, std::string_view text) {
-    const LimitSignalHeld held;
-    struct stat old = {};
-    const bool exists = stat(path.c_str(), &old) == 0;
-    // Never writes to an existing file of that name: it may be a link, or open in another process.
+    // Never into what is there under that name: a link, or a file that others have open.
     unlink(temporary.c_str());
-    const int descriptor =
-        open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kUnfinishedMode);
-    if (descriptor < 0) return false;
-    const Outcome outcome = FillFile(descriptor, path, text, exists ? &old : nullptr);
-    if (!CloseFile(descriptor, outcome == Outcome::Saved)) {
-        unlink(temporary.c_str());
-        return outcome == Outcome::NotReplaceable && exists && OverwriteFile(path, text, old);
-    }
-    if (rename(temporary.c_str(), path.c_str()) != 0) return false;
-    SyncFolder(path);
-    return true;
+    return Save({.path = temporary, .is_given = true}, path, text);
 }

@@ -254,7 +254,19 @@ TEST_F(FtpTlsFile, IfTheTemporaryFileCannotBeCreatedNothingChanges) {
     }
 }
 
-TEST_F(FtpTlsFile, OnAFullDiskTheOldFileStaysIntact) {
+// Also under the name that goes with the other file.
+TEST_F(FtpTlsFile, RemovesWhatAPowerCutHasLeft) {
+    const std::string said = InOwnRoot([] {
+        WriteFile(kActive, "ssl_enable=NO\n");
+        for (const char* path : {kActive, kParked})
+            WriteFile(std::string(path) + ".tmp", "half");
+        WriteFtpTls(true);
+        return Etc();
+    });
+    EXPECT_EQ(said, "/etc/vsftpd.conf=ssl_enable=YES\n;");
+}
+
+TEST_F(FtpTlsFile, OnAFullDiskTheOldOneStaysWhole) {
     const std::string old = "ssl_enable=NO\n# " + std::string(20000, 'x') + "\n";
     const std::string said = InOwnRoot([&] {
         if (mount("none", "/etc", "tmpfs", 0, "size=32k") != 0) return std::string("no mount");

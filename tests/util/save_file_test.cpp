@@ -120,12 +120,12 @@ TEST(SaveFile, AFileIsOverwrittenIfItsAttributesCannotBeCopied) {
 
 // ---- file size limits ----
 
-// "saved" or "refused" with this limit on the size of files; "died" if the signal killed the
-// process.
+// "saved" or "refused" where no file may have more bytes than that.
 std::string SavedWithin(rlim_t bytes, const std::function<bool()>& save) {
     return AnswerOfChild([&] {
                const rlimit limit = {bytes, bytes};
                if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return std::string("no limit");
+               std::signal(SIGXFSZ, SIG_IGN);
                return std::string(save() ? "saved" : "refused");
            })
         .value_or("died");
@@ -145,25 +145,7 @@ TEST(SaveFile, ALimitOnTheSizeOfFilesKeepsTheOldFile) {
     EXPECT_EQ(ContentOf(path), kNew);
 }
 
-// The limit may come from the operator's shell; commands handle the signal their own way.
-TEST(SaveFile, ALimitOnTheSizeOfFilesChangesNoSignal) {
-    const TemporaryFolder folder;
-    const std::string path = folder.File("settings", kOld);
-    const auto signals = [&] {
-        sigset_t pending;
-        sigset_t blocked;
-        struct sigaction action = {};
-        sigpending(&pending);
-        sigprocmask(SIG_SETMASK, nullptr, &blocked);
-        sigaction(SIGXFSZ, nullptr, &action);
-        return sigismember(&pending, SIGXFSZ) == 0 && sigismember(&blocked, SIGXFSZ) == 0 &&
-               action.sa_handler == SIG_DFL;
-    };
-    const std::string answer = SavedWithin(0, [&] { return !SaveFile(path, kNew) && signals(); });
-    EXPECT_EQ(answer, "saved");
-}
-
-// ---- a file system without owners and modes ----
+// ---- a file system that knows no owners or modes ----
 
 TEST(SaveFile, AFileWithoutOwnersAndModesIsReplaced) {
     const TemporaryFolder folder;
@@ -443,6 +425,38 @@ class SaveFileFaults : public testing::Test {
             EXPECT_TRUE(name == "settings" || name.front() == '.') << context << ": " << name;
         }
     }
+    // However a save is killed, the folder holds nothing new, but in one moment.
+    void ExpectNothingLeftButBeforeTheExchange(const std::function<bool()>& save) {
+        const auto unnamed = AnswerOfChild([&] {
+            return std::string(open(folder_.path.c_str(), O_TMPFILE | O_WRONLY, 0600) < 0 ? ""
+                                                                                          : "yes");
+        });
+        if (unnamed != "yes") GTEST_SKIP() << "all files have names here";
+        size_t left = 0;
+        const auto look = [&](const Trial& trial) {
+            const bool is_clean = NamesIn(folder_.path) == Names{"settings"};
+            if (!is_clean) left++;
+            EXPECT_TRUE(is_clean || IsRename(trial.Last())) << "call " << trial.Last();
+        };
+        KillAtEveryCall([&] { StartAgain(); }, save, look);
+        EXPECT_EQ(left, 1U);
+    }
+    // However a save is killed, also where all files have names, the next one clears up.
+    void ExpectNothingLeftByTheNext(const std::function<bool(const std::string&)>& save) {
+        for (const bool has_unnamed : {true, false}) {
+            StartAgain();
+            const auto killed_save = [&] {
+                if (!has_unnamed) Deny({UnnamedFiles()});
+                return save(kNew);
+            };
+            for (size_t at = 0; RunWith(Fault{.at = at, .error = 0}, killed_save).hit; at++) {
+                EXPECT_TRUE(save(kOld));
+                EXPECT_EQ(NamesIn(folder_.path), Names{"settings"}) << "call " << at;
+                EXPECT_EQ(ContentOf(path_), kOld);
+                EXPECT_EQ(ModeOf(path_), 0640U);
+            }
+        }
+    }
     void StartAgain() {
         for (const std::string& name : NamesIn(folder_.path))
             std::filesystem::remove_all(folder_.Path(name));
@@ -481,36 +495,13 @@ TEST_F(SaveFileFaults, AKillNeverLeavesPartOfANewFile) {
               0U);
 }
 
-// The new file has a name only while it is being renamed.
-TEST_F(SaveFileFaults, OnlyAKillBeforeTheExchangeLeavesAnotherFile) {
-    const auto unnamed = AnswerOfChild([&] {
-        return std::string(open(folder_.path.c_str(), O_TMPFILE | O_WRONLY, 0600) < 0 ? "" : "yes");
-    });
-    if (unnamed != "yes") GTEST_SKIP() << "this file system has no unnamed files";
-    size_t left = 0;
-    const auto look = [&](const Trial& trial) {
-        const bool is_clean = NamesIn(folder_.path) == Names{"settings"};
-        if (!is_clean) left++;
-        EXPECT_TRUE(is_clean || IsRename(trial.Last())) << "call " << trial.Last();
-    };
-    KillAtEveryCall([&] { StartAgain(); }, [&] { return SaveFile(path_, kNew); }, look);
-    EXPECT_EQ(left, 1U);
+// The new file has a name for as long as it takes to rename it.
+TEST_F(SaveFileFaults, AKillLeavesNothingElseButBetweenTheNewNameAndTheExchange) {
+    ExpectNothingLeftButBeforeTheExchange([&] { return SaveFile(path_, kNew); });
 }
 
-TEST_F(SaveFileFaults, TheNextSaveCleansUpAfterAKilledOne) {
-    for (const bool has_unnamed : {true, false}) {
-        StartAgain();
-        const auto save = [&] {
-            if (!has_unnamed) Deny({UnnamedFiles()});
-            return SaveFile(path_, kNew);
-        };
-        for (size_t at = 0; RunWith(Fault{.at = at, .error = 0}, save).hit; at++) {
-            EXPECT_TRUE(SaveFile(path_, kOld));
-            EXPECT_EQ(NamesIn(folder_.path), Names{"settings"}) << "call " << at;
-            EXPECT_EQ(ContentOf(path_), kOld);
-            EXPECT_EQ(ModeOf(path_), 0640U);
-        }
-    }
+TEST_F(SaveFileFaults, AKilledSaveLeavesNothingBehindTheNext) {
+    ExpectNothingLeftByTheNext([&](const std::string& text) { return SaveFile(path_, text); });
 }
 
 TEST_F(SaveFileFaults, WithoutUnnamedFilesAKillLeavesTheOldFileOrTheNewOne) {
@@ -663,6 +654,15 @@ TEST_F(SaveFileThroughFaults, AKillLeavesTheOldFileOrTheNewOne) {
     EXPECT_EQ(ContentOf(path_), kNew);
 }
 
+TEST_F(SaveFileThroughFaults, AKillLeavesNothingElseButBetweenTheNewNameAndTheExchange) {
+    ExpectNothingLeftButBeforeTheExchange(save_);
+}
+
+TEST_F(SaveFileThroughFaults, AKilledSaveLeavesNothingBehindTheNext) {
+    ExpectNothingLeftByTheNext(
+        [&](const std::string& text) { return SaveFileThrough(temporary_, path_, text); });
+}
+
 TEST_F(SaveFileThroughFaults, AFailingCallLeavesTheOldFileOrTheNewOne) {
     for (int error : {EIO, ENOSPC, EACCES}) {
         for (size_t at = 0;; at++) {
@@ -675,7 +675,8 @@ TEST_F(SaveFileThroughFaults, AFailingCallLeavesTheOldFileOrTheNewOne) {
                 << context;
             const bool saved = trial.ending == Ending::kSaved;
             EXPECT_EQ(ContentOf(path_), saved ? kNew : kOld) << context;
-            // If it could not replace the old file, the new file stays next to it.
+            EXPECT_EQ(ModeOf(path_), 0640U) << context;
+            // Where it could not take the place, the new file waits beside the old one.
             const bool waits = IsRename(trial.calls[at]);
             EXPECT_EQ(NamesIn(folder_.path),
                       waits ? (Names{"settings", "settings.tmp"}) : Names{"settings"})
