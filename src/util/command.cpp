@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <csignal>
 #include <ctime>
-#include <initializer_list>
 #include <utility>
 #include <vector>
 
@@ -32,46 +31,43 @@ struct Redirection {
     int output = -1;  // only for background commands
 };
 
-// A child inherits ignored signals, but not blocked ones, so SIGHUP is ignored around its start. A
-// SIGHUP that arrives in this moment would be lost, unless the line has dropped, which can be
-// checked.
-struct HangUpIgnored {
-    HangUpIgnored() : has_come(IsPending()), before{} {
-        struct sigaction ignore = {};
-        ignore.sa_handler = SIG_IGN;
-        sigaction(SIGHUP, &ignore, &before);
-    }
-    ~HangUpIgnored() {
-        sigaction(SIGHUP, &before, nullptr);
-        const bool line_is_gone = isatty(STDIN_FILENO) == 0 && errno == EIO;
-        if (has_come || line_is_gone) raise(SIGHUP);
-    }
-    HangUpIgnored(const HangUpIgnored&) = delete;
-    HangUpIgnored& operator=(const HangUpIgnored&) = delete;
-
-    static bool IsPending() {
-        sigset_t pending;
-        sigpending(&pending);
-        return sigismember(&pending, SIGHUP) == 1;
-    }
-
-    bool has_come;
-    struct sigaction before;
-};
+// All but SIGHUP: what was started with nohup goes on, commands too.
+sigset_t SignalsAtDefault() {
+    sigset_t signals;
+    sigfillset(&signals);
+    sigdelset(&signals, SIGHUP);
+    return signals;
+}
 
 // The signals of a new process, and whether it gets its own process group.
 void SetAttributes(posix_spawnattr_t& attributes, bool own_group) {
-    sigset_t defaults;
+    const sigset_t defaults = SignalsAtDefault();
     sigset_t mask;
-    sigemptyset(&defaults);
-    for (int number : {SIGCHLD, SIGINT, SIGQUIT, SIGPIPE, SIGXFSZ, SIGALRM})
-        sigaddset(&defaults, number);
     sigemptyset(&mask);
     posix_spawnattr_setsigdefault(&attributes, &defaults);
     posix_spawnattr_setsigmask(&attributes, &mask);
     const short group = own_group ? POSIX_SPAWN_SETPGROUP : 0;
     posix_spawnattr_setflags(
         &attributes, static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | group));
+}
+
+// Starts a shell that ignores SIGHUP, which posix_spawn can't. If the program itself ignored it for
+// a moment, one that came then would be lost.
+pid_t StartDeafShell(char* const* arguments, int input) {
+    const pid_t pid = fork();
+    if (pid != 0) return pid;
+    const sigset_t defaults = SignalsAtDefault();
+    for (int number = 1; number < NSIG; ++number) {
+        if (sigismember(&defaults, number) == 1) std::signal(number, SIG_DFL);
+    }
+    std::signal(SIGHUP, SIG_IGN);
+    sigset_t mask;
+    sigemptyset(&mask);
+    sigprocmask(SIG_SETMASK, &mask, nullptr);
+    if (input >= 0) dup2(input, STDIN_FILENO);
+    execv("/bin/sh", arguments);
+    constexpr int kNoShell = 127;
+    _exit(kNoShell);
 }
 
 void SetDescriptors(posix_spawn_file_actions_t& actions, const Redirection& redirection) {
@@ -86,6 +82,12 @@ void SetDescriptors(posix_spawn_file_actions_t& actions, const Redirection& redi
 
 // Runs the command with /bin/sh; -1 if it can't be started.
 pid_t StartShell(const char* command, const Redirection& redirection) {
+    char shell[] = "sh";
+    char flag[] = "-c";
+    // No copy: the command may hold a password, and its owner wipes it.
+    char* arguments[] = {shell, flag, const_cast<char*>(command), nullptr};
+    const bool is_beside = redirection.output >= 0;
+    if (HangUpIsHeld() && !is_beside) return StartDeafShell(arguments, redirection.input);
     posix_spawnattr_t attributes;
     posix_spawn_file_actions_t actions;
     if (posix_spawnattr_init(&attributes) != 0) return -1;
@@ -93,17 +95,10 @@ pid_t StartShell(const char* command, const Redirection& redirection) {
         posix_spawnattr_destroy(&attributes);
         return -1;
     }
-    SetAttributes(attributes, redirection.output >= 0);
+    SetAttributes(attributes, is_beside);
     SetDescriptors(actions, redirection);
-    char shell[] = "sh";
-    char flag[] = "-c";
-    // Not copied: the command may contain a password, and its owner erases it.
-    char* arguments[] = {shell, flag, const_cast<char*>(command), nullptr};
     pid_t pid = -1;
-    std::optional<HangUpIgnored> ignored;
-    if (HangUpIsHeld()) ignored.emplace();
     const int failure = posix_spawn(&pid, "/bin/sh", &actions, &attributes, arguments, environ);
-    ignored.reset();
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attributes);
     return failure == 0 ? pid : -1;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -45,7 +46,7 @@ void GoUpTo(Terminal& t, size_t keys, int milliseconds) {
 void HangUpAfter(TourBox& box, size_t keys, int milliseconds) {
     SCOPED_TRACE(std::to_string(keys) + " keys and " + std::to_string(milliseconds) + " ms");
     box.Reset();
-    Terminal t(box, Traced(box));
+    Terminal t(box, Hasty(box));
     GoUpTo(t, keys, milliseconds);
     t.HangUp();
     EXPECT_THAT(t.WaitExit(), AnyOf(Exited(129), Exited(1), Exited(0)));
@@ -72,12 +73,61 @@ TEST(WholeHangUp, AfterEveryKeyEndsTheProgramWithoutLoss) {
     std::cout << "FAULTS hang-ups: " << keys + 1 << std::endl;
 }
 
+// How often the program has made the call so far.
+int CountOf(TourBox& box, const std::string& call) {
+    std::istringstream trace(box.Read(kTrace));
+    int count = 0;
+    for (std::string line; std::getline(trace, line);)
+        count += line.starts_with(call + "(") ? 1 : 0;
+    return count;
+}
+
+// From the main menu, with what a call has been made how often before and behind.
+Ending UpdateAll(TourBox& box, Terminal& t, const std::string& call, int& before, int& behind) {
+    t.WaitFor("Exit this program");
+    t.Settle();
+    before = CountOf(box, call);
+    t.Press("u<Enter>y");
+    t.machine().Await([&] { return !t.Running() || box.Calls(lifecycle::kNetwork).size() == 2; },
+                      Terminal::kPatience);
+    t.Settle();
+    behind = CountOf(box, call);
+    return EndTour(t);
+}
+
+// Calls between which a command is started: SIGHUP comes at each of them once.
+TEST(HangUp, AtAnyMomentOfAnUpdateIsNotLostAndLeavesNothingHalfDone) {
+    TourBox box;
+    int before = 0, behind = 0, sent = 0;
+    for (const std::string call : {"rt_sigaction", "clone", "clone3"}) {
+        Terminal undisturbed(box, Traced(box, call));
+        UpdateAll(box, undisturbed, call, before, behind);
+        const int last = behind;
+        for (int n = before + 1; n <= last; ++n) {
+            SCOPED_TRACE(call + " " + std::to_string(n));
+            box.ForgetCalls();
+            Terminal t(box, Traced(box, call, call + ":signal=HUP:when=" + std::to_string(n)));
+            int none = 0, made = 0;
+            const Ending ending = UpdateAll(box, t, call, none, made);
+            if (made < n) continue;  // not every update makes as many
+            EXPECT_EQ(ending, Exited(129));
+            EXPECT_THAT(
+                box.CallLines(lifecycle::kNetwork),
+                AnyOf(testing::IsEmpty(), testing::ElementsAre("/etc/init.d/network stop all",
+                                                               "/etc/init.d/network start all")));
+            ++sent;
+        }
+        box.ForgetCalls();
+    }
+    EXPECT_GT(sent, 8) << "two commands are started";
+}
+
 // ---- Ctrl-C ----
 
 void InterruptAfter(TourBox& box, size_t keys, int milliseconds) {
     SCOPED_TRACE(std::to_string(keys) + " keys and " + std::to_string(milliseconds) + " ms");
     box.Reset();
-    Terminal t(box, Traced(box));
+    Terminal t(box, Hasty(box));
     GoUpTo(t, keys, milliseconds);
     t.SendBytes("\x03");
     t.Settle();
@@ -108,7 +158,7 @@ TEST(WholeCtrlC, AfterEveryKeyEndsTheProgramOrItsCommand) {
 
 // The program under a shell that continues it when it stops, and reports that.
 TerminalOptions UnderAnEagerShell(const Machine& box) {
-    TerminalOptions options = Traced(box);
+    TerminalOptions options = Hasty(box);
     std::string command = "set -m; " + options.program;
     for (const std::string& argument : options.arguments)
         command += " '" + argument + "'";
@@ -158,7 +208,7 @@ bool HasDrawn(const Terminal& t, const Leg& leg) {
 void StormAfterEveryLeg(int sizes, Game game) {
     Chance chance(game);
     TourBox box;
-    const TerminalOptions options = Traced(box);
+    const TerminalOptions options = Hasty(box);
     Terminal t(box, options);
     t.WaitFor("Exit this program");
     for (const Leg& leg : Tour()) {
@@ -275,7 +325,7 @@ std::string RandomBytes(Chance& chance, const Noise& noise, int count) {
 int MakeNoise(TourBox& box, Chance& chance, const Noise& noise, const char* way, int bytes) {
     SCOPED_TRACE(noise.name + " after \"" + way + "\"");
     box.Reset();
-    Terminal t(box, Traced(box));
+    Terminal t(box, Hasty(box));
     t.WaitFor("Exit this program");
     t.Press(way);
     t.Settle();
