@@ -11,6 +11,7 @@
 
 #include "services/service_states.h"
 #include "ui/plain_steps.h"
+#include "ui/terminal.h"
 #include "util/command.h"
 
 namespace {
@@ -49,6 +50,17 @@ void CutEmptyPassword() {
     close(descriptor);
 }
 
+bool Exists(const char* path) {
+    struct stat about = {};
+    return lstat(path, &about) == 0;
+}
+
+// When the program ends before the tool: what that goes on writing has no name any more.
+void TakeBackNewFile() {
+    unlink(kPasswordFile);
+    std::rename(kOldPasswordFile, kPasswordFile);
+}
+
 }  // namespace
 
 std::size_t BytesToKeep(std::string_view password_file) {
@@ -64,7 +76,8 @@ void SetVncPassword(Secret password) {
     RunUpdate([&] {
         const bool is_aside =
             IsRegularFile(kPasswordFile) && std::rename(kPasswordFile, kOldPasswordFile) == 0;
-        // The shell creates or overwrites the file, so its mode can't be set in advance.
+        if (!Exists(kPasswordFile)) before_end = TakeBackNewFile;
+        // The shell makes the file, or fills an older one, before its mode can be set.
         const mode_t before = umask(kOwnerOnly);
         chmod(kPasswordFile, kOwnerReads);
         const int status =
@@ -73,6 +86,7 @@ void SetVncPassword(Secret password) {
         if (is_aside && status != 0) std::rename(kOldPasswordFile, kPasswordFile);
         chmod(kPasswordFile, kOwnerReads);
         CutEmptyPassword();
+        before_end = nullptr;
         unlink(kOldPasswordFile);
     });
 }

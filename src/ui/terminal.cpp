@@ -371,7 +371,10 @@ void RestoreTerminal() {
     if (stdscr != nullptr && !isendwin()) endwin();
 }
 
+void (*before_end)() = nullptr;
+
 void EndProgram(int status) {
+    if (before_end != nullptr) before_end();
     EndAllCommands();
     DropTypedKeys();
     RestoreTerminal();

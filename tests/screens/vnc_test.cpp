@@ -1,8 +1,10 @@
 // The VNC password for the local desktop: setting it up, changing it, and who can see it.
 #include <gmock/gmock.h>
 
+#include <csignal>
 #include <cstring>
 
+#include "lifecycle_fixtures.h"
 #include "services_fixtures.h"
 
 namespace services {
@@ -297,8 +299,52 @@ TEST(VncChange, AFailureOfTheToolKeepsTheOldPassword) {
     }
 }
 
-// A process that has the old file open, or a hard link to it, keeps the old password.
-TEST(VncChange, CreatesANewFile) {
+// Whatever the tool goes on writing then.
+TEST(VncChange, AnEndBeforeTheToolsKeepsTheOldPassword) {
+    for (const bool has_old : {true, false}) {
+        for (const bool typed : {true, false}) {
+            SCOPED_TRACE(testing::Message() << has_old << typed);
+            VncBox box;
+            if (has_old) box.SetPassword();
+            lifecycle::Gate gate(box);
+            box.StandInScript("vncpasswd", std::string(lifecycle::Gate::kWait) +
+                                               "; printf made; : >/tmp/written");
+            ServicesScreen t(box);
+            has_old ? AskForChange(t) : AskForSetup(t);
+            t.Type("better");
+            t.Press("<Enter>");
+            gate.AwaitScript();
+            if (typed) {
+                t.Press("<C-c>");
+            } else {
+                t.Signal(SIGTERM);
+            }
+            EXPECT_EQ(t.WaitExit(), Exited(typed ? 130 : 143));
+            gate.Open();
+            if (!typed) box.WaitUntil([&] { return box.Exists("/tmp/written"); }, "the tool");
+            EXPECT_EQ(box.Sh(std::string("cat ") + kVncPassword + " || true"),
+                      has_old ? "old" : "");
+            EXPECT_EQ(box.Exists(kVncPassword), has_old);
+            EXPECT_EQ(box.Sh("ls -A /etc | grep passwd.old || true"), "");
+        }
+    }
+}
+
+// A power cut while the tool worked has left the old file under its other name.
+TEST(VncChange, RemovesWhatAPowerCutHasLeft) {
+    VncBox box;
+    box.Write("/etc/.local.desktop.vnc.passwd.old", "old", 0400);
+    ServicesScreen t(box);
+    AskForSetup(t);
+    t.Type("better");
+    t.Press("<Enter>");
+    t.WaitFor(kDisable);
+    EXPECT_EQ(box.Read(kVncPassword), "made");
+    EXPECT_EQ(box.Sh("ls -A /etc | grep passwd.old || true"), "");
+}
+
+// Whoever has the old file open, or a second name of it, keeps the old password.
+TEST(VncChange, MakesANewFile) {
     VncBox box;
     box.SetPassword(0644);
     box.Sh(std::string("ln ") + kVncPassword + " /etc/second");
