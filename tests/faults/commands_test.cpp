@@ -137,7 +137,7 @@ void ExpectATour(TourBox& box, TerminalOptions options) {
 TEST(PoorMachine, WithoutAnyCommandEveryScreenAppears) {
     TourBox box;
     box.Sh("rm -rf /etc/init.d/*");
-    TerminalOptions options = Traced(box);
+    TerminalOptions options = Hasty(box);
     options.environment["PATH"] = "/nowhere";
     ExpectATour(box, options);
     EXPECT_NE(box.Read("/etc/ntp.conf").find("ntp.example.net"), std::string::npos);
@@ -145,7 +145,7 @@ TEST(PoorMachine, WithoutAnyCommandEveryScreenAppears) {
 
 TEST(PoorMachine, WithoutAShellEveryScreenAppears) {
     TourBox box;
-    Terminal t(box, Traced(box));
+    Terminal t(box, Hasty(box));
     t.WaitFor("Exit this program");
     // There is no other shell: from here on only the machine's files can be checked.
     box.Sh("mount --bind /dev/null /usr/bin/dash");
@@ -178,10 +178,42 @@ TEST(PoorMachine, WithoutProcEveryScreenAppears) {
     lifecycle::ExpectTerminalAsBefore(t);
 }
 
+// The commands have the limit, too: most of them fail.
+TEST(PoorMachine, WithALimitOnTheSizeOfFilesNothingIsSavedAndNothingLost) {
+    TourBox box;
+    TerminalOptions options;
+    options.rows = 30;
+    options.environment = lifecycle::WithoutLeakSearch(box);
+    options.program = "/bin/sh";
+    options.arguments = {"-c", "ulimit -f 0; exec " IFMENU_PROGRAM};
+    ExpectATour(box, options);
+    EXPECT_TRUE(box.AllUntouched());
+}
+
+// Nobody reads or writes them: whoever opened one to wait would wait for ever.
+TEST(PoorMachine, WithPipesInThePlaceOfItsFilesEveryScreenComesUp) {
+    TourBox box;
+    for (const char* file :
+         {"/etc/hostname", "/etc/ntp.conf", "/etc/network/02:00:00:00:10:40",
+          "/etc/local.desktop.vnc", "/etc/local.desktop.webui.ctl", "/etc/TAVRIN/disable.reporting",
+          "/etc/TAVRIN/disable.reporting.ui", "/etc/caption-sync.disabled",
+          "/var/network/02:00:00:00:10:40/wpa_supplicant.pid",
+          "/sys/class/net/wlan0/phy80211/rfkill0/state",
+          "/sys/class/net/wlan0/phy80211/rfkill0/hard",
+          "/sys/class/net/wlan0/phy80211/rfkill0/soft"}) {
+        box.Remove(file);
+        box.Sh(std::string("mkfifo ") + file);
+    }
+    Terminal t(box, Hasty(box));
+    WalkTour(t);
+    EXPECT_TRUE(IsOrderly(EndTour(t)));
+    EXPECT_EQ(TerminalDamage(t), "");
+}
+
 TEST(PoorMachine, OnAReadOnlyDiskNothingIsSavedAndNothingLost) {
     TourBox box;
     box.Sh("mount --bind /etc /etc; mount -o remount,bind,ro /etc");
-    ExpectATour(box, Traced(box));
+    ExpectATour(box, Hasty(box));
     EXPECT_EQ(box.Read("/etc/ntp.conf").find("ntp.example.net"), std::string::npos);
 }
 
@@ -190,7 +222,7 @@ TEST(PoorMachine, OnAFullDiskNothingIsSavedAndNothingLost) {
     box.Sh(
         "mkdir /mnt/etc; mount -t tmpfs -o size=16m none /mnt/etc; cp -a /etc/. /mnt/etc;"
         "mount --bind /mnt/etc /etc; cat /dev/zero >/etc/filler 2>/dev/null || true");
-    ExpectATour(box, Traced(box));
+    ExpectATour(box, Hasty(box));
     EXPECT_EQ(box.Read("/etc/ntp.conf").find("ntp.example.net"), std::string::npos);
 }
 

@@ -1,11 +1,13 @@
 // A preloaded library that makes one request of the program fail. FAULTY selects it:
 //
-//     FAULTY="memory 20"     the twentieth allocation after the first key fails
-//     FAULTY="memory 20+"    ... and all later ones
-//     FAULTY="early 20"      the twentieth allocation since the start
-//     FAULTY="close 7"       the seventh close of a file reports an error (but closes the file)
+//     FAULTY="memory 20"     the twentieth request for memory from the second key on is refused
+//     FAULTY="memory 20+"    ... and all that follow
+//     FAULTY="early 20"      the twentieth of all requests
+//     FAULTY="close 7"       the seventh file closed reports an error (and is closed, as ever)
+//     FAULTY="stack"         the second key uses the stack up
 //
-// When it has failed, it creates the file /tmp/failed. The program's commands are not affected.
+// When it has come to that there is the file /tmp/failed. The program's pauses pass at once. Its
+// commands are spared.
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -13,6 +15,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/syscall.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <initializer_list>
@@ -49,10 +52,12 @@ Fault early = {"early ", ENOMEM};
 Fault closing = {"close ", EIO};
 int keys = 0;
 bool spared = false;
+bool uses_stack_up = false;
 
 __attribute__((constructor)) void Begin() {
     const char* text = getenv("FAULTY");
     if (text == nullptr || strcmp(program_invocation_short_name, "ifmenu") != 0) return;
+    uses_stack_up = strcmp(text, "stack") == 0;
     for (Fault* fault : {&memory, &early, &closing}) {
         const size_t length = strlen(fault->what);
         if (strncmp(text, fault->what, length) != 0) continue;
@@ -66,6 +71,12 @@ bool NoMemory() {
     return !spared && (memory.Strikes() || early.Strikes());
 }
 
+// Never comes to an end, as nothing in its way is other than 0.
+int Deeper(volatile char* above) {
+    volatile char here[1 << 16] = {};
+    return *above != 0 ? 0 : Deeper(here) + here[0];
+}
+
 }  // namespace
 
 extern "C" {
@@ -74,6 +85,8 @@ ssize_t read(int descriptor, void* bytes, size_t size) {
     const ssize_t length = syscall(SYS_read, descriptor, bytes, size);
     // The first key makes curses compare screens, and it must get the memory for setting this up.
     if (descriptor == STDIN_FILENO && length > 0) memory.begun = ++keys > 1;
+    volatile char top[1] = {};
+    if (uses_stack_up && memory.begun) keys = Deeper(top);
     return length;
 }
 
@@ -97,6 +110,10 @@ passwd* getpwnam(const char* name) {
     passwd* account = search(name);
     spared = false;
     return account;
+}
+
+int nanosleep(const timespec*, timespec*) {
+    return 0;
 }
 
 int close(int descriptor) {

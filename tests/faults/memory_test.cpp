@@ -2,6 +2,7 @@
 // ends properly, and all its files are intact.
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <iostream>
 #include <map>
 #include <string>
@@ -18,8 +19,9 @@ constexpr bool kHasSanitizer = true;
 constexpr bool kHasSanitizer = false;
 #endif
 
-TerminalOptions Faulty(const Machine& box, const std::string& fault) {
-    TerminalOptions options = Traced(box);
+TerminalOptions Faulty(const std::string& fault) {
+    TerminalOptions options;
+    options.rows = 30;
     options.environment["FAULTY"] = fault;
     options.environment["LD_PRELOAD"] = FAULTS_FAULTY ":" FAULTS_CARDS;
     return options;
@@ -38,7 +40,7 @@ struct FaultyTours {
     bool Walk(const std::string& fault, void (*tour)(Terminal&) = RushTour) {
         box.Reset();
         box.Remove("/tmp/failed");
-        Terminal t(box, Faulty(box, fault));
+        Terminal t(box, Faulty(fault));
         tour(t);
         const Ending ending = EndTour(t);
         ++endings[ending.signal != 0 ? 128 + ending.signal : ending.status];
@@ -105,14 +107,42 @@ TEST(Memory, NothingIsLostIfOneRequestOfAnEntryBoxFails) {
         EXPECT_TRUE(tours.Walk("memory " + std::to_string(n), RenameTour)) << n;
 }
 
-// Before its first screen, curses itself may not survive a failing allocation.
-TEST(Memory, AFailureBeforeTheFirstScreenLeavesLineMode) {
+// Keys typed ahead were meant for the program.
+TEST(Memory, RefusedLeavesNoTypedKeyToTheShell) {
+    if (kHasSanitizer) return;
+    TourBox box;
+    TerminalOptions options = Faulty("memory 20+");
+    options.program = "/bin/sh";
+    options.arguments = {"-c", IFMENU_PROGRAM
+                         "; echo status $?; stty -icanon min 0 time 0; cat >/run/left; echo end"};
+    Terminal t(box, options);
+    t.WaitFor("Exit this program");
+    box.Sh("kill -STOP $(pgrep -ox ifmenu)");
+    t.Press("n<Enter>-2<Enter>t<Enter>n<Enter>reboot<Enter>");
+    box.Sh("kill -CONT $(pgrep -ox ifmenu)");
+    t.WaitFor("end");
+    EXPECT_TRUE(t.Shows("Out of memory.") && t.Shows("status 1"));
+    EXPECT_EQ(box.Read("/run/left"), "");
+}
+
+TEST(Stack, UsedUpLeavesATerminalToTypeOn) {
+    if (kHasSanitizer) return;
+    TourBox box;
+    Terminal t(box, Faulty("stack"));
+    t.WaitFor("Exit this program");
+    t.Press("<Down><Down>");
+    EXPECT_EQ(t.WaitExit(), Killed(SIGSEGV));
+    EXPECT_EQ(TerminalDamage(t), "");
+}
+
+// Curses itself may not outlive a refusal before its first screen stands.
+TEST(Memory, RefusedBeforeTheFirstScreenLeavesLineMode) {
     if (kHasSanitizer) return;
     TourBox box;
     int refused = 0;
     for (bool failed = true; failed;) {
         box.Remove("/tmp/failed");
-        Terminal t(box, Faulty(box, "early " + std::to_string(refused + 1)));
+        Terminal t(box, Faulty("early " + std::to_string(refused + 1)));
         box.Await([&] { return !t.Running() || t.Shows("Exit this program"); },
                   Terminal::kPatience);
         failed = box.Exists("/tmp/failed");

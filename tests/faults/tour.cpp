@@ -1,6 +1,7 @@
 #include "tour.h"
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -29,17 +30,19 @@ struct SavedFile {
     const char* path;
     std::string before, after;
     mode_t mode;
+    bool has_list = false;  // one more reader; the mode's middle digit is the list's mask
 };
 
 const SavedFile kNtp = {
     "/etc/ntp.conf", "driftfile /var/lib/ntp/drift\nserver time.example.org iburst\n",
-    "driftfile /var/lib/ntp/drift\nserver time.example.org iburst\nserver ntp.example.net\n", 0640};
+    "driftfile /var/lib/ntp/drift\nserver time.example.org iburst\nserver ntp.example.net\n", 0640,
+    true};
 
 const SavedFile kSaved[] = {
     {"/etc/hostname", "appliance\n", "appliance-2\n", 0644},
     kNtp,
     {kSettings, kOldSettings, kNewSettings, 0600},
-    {"/etc/vsftpd.conf", "listen=YES\nssl_enable=NO\n", "listen=YES\nssl_enable=YES\n", 0644},
+    {"/etc/vsftpd.conf", "listen=YES\nssl_enable=NO\n", "listen=YES\nssl_enable=YES\n", 0640, true},
 };
 
 // The settings may have any combination of the tour's changes: each setting may be changed or not.
@@ -63,6 +66,24 @@ mode_t ModeOf(const Machine& box, const std::string& path) {
     return about.st_mode & 07777;
 }
 
+constexpr const char* kAccessList = "system.posix_acl_access";
+
+// The owner writes, user 1234 reads, the group and all others do nothing.
+const std::string kOneMoreReader(
+    "\2\0\0\0"
+    "\x01\0\6\0\xff\xff\xff\xff"
+    "\x02\0\4\0\xd2\4\0\0"
+    "\x04\0\0\0\xff\xff\xff\xff"
+    "\x10\0\4\0\xff\xff\xff\xff"
+    "\x20\0\0\0\xff\xff\xff\xff",
+    44);
+
+std::string ListOf(const Machine& box, const std::string& path) {
+    char list[100];
+    const ssize_t size = getxattr(box.OutsidePath(path).c_str(), kAccessList, list, sizeof list);
+    return std::string(list, static_cast<size_t>(std::max<ssize_t>(size, 0)));
+}
+
 }  // namespace
 
 TourBox::TourBox() {
@@ -72,13 +93,16 @@ TourBox::TourBox() {
 void TourBox::Reset() {
     for (const std::string& path : Leftovers())
         Remove(path);
-    for (const char* path :
-         {"/etc/vsftpd.conf.disabled", "/etc/vsftpd.conf.tmp", "/etc/samba/smb.conf.disabled",
-          "/etc/local.desktop.webui.ctl", "/etc/TAVRIN/disable.reporting.ui"})
+    for (const char* path : {"/etc/vsftpd.conf.disabled", "/etc/samba/smb.conf.disabled",
+                             "/etc/local.desktop.webui.ctl", "/etc/TAVRIN/disable.reporting.ui"})
         Remove(path);
     WriteSettings();
-    for (const SavedFile& file : kSaved)
+    for (const SavedFile& file : kSaved) {
         Write(file.path, file.before, file.mode);
+        if (!file.has_list) continue;
+        has_lists_ = setxattr(OutsidePath(file.path).c_str(), kAccessList, kOneMoreReader.data(),
+                              kOneMoreReader.size(), 0) == 0;
+    }
     Write("/sys/class/net/wlan0/phy80211/rfkill0/soft", "0\n");
     SetHostName(*this, "appliance");
     ForgetCalls();
@@ -89,13 +113,15 @@ std::vector<std::string> TourBox::Leftovers() const {
     for (const std::string folder : {"/etc/", "/etc/network/"}) {
         for (const auto& entry : std::filesystem::directory_iterator(OutsidePath(folder))) {
             const std::string name = entry.path().filename().string();
-            if (name.starts_with(".ifmenu-")) leftovers.push_back(folder + name);
+            if (name.starts_with(".ifmenu-") || name.ends_with(".tmp") ||
+                name == ".local.desktop.vnc.passwd.old")
+                leftovers.push_back(folder + name);
         }
     }
     return leftovers;
 }
 
-std::string TourBox::Damage() {
+std::string TourBox::Damage(const std::string& failed_call) {
     std::string damage;
     for (const SavedFile& file : kSaved) {
         const std::string parked = std::string(file.path) + ".disabled";
@@ -104,9 +130,15 @@ std::string TourBox::Damage() {
         if (!IsWhole(file, text)) damage += path + " holds:\n" + text;
         if (Exists(path) && ModeOf(*this, path) != file.mode)
             damage += path + " has another mode\n";
+        if (Exists(path) && file.has_list && has_lists_ && ListOf(*this, path) != kOneMoreReader)
+            damage += path + " has another access control list\n";
     }
-    for (const std::string& path : Leftovers())
+    for (const std::string& path : Leftovers()) {
+        if (path.find(".ifmenu-") == std::string::npos &&
+            failed_call.find('"' + path + '"') != std::string::npos)
+            continue;
         damage += path + " was left behind\n";
+    }
     return damage;
 }
 
@@ -195,6 +227,17 @@ void RushTour(Terminal& t) {
     t.Settle(kLegSeconds);
 }
 
+TerminalOptions Hasty(const Machine& box, const FailingCall& fault) {
+    TerminalOptions options;
+    options.rows = 30;
+    // A fault may be the end of what would be given back.
+    options.environment = lifecycle::WithoutLeakSearch(box);
+    options.program = FAULTS_INJECT;
+    options.arguments = {std::to_string(fault.call), std::to_string(fault.when),
+                         std::to_string(fault.error), IFMENU_PROGRAM};
+    return options;
+}
+
 TerminalOptions Traced(const Machine& box, const std::string& calls, const std::string& injection) {
     TerminalOptions options;
     options.rows = 30;
@@ -207,7 +250,7 @@ TerminalOptions Traced(const Machine& box, const std::string& calls, const std::
     const auto add = [&](const std::string& expression) {
         options.arguments.insert(options.arguments.end(), {"-e", expression});
     };
-    add("trace=clock_nanosleep" + (calls.empty() ? "" : "," + calls));
+    add("trace=clock_nanosleep," + calls);
     if (!injection.empty()) add("inject=" + injection);
     options.arguments.push_back(IFMENU_PROGRAM);
     return options;

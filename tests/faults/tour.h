@@ -24,10 +24,11 @@ class TourBox : public FullMachine {
     TourBox();
     // Restores everything that a tour changes.
     void Reset();
-    // Describes what is wrong with the files that the program saves: each must be the complete old
-    // or new file, with its mode, and no other file may be next to them. Empty if all is well.
-    std::string Damage();
-    // Whether all files are the new ones.
+    // What is wrong with the files that the program saves: each must be the old or the new one, as
+    // a whole, with its mode and access control list, and nothing else may lie beside them. Empty
+    // when all is well. What a call was to rename or to remove may be left where it has failed.
+    std::string Damage(const std::string& failed_call = "");
+    // Whether every file is the new one.
     bool AllSaved();
     // Whether no file has changed; whether the time servers have not.
     bool AllUntouched();
@@ -35,6 +36,7 @@ class TourBox : public FullMachine {
 
   private:
     std::vector<std::string> Leftovers() const;
+    bool has_lists_ = true;  // whether files can have access control lists here
 };
 
 // A part of the tour: keys typed at once, and a text on the screen afterwards.
@@ -51,9 +53,21 @@ void WalkTour(Terminal& t, bool watched = false);
 // The same with all keys typed at once, like an operator in a hurry.
 void RushTour(Terminal& t);
 
-// Runs the program under strace, which skips its pauses and records these system calls in kTrace,
-// e.g. "read,write". An injection is an expression for strace, e.g. "read:error=EIO:when=7".
-TerminalOptions Traced(const Machine& box, const std::string& calls = "",
+// A system call that fails, the when-th of its number.
+struct FailingCall {
+    int call = -1;
+    int when = 0;
+    int error = 0;
+};
+
+// How the program is started so that its pauses pass at once, and perhaps a call fails. Its first
+// two arguments are then in kInjected.
+TerminalOptions Hasty(const Machine& box, const FailingCall& fault = {});
+inline constexpr const char* kInjected = "/tmp/injected";
+
+// The same under a tracer that writes down in kTrace the system calls asked for, e.g. "read,write".
+// An injection is what strace shall do to one of them, e.g. "read:error=EIO:when=7".
+TerminalOptions Traced(const Machine& box, const std::string& calls,
                        const std::string& injection = "");
 inline constexpr const char* kTrace = "/tmp/trace";
 

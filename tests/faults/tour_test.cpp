@@ -8,7 +8,7 @@ namespace {
 
 TEST(Tour, ReachesEveryScreenAndSavesEveryFile) {
     TourBox box;
-    Terminal t(box, Traced(box));
+    Terminal t(box, Hasty(box));
     WalkTour(t, true);
     EXPECT_EQ(t.WaitExit(), Exited(0));
     EXPECT_EQ(TerminalDamage(t), "");
@@ -18,7 +18,7 @@ TEST(Tour, ReachesEveryScreenAndSavesEveryFile) {
 
 TEST(Tour, CanBeTypedAtOnce) {
     TourBox box;
-    Terminal t(box, Traced(box));
+    Terminal t(box, Hasty(box));
     RushTour(t);
     EXPECT_EQ(t.WaitExit(), Exited(0));
     EXPECT_EQ(TerminalDamage(t), "");
