@@ -5,6 +5,8 @@
 
 #include <csignal>
 #include <functional>
+#include <memory>
+#include <vector>
 
 #include "lifecycle_fixtures.h"
 
@@ -93,18 +95,28 @@ TEST(EndingSignals, EndItDuringASlowNameLookup) {
     EXPECT_EQ(t.WaitExit(kEndsWithin), Exited(143));
 }
 
-// Started with SIGALRM ignored, the signal that ends a hanging clean-up.
-TEST(EndingSignals, EndItOnAStoppedTerminal) {
+// A clean-up that hangs is ended by SIGALRM, also where whoever started the program ignores or
+// blocks that. It follows on an ending signal or on a fault.
+class HeldUpByAStoppedTerminal : public testing::TestWithParam<int> {};
+INSTANTIATE_TEST_SUITE_P(Endings, HeldUpByAStoppedTerminal, testing::Values(SIGTERM, SIGUSR1));
+
+TEST_P(HeldUpByAStoppedTerminal, ItEnds) {
     Machine box;
-    TerminalOptions options;
-    options.ignored_signals = {SIGALRM};
-    Terminal t(box, options);
-    t.WaitFor(kMainMenu.sign);
-    t.SendBytes("\x13");  // Ctrl-S
-    t.RunFor(0.2);
-    t.Signal(SIGTERM);
-    const Ending ending = t.WaitExit(kEndsWithin);
-    EXPECT_TRUE(ending == Exited(143) || ending == Killed(SIGALRM)) << ending;
+    TerminalOptions ignoring, blocking;
+    ignoring.ignored_signals = {SIGALRM};
+    blocking.program = "/usr/bin/env";
+    blocking.arguments = {"--block-signal=ALRM", IFMENU_PROGRAM};
+    std::vector<std::unique_ptr<Terminal>> terminals;
+    for (const TerminalOptions& options : {ignoring, blocking}) {
+        terminals.push_back(std::make_unique<Terminal>(box, options));
+        Terminal& t = *terminals.back();
+        GoTo(t, kMainMenu);
+        t.Press("<C-s>");
+        t.Settle();
+        t.Signal(GetParam());
+    }
+    for (const auto& t : terminals)
+        EXPECT_EQ(t->WaitExit(kEndsWithin), Killed(SIGALRM));
 }
 
 // ---- the terminal afterwards ----
