@@ -190,17 +190,17 @@ TEST(PoorMachine, WithALimitOnTheSizeOfFilesNothingIsSavedAndNothingLost) {
     EXPECT_TRUE(box.AllUntouched());
 }
 
-// Nobody reads or writes them: whoever opened one to wait would wait for ever.
+// Nobody reads or writes them: whoever opened one to wait would wait for ever. (Left out are those
+// that commands copy to.)
 TEST(PoorMachine, WithPipesInThePlaceOfItsFilesEveryScreenComesUp) {
     TourBox box;
-    for (const char* file :
-         {"/etc/hostname", "/etc/ntp.conf", "/etc/network/02:00:00:00:10:40",
-          "/etc/local.desktop.vnc", "/etc/local.desktop.webui.ctl", "/etc/TAVRIN/disable.reporting",
-          "/etc/TAVRIN/disable.reporting.ui", "/etc/caption-sync.disabled",
-          "/var/network/02:00:00:00:10:40/wpa_supplicant.pid",
-          "/sys/class/net/wlan0/phy80211/rfkill0/state",
-          "/sys/class/net/wlan0/phy80211/rfkill0/hard",
-          "/sys/class/net/wlan0/phy80211/rfkill0/soft"}) {
+    for (const char* file : {"/etc/hostname", "/etc/ntp.conf", "/etc/local.desktop.vnc",
+                             "/etc/local.desktop.webui.ctl", "/etc/TAVRIN/disable.reporting",
+                             "/etc/TAVRIN/disable.reporting.ui", "/etc/caption-sync.disabled",
+                             "/var/network/02:00:00:00:10:40/wpa_supplicant.pid",
+                             "/sys/class/net/wlan0/phy80211/rfkill0/state",
+                             "/sys/class/net/wlan0/phy80211/rfkill0/hard",
+                             "/sys/class/net/wlan0/phy80211/rfkill0/soft"}) {
         box.Remove(file);
         box.Sh(std::string("mkfifo ") + file);
     }
