@@ -126,7 +126,7 @@ void PrepareProcess() {
     std::set_new_handler(OnMemoryExhausted);
     CloseSignalGate();
     std::signal(SIGCHLD, SIG_IGN);
-    // A limit on the size of files fails a write, like a full disk.
+    // At a file size limit a write must fail, as on a full disk, instead of ending the program.
     std::signal(SIGXFSZ, SIG_IGN);
     struct sigaction action = {};
     action.sa_handler = OnTerminateSignal;

@@ -32,7 +32,7 @@ std::string TemporaryName(const char* path) {
     return std::string(path) + ".tmp";
 }
 
-// The setting in one line; nothing when the line holds another.
+// The setting in one line; nothing if the line does not set it.
 std::optional<bool> TlsInLine(std::string_view line) {
     line = TrimStart(line, kBlanks);
     const std::size_t equals = line.find('=');
@@ -79,7 +79,7 @@ bool ReadFtpTls() {
 void WriteFtpTls(bool enable) {
     const auto config = OpenConfig();
     if (!config) return;
-    // What a power cut has left, also while the other one was the file.
+    // A power cut may have left either of them, even if that file was then switched off or on.
     for (const char* path : kPaths)
         unlink(TemporaryName(path).c_str());
     SaveFileThrough(TemporaryName(config->path), config->path, WithFtpTls(config->text, enable));

@@ -55,7 +55,7 @@ bool Exists(const char* path) {
     return lstat(path, &about) == 0;
 }
 
-// When the program ends before the tool: what that goes on writing has no name any more.
+// If the program ends before the tool, the tool goes on writing to a file without a name.
 void TakeBackNewFile() {
     unlink(kPasswordFile);
     std::rename(kOldPasswordFile, kPasswordFile);
@@ -77,7 +77,7 @@ void SetVncPassword(Secret password) {
         const bool is_aside =
             IsRegularFile(kPasswordFile) && std::rename(kPasswordFile, kOldPasswordFile) == 0;
         if (!Exists(kPasswordFile)) before_end = TakeBackNewFile;
-        // The shell makes the file, or fills an older one, before its mode can be set.
+        // The shell creates or overwrites the file, so its mode can't be set in advance.
         const mode_t before = umask(kOwnerOnly);
         chmod(kPasswordFile, kOwnerReads);
         const int status =

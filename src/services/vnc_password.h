@@ -6,10 +6,10 @@
 
 #include "util/secret.h"
 
-// Makes /etc/local.desktop.vnc.passwd from the password with the VNC server's own tool, which gets
-// it through a pipe, on the plain terminal. An empty password changes nothing. When the tool fails,
-// by its exit status, or the program is told to end before it has ended, the old password is in
-// force again; nothing is reported. The password is gone as soon as the tool has it.
+// Writes /etc/local.desktop.vnc.passwd with the VNC server's own tool, vncpasswd, which reads the
+// password from a pipe. Runs on the plain terminal. An empty password changes nothing. If the tool
+// fails (by its exit status), or a signal ends the program before it, the old password file is
+// restored; nothing is reported. The password is erased as soon as the tool has it.
 //
 // A new file is created that only its owner can ever read, so a process that holds the old file
 // open does not see the new password. Only if the old file is a symbolic link or a mount point is

@@ -107,9 +107,9 @@ void DropTypedKeys();
 // Restores the terminal if curses is using it: mouse reporting off, cursor on, main screen.
 void RestoreTerminal();
 
-// What EndProgram does first, where something would be left half done.
+// EndProgram calls this first, if it is set: to undo work that would be left half done.
 extern void (*before_end)();
 
-// Ends the commands that run beside the program, drops the keys typed ahead, restores the terminal,
-// and ends the program with that status.
+// Kills background commands, drops typed-ahead keys, restores the terminal, and exits with that
+// status.
 [[noreturn]] void EndProgram(int status);

@@ -31,7 +31,7 @@ struct Redirection {
     int output = -1;  // only for background commands
 };
 
-// All but SIGHUP: what was started with nohup goes on, commands too.
+// All but SIGHUP: under nohup, commands keep running, too.
 sigset_t SignalsAtDefault() {
     sigset_t signals;
     sigfillset(&signals);
@@ -51,8 +51,8 @@ void SetAttributes(posix_spawnattr_t& attributes, bool own_group) {
         &attributes, static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | group));
 }
 
-// Starts a shell that ignores SIGHUP, which posix_spawn can't. If the program itself ignored it for
-// a moment, one that came then would be lost.
+// Starts a shell that ignores SIGHUP. posix_spawn can't: it passes on what this program ignores,
+// and a SIGHUP that arrived while it did would be lost.
 pid_t StartDeafShell(char* const* arguments, int input) {
     const pid_t pid = fork();
     if (pid != 0) return pid;
@@ -84,7 +84,7 @@ void SetDescriptors(posix_spawn_file_actions_t& actions, const Redirection& redi
 pid_t StartShell(const char* command, const Redirection& redirection) {
     char shell[] = "sh";
     char flag[] = "-c";
-    // No copy: the command may hold a password, and its owner wipes it.
+    // Not copied: the command may contain a password, and its owner erases it.
     char* arguments[] = {shell, flag, const_cast<char*>(command), nullptr};
     const bool is_beside = redirection.output >= 0;
     if (HangUpIsHeld() && !is_beside) return StartDeafShell(arguments, redirection.input);

@@ -1,10 +1,10 @@
 // The only way to run other programs: shell commands, run by /bin/sh -c exactly as written.
 //
-// A command starts with no signal held back, and with all of them at their defaults, whatever this
-// program or its parent does with them: start-up scripts whose shell hands an ignored SIGCHLD on
-// misread their own children, and Ctrl-C must end a command that hangs. SIGHUP alone stays ignored
-// where the parent ignores it (nohup), and is ignored while it is held (util/signal_gate.h). The
-// operator sees what the command itself prints.
+// A command starts with no signals blocked and all of them at their defaults, however this program
+// or its parent handles them: with SIGCHLD ignored, start-up scripts in some shells misread the
+// status of their children, and Ctrl-C must end a hanging command. Only SIGHUP stays ignored if the
+// parent ignores it (nohup), and is ignored while it is held (util/signal_gate.h). The operator
+// sees what the command itself prints.
 #pragma once
 
 #include <sys/types.h>

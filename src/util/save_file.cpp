@@ -68,7 +68,7 @@ bool IsRefusal(int error) {
            error == EINVAL;
 }
 
-// ---- extended attributes: access control lists, labels, and what else a file has ----
+// ---- extended attributes: access control lists, labels and others ----
 
 using Attributes = std::map<std::string, std::string>;
 
@@ -221,11 +221,11 @@ bool GiveName(int descriptor, const std::string& name) {
     return linkat(AT_FDCWD, link.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
-// What the new file is called until it takes the old one's place.
+// The new file's name until it replaces the old one.
 struct NewName {
     std::string path;
-    // One that the caller has given: a file that can't take the place stays under it, and where
-    // there can be none, nothing is saved.
+    // The caller chose the name: a file that can't replace the old one keeps it, and if it can't be
+    // created, nothing is saved.
     bool is_given = false;
 };
 
@@ -298,11 +298,11 @@ bool WriteToDevice(const std::string& path, std::string_view text) {
     return descriptor >= 0 && CloseFile(descriptor, WriteAll(descriptor, text));
 }
 
-// Saves beside the old file, or else in its place.
+// Replaces the file; overwrites it in place if it can't be replaced.
 bool Save(const NewName& name, const std::string& path, std::string_view text) {
     struct stat old = {};
     const bool exists = stat(path.c_str(), &old) == 0;
-    // What can't be looked at is not a missing file: links in a circle, say.
+    // A path that can't be examined is not a missing file; it may be a loop of links.
     if (name.path.empty() || (!exists && errno != ENOENT)) return false;
     if (exists && S_ISDIR(old.st_mode)) return false;
     if (exists && !S_ISREG(old.st_mode)) return WriteToDevice(path, text);
@@ -319,7 +319,7 @@ bool SaveFile(const std::string& path, std::string_view text) {
 }
 
 bool SaveFileThrough(const std::string& temporary, const std::string& path, std::string_view text) {
-    // Never into what is there under that name: a link, or a file that others have open.
+    // Never writes to an existing file of that name: it may be a link, or open in another process.
     unlink(temporary.c_str());
     return Save({.path = temporary, .is_given = true}, path, text);
 }

@@ -1,7 +1,7 @@
-// Rewriting a file so that its settings can't be lost: a full disk, a limit on the size of files, a
-// kill or a power cut at any moment leaves either the old file or the new one, never a mixture.
-// Every file that the program rewrites goes through here. Where files have a limit, SIGXFSZ is to
-// be ignored.
+// Rewrites a file so that its content can't be lost: a full disk, a file size limit, a kill or a
+// power cut at any moment leaves either the old file or the new one, never a mixture. The program
+// rewrites all files through these functions. The caller ignores SIGXFSZ, which would end it at a
+// file size limit.
 #pragma once
 
 #include <string>
@@ -27,8 +27,7 @@
 // to the old length, which are then cut off.
 bool SaveFile(const std::string& path, std::string_view text);
 
-// The same for a file whose temporary neighbour has a name of its own; what is there under that
-// name is removed first. Links are not followed: `path` itself is replaced. Where no file can be
-// made under that name, nothing is saved, and a new file that can't take the old one's place stays
-// under it.
+// The same with a temporary file of a given name; an existing file of that name is removed first.
+// Links are not followed: `path` itself is replaced. If no file of that name can be created,
+// nothing is saved; if the new file can't be renamed to `path`, it keeps its temporary name.
 bool SaveFileThrough(const std::string& temporary, const std::string& path, std::string_view text);

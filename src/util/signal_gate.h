@@ -21,10 +21,10 @@ void CloseSignalGate();
 // returns at once and no signal is delivered. Without descriptors, pending signals are delivered.
 int PollWithOpenGate(pollfd* descriptors, nfds_t count, int milliseconds);
 
-// For what must not be left half done, an update between its stop and its start say: as long as
-// this lives, SIGHUP does not pass the gate, and commands on the terminal (util/command.h) start
-// with it ignored, so that a line that goes away ends neither. It ends the program as soon as this
-// ends.
+// For work that must not be interrupted halfway, such as an update between its stop and its start.
+// While this lives, SIGHUP does not pass the gate and commands on the terminal (util/command.h)
+// start with it ignored, so a dropped line ends neither. A SIGHUP that has arrived ends the program
+// as soon as this is destroyed.
 struct HangUpHeld {
     HangUpHeld();
     ~HangUpHeld();

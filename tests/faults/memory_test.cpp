@@ -136,7 +136,7 @@ TEST(Stack, UsedUpLeavesATerminalToTypeOn) {
 }
 
 // Curses itself may not outlive a refusal before its first screen stands.
-TEST(Memory, RefusedBeforeTheFirstScreenLeavesLineMode) {
+TEST(Memory, AFailureBeforeTheFirstScreenLeavesLineMode) {
     if (kHasSanitizer) return;
     TourBox box;
     int refused = 0;

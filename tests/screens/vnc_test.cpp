@@ -344,7 +344,7 @@ TEST(VncChange, RemovesWhatAPowerCutHasLeft) {
 }
 
 // Whoever has the old file open, or a second name of it, keeps the old password.
-TEST(VncChange, MakesANewFile) {
+TEST(VncChange, CreatesANewFile) {
     VncBox box;
     box.SetPassword(0644);
     box.Sh(std::string("ln ") + kVncPassword + " /etc/second");

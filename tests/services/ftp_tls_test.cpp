@@ -266,7 +266,7 @@ TEST_F(FtpTlsFile, RemovesWhatAPowerCutHasLeft) {
     EXPECT_EQ(said, "/etc/vsftpd.conf=ssl_enable=YES\n;");
 }
 
-TEST_F(FtpTlsFile, OnAFullDiskTheOldOneStaysWhole) {
+TEST_F(FtpTlsFile, OnAFullDiskTheOldFileStaysIntact) {
     const std::string old = "ssl_enable=NO\n# " + std::string(20000, 'x') + "\n";
     const std::string said = InOwnRoot([&] {
         if (mount("none", "/etc", "tmpfs", 0, "size=32k") != 0) return std::string("no mount");

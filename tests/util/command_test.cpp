@@ -105,7 +105,7 @@ const Door kPlainDoors[] = {
      }},
 };
 
-TEST(Command, StartsWithItsSignalsAtTheirDefaultsWhateverTheShell) {
+TEST(Command, StartsWithDefaultSignalsInAnyShell) {
     for (const Door& door : kPlainDoors) {
         SCOPED_TRACE(door.name);
         const TemporaryFolder folder;

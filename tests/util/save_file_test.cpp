@@ -496,11 +496,11 @@ TEST_F(SaveFileFaults, AKillNeverLeavesPartOfANewFile) {
 }
 
 // The new file has a name for as long as it takes to rename it.
-TEST_F(SaveFileFaults, AKillLeavesNothingElseButBetweenTheNewNameAndTheExchange) {
+TEST_F(SaveFileFaults, OnlyAKillBeforeTheExchangeLeavesAnotherFile) {
     ExpectNothingLeftButBeforeTheExchange([&] { return SaveFile(path_, kNew); });
 }
 
-TEST_F(SaveFileFaults, AKilledSaveLeavesNothingBehindTheNext) {
+TEST_F(SaveFileFaults, TheNextSaveCleansUpAfterAKilledOne) {
     ExpectNothingLeftByTheNext([&](const std::string& text) { return SaveFile(path_, text); });
 }
 
