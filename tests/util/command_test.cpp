@@ -80,7 +80,7 @@ std::uint64_t SignalSet(const std::string& status, const std::string& name) {
 
 // A machine whose shell does nothing but print its entry in the process table. Real shells are of
 // little use to see how they were started: some put SIGCHLD right by themselves, others don't.
-Prepared EnterMachineWithTellingShell(const TemporaryFolder& folder) {
+Prepared EnterMachineWithReportingShell(const TemporaryFolder& folder) {
     const std::string shell = folder.File("sh", "#!/usr/bin/env -S cat /proc/self/status --\n");
     chmod(shell.c_str(), 0755);
     if (unshare(CLONE_NEWNS) != 0) return Prepared::kRefused;
