@@ -74,6 +74,19 @@ TEST_P(LineGoesAway, FtpStartsWithItsNewSetting) {
     EXPECT_EQ(box.Read("/etc/vsftpd.conf"), "ssl_enable=YES\n");
 }
 
+// A single command does it all, with the hung-up terminal as its standard output.
+TEST_P(LineGoesAway, SmbIsDisabledToItsEnd) {
+    box.MakeDirectory("/etc/samba");
+    box.Write("/etc/samba/smb.conf", "[global]\n");
+    box.StandInScript("/etc/init.d/service-smbd", Gate::kWait);
+    box.StandIn("/etc/init.d/service-nmbd");
+    Terminal t(box);
+    ConfirmAndGoAway(t, "s<Enter>s<Enter>");
+    EXPECT_EQ(box.CallLines("/etc/init.d/service-nmbd").size(), 1U);
+    EXPECT_FALSE(box.Exists("/etc/samba/smb.conf"));
+    EXPECT_EQ(box.Read("/etc/samba/smb.conf.disabled"), "[global]\n");
+}
+
 // ---- what may hold the program up ----
 
 TEST(EndingSignals, EndItDuringASlowNameLookup) {
