@@ -76,7 +76,7 @@ void SetVncPassword(Secret password) {
     RunUpdate([&] {
         const bool is_aside =
             IsRegularFile(kPasswordFile) && std::rename(kPasswordFile, kOldPasswordFile) == 0;
-        if (!Exists(kPasswordFile)) before_end = TakeBackNewFile;
+        if (!Exists(kPasswordFile)) take_back = TakeBackNewFile;
         // The shell creates or overwrites the file, so its mode can't be set in advance.
         const mode_t before = umask(kOwnerOnly);
         chmod(kPasswordFile, kOwnerReads);
@@ -86,7 +86,7 @@ void SetVncPassword(Secret password) {
         if (is_aside && status != 0) std::rename(kOldPasswordFile, kPasswordFile);
         chmod(kPasswordFile, kOwnerReads);
         CutEmptyPassword();
-        before_end = nullptr;
+        take_back = nullptr;
         unlink(kOldPasswordFile);
     });
 }

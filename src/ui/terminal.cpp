@@ -367,14 +367,14 @@ void ReadLineOrEnd() {
         byte = ReadByte();
 }
 
+void (*take_back)() = nullptr;
+
 void RestoreTerminal() {
+    if (take_back != nullptr) take_back();
     if (stdscr != nullptr && !isendwin()) endwin();
 }
 
-void (*before_end)() = nullptr;
-
 void EndProgram(int status) {
-    if (before_end != nullptr) before_end();
     EndAllCommands();
     DropTypedKeys();
     RestoreTerminal();

@@ -104,11 +104,11 @@ void ReadLineOrEnd();
 // Drops typed keys that the program will not read, so that the shell does not run them.
 void DropTypedKeys();
 
-// Restores the terminal if curses is using it: mouse reporting off, cursor on, main screen.
+// Restores the terminal if curses is using it: mouse reporting off, cursor on, main screen. Whatever
+// ends the program calls this. If `take_back` is set, it is called first, to undo work that would be
+// left half done.
 void RestoreTerminal();
-
-// EndProgram calls this first, if it is set: to undo work that would be left half done.
-extern void (*before_end)();
+extern void (*take_back)();
 
 // Kills background commands, drops typed-ahead keys, restores the terminal, and exits with that
 // status.
