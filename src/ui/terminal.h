@@ -104,9 +104,9 @@ void ReadLineOrEnd();
 // Drops typed keys that the program will not read, so that the shell does not run them.
 void DropTypedKeys();
 
-// Restores the terminal if curses is using it: mouse reporting off, cursor on, main screen. Whatever
-// ends the program calls this. If `take_back` is set, it is called first, to undo work that would be
-// left half done.
+// Restores the terminal if curses is using it: mouse reporting off, cursor on, main screen.
+// Whatever ends the program calls this. If `take_back` is set, it is called first, to undo work
+// that would be left half done.
 void RestoreTerminal();
 extern void (*take_back)();
 
