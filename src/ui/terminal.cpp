@@ -124,13 +124,19 @@ void PutBack(int key) {
     curses_has_keys = curses_has_news = true;
 }
 
+// A vt220's keyboard says Find and Select where others have HOME and END.
+int WithHomeAndEnd(int key) {
+    if (key == KEY_FIND) return KEY_HOME;
+    return key == KEY_SELECT ? KEY_END : key;
+}
+
 // The key that curses has; ERR if none. Curses may wait for the rest of what looks like a mouse
 // report: ending signals are delivered meanwhile, with nothing left to draw.
 int KeyFromCurses() {
     if (is_wintouched(stdscr)) ShowScreen();
     curses_has_keys = false;
     const OpenSignalGate open;
-    return wgetch(stdscr);
+    return WithHomeAndEnd(wgetch(stdscr));
 }
 
 // The next byte of a sequence; ERR if there is none. A byte that can't belong to a sequence is put

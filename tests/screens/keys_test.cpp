@@ -157,11 +157,15 @@ constexpr SlowKey kSlowMenuKeys[] = {
     {"s", "Services", "<Up>", "", "Flush/reset DNS cache"},
     {"s", "Services", "<PageDown>", "", "Exit this program"},
     {"s", "Services", "<PageUp>", "", "Bring up all interfaces"},
+    {"s", "Services", "<End>", "", "Exit this program"},
+    {"s", "Services", "<Home>", "", "Bring up all interfaces"},
 };
 constexpr SlowKey kSlowEntryKeys[] = {
     {"n<Enter>", "appliance", "<Left>", "X", "appliancXe"},
     {"n<Enter><Left><Left>", "appliance", "<Right>", "X", "appliancXe"},
     {"n<Enter><Left>", "appliance", "<Delete>", "X", "appliancX"},
+    {"n<Enter><Left>", "appliance", "<End>", "X", "applianceX"},
+    {"n<Enter>", "appliance", "<Home>", "X", "Xappliance"},
 };
 
 // The row with the effect, if the machine kept the pace.
@@ -191,7 +195,7 @@ std::string EntryText(Terminal& t) {
     const int prompt = t.Find("Use only letters");
     if (prompt < 0) return "";
     std::string row = t.Row(prompt + 2);
-    const size_t first = row.find('a');
+    const size_t first = row.find_first_of("aX");
     if (first == std::string::npos) return "";
     row.erase(0, first);
     return row.substr(0, row.find_first_not_of("aplinceX"));
