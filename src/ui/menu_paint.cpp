@@ -66,5 +66,8 @@ void Menu::DrawItem(int index) const {
 
 void Menu::PlaceCursor() const {
     const int row = selection - top;
-    if (row >= 0 && row < height) move(y + row, x);
+    const MenuItem* item = ItemAt(selection);
+    if (item == nullptr || row < 0 || row >= height) return;
+    const std::size_t blanks = item->label.find_first_not_of(' ');
+    move(y + row, blanks < static_cast<std::size_t>(width) ? x + static_cast<int>(blanks) : x);
 }

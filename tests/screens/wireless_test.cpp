@@ -53,6 +53,20 @@ TEST(WirelessList, ShowsItsActionsAndTheNetworksInByteOrder) {
     EXPECT_EQ(box.Commands(), (Words{"list_networks", "scan_result"}));
 }
 
+TEST(WirelessList, TheCursorRestsAtTheSelectedNetworksText) {
+    WirelessBox box;
+    box.SetConfigured(Configured("0", "home", kHome));
+    box.SetSeen(Seen("b0:11:22:33:44:55", "home"));
+    List t(box);
+    const auto rests_at = [&](int n, int column) {
+        t.Press(ToNetwork(n));
+        const auto rests = [&] { return t.CursorRow() == 10 + n && t.CursorCol() == column; };
+        t.WaitUntil(rests, "the cursor at column " + std::to_string(column));
+    };
+    rests_at(0, 9);  // a known one, which is indented
+    rests_at(1, 4);
+}
+
 TEST(WirelessList, HotKeysSelectItsActions) {
     WirelessBox box;
     box.SetSeen(Seen(kHome, "sad radio"));
