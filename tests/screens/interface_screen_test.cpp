@@ -304,6 +304,20 @@ TEST(InterfaceScreen, TheRfkillRowFlipsTheSwitch) {
     EXPECT_THAT(box.Calls(kNetworkScript), IsEmpty());
 }
 
+// As the kernel numbers it after the card's module was reloaded.
+TEST(InterfaceScreen, TheRfkillSwitchMayHaveAnotherNumber) {
+    WirelessBox box;
+    box.RfkillFiles("wlan0", "1\n", "0\n", "0\n");
+    box.Sh("cd /sys/class/net/wlan0/phy80211 && mv rfkill0 rfkill4");
+    Terminal t(box);
+    OpenCard(t, "2", "wlan0");
+    EXPECT_EQ(t.Row(kTop + 1), "       Wireless: Enabled: Yes, RF-Kill: off");
+    t.Press("r<Enter>");
+    t.WaitFor("Disable soft RF-kill");
+    EXPECT_EQ(box.Read("/sys/class/net/wlan0/phy80211/rfkill4/soft"), "1\n");
+    EXPECT_EQ(t.Row(kTop + 1), "       Wireless: Enabled: Yes, RF-Kill: S/W");
+}
+
 // An unreadable file gives no news; an unwritable one changes nothing.
 TEST(InterfaceScreen, TheRfkillRowKeepsTheLastKnownState) {
     WirelessBox box;

@@ -207,6 +207,37 @@ TEST_F(MenuPaint, PairsHaveTheirColours) {
     EXPECT_EQ(getbkgd(stdscr) & A_ATTRIBUTES, kWhite);
 }
 
+// Attributes stand for the colours that a terminal does not have.
+constexpr Style kPlainStyles[] = {
+    {"plain", false, false, 0, A_BOLD},
+    {"selected", true, false, 0, A_REVERSE | A_BOLD},
+    {"hovered", false, false, MenuItem::kHover, A_BLINK | A_BOLD},
+    {"selected, hovered", true, false, MenuItem::kHover, A_REVERSE | A_BLINK | A_BOLD},
+    {"dim", false, false, MenuItem::kDim, A_DIM},
+    {"marked, dim", false, false, MenuItem::kMarked | 3, A_UNDERLINE | A_DIM},
+    {"marked, dim, selected", true, false, MenuItem::kMarked | 3, A_UNDERLINE | A_REVERSE | A_DIM},
+};
+
+TEST(MenuPaintWithoutColours, ARowsStyleFollowsItsState) {
+    const UnseenScreen screen("/dev/null", "vt220");
+    ASSERT_EQ(LINES, 24);
+    ASSERT_FALSE(has_colors());
+    Menu menu;
+    menu.Init();
+    menu.AddItem("a", 1);
+    menu.SetHotKey(menu.AddItem("b key", 2), 'k');
+    for (const Style& row : kPlainStyles) {
+        SCOPED_TRACE(row.what);
+        menu.items[1].flags = static_cast<std::uint8_t>(row.flags);
+        menu.selection = row.selected ? 1 : 0;
+        menu.Draw();
+        for (int column : {0, 3, menu.width - 1})
+            EXPECT_EQ(UnseenScreen::Style(menu.y + 1, menu.x + column), row.style) << column;
+        EXPECT_EQ(UnseenScreen::Style(menu.y + 1, menu.x + 2),
+                  A_UNDERLINE | A_BOLD | (row.selected ? A_REVERSE : 0U));
+    }
+}
+
 // ---- hot-key letters ----
 
 struct Mark {
