@@ -190,9 +190,10 @@ bool Machine::Start(const std::string& accelerator) {
         socket("monitor"),
         "-mon",
         "chardev=monitor,mode=control"};
-    // The clock of an emulated machine follows the machine's own speed, so that a busy computer
-    // does not cause pauses between the bytes of a key.
-    if (accelerator == "tcg") words.insert(words.end(), {"-icount", "shift=auto,sleep=on"});
+    // The clock of an emulated machine counts its instructions, so that a busy computer does not
+    // cause pauses between the bytes of a key. Its pace is fixed: an adaptive one speeds up on a
+    // busy computer until the machine does nothing but serve its clock.
+    if (accelerator == "tcg") words.insert(words.end(), {"-icount", "shift=3,sleep=on"});
     for (const char* file : {"kernel.log", "line.socket", "control.socket", "monitor.socket"})
         unlink((folder_ + "/" + file).c_str());
     qemu_ = fork();
