@@ -73,7 +73,7 @@ void Require(bool holds, const std::string& what) {
 Socket::Socket(const std::string& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    Require(path.size() < sizeof address.sun_path, "The path is too long for a socket: " + path);
+    Require(path.size() < sizeof address.sun_path, "path too long for a socket: " + path);
     path.copy(address.sun_path, sizeof address.sun_path - 1);
     fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const auto connects = [&] {
@@ -92,7 +92,7 @@ Socket::~Socket() {
 void Socket::Send(const std::string& bytes) {
     Require(
         send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size()),
-        "QEMU has gone");
+        "QEMU has ended");
 }
 
 void Socket::Receive(int milliseconds) {
@@ -110,8 +110,8 @@ Machine::Machine(const std::string& folder) : folder_(folder) {
     if (access("/dev/kvm", R_OK | W_OK) == 0 && Start("kvm")) return;
     End();
     emulated_ = true;
-    Require(Start("tcg"), "The machine does not start; " + folder_ + "/qemu.log and " + folder_ +
-                              "/kernel.log tell more");
+    Require(Start("tcg"), "The machine does not start. See " + folder_ + "/qemu.log and " +
+                              folder_ + "/kernel.log");
 }
 
 Machine::~Machine() {

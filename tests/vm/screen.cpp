@@ -44,7 +44,7 @@ void Screen::WaitForGone(const std::string& text, double seconds) {
         Look();
         return !Shows(text);
     };
-    if (!Await(gone, seconds)) throw Failure("does not go: " + text + "\n" + Text());
+    if (!Await(gone, seconds)) throw Failure("does not disappear: " + text + "\n" + Text());
 }
 
 int Screen::Selected() const {
@@ -57,6 +57,15 @@ int Screen::Selected() const {
         selected = row;
     }
     return selected;
+}
+
+void Screen::WaitSelected(const std::string& text) {
+    const auto selected = [&] {
+        Look();
+        const int row = Selected();
+        return row >= 0 && Row(row).find(text) != std::string::npos;
+    };
+    if (!Await(selected, 10)) throw Failure("not displayed as selected: " + text + "\n" + Text());
 }
 
 void Screen::Choose(const std::string& text) {
@@ -76,14 +85,7 @@ void Screen::Choose(const std::string& text) {
         last = Selected();
         Press("<Down>");
     }
-    throw Failure("no row is seen to be selected on the way to: " + text + "\n" + Text());
-}
-
-void Screen::ChooseAndConfirm(const std::string& text) {
-    Choose(text);
-    WaitFor("Are you sure? [y/n]");
-    Press("y");
-    WaitForGone("Are you sure? [y/n]");
+    throw Failure("the selection does not reach: " + text + "\n" + Text());
 }
 
 void Line::Clear() {
@@ -128,7 +130,7 @@ void Line::Open() {
 void Console::Look() {
     // Four bytes give the size and the cursor; then each cell is its character and its colours.
     const std::string all = machine_.Sh("cat /dev/vcsa1");
-    Require(all.size() > 4, "The console has no screen");
+    Require(all.size() > 4, "the console has no screen");
     const auto byte = [&](size_t i) { return static_cast<unsigned char>(all[i]); };
     rows_ = byte(0);
     columns_ = byte(1);

@@ -20,7 +20,7 @@ class Screen {
     virtual ~Screen() = default;
     // Reads what has arrived.
     virtual void Look() = 0;
-    // Keys as in keys.h: "s<Enter>".
+    // Keys are written as in keys.h: "s<Enter>".
     virtual void Press(const std::string& keys) = 0;
     virtual std::string Row(int row) const = 0;
     // Whether the cell looks like one of the selected row: reversed, or white on blue.
@@ -34,9 +34,9 @@ class Screen {
     void WaitForGone(const std::string& text, double seconds = kPatience);
     // The row that looks selected, among those with text; -1 if there is none or more than one.
     int Selected() const;
+    void WaitSelected(const std::string& text);
     // Moves with the arrow keys from the first row to the one with this text, and activates it.
     void Choose(const std::string& text);
-    void ChooseAndConfirm(const std::string& text);
 };
 
 // A terminal on the serial line of the machine, of the type that the shell was told.
