@@ -3,12 +3,17 @@
 #include <vterm.h>
 
 #include <algorithm>
+#include <string_view>
 #include <vector>
 
 namespace harness {
 namespace {
 
 constexpr char kEscape = '\x1b';
+// The last bytes of the sequences that erase, or insert, delete and scroll.
+constexpr std::string_view kErasing = "JKXLMP@ST";
+// Their like in two bytes: down, to the next line, up.
+constexpr std::string_view kScrolling = "DEM";
 
 const char* ColourName(int colour) {
     static const char* const kNames[] = {"black", "red",     "green", "yellow",
@@ -141,8 +146,9 @@ std::string Cell::Style() const {
     return style;
 }
 
-Emulator::Emulator(int rows, int cols, bool latin1, std::function<void(const std::string&)> reply)
-    : rows_(rows), cols_(cols), latin1_(latin1), reply_(std::move(reply)) {
+Emulator::Emulator(int rows, int cols, const EmulatorOptions& options,
+                   std::function<void(const std::string&)> reply)
+    : rows_(rows), cols_(cols), options_(options), reply_(std::move(reply)) {
     vterm_ = vterm_new(rows, cols);
     vterm_set_utf8(vterm_, 1);
     vterm_output_set_callback(vterm_, OnReply, &reply_);
@@ -178,11 +184,39 @@ void Emulator::FeedSequence(const std::string& sequence) {
     const bool is_public = sequence[2] != '?' && sequence[2] != '>';
     if (final == 'm' && is_public) {
         Write(WithDimAsBlink(sequence));
-    } else if ((final == 'J' || final == 'K' || final == 'X') && is_public && PenHasAttributes()) {
-        Erase(final, std::max(Numbers(sequence, 2)[0], 0));
+    } else if (is_public && kErasing.find(final) != std::string_view::npos) {
+        FeedErasing(sequence);
     } else {
         Write(sequence);
     }
+}
+
+// What may erase cells, or scroll blank ones in.
+void Emulator::FeedErasing(const std::string& bytes) {
+    const std::string colours = options_.erases_with_colour ? "" : PenColours();
+    if (!colours.empty()) Write("\x1b[39;49m");
+    const char final = bytes.back();
+    if ((final == 'J' || final == 'K' || final == 'X') && PenHasAttributes()) {
+        Erase(final, std::max(Numbers(bytes, 2)[0], 0));
+    } else {
+        Write(bytes);
+    }
+    Write(colours);
+}
+
+std::string Emulator::PenColours() const {
+    constexpr std::pair<VTermAttr, int> kColours[] = {{VTERM_ATTR_FOREGROUND, 30},
+                                                      {VTERM_ATTR_BACKGROUND, 40}};
+    std::string sequence = "\x1b[39;49";
+    for (const auto& [attribute, first] : kColours) {
+        VTermValue value{};
+        vterm_state_get_penattr(vterm_obtain_state(vterm_), attribute, &value);
+        const bool is_default =
+            VTERM_COLOR_IS_DEFAULT_FG(&value.color) || VTERM_COLOR_IS_DEFAULT_BG(&value.color);
+        const int index = ColourIndex(value.color, is_default);
+        if (index != kDefault) sequence += ";" + std::to_string(first + index);
+    }
+    return sequence + "m";
 }
 
 bool Emulator::PenHasAttributes() const {
@@ -225,8 +259,14 @@ void Emulator::Erase(char final, int argument) {
 }
 
 void Emulator::FeedText(const std::string& bytes) {
-    if (bytes.empty()) return;
-    Write(latin1_ ? Latin1ToUtf8(bytes) : bytes);
+    size_t at = 0;
+    while (at < bytes.size()) {
+        const size_t line_feed = std::min(bytes.find('\n', at), bytes.size());
+        const std::string text = bytes.substr(at, line_feed - at);
+        Write(options_.latin1 ? Latin1ToUtf8(text) : text);
+        if (line_feed < bytes.size()) FeedErasing("\n");
+        at = line_feed + 1;
+    }
 }
 
 void Emulator::Feed(const std::string& bytes) {
@@ -243,7 +283,9 @@ void Emulator::Feed(const std::string& bytes) {
             return;
         }
         if (all[at + 1] != '[') {
-            vterm_input_write(vterm_, all.data() + at, 2);
+            const bool scrolls = kScrolling.find(all[at + 1]) != std::string_view::npos;
+            const std::string sequence = all.substr(at, 2);
+            scrolls ? FeedErasing(sequence) : Write(sequence);
             at += 2;
             continue;
         }

@@ -5,6 +5,8 @@
 // - The bytes of a Latin-1 terminal are converted to UTF-8 before they go in.
 // - Erased cells take the current attributes. Only libvterm before 0.3 does that, so blanks are
 //   written instead.
+// - On a terminal that does not erase with the background colour, cells that are erased or scrolled
+//   in take the terminal's own colours.
 #pragma once
 
 #include <functional>
@@ -32,10 +34,16 @@ struct Cell {
     std::string Style() const;  // e.g. "white/blue bold"; "" if plain
 };
 
+struct EmulatorOptions {
+    bool latin1 = false;
+    bool erases_with_colour = true;  // terminfo's "bce"
+};
+
 class Emulator {
   public:
     // `reply` receives the terminal's answers to the program's requests.
-    Emulator(int rows, int cols, bool latin1, std::function<void(const std::string&)> reply);
+    Emulator(int rows, int cols, const EmulatorOptions& options,
+             std::function<void(const std::string&)> reply);
     ~Emulator();
     Emulator(const Emulator&) = delete;
     Emulator& operator=(const Emulator&) = delete;
@@ -55,13 +63,15 @@ class Emulator {
   private:
     void FeedSequence(const std::string& sequence);
     void FeedText(const std::string& text);
+    void FeedErasing(const std::string& bytes);
+    std::string PenColours() const;
     void TrackModes(const std::string& sequence);
     bool PenHasAttributes() const;
     void Erase(char final, int argument);
     void Write(const std::string& bytes);
 
     int rows_, cols_;
-    bool latin1_;
+    EmulatorOptions options_;
     int bells_ = 0;
     VTerm* vterm_ = nullptr;
     VTermScreen* screen_ = nullptr;

@@ -35,12 +35,14 @@ std::string Capability(const char* name) {
 
 using Keyboard = std::map<std::string, std::string>;
 
-// A terminal type that terminfo does not know gets the keys of an xterm.
-Keyboard ReadKeyboard(const std::string& terminal_type) {
+// A terminal type that terminfo does not know is taken for an xterm.
+bool OpenDescription(const std::string& terminal_type) {
     int error = 0;
-    if (setupterm(terminal_type.c_str(), 1, &error) != OK && setupterm("xterm", 1, &error) != OK) {
-        return {};
-    }
+    return setupterm(terminal_type.c_str(), 1, &error) == OK || setupterm("xterm", 1, &error) == OK;
+}
+
+Keyboard ReadKeyboard(const std::string& terminal_type) {
+    if (!OpenDescription(terminal_type)) return {};
     Keyboard keyboard;
     for (const Key& key : kKeys) {
         std::string bytes = key.capability == nullptr ? key.other : Capability(key.capability);
@@ -72,6 +74,13 @@ bool Has(const std::set<int>& modes, int mode) {
 }
 
 }  // namespace
+
+bool ErasesWithColour(const std::string& terminal_type) {
+    if (!OpenDescription(terminal_type)) return true;
+    const bool erases = tigetflag(const_cast<char*>("bce")) > 0;
+    del_curterm(cur_term);
+    return erases;
+}
 
 std::vector<KeyPress> KeyPresses(const std::string& terminal_type, const std::string& keys,
                                  std::string& error) {

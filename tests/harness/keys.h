@@ -1,4 +1,4 @@
-// The bytes that a keyboard and a mouse send, by type of terminal.
+// The bytes that a keyboard and a mouse send, by type of terminal, and how such a terminal erases.
 #pragma once
 
 #include <set>
@@ -21,6 +21,9 @@ std::vector<KeyPress> KeyPresses(const std::string& terminal_type, const std::st
                                  std::string& error);
 
 enum class MouseEvent { kMove, kPress, kRelease };
+
+// Whether cells that a terminal of this type erases take the background colour ("bce").
+bool ErasesWithColour(const std::string& terminal_type);
 
 // What a terminal with these private modes sends for an event of the left button; "" if it sends
 // nothing, because the program has not asked for such reports. Positions count from 0.

@@ -438,6 +438,27 @@ TEST(FullScreen, ErasedCellsTakeTheCurrentStyle) {
     EXPECT_EQ(t.CursorCol(), 2);
 }
 
+// Erased, scrolled in at either end, inserted, deleted: with the current colour only where
+// the terminal's description says so.
+TEST(FullScreen, NewCellsTakeTheColoursOfTheTerminalType) {
+    Machine box;
+    for (const char* term : {"xterm-256color", "linux", "screen", "tmux"}) {
+        SCOPED_TRACE(term);
+        TerminalOptions options = Shell(
+            "printf 'a\\r\\nb\\r\\nc\\r\\nd\\33[44m\\33[1;1H\\33M\\33[4;1H\\n\\33[2;1H\\33[L'");
+        options.term = term;
+        options.rows = 4;
+        options.cols = 3;
+        Terminal t(box, options);
+        t.WaitExit();
+        EXPECT_EQ(t.Screen(), (std::vector<std::string>{"a", "", "b", "c"}));
+        const bool with_colour = options.term == "xterm-256color" || options.term == "linux";
+        EXPECT_EQ(t.Style(0), "");
+        EXPECT_EQ(t.Style(1), with_colour ? "0-2 default/blue" : "");
+        EXPECT_EQ(t.Style(2), "");
+    }
+}
+
 TEST(FullScreen, ReadsTextBeyondAscii) {
     Machine box;
     Terminal t(box, Sample());

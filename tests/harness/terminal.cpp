@@ -54,7 +54,8 @@ Terminal::Terminal(Machine& machine, const TerminalOptions& options, Place place
     : machine_(machine),
       options_(options),
       emulator_(options_.rows > 0 ? options_.rows : 24, options_.cols > 0 ? options_.cols : 80,
-                options_.latin1, [this](const std::string& reply) { Send(reply); }) {
+                {options_.latin1, ErasesWithColour(options_.term)},
+                [this](const std::string& reply) { Send(reply); }) {
     Start(place);
     machine_.Attach(this);
 }

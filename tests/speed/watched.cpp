@@ -61,7 +61,7 @@ SharedNumber MakeSharedNumber() {
 }
 
 Watched::Watched(const Command& command)
-    : started_(MakeSharedNumber()), emulator_(kRows, kColumns, false, [](const auto&) {}) {
+    : started_(MakeSharedNumber()), emulator_(kRows, kColumns, {}, [](const auto&) {}) {
     const winsize size = {kRows, kColumns, 0, 0};
     int master = -1;
     int terminal = -1;

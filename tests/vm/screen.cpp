@@ -90,7 +90,7 @@ void Screen::Choose(const std::string& text) {
 
 void Line::Clear() {
     emulator_ = std::make_unique<harness::Emulator>(
-        kRows, kColumns, false, [this](const std::string& answer) { socket_.Send(answer); });
+        kRows, kColumns, {}, [this](const std::string& answer) { socket_.Send(answer); });
 }
 
 void Line::Look() {
