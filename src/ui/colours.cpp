@@ -27,7 +27,9 @@ constexpr Pair kPairs[] = {
 
 void StartColours() {
     start_color();
-    bkgd(PairAttribute(Colour::Text));
+    // The background is the terminal's default, which curses sets to these colours: erased lines
+    // and lines that are scrolled in have them. A colour pair would be painted over each once more.
+    assume_default_colors(COLOR_WHITE, COLOR_BLACK);
     for (const Pair& pair : kPairs) {
         init_pair(static_cast<short>(pair.colour), pair.foreground, pair.background);
     }

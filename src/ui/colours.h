@@ -11,7 +11,7 @@ enum class Colour : short {
     Warning = 6,        // marked rows
 };
 
-// Sets up the colours and the background of the standard screen (Text). Call after initscr().
+// Sets up the colours, and those of Text as the background. Call after initscr().
 void StartColours();
 
 // The attribute for attrset(): the colour pair, or its replacement on a terminal without colours.

@@ -586,6 +586,126 @@ TEST_F(MenuMouse, AClickOlderThan400MillisecondsDoesNotActivate) {
     t.WaitFor("Are you sure? [y/n]");
 }
 
+// ---- scrolling ----
+
+struct TerminalType {
+    const char* name;
+    bool has_colours;
+    bool has_page_keys;
+};
+
+std::ostream& operator<<(std::ostream& out, const TerminalType& type) {
+    return out << type.name;
+}
+
+// With and without: a region that scrolls, background colour in what is erased, colours, a way back
+// to the terminal's own colours.
+constexpr TerminalType kTypes[] = {
+    {"xterm-256color", true, true}, {"linux", true, true},   {"screen", true, true},
+    {"tmux", true, true},           {"vt220", false, true},  {"vt100", false, false},
+    {"ansi", true, false},          {"vwmterm", true, true},
+};
+
+class MenuScrolling : public TwelveBridges, public testing::WithParamInterface<TerminalType> {
+  protected:
+    // Nothing is selected on a line that has no text.
+    static bool IsGround(const Terminal& t, int line) {
+        for (int column = 0; column < t.cols(); column++) {
+            const harness::Cell cell = t.Cell(line, column);
+            if (cell.bg != (GetParam().has_colours ? kBlack : kDefault) || cell.reverse) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    static std::vector<std::string> Picture(const Terminal& t) {
+        std::vector<std::string> picture = t.Screen();
+        for (int line = 0; line < t.rows(); line++)
+            picture.push_back(t.Style(line));
+        return picture;
+    }
+
+    // A picture painted anew is the same, and its ground is the menu's.
+    void ExpectWhole(Terminal& t, const char* keys) {
+        const testing::ScopedTrace from(__FILE__, __LINE__, keys);
+        const std::vector<std::string> shown = Picture(t);
+        for (int line = 0; line < t.rows(); line++)
+            EXPECT_TRUE(line == t.SelectedRow() || IsGround(t, line)) << "line " << line;
+        t.Mark();
+        t.Press("<C-l>");
+        t.WaitUntil([&] { return t.Output().find("Tavrin 4") != std::string::npos; },
+                    "everything painted anew");
+        EXPECT_EQ(Picture(t), shown);
+    }
+
+    void WalkWhole(Terminal& t, const std::vector<Step>& steps) {
+        for (const Step& step : steps) {
+            Walk(t, {step});
+            ExpectWhole(t, step.keys);
+        }
+    }
+};
+
+TEST_P(MenuScrolling, LeavesThePictureWhole) {
+    TerminalOptions options = OfSize(12, 80);  // six rows
+    options.term = GetParam().name;
+    MainMenu t(box, options);
+    Walk(t, {{"e", 28, 33}});  // the rows are complete
+    Walk(t, {{"<Down>", 0, 0}, {"<Down><Down><Down><Down><Down>", 0, 5}});
+    WalkWhole(t, {{"<Down>", 1, 6}, {"<Down>", 2, 7}, {"<Down>", 4, 9}, {"<Down><Down>", 8, 13}});
+    WalkWhole(t, {{"<Up><Up>", 8, 9}, {"<Up>", 7, 7}, {"<Up>", 6, 6}, {"<Up><Up>", 4, 4}});
+    WalkWhole(t, {{"e", 28, 33}, {"<Down>", 0, 0}, {"<Up>", 28, 33}, {"1", 9, 9}, {"3", 9, 13}});
+    if (!GetParam().has_page_keys) return;
+    WalkWhole(t, {{"e", 28, 33}, {"<Down>", 0, 0}, {"<PageDown>", 0, 5}, {"<PageDown>", 5, 10}});
+    WalkWhole(t, {{"<PageUp>", 5, 5}, {"<PageUp>", 0, 0}});
+}
+
+std::string NameOfType(const testing::TestParamInfo<TerminalType>& info) {
+    std::string name = info.param.name;
+    std::erase(name, '-');
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, MenuScrolling, testing::ValuesIn(kTypes), NameOfType);
+
+// Four lines come in with every key: an interface, its addresses, a separator.
+TEST(MenuBytes, AKeyThatScrollsALongListSendsFew) {
+    constexpr int kCards = 48;
+    constexpr size_t kMost = 350;
+    Machine box;
+    AddBridges(box, kCards);
+    std::string addresses;
+    for (int i = 1; i <= kCards; i++) {
+        const std::string number = std::to_string(i);
+        addresses += "link set br" + number + " up\naddr add 10.0." + number + ".1/24 dev br" +
+                     number + "\naddr add 2001:db8:" + number + "::1/64 dev br" + number +
+                     " nodad\n";
+    }
+    box.Write("/run/batch", addresses);
+    box.Sh("ip -batch /run/batch");
+    for (const char* type : {"xterm-256color", "linux", "vt220"}) {
+        SCOPED_TRACE(type);
+        TerminalOptions options = OfSize(70, 80);
+        options.term = type;
+        MainMenu t(box, options);
+        t.WaitFor("14. br14");
+        t.Press("e");
+        t.WaitSelected("Exit this program");
+        std::vector<size_t> bytes;
+        for (int i = kCards; i > 10; i--) {
+            t.Mark();
+            t.Press("<Up>");
+            t.WaitSelected(std::to_string(i) + ". br" + std::to_string(i));
+            // The list stands still until the selection has come to its first line.
+            if (t.SelectedRow() == kFirstLine) bytes.push_back(t.Output().size());
+        }
+        std::sort(bytes.begin(), bytes.end());
+        // A refresh in between is no key's.
+        EXPECT_LE(bytes[bytes.size() / 2], kMost);
+    }
+}
+
 // ---- sizes ----
 
 using MenuSize = TwelveBridges;

@@ -14,6 +14,7 @@ constexpr int kLine = 5;
 constexpr int kWidth = 20;
 constexpr int kHeight = 4;
 
+constexpr unsigned kGround = COLOR_PAIR(0);
 constexpr unsigned kWhite = COLOR_PAIR(1);
 constexpr unsigned kWhiteOnBlue = COLOR_PAIR(2);
 constexpr unsigned kYellow = COLOR_PAIR(3);
@@ -184,8 +185,8 @@ TEST_F(MenuPaint, TheStyleOfARowFollowsItsState) {
         menu.Draw();
         for (int column : {kColumn, kColumn + 1, kColumn + kWidth - 1})
             EXPECT_EQ(UnseenScreen::Style(kLine + 1, column), row.style) << column;
-        EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn - 1), kWhite);
-        EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn + kWidth), kWhite);
+        EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn - 1), kGround);
+        EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn + kWidth), kGround);
     }
 }
 
@@ -193,9 +194,10 @@ TEST_F(MenuPaint, PairsHaveTheirColours) {
     struct {
         short pair, foreground, background;
     } const kPairs[] = {
-        {1, COLOR_WHITE, COLOR_BLACK},  {2, COLOR_WHITE, COLOR_BLUE},
-        {3, COLOR_YELLOW, COLOR_BLACK}, {4, COLOR_CYAN, COLOR_BLUE},
-        {5, COLOR_GREEN, COLOR_BLACK},  {6, COLOR_RED, COLOR_BLACK},
+        {0, COLOR_WHITE, COLOR_BLACK}, {1, COLOR_WHITE, COLOR_BLACK},
+        {2, COLOR_WHITE, COLOR_BLUE},  {3, COLOR_YELLOW, COLOR_BLACK},
+        {4, COLOR_CYAN, COLOR_BLUE},   {5, COLOR_GREEN, COLOR_BLACK},
+        {6, COLOR_RED, COLOR_BLACK},
     };
     for (const auto& row : kPairs) {
         short foreground = -1;
@@ -204,7 +206,7 @@ TEST_F(MenuPaint, PairsHaveTheirColours) {
         EXPECT_EQ(foreground, row.foreground) << row.pair;
         EXPECT_EQ(background, row.background) << row.pair;
     }
-    EXPECT_EQ(getbkgd(stdscr) & A_ATTRIBUTES, kWhite);
+    EXPECT_EQ(getbkgd(stdscr) & A_ATTRIBUTES, kGround);
 }
 
 // Attributes stand for the colours that a terminal does not have.
