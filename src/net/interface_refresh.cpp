@@ -52,8 +52,8 @@ void StartCommands(InterfaceRefresh& refresh) {
     const double end = MonotonicSeconds() + kStartSeconds;
     std::ptrdiff_t running = RunningCommands(refresh);
     for (GatheredInterface& interface : refresh.interfaces) {
-        if (running >= kMostCommands || MonotonicSeconds() >= end) return;
         if (!MustBeAsked(interface)) continue;
+        if (running >= kMostCommands || MonotonicSeconds() >= end) return;
         StartAsking(interface);
         ++running;
     }
