@@ -41,12 +41,13 @@ void CommandWatch::Reset() {
     ended_ = 0;
 }
 
-void CommandWatch::WaitForRefresh(Watched& program) {
+void CommandWatch::WaitForRefresh(Watched& program, const std::function<void()>& meanwhile) {
     Reset();
     const double end = harness::Now() + kPatience;
     while (!seen() || harness::Now() < last_ + kOver) {
         if (harness::Now() > end) throw std::runtime_error("no refresh came to its end");
         program.ReadFor(0.002);
         Look();
+        if (meanwhile) meanwhile();
     }
 }

@@ -1,6 +1,8 @@
 // Observes runs of the real `ip` without disturbing them.
 #pragma once
 
+#include <functional>
+
 #include "spawn.h"
 #include "watched.h"
 
@@ -15,7 +17,8 @@ class CommandWatch {
     void Reset();
     // Waits for a refresh of the program and lets it draw: from the start of the first run until no
     // run has started or ended for a while. The next refresh must be due later than that.
-    void WaitForRefresh(Watched& program);
+    // `meanwhile` is called every 2 ms.
+    void WaitForRefresh(Watched& program, const std::function<void()>& meanwhile = {});
 
     bool seen() const { return first_ > 0; }  // any start or end
     double first() const { return first_; }   // when, on the clock of Now()

@@ -39,16 +39,24 @@ double ProcessorSecondsOfChildren() {
     return Seconds(usage.ru_utime) + Seconds(usage.ru_stime);
 }
 
+}  // namespace
+
+double SecondsOfCommands(int cards) {
+    const double begun = harness::Now();
+    RunRefreshCommands(cards);
+    return harness::Now() - begun;
+}
+
+namespace {
+
 // The program's commands, run without the program.
 void RunCommands(int cards, FirstScreens& firsts) {
     const double begun = harness::Now();
     const int status = std::system(FolderCommand().c_str());
     const double folder_made = harness::Now();
     const double processor = ProcessorSecondsOfChildren();
-    RunRefreshCommands(cards);
-    const double ended = harness::Now();
     firsts.folder.push_back(status == 0 ? folder_made - begun : 0);
-    firsts.commands.push_back(ended - folder_made);
+    firsts.commands.push_back(SecondsOfCommands(cards));
     firsts.command_processor.push_back(ProcessorSecondsOfChildren() - processor);
 }
 

@@ -72,7 +72,7 @@ int main(int argc, char** argv) {
         {COLOR_WHITE, COLOR_BLACK}, {COLOR_WHITE, COLOR_BLUE}, {COLOR_YELLOW, COLOR_BLACK}};
     for (short i = 0; i < 3; ++i)
         init_pair(static_cast<short>(i + 1), pairs[i][0], pairs[i][1]);
-    bkgd(static_cast<chtype>(COLOR_PAIR(1)));
+    assume_default_colors(COLOR_WHITE, COLOR_BLACK);
     keypad(stdscr, TRUE);
     nonl();
     cbreak();

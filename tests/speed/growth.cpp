@@ -1,6 +1,4 @@
 // How the cost of a refresh grows with the number of interfaces.
-#include <algorithm>
-
 #include "command_watch.h"
 #include "network.h"
 #include "sections.h"
@@ -8,19 +6,6 @@
 namespace {
 
 constexpr int kClock = 4;  // a refresh is due every 1.25 seconds
-
-struct Refreshes {
-    std::vector<double> seconds;    // from the first command's start to the last end or the paint
-    std::vector<double> processor;  // of the program itself
-};
-
-void WatchOne(Watched& program, CommandWatch& watch, Refreshes& refreshes) {
-    const double before = program.ProcessorSeconds();
-    watch.WaitForRefresh(program);
-    const double end = std::max(watch.last(), program.last_byte());
-    refreshes.seconds.push_back(end - watch.first());
-    refreshes.processor.push_back(program.ProcessorSeconds() - before);
-}
 
 void MeasureWith(int cards, int rounds, Figures& figures) {
     EnterNetwork(cards);
@@ -34,7 +19,7 @@ void MeasureWith(int cards, int rounds, Figures& figures) {
     CommandWatch watch;
     Refreshes refreshes;
     for (int round = 0; round < rounds; ++round)
-        WatchOne(program, watch, refreshes);
+        refreshes.WatchOne(program, watch);
     const double own = Median(refreshes.processor);
     const double commands = Median(firsts.command_processor);
     figures.push_back({.what = prefix + "refresh",

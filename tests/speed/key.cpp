@@ -28,6 +28,35 @@ void PressNext(Watched& program, Presses& presses) {
     presses.bytes[place].push_back(static_cast<double>(program.bytes() - before));
 }
 
+// A list of 202 rows on 70 lines, as each terminal scrolls it: every key brings an interface with
+// its addresses and a separator.
+Figure Scrolling(const char* terminal) {
+    constexpr int kLongList = 48;
+    constexpr int kLines = 70;
+    constexpr int kFirstLine = 5;
+    EnterNetwork(kLongList);
+    Command command = On(terminal, TheProgram());
+    command.rows = kLines;
+    const LastRow last = LastRowOf(kLongList, kLines);
+    Watched program(command);
+    program.WaitForRow(last.line, last.text);
+    PressAndWait(program, "e");
+    std::vector<double> bytes;
+    for (int press = 0; press < kLongList; ++press) {
+        const std::string first = program.Row(kFirstLine);
+        const long before = program.bytes();
+        PressAndWait(program, Keys("<Up>", terminal));
+        const auto sent = static_cast<double>(program.bytes() - before);
+        if (program.Row(kFirstLine) != first) bytes.push_back(sent);
+    }
+    return {.what = std::string("Bytes of a key that scrolls, on ") + terminal,
+            .program = "most " + Number(Quantile(bytes, 1), "B"),
+            .measured = Median(bytes),
+            .most = 350,
+            .unit = "B",
+            .exact = true};
+}
+
 Figure Compare(const std::string& what, double floor, double program, double most) {
     return {.what = what,
             .floor = Milliseconds(floor),
@@ -59,7 +88,7 @@ Figures MeasureKey(const Amounts& amounts) {
         PressNext(program, of_program);
     }
     constexpr double kPresses = 2 * kSteps;
-    return {
+    Figures figures = {
         {.what = "The floor paints the same cells",
          .measured = same_cells ? 0.0 : 1.0,
          .most = 0,
@@ -75,4 +104,7 @@ Figures MeasureKey(const Amounts& amounts) {
          .most = 1,
          .exact = true},
     };
+    for (const char* type : kTerminals)
+        figures.push_back(Scrolling(type));
+    return figures;
 }

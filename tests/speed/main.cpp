@@ -26,7 +26,9 @@ const Amounts kWhole = {.first_rounds = 40,
                         .wait_answer = 1,
                         .idle_seconds = 4,
                         .idle_refreshes = 3,
+                        .memory_rounds = 15,
                         .refreshes = 10000,
+                        .refresh_rounds = 10,
                         .menu_rounds = 50,
                         .growth_cards = {1, 8, 64, 256},
                         .growth_rounds = 5};
@@ -37,7 +39,9 @@ const Amounts kQuick = {.first_rounds = 5,
                         .wait_answer = 0.2,
                         .idle_seconds = 1,
                         .idle_refreshes = 1,
+                        .memory_rounds = 3,
                         .refreshes = 200,
+                        .refresh_rounds = 1,
                         .menu_rounds = 5,
                         .growth_cards = {1, 8, 64},
                         .growth_rounds = 1};
@@ -48,7 +52,9 @@ const Amounts kCheck = {.first_rounds = 1,
                         .wait_answer = 0.1,
                         .idle_seconds = 0.4,
                         .idle_refreshes = 1,
+                        .memory_rounds = 1,
                         .refreshes = 20,
+                        .refresh_rounds = 1,
                         .menu_rounds = 1,
                         .growth_cards = {1, 8},
                         .growth_rounds = 1};
@@ -67,6 +73,7 @@ constexpr Section kSections[] = {
     {"waits", "Whether the screen ever stops answering", MeasureWaits},
     {"sockets", "What a refresh asks of the kernel", MeasureSockets},
     {"idle", "What it costs while nobody does anything", MeasureIdle},
+    {"refresh", "How long a refresh of 64 interfaces takes", MeasureRefresh},
     {"memory", "Memory", MeasureMemory},
     {"menus", "Menus of ten thousand rows", MeasureMenus},
     {"growth", "How it grows with the interfaces", MeasureGrowth},
@@ -86,10 +93,10 @@ bool Run(const Section& section, const Amounts& amounts, bool check) {
     try {
         figures = section.measure(amounts);
     } catch (const std::exception& failure) {
-        std::printf("## %s: %s\n\nFAILED: %s\n\n", section.name, section.title, failure.what());
+        std::printf("### %s: %s\n\nFAILED: %s\n\n", section.name, section.title, failure.what());
         return false;
     }
-    std::printf("## %s: %s\n\n%s\n(%.0f s, load %s)\n\n", section.name, section.title,
+    std::printf("### %s: %s\n\n%s\n(%.0f s, load %s)\n\n", section.name, section.title,
                 Table(figures).c_str(), harness::Now() - begun, Load().c_str());
     std::fflush(stdout);
     return !figures.empty() &&

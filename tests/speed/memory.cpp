@@ -15,30 +15,46 @@ constexpr int kClock = 200;
 constexpr int kCommands = 2;  // per refresh with one card: the list and its addresses
 constexpr double kLongest = 75;
 
-Figure Compare(const std::string& what, long floor, long program, double most) {
-    return {.what = what,
-            .floor = Number(static_cast<double>(floor), "kB"),
-            .program = Number(static_cast<double>(program), "kB"),
-            .measured = static_cast<double>(program) / static_cast<double>(floor),
-            .most = most};
-}
+struct Kind {
+    const char* what;
+    const char* file;
+    const char* field;
+    double most;
+    std::vector<double> of_floor = {};
+    std::vector<double> of_program = {};
 
-Figures Resident() {
+    Figure AsFigure() const {
+        return {.what = what,
+                .floor = Number(Median(of_floor), "kB"),
+                .program = Number(Median(of_program), "kB"),
+                .measured = Median(of_program) / Median(of_floor),
+                .most = most};
+    }
+};
+
+// Medians of several starts: where the kernel puts a library decides how much of it comes into
+// memory with a page.
+Figures Resident(int rounds) {
     EnterNetwork(kCards);
     const LastRow last = LastRowOf(kCards);
-    Watched floor(TheFloor(kCards, Floor::kCxx));
-    Watched program(TheProgram());
-    floor.WaitForRow(last.line, last.text);
-    program.WaitForRow(last.line, last.text);
-    program.ReadFor(kSettled);
-    return {
-        Compare("Resident memory (VmRSS)", floor.MemoryKilobytes("status", "VmRSS"),
-                program.MemoryKilobytes("status", "VmRSS"), 1.15),
-        Compare("Its own share of it (PSS)", floor.MemoryKilobytes("smaps_rollup", "Pss"),
-                program.MemoryKilobytes("smaps_rollup", "Pss"), -1),
-        Compare("Data of its own (RssAnon)", floor.MemoryKilobytes("status", "RssAnon"),
-                program.MemoryKilobytes("status", "RssAnon"), -1),
-    };
+    Kind kinds[] = {{"Resident memory (VmRSS)", "status", "VmRSS", 1.15},
+                    {"Its own share of it (PSS)", "smaps_rollup", "Pss", -1},
+                    {"Data of its own (RssAnon)", "status", "RssAnon", -1}};
+    for (int round = 0; round < rounds; ++round) {
+        Watched floor(TheFloor(kCards, Floor::kCxx));
+        Watched program(TheProgram());
+        floor.WaitForRow(last.line, last.text);
+        program.WaitForRow(last.line, last.text);
+        program.ReadFor(kSettled);
+        for (Kind& kind : kinds) {
+            kind.of_floor.push_back(floor.NumberIn(kind.file, kind.field));
+            kind.of_program.push_back(program.NumberIn(kind.file, kind.field));
+        }
+    }
+    Figures figures;
+    for (const Kind& kind : kinds)
+        figures.push_back(kind.AsFigure());
+    return figures;
 }
 
 // Until that many refreshes have finished, or the time is up.
@@ -63,14 +79,13 @@ Figure Growth(int refreshes) {
     const double end = harness::Now() + kLongest;
     WaitForRefreshes(program, watch, refreshes / 10, end);
     const int first = watch.ended() / kCommands;
-    const long before = program.MemoryKilobytes("status", "RssAnon");
+    const double before = program.NumberIn("status", "RssAnon");
     WaitForRefreshes(program, watch, refreshes, end);
-    const long after = program.MemoryKilobytes("status", "RssAnon");
+    const double after = program.NumberIn("status", "RssAnon");
     return {.what = "Growth of its own data (RssAnon), refresh " + std::to_string(first) + " to " +
                     std::to_string(watch.ended() / kCommands),
-            .program = Number(static_cast<double>(before), "kB") + " to " +
-                       Number(static_cast<double>(after), "kB"),
-            .measured = static_cast<double>(after - before),
+            .program = Number(before, "kB") + " to " + Number(after, "kB"),
+            .measured = after - before,
             .most = 0,
             .unit = "kB"};
 }
@@ -78,7 +93,7 @@ Figure Growth(int refreshes) {
 }  // namespace
 
 Figures MeasureMemory(const Amounts& amounts) {
-    Figures figures = Resident();
+    Figures figures = Resident(amounts.memory_rounds);
     figures.push_back(Growth(amounts.refreshes));
     return figures;
 }

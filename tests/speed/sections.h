@@ -1,6 +1,7 @@
 // The measurements, with a section for each thing that the operator feels or the machine pays for.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,9 @@ struct Amounts {
     double wait_answer;  // how long the slow `ip` takes
     double idle_seconds;
     int idle_refreshes;
+    int memory_rounds;
     int refreshes;
+    int refresh_rounds;
     int menu_rounds;
     std::vector<int> growth_cards;
     int growth_rounds;
@@ -29,11 +32,15 @@ Figures MeasureSockets(const Amounts& amounts);
 Figures MeasureKey(const Amounts& amounts);
 Figures MeasureWaits(const Amounts& amounts);
 Figures MeasureIdle(const Amounts& amounts);
+Figures MeasureRefresh(const Amounts& amounts);
 Figures MeasureMemory(const Amounts& amounts);
 Figures MeasureMenus(const Amounts& amounts);
 Figures MeasureGrowth(const Amounts& amounts);
 
 // ---- shared ----
+
+constexpr const char* kTerminals[] = {"xterm-1003", "linux", "vt220"};
+Command On(const char* terminal, Command command);
 
 // The program, and the floor with the same main menu.
 Command TheProgram();
@@ -45,7 +52,7 @@ struct LastRow {
     int line;
     std::string text;
 };
-LastRow LastRowOf(int cards);
+LastRow LastRowOf(int cards, int lines = Command().rows);
 
 // From the start to the last byte of the first complete screen.
 double FirstScreen(const Command& command, int cards);
@@ -63,6 +70,20 @@ struct FirstScreens {
 };
 FirstScreens MeasureFirstScreens(int cards, int rounds);
 
+// The time that the commands of a refresh take alone.
+double SecondsOfCommands(int cards);
+
+// Refreshes, each when it is due.
+class CommandWatch;
+struct Refreshes {
+    std::vector<double> seconds;    // from the first command's start to the last end or the paint
+    std::vector<double> processor;  // of the program itself
+
+    // Waits for the next refresh. `meanwhile` is called every 2 ms.
+    void WatchOne(Watched& program, CommandWatch& watch,
+                  const std::function<void()>& meanwhile = {});
+};
+
 // From a key to the last byte that it paints.
 double PressAndWait(Watched& program, const std::string& key);
 
@@ -73,5 +94,5 @@ Command WithFastClock(Command command, int times);
 std::string StandIn(const std::string& name, const std::string& script);
 std::string PathWith(const std::string& folder);
 
-// What the terminal sends for these keys, e.g. "<Down>" (harness/keys.h).
-std::string Keys(const std::string& keys);
+// What a terminal sends for these keys, e.g. "<Down>" (harness/keys.h).
+std::string Keys(const std::string& keys, const std::string& terminal = Command().terminal);

@@ -29,6 +29,11 @@ std::string RowsFile(int cards) {
 
 }  // namespace
 
+Command On(const char* terminal, Command command) {
+    command.terminal = terminal;
+    return command;
+}
+
 Command TheProgram() {
     return {{IFMENU_PROGRAM}};
 }
@@ -43,9 +48,9 @@ Command WithFastClock(Command command, int times) {
     return command;
 }
 
-LastRow LastRowOf(int cards) {
+LastRow LastRowOf(int cards, int lines) {
     const std::vector<Row> rows = ExpectedMenu(cards).rows;
-    size_t last = std::min<size_t>(rows.size(), Watched::kRows - 6) - 1;
+    size_t last = std::min(rows.size(), static_cast<size_t>(lines - 6)) - 1;
     while (rows[last].text.empty())
         --last;
     return {static_cast<int>(last) + kFirstLine, "    " + rows[last].text};
@@ -81,10 +86,10 @@ std::string PathWith(const std::string& folder) {
     return folder + ":" + std::getenv("PATH");
 }
 
-std::string Keys(const std::string& keys) {
+std::string Keys(const std::string& keys, const std::string& terminal) {
     std::string error;
     std::string bytes;
-    for (const harness::KeyPress& press : harness::KeyPresses(Command().terminal, keys, error))
+    for (const harness::KeyPress& press : harness::KeyPresses(terminal, keys, error))
         bytes += press.bytes;
     return bytes;
 }

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <stdexcept>
+#include <string_view>
 
 namespace {
 
@@ -61,8 +62,10 @@ SharedNumber MakeSharedNumber() {
 }
 
 Watched::Watched(const Command& command)
-    : started_(MakeSharedNumber()), emulator_(kRows, kColumns, {}, [](const auto&) {}) {
-    const winsize size = {kRows, kColumns, 0, 0};
+    : started_(MakeSharedNumber()),
+      rows_(command.rows),
+      emulator_(rows_, kColumns, {}, [](const auto&) {}) {
+    const winsize size = {static_cast<unsigned short>(rows_), kColumns, 0, 0};
     int master = -1;
     int terminal = -1;
     if (openpty(&master, &terminal, nullptr, nullptr, &size) != 0) {
@@ -101,6 +104,10 @@ bool Watched::Read(double seconds) {
     last_byte_ = now;
     bytes_ += count;
     all_.append(buffer, static_cast<size_t>(count));
+    constexpr std::string_view kClear = "\x1b[2J";
+    if (std::string_view(buffer, static_cast<size_t>(count)).find(kClear) != kClear.npos) {
+        last_picture_ = now;
+    }
     return true;
 }
 
@@ -161,7 +168,7 @@ std::string Watched::Row(int row) {
 std::string Watched::Picture() {
     FeedEmulator();
     std::string picture;
-    for (int row = 0; row < kRows; ++row) {
+    for (int row = 0; row < rows_; ++row) {
         for (int column = 0; column < kColumns; ++column) {
             const harness::Cell cell = emulator_.At(row, column);
             picture += cell.text + "[" + cell.Style() + "]";
@@ -184,8 +191,8 @@ double Watched::ProcessorSeconds() const {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
 
-long Watched::MemoryKilobytes(const std::string& file, const std::string& field) const {
+double Watched::NumberIn(const std::string& file, const std::string& field) const {
     const std::string text = harness::ReadWhole("/proc/" + std::to_string(pid_) + "/" + file);
     const size_t at = text.find("\n" + field + ":");
-    return at == std::string::npos ? 0 : std::atol(text.c_str() + at + field.size() + 2);
+    return at == std::string::npos ? 0 : std::atof(text.c_str() + at + field.size() + 2);
 }

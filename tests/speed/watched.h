@@ -21,6 +21,7 @@ struct Command {
     std::vector<std::string> words;                       // the program's path, then its arguments
     std::map<std::string, std::string> environment = {};  // added to the fixed one
     std::string terminal = "xterm-1003";
+    int rows = 24;
 };
 
 // What a child can report to this process.
@@ -29,7 +30,7 @@ SharedNumber MakeSharedNumber();
 
 class Watched {
   public:
-    static constexpr int kRows = 24, kColumns = 80;
+    static constexpr int kColumns = 80;
 
     explicit Watched(const Command& command);
     ~Watched();  // kills the program
@@ -37,9 +38,10 @@ class Watched {
     Watched& operator=(const Watched&) = delete;
 
     pid_t pid() const { return pid_; }
-    double started() const { return *started_; }     // time of execution, from Now()
-    double last_byte() const { return last_byte_; }  // time of the last byte
-    long bytes() const { return bytes_; }            // bytes received so far
+    double started() const { return *started_; }           // time of execution, from Now()
+    double last_byte() const { return last_byte_; }        // time of the last byte
+    double last_picture() const { return last_picture_; }  // time of the last complete repaint
+    long bytes() const { return bytes_; }                  // bytes received so far
 
     // Waits that long for output, and reads it. False if there was none.
     bool Read(double seconds);
@@ -61,18 +63,20 @@ class Watched {
     bool IsSelected(int row);  // the row is painted as selected
     bool EverShowed(const std::string& text) const { return all_.find(text) != std::string::npos; }
     double ProcessorSeconds() const;  // used by the program itself so far
-    // A field of a file in its /proc folder, e.g. VmRSS of status.
-    long MemoryKilobytes(const std::string& file, const std::string& field) const;
+    // The number in a field of a file in its /proc folder, e.g. VmRSS (in kB) of status.
+    double NumberIn(const std::string& file, const std::string& field) const;
 
   private:
     void FeedEmulator();
 
     SharedNumber started_;
+    int rows_;
     pid_t pid_ = -1;
     harness::Descriptor master_;
     harness::Emulator emulator_;
     std::string all_;  // all output
     size_t fed_ = 0;   // bytes already passed to the emulator
     double last_byte_ = 0;
+    double last_picture_ = 0;
     long bytes_ = 0;
 };
