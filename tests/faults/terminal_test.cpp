@@ -133,7 +133,12 @@ void InterruptAfter(TourBox& box, size_t keys, int milliseconds) {
     t.Settle();
     // The first Ctrl-C may go to a command.
     EXPECT_THAT(EndTour(t), AnyOf(Exited(130), Exited(0)));
-    EXPECT_EQ(TerminalDamage(t), "");
+    // On the plain terminal Ctrl-C has the kernel throw away what it has not handed on yet: that
+    // may be the end of the screen.
+    const bool is_thrown_away = t.LineMode() && t.AltScreen() && t.Shows("^C");
+    if (!is_thrown_away) {
+        EXPECT_EQ(TerminalDamage(t), "");
+    }
     EXPECT_EQ(box.Damage(), "");
 }
 

@@ -234,6 +234,17 @@ bool Terminal::Drain() {
     return any;
 }
 
+// The kernel hands output on beside the program: a byte behind the last one tells when all is here.
+void Terminal::DrainToTheEnd() {
+    pollfd output{slave_.get(), POLLOUT, 0};
+    if (!master_ || poll(&output, 1, 0) != 1 || write(slave_.get(), "", 1) != 1) return;
+    const size_t read_before = output_.size();
+    const auto end = [&] { return output_.find('\0', read_before); };
+    if (machine_.Await([&] { return end() != std::string::npos; }, kPatience)) {
+        output_.erase(end(), 1);
+    }
+}
+
 void Terminal::CollectEnding(bool wait) {
     if (ending_) return;
     siginfo_t info{};
@@ -328,7 +339,7 @@ void Terminal::RunFor(double seconds) {
 
 Ending Terminal::WaitExit(double seconds, Place place) {
     WaitUntil([this] { return ending_.has_value(); }, "the program's end", seconds, place);
-    Drain();
+    DrainToTheEnd();
     return *ending_;
 }
 

@@ -175,6 +175,7 @@ class Terminal {
     void SendMouse(MouseEvent event, int row, int col);
     void WaitAfterEscape();
     bool Drain();
+    void DrainToTheEnd();
     bool InputTaken() const;
     pid_t FrontProcess() const;
     bool Asleep() const;
