@@ -48,7 +48,7 @@ TEST_P(OddCommand, DoesNotHarmTheScreensThatRunIt) {
     t.WaitFor("Wireless access points for wlan0");
     t.Press("<End><Down>r<Enter>");
     t.WaitFor("Network configuration: wlan0");
-    // From here on there may be no list of interfaces, but there is a menu.
+    // From now on the list of interfaces may be missing, but the menu is there.
     box.StandInScript("ip", GetParam().script);
     t.Press("m<Enter>s<Enter>");
     t.WaitFor("Configure SMB/CIFS user accounts");
@@ -93,7 +93,7 @@ TEST_P(OddCommandOnTheTerminal, DoesNotHarmTheNextScreen) {
     EXPECT_EQ(TerminalDamage(t), "");
 }
 
-// The program waits as long as the command runs: Ctrl-C ends both.
+// The program waits for the command to end: Ctrl-C ends both.
 TEST(EndlessCommand, InTheBackgroundEndsWithTheProgramOnCtrlC) {
     TourBox box;
     box.StandInScript("wpa_cli", "exec >&- 2>&-; echo $$ >/tmp/endless; exec sleep 1000");
@@ -147,7 +147,7 @@ TEST(PoorMachine, WithoutAShellEveryScreenAppears) {
     TourBox box;
     Terminal t(box, Hasty(box));
     t.WaitFor("Exit this program");
-    // There is no other shell: from here on only the machine's files can be checked.
+    // There is no other shell: from now on only the machine's files can be checked.
     box.Sh("mount --bind /dev/null /usr/bin/dash");
     WalkTour(t);
     EXPECT_TRUE(IsOrderly(EndTour(t)));
@@ -178,7 +178,7 @@ TEST(PoorMachine, WithoutProcEveryScreenAppears) {
     lifecycle::ExpectTerminalAsBefore(t);
 }
 
-// The commands have the limit, too: most of them fail.
+// The limit applies to the commands, too: most of them fail.
 TEST(PoorMachine, WithALimitOnTheSizeOfFilesNothingIsSavedAndNothingLost) {
     TourBox box;
     TerminalOptions options;
@@ -190,8 +190,8 @@ TEST(PoorMachine, WithALimitOnTheSizeOfFilesNothingIsSavedAndNothingLost) {
     EXPECT_TRUE(box.AllUntouched());
 }
 
-// Nobody reads or writes them: whoever opened one to wait would wait for ever. (Left out are those
-// that commands copy to.)
+// Nothing reads or writes these pipes, so a blocking open would never return. (Files that commands
+// copy to are left out.)
 TEST(PoorMachine, WithPipesInThePlaceOfItsFilesEveryScreenComesUp) {
     TourBox box;
     for (const char* file : {"/etc/hostname", "/etc/ntp.conf", "/etc/local.desktop.vnc",

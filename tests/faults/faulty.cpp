@@ -1,13 +1,13 @@
 // A preloaded library that makes one request of the program fail. FAULTY selects it:
 //
 //     FAULTY="memory 20"     the twentieth request for memory from the second key on is refused
-//     FAULTY="memory 20+"    ... and all that follow
+//     FAULTY="memory 20+"    ... and all later ones
 //     FAULTY="early 20"      the twentieth of all requests
-//     FAULTY="close 7"       the seventh file closed reports an error (and is closed, as ever)
-//     FAULTY="stack"         the second key uses the stack up
+//     FAULTY="close 7"       the seventh file closed reports an error (but is closed)
+//     FAULTY="stack"         the second key overflows the stack
 //
-// When it has come to that there is the file /tmp/failed. The program's pauses pass at once. Its
-// commands are spared.
+// The failure creates the file /tmp/failed. The program's pauses return at once. Its commands are
+// not affected.
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -31,7 +31,7 @@ namespace {
 struct Fault {
     const char* what;
     int error;
-    long number = 0;  // of the failing request; 0: none
+    long number = 0;  // of the request that fails; 0: none
     bool all_that_follow = false;
     bool begun = true;
     long requests = 0;
@@ -71,7 +71,7 @@ bool NoMemory() {
     return !spared && (memory.Strikes() || early.Strikes());
 }
 
-// Never comes to an end, as nothing in its way is other than 0.
+// Recurses without end: the bytes it tests are always 0.
 int Deeper(volatile char* above) {
     volatile char here[1 << 16] = {};
     return *above != 0 ? 0 : Deeper(here) + here[0];
@@ -83,7 +83,7 @@ extern "C" {
 
 ssize_t read(int descriptor, void* bytes, size_t size) {
     const ssize_t length = syscall(SYS_read, descriptor, bytes, size);
-    // The first key makes curses compare screens, and it must get the memory for setting this up.
+    // At the first key, curses allocates memory to compare screens, and crashes if it gets none.
     if (descriptor == STDIN_FILENO && length > 0) memory.begun = ++keys > 1;
     volatile char top[1] = {};
     if (uses_stack_up && memory.begun) keys = Deeper(top);
@@ -102,7 +102,7 @@ void* realloc(void* old, size_t size) {
     return NoMemory() ? nullptr : __libc_realloc(old, size);
 }
 
-// The C library's account lookup ends the program if it gets no memory.
+// The C library's account lookup crashes if it gets no memory.
 passwd* getpwnam(const char* name) {
     using Search = passwd* (*)(const char*);
     static const auto search = reinterpret_cast<Search>(dlsym(RTLD_NEXT, "getpwnam"));

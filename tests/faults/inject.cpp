@@ -1,13 +1,13 @@
-// Starts a program of which one system call fails:
+// Starts a program in which one system call fails:
 //
 //     inject CALL WHEN ERROR PROGRAM [ARG...]
 //
-// The WHEN-th call of that number (from 1; 0: none) gives the error and is not carried out. Then
-// /tmp/injected holds its first two arguments: as numbers, and as texts where they are some. The
-// program's pauses pass at once. Its commands are spared.
+// The WHEN-th call of that number (from 1; 0: none) returns the error and is not executed. Then
+// /tmp/injected holds its first two arguments as numbers, and as strings where they are strings.
+// The program's pauses return at once. Its commands are not affected.
 //
-// The kernel shows the calls to a process that stands apart (seccomp's user notification), and no
-// others: a tracer would have the program stop twice at each.
+// The kernel passes these calls, and no others, to a separate process (seccomp's user
+// notification). A tracer would stop the program twice at every call.
 #include <fcntl.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -36,7 +36,7 @@ constexpr int kCannotStart = 126;
 constexpr int kNone = -1;
 constexpr size_t kLongestText = 200;
 
-// Shows these calls, of the program and its commands, to whoever holds the returned descriptor.
+// Passes these calls of the program and its commands to the reader of the returned descriptor.
 int ShowCalls(int call) {
     sock_filter filter[] = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
@@ -51,7 +51,7 @@ int ShowCalls(int call) {
         syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_NEW_LISTENER, &program));
 }
 
-// The text at an address of the process; "" where there is none.
+// The string at an address of the process; "" if there is none.
 const char* TextAt(pid_t process, unsigned long long address, char (&text)[kLongestText]) {
     iovec here = {text, sizeof text - 1};
     iovec there = {reinterpret_cast<void*>(address), sizeof text - 1};
@@ -85,7 +85,7 @@ void WriteDown(const seccomp_notif& call) {
     for (int count = 0;;) {
         pollfd waiting = {calls, POLLIN, 0};
         poll(&waiting, 1, -1);
-        if ((waiting.revents & POLLIN) == 0) _exit(0);  // nobody is left
+        if ((waiting.revents & POLLIN) == 0) _exit(0);  // all processes have ended
         seccomp_notif call{};
         if (ioctl(calls, SECCOMP_IOCTL_NOTIF_RECV, &call) != 0) continue;
         seccomp_notif_resp answer{};
@@ -123,7 +123,7 @@ int main(int argc, char** argv) {
         return kCannotStart;
     }
     *listener = shown;
-    while (*listener != kNone) {  // no call of its own is to be counted
+    while (*listener != kNone) {  // without a system call, which would be counted
     }
     execv(argv[4], argv + 4);
     return kCannotStart;

@@ -1,5 +1,5 @@
 // System calls that fail, one at a time, on a tour through every screen: the program ends properly,
-// every file that it saves is the old or the new one, and the terminal is as before.
+// every file that it saves is the old or the new one, and the terminal is restored.
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>
 #include <sys/syscall.h>
@@ -75,7 +75,7 @@ constexpr Fault kFaults[] = {
     {"setpgid", SYS_setpgid, EACCES},
     {"kill", SYS_kill, EPERM},
     {"rt_sigtimedwait", SYS_rt_sigtimedwait, EINTR},
-#ifdef SYS_poll  // not every kind of computer has the older calls
+#ifdef SYS_poll  // newer architectures lack the older calls
     {"rename", SYS_rename, ENOSPC},
     {"rename", SYS_rename, EBUSY},
     {"unlink", SYS_unlink, EPERM},
@@ -88,8 +88,8 @@ constexpr Fault kFaults[] = {
 #endif
 };
 
-// The other calls of a tour: those of the loader and of the start, those that can't fail when their
-// arguments are right (brk tells no error), and close, which has its own test.
+// The other calls of a tour: those of the loader and of the start, those that can't fail with valid
+// arguments (brk reports no error), and close, which has its own test.
 constexpr const char* kOthers[] = {"arch_prctl",
                                    "brk",
                                    "close",
@@ -112,7 +112,7 @@ constexpr const char* kOthers[] = {"arch_prctl",
                                    "umask",
                                    "uname"};
 
-// A sanitizer ends the program when it gets no memory for itself.
+// A sanitizer ends the program if it gets no memory for itself.
 bool IsLeftOut(const Fault& fault) {
 #ifdef __SANITIZE_ADDRESS__
     return fault.call == SYS_mmap;
@@ -133,8 +133,8 @@ std::vector<std::string> CallsOfATour(TourBox& box, void (*tour)(Terminal&)) {
     return calls;
 }
 
-// Which occurrences of a call to disturb. The first ones are left out: the loader makes them,
-// before the program runs its first command.
+// Which occurrences of a call to fail. The first ones are left out: the loader makes them, before
+// the program runs its first command.
 struct Occurrences {
     int first;
     int last;
@@ -147,7 +147,7 @@ Occurrences OccurrencesOf(const std::string& call, const std::vector<std::string
             static_cast<int>(std::count(calls.begin(), calls.end(), call))};
 }
 
-// A terminal that refuses to be set, or loses what is written to it, can't be restored.
+// A terminal that refuses its settings, or loses output, can't be restored.
 bool IsOfTheTerminal(const Fault& fault, const std::string& arguments) {
     unsigned long long first = 0, second = 0;
     std::istringstream(arguments) >> first >> second;

@@ -27,7 +27,7 @@ TerminalOptions Faulty(const std::string& fault) {
     return options;
 }
 
-// If a box could not be shown, the keys typed ahead for it go to the menu, and may open it again.
+// If a box can't be shown, the keys typed ahead for it go to the menu, and may open it again.
 constexpr const char* kNamedByKeysTypedAhead = "/etc/hostname holds:\napplianced\n";
 
 // Tours with one failing request, and their results.
@@ -69,7 +69,7 @@ bool Lives(Terminal& t, const char* keys) {
     return t.Running();
 }
 
-// Renames the computer if the box was shown; otherwise leaves the screen.
+// Renames the computer if the box appears; otherwise leaves the screen.
 void RenameTour(Terminal& t) {
     const auto begun = [&] { return !t.Running() || t.Shows("Exit this program"); };
     t.machine().Await(begun, Terminal::kPatience);
@@ -135,7 +135,7 @@ TEST(Stack, UsedUpLeavesATerminalToTypeOn) {
     EXPECT_EQ(TerminalDamage(t), "");
 }
 
-// Curses itself may not outlive a refusal before its first screen stands.
+// Curses itself may crash on a refusal before its first screen appears.
 TEST(Memory, AFailureBeforeTheFirstScreenLeavesLineMode) {
     if (kHasSanitizer) return;
     TourBox box;
@@ -153,7 +153,7 @@ TEST(Memory, AFailureBeforeTheFirstScreenLeavesLineMode) {
     EXPECT_GT(refused, 100) << "there must be more requests than that";
 }
 
-// There are many of them, so parallel jobs share them.
+// There are many requests, so parallel jobs share them.
 constexpr int kShares = 4;
 
 class WholeMemory : public testing::TestWithParam<int> {};

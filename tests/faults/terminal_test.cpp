@@ -30,7 +30,7 @@ std::vector<std::string> KeysOfTheTour() {
     return bytes;
 }
 
-// Takes the first keys of the tour, and lets a little time pass.
+// Types the first keys of the tour, then waits a moment.
 void GoUpTo(Terminal& t, size_t keys, int milliseconds) {
     const std::vector<std::string> tour = KeysOfTheTour();
     std::string bytes;
@@ -50,8 +50,8 @@ void HangUpAfter(TourBox& box, size_t keys, int milliseconds) {
     GoUpTo(t, keys, milliseconds);
     t.HangUp();
     EXPECT_THAT(t.WaitExit(), AnyOf(Exited(129), Exited(1), Exited(0)));
-    // "mv -v ... || cp -v ...": if mv can't print what it has done, the shell treats that as a
-    // failure, and copies the example over the settings.
+    // "mv -v ... || cp -v ...": if mv can't print what it has done, it fails, and the shell copies
+    // the example over the settings.
     const std::string copied = "/etc/vsftpd.conf holds:\n" + box.Read("/etc/vsftpd.conf.example");
     EXPECT_THAT(box.Damage(), AnyOf("", copied));
 }
@@ -82,7 +82,7 @@ int CountOf(TourBox& box, const std::string& call) {
     return count;
 }
 
-// From the main menu, with what a call has been made how often before and behind.
+// Updates everything from the main menu; counts the calls made before and after.
 Ending UpdateAll(TourBox& box, Terminal& t, const std::string& call, int& before, int& behind) {
     t.WaitFor("Exit this program");
     t.Settle();
@@ -95,7 +95,7 @@ Ending UpdateAll(TourBox& box, Terminal& t, const std::string& call, int& before
     return EndTour(t);
 }
 
-// Calls between which a command is started: SIGHUP comes at each of them once.
+// SIGHUP arrives at each of the calls around the start of a command.
 TEST(HangUp, AtAnyMomentOfAnUpdateIsNotLostAndLeavesNothingHalfDone) {
     TourBox box;
     int before = 0, behind = 0, sent = 0;
@@ -109,7 +109,7 @@ TEST(HangUp, AtAnyMomentOfAnUpdateIsNotLostAndLeavesNothingHalfDone) {
             Terminal t(box, Traced(box, call, call + ":signal=HUP:when=" + std::to_string(n)));
             int none = 0, made = 0;
             const Ending ending = UpdateAll(box, t, call, none, made);
-            if (made < n) continue;  // not every update makes as many
+            if (made < n) continue;  // the number varies between updates
             EXPECT_EQ(ending, Exited(129));
             EXPECT_THAT(
                 box.CallLines(lifecycle::kNetwork),
@@ -133,8 +133,8 @@ void InterruptAfter(TourBox& box, size_t keys, int milliseconds) {
     t.Settle();
     // The first Ctrl-C may go to a command.
     EXPECT_THAT(EndTour(t), AnyOf(Exited(130), Exited(0)));
-    // On the plain terminal Ctrl-C has the kernel throw away what it has not handed on yet: that
-    // may be the end of the screen.
+    // On the plain terminal Ctrl-C makes the kernel discard output it has not yet passed on: this
+    // may include the end of the screen.
     const bool is_thrown_away = t.LineMode() && t.AltScreen() && t.Shows("^C");
     if (!is_thrown_away) {
         EXPECT_EQ(TerminalDamage(t), "");
@@ -258,14 +258,14 @@ constexpr const char* kWays[] = {
     "1<Enter>w<Enter>",                       // access points
 };
 
-// What noise must not do.
+// What the noise consists of, and what it must not do.
 struct Noise {
     std::string name;
     std::function<bool(unsigned char)> allowed;  // the bytes that may occur
-    std::function<std::string(TourBox&)> wrong;  // what was done but must not be
+    std::function<std::string(TourBox&)> wrong;  // describes any forbidden effect
 };
 
-// Signal keys rightly end or stop the program, but would keep the noise short.
+// Signal keys end or stop the program, as they should, but would cut the noise short.
 bool IsSignalKey(unsigned char byte) {
     return byte == 0x03 || byte == 0x1c || byte == 0x1a;
 }
@@ -277,10 +277,10 @@ std::string CallsAs(TourBox& box, const std::function<bool(const std::string&)>&
     return calls;
 }
 
-// Nothing may be done without ENTER or a mouse click.
+// No action may run without ENTER or a mouse click.
 std::string AnythingDone(TourBox& box) {
     std::string done = CallsAs(box, [](const std::string& line) {
-        // Reading lists changes nothing.
+        // Commands that only read lists are allowed.
         return !line.ends_with("list_networks") && !line.ends_with("scan_result");
     });
     return done + (box.AllUntouched() ? "" : "a file was changed\n");

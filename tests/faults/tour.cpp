@@ -68,7 +68,7 @@ mode_t ModeOf(const Machine& box, const std::string& path) {
 
 constexpr const char* kAccessList = "system.posix_acl_access";
 
-// The owner writes, user 1234 reads, the group and all others do nothing.
+// The owner may write, user 1234 may read, the group and all others have no access.
 const std::string kOneMoreReader(
     "\2\0\0\0"
     "\x01\0\6\0\xff\xff\xff\xff"
@@ -230,7 +230,7 @@ void RushTour(Terminal& t) {
 TerminalOptions Hasty(const Machine& box, const FailingCall& fault) {
     TerminalOptions options;
     options.rows = 30;
-    // A fault may be the end of what would be given back.
+    // A fault may cause leaks.
     options.environment = lifecycle::WithoutLeakSearch(box);
     options.program = FAULTS_INJECT;
     options.arguments = {std::to_string(fault.call), std::to_string(fault.when),

@@ -4,7 +4,7 @@
 //
 //     TourBox box;
 //     Terminal t(box, AtAPrompt());
-//     WalkTour(t);                       // blindly: whatever a fault makes of the screens
+//     WalkTour(t);                       // regardless of what a fault does to the screens
 //     EXPECT_EQ(EndTour(t), Exited(0));
 //     EXPECT_EQ(box.Damage(), "");
 #pragma once
@@ -24,9 +24,9 @@ class TourBox : public FullMachine {
     TourBox();
     // Restores everything that a tour changes.
     void Reset();
-    // What is wrong with the files that the program saves: each must be the old or the new one, as
-    // a whole, with its mode and access control list, and nothing else may lie beside them. Empty
-    // when all is well. What a call was to rename or to remove may be left where it has failed.
+    // What is wrong with the files that the program saves; empty if nothing. Each must be the
+    // complete old or new one, with its mode and access control list, and no other files may be
+    // beside them, except one that a failed call should have renamed or removed.
     std::string Damage(const std::string& failed_call = "");
     // Whether every file is the new one.
     bool AllSaved();
@@ -39,7 +39,7 @@ class TourBox : public FullMachine {
     bool has_lists_ = true;  // whether files can have access control lists here
 };
 
-// A part of the tour: keys typed at once, and a text on the screen afterwards.
+// A part of the tour: keys typed at once, and a text that the screen then shows.
 struct Leg {
     const char* keys;
     const char* sign;
@@ -50,23 +50,23 @@ const std::vector<Leg>& Tour();
 // Types the keys of the tour, leg by leg, each as soon as the program waits for a key, until the
 // tour or the program ends. With `watched`, the test fails if a leg's text does not appear.
 void WalkTour(Terminal& t, bool watched = false);
-// The same with all keys typed at once, like an operator in a hurry.
+// The same with all keys typed at once, as by an operator in a hurry.
 void RushTour(Terminal& t);
 
-// A system call that fails, the when-th of its number.
+// A failing system call: the when-th of its number.
 struct FailingCall {
     int call = -1;
     int when = 0;
     int error = 0;
 };
 
-// How the program is started so that its pauses pass at once, and perhaps a call fails. Its first
-// two arguments are then in kInjected.
+// Starts the program so that its pauses return at once and, if given, one call fails. The first two
+// arguments of that call are then in kInjected.
 TerminalOptions Hasty(const Machine& box, const FailingCall& fault = {});
 inline constexpr const char* kInjected = "/tmp/injected";
 
-// The same under a tracer that writes down in kTrace the system calls asked for, e.g. "read,write".
-// An injection is what strace shall do to one of them, e.g. "read:error=EIO:when=7".
+// The same under strace, which records the given system calls in kTrace, e.g. "read,write". The
+// injection is what it does to one of them, e.g. "read:error=EIO:when=7".
 TerminalOptions Traced(const Machine& box, const std::string& calls,
                        const std::string& injection = "");
 inline constexpr const char* kTrace = "/tmp/trace";
@@ -78,7 +78,7 @@ Ending EndTour(Terminal& t);
 // terminal, or Ctrl-C.
 bool IsOrderly(const Ending& ending);
 
-// Describes what is wrong with the terminal afterwards; empty if it is as before the program.
+// What is wrong with the terminal afterwards; empty if it is as it was before the program.
 std::string TerminalDamage(Terminal& t);
 
 }  // namespace harness::faults

@@ -74,7 +74,7 @@ TEST_P(LineGoesAway, FtpStartsWithItsNewSetting) {
     EXPECT_EQ(box.Read("/etc/vsftpd.conf"), "ssl_enable=YES\n");
 }
 
-// A single command does it all, with the hung-up terminal as its standard output.
+// A single command does all the work, with the hung-up terminal as its standard output.
 TEST_P(LineGoesAway, SmbIsDisabledToItsEnd) {
     box.MakeDirectory("/etc/samba");
     box.Write("/etc/samba/smb.conf", "[global]\n");
@@ -108,8 +108,8 @@ TEST(EndingSignals, EndItDuringASlowNameLookup) {
     EXPECT_EQ(t.WaitExit(kEndsWithin), Exited(143));
 }
 
-// A clean-up that hangs is ended by SIGALRM, also where whoever started the program ignores or
-// blocks that. It follows on an ending signal or on a fault.
+// SIGALRM ends a clean-up that hangs, after an ending signal or a crash, even if the caller of the
+// program ignores or blocks SIGALRM.
 class HeldUpByAStoppedTerminal : public testing::TestWithParam<int> {};
 INSTANTIATE_TEST_SUITE_P(Endings, HeldUpByAStoppedTerminal, testing::Values(SIGTERM, SIGUSR1));
 

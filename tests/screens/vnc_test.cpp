@@ -20,7 +20,7 @@ constexpr const char* kEnable = "Enable remote VNC access to local desktop";
 constexpr const char* kDisable = "Disable remote VNC access to local desktop";
 constexpr const char* kChange = "Set remote VNC access password";
 
-// Twelve empty lines follow the line with the password.
+// The password line, then twelve empty lines.
 std::string InputFor(const std::string& password) {
     return password + "\n\n\n\n\n\n\n\n\n\n\n\n\n";
 }
@@ -91,7 +91,7 @@ TEST(VncSetup, TheToolGetsThePasswordThroughAPipe) {
     EXPECT_EQ(box.Input(), InputFor("pass word'$(id)"));
     EXPECT_EQ(box.Read(kVncPassword), "made");
     EXPECT_EQ(box.ModeOf(kVncPassword), "400\n");
-    // Access is enabled by a file that everybody may read, but the server is not started.
+    // A file that everybody may read enables access, but the server is not started.
     EXPECT_EQ(box.Read(kVncOn), "");
     EXPECT_EQ(box.ModeOf(kVncOn), "644\n");
     EXPECT_THAT(Rows(t), Contains(kChange));
@@ -299,7 +299,7 @@ TEST(VncChange, AFailureOfTheToolKeepsTheOldPassword) {
     }
 }
 
-// Whatever the tool goes on writing then.
+// Whatever the tool writes after that.
 TEST(VncChange, AnEndBeforeTheToolsKeepsTheOldPassword) {
     for (const bool has_old : {true, false}) {
         for (const bool typed : {true, false}) {
@@ -330,7 +330,7 @@ TEST(VncChange, AnEndBeforeTheToolsKeepsTheOldPassword) {
     }
 }
 
-// A power cut while the tool worked has left the old file under its other name.
+// A power cut while the tool was running has left the old file under its other name.
 TEST(VncChange, RemovesWhatAPowerCutHasLeft) {
     VncBox box;
     box.Write("/etc/.local.desktop.vnc.passwd.old", "old", 0400);
@@ -343,7 +343,7 @@ TEST(VncChange, RemovesWhatAPowerCutHasLeft) {
     EXPECT_EQ(box.Sh("ls -A /etc | grep passwd.old || true"), "");
 }
 
-// Whoever has the old file open, or a second name of it, keeps the old password.
+// A process that has the old file open, or a second name of the file, keeps the old password.
 TEST(VncChange, CreatesANewFile) {
     VncBox box;
     box.SetPassword(0644);
@@ -399,7 +399,7 @@ TEST(VncSecrecy, OnlyTheOwnerCanEverReadTheFile) {
                     testing::AnyOf("600 0\n", "400 0\n"));  // while the tool was running
         EXPECT_EQ(box.ModeOf(kVncPassword), "400\n");
         EXPECT_EQ(box.Read(kVncPassword), "made");
-        // Files created afterwards are readable for everybody again.
+        // Files created afterwards are readable by everybody again.
         if (is_there) {
             Choose(t, kEnable);
             t.WaitFor(kDisable);

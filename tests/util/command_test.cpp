@@ -78,8 +78,8 @@ std::uint64_t SignalSet(const std::string& status, const std::string& name) {
     return std::stoull(status.substr(start + name.size() + 1), nullptr, 16);
 }
 
-// A machine whose shell does nothing but print its entry in the process table. Real shells are of
-// little use to see how they were started: some put SIGCHLD right by themselves, others don't.
+// A machine whose shell only prints its entry in the process table. Real shells don't show reliably
+// how they were started: some reset SIGCHLD themselves, others don't.
 Prepared EnterMachineWithReportingShell(const TemporaryFolder& folder) {
     const std::string shell = folder.File("sh", "#!/usr/bin/env -S cat /proc/self/status --\n");
     chmod(shell.c_str(), 0755);
@@ -89,7 +89,7 @@ Prepared EnterMachineWithReportingShell(const TemporaryFolder& folder) {
     return Prepared::kYes;
 }
 
-// The ways to run a command, without the redirections of a real shell: their output.
+// The ways to run a command, and their output, without the redirections of a real shell.
 const Door kPlainDoors[] = {
     {"RunCommand",
      [](const std::string& command) {
@@ -122,7 +122,7 @@ TEST(Command, StartsWithDefaultSignalsInAnyShell) {
                               return 0L;
                           });
         if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its shell";
-        // What was started with nohup goes on. Those behind SIGSYS are the C library's own.
+        // Under nohup, commands ignore SIGHUP. Signals above SIGSYS belong to the C library.
         constexpr std::uint64_t kAll = (std::uint64_t{1} << SIGSYS) - 1;
         EXPECT_EQ(SignalSet(answer.output, "SigIgn") & kAll, std::uint64_t{1} << (SIGHUP - 1));
         EXPECT_EQ(SignalSet(answer.output, "SigBlk"), 0U);
@@ -170,7 +170,7 @@ TEST(Command, DoesNotChangeTheProgramsSignals) {
     }
 }
 
-// A pause that ends when the file exists, after five seconds at the latest.
+// Waits until the file exists, five seconds at most.
 std::string UntilThere(const std::string& file) {
     return "n=0; while [ ! -e " + file + " ] && [ $n -lt 500 ]; do sleep 0.01; n=$((n + 1)); done";
 }
@@ -238,7 +238,7 @@ TEST(RunCommand, InterruptAndQuitGoOnlyToTheCommand) {
     const SavedSignalMask saved;
     CloseSignalGate();
     signals_counted = 0;
-    // The command continues only when it sees that the signals were delivered.
+    // The command continues only once it sees that the signals were delivered.
     RunCommand(
         "kill -INT $PPID; kill -QUIT $PPID; n=0; while [ $n -lt 500 ] && "
         "! grep -q '^ShdPnd:.0*$' /proc/$PPID/status; do sleep 0.01; n=$((n + 1)); done");
@@ -340,7 +340,7 @@ TEST(StartCommand, EndlessOutputIsReadInPiecesAndAbandoned) {
     EXPECT_EQ(waitpid(pid, &status, 0), pid) << "it must end, because nobody reads its output";
 }
 
-// A shell that has written its output, and waits with a child that also holds the pipe open.
+// A shell that has written its output and waits for a child, which also holds the pipe open.
 RunningCommand HangingCommand() {
     auto running = StartCommand("sleep 60 & echo up; wait");
     if (!running) std::abort();

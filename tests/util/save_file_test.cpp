@@ -10,7 +10,7 @@ namespace {
 
 using namespace faults;
 
-// The old content is longer, so that its end shows if a file is overwritten without being cut.
+// The old content is longer, so its end shows if a file is overwritten but not truncated.
 const std::string kOld = "manage = 1\ndhcp = 0\nstatic ip = 192.0.2.1\ngateway = 192.0.2.254\n";
 const std::string kNew = "manage = 0\ndhcp = 1\nstatic ip = \nnat role = lan\n";
 
@@ -67,8 +67,8 @@ TEST(SaveFile, AnOldFileKeepsItsOwners) {
     EXPECT_EQ(ContentOf(path), kNew);
 }
 
-// Whoever could not read the file still can't: with an access control list, the group bits of the
-// mode are its mask, not the rights of the group.
+// Nobody gains read access: with an access control list, the group bits of the mode are its mask,
+// not the rights of the group.
 TEST(SaveFile, AnOldFileKeepsItsAccessControlListAndItsOtherAttributes) {
     const TemporaryFolder folder;
     const std::string path = folder.File("settings", kOld);
@@ -120,7 +120,7 @@ TEST(SaveFile, AFileIsOverwrittenIfItsAttributesCannotBeCopied) {
 
 // ---- file size limits ----
 
-// "saved" or "refused" where no file may have more bytes than that.
+// "saved" or "refused", with this limit on the size of files.
 std::string SavedWithin(rlim_t bytes, const std::function<bool()>& save) {
     return AnswerOfChild([&] {
                const rlimit limit = {bytes, bytes};
@@ -145,7 +145,7 @@ TEST(SaveFile, ALimitOnTheSizeOfFilesKeepsTheOldFile) {
     EXPECT_EQ(ContentOf(path), kNew);
 }
 
-// ---- a file system that knows no owners or modes ----
+// ---- a file system without owners or modes ----
 
 TEST(SaveFile, AFileWithoutOwnersAndModesIsReplaced) {
     const TemporaryFolder folder;
@@ -415,7 +415,7 @@ class SaveFileFaults : public testing::Test {
         if (!FaultsWork()) GTEST_SKIP() << "this kernel can't report calls to another process";
     }
 
-    // Besides the file and a link to it there may only be the new file, under a name that scripts
+    // Besides the file and a link to it, there may only be the new file, under a name that scripts
     // ignore.
     void ExpectOldOrNew(const std::string& context) {
         const std::string content = ContentOf(path_);
@@ -425,7 +425,7 @@ class SaveFileFaults : public testing::Test {
             EXPECT_TRUE(name == "settings" || name.front() == '.') << context << ": " << name;
         }
     }
-    // However a save is killed, the folder holds nothing new, but in one moment.
+    // A killed save leaves nothing in the folder, except just before the rename.
     void ExpectNothingLeftButBeforeTheExchange(const std::function<bool()>& save) {
         const auto unnamed = AnswerOfChild([&] {
             return std::string(open(folder_.path.c_str(), O_TMPFILE | O_WRONLY, 0600) < 0 ? ""
@@ -441,7 +441,7 @@ class SaveFileFaults : public testing::Test {
         KillAtEveryCall([&] { StartAgain(); }, save, look);
         EXPECT_EQ(left, 1U);
     }
-    // However a save is killed, also where all files have names, the next one clears up.
+    // The next save removes what a killed one has left, with and without unnamed files.
     void ExpectNothingLeftByTheNext(const std::function<bool(const std::string&)>& save) {
         for (const bool has_unnamed : {true, false}) {
             StartAgain();
@@ -495,7 +495,7 @@ TEST_F(SaveFileFaults, AKillNeverLeavesPartOfANewFile) {
               0U);
 }
 
-// The new file has a name for as long as it takes to rename it.
+// The new file has its temporary name only until it is renamed.
 TEST_F(SaveFileFaults, OnlyAKillBeforeTheExchangeLeavesAnotherFile) {
     ExpectNothingLeftButBeforeTheExchange([&] { return SaveFile(path_, kNew); });
 }
@@ -531,8 +531,8 @@ TEST_F(SaveFileFaults, AKillLeavesALinkToTheOldFileOrTheNewOne) {
               0U);
 }
 
-// After a power cut a file has only what was written to the disk: the new file must be there
-// completely before it replaces the old one, and the exchange before the save returns.
+// After a power cut, only what was written to the disk is there: the complete new file must be on
+// the disk before it replaces the old one, and the rename before the save returns.
 TEST_F(SaveFileFaults, TheNewFileIsOnDiskBeforeItReplacesTheOldOne) {
     for (bool exists : {true, false}) {
         StartAgain();
@@ -676,7 +676,7 @@ TEST_F(SaveFileThroughFaults, AFailingCallLeavesTheOldFileOrTheNewOne) {
             const bool saved = trial.ending == Ending::kSaved;
             EXPECT_EQ(ContentOf(path_), saved ? kNew : kOld) << context;
             EXPECT_EQ(ModeOf(path_), 0640U) << context;
-            // Where it could not take the place, the new file waits beside the old one.
+            // If it could not replace the old file, the new one stays beside it.
             const bool waits = IsRename(trial.calls[at]);
             EXPECT_EQ(NamesIn(folder_.path),
                       waits ? (Names{"settings", "settings.tmp"}) : Names{"settings"})
@@ -737,7 +737,7 @@ TEST_F(SaveFileDisks, AFullDiskLeavesNoEmptyFile) {
     EXPECT_EQ(answer, "refused 1");
 }
 
-// From a disk without any free space to one with enough, block by block.
+// From a full disk to one with enough space, block by block.
 TEST_F(SaveFileDisks, ADiskThatFillsUpKeepsTheOldFile) {
     const std::string text(size_t{5} * 4096, 'n');
     size_t saved = 0;
@@ -834,8 +834,7 @@ TEST_F(SaveFileDisks, AMountPointOnAFullDiskHasTheOldContentOrTheNew) {
     }
 }
 
-// Root may write everywhere. For other users a folder may be closed although the file is open to
-// them.
+// Root may write everywhere. Other users may have access to the file, but not to its folder.
 TEST_F(SaveFileDisks, AFileInAClosedFolderIsWritten) {
     if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
     MakeFile(path_, kOld);
@@ -851,8 +850,8 @@ TEST_F(SaveFileDisks, AFileInAClosedFolderIsWritten) {
     EXPECT_EQ(OwnersOf(path_), "65534:65534");
 }
 
-// A file overwritten in place has the old or the new settings at any moment; after the new ones
-// there may be empty lines, which every reader ignores.
+// A file overwritten in place has the old or the new settings at any moment. Empty lines may follow
+// the new ones; every reader ignores them.
 TEST_F(SaveFileDisks, AKillLeavesAMountPointWithOldOrNewSettings) {
     if (!FaultsWork()) GTEST_SKIP() << "this kernel can't report calls to another process";
     for (const std::string& text : {kOld + kNew, kNew, std::string("manage = 0\n")}) {
