@@ -307,7 +307,7 @@ std::string Machine::Run(const std::string& command, int& status) {
         output = control_->received.substr(head + 1, length);
         return true;
     };
-    Require(Await(answered, 150), "The machine does not answer: " + command);
+    Require(Await(answered, 600), "The machine does not answer: " + command);
     return output;
 }
 

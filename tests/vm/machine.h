@@ -16,7 +16,7 @@ class Failure : public std::runtime_error {
 };
 
 // Checks a condition again and again, for as long as an emulated machine may need.
-constexpr double kPatience = 60;
+constexpr double kPatience = 180;
 bool Await(const std::function<bool()>& condition, double seconds = kPatience);
 void Require(bool holds, const std::string& what);
 

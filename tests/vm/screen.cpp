@@ -31,20 +31,20 @@ std::string Screen::Text() const {
     return text;
 }
 
-void Screen::WaitFor(const std::string& text, double seconds) {
+void Screen::WaitFor(const std::string& text) {
     const auto shown = [&] {
         Look();
         return Shows(text);
     };
-    if (!Await(shown, seconds)) throw Failure("timed out waiting for: " + text + "\n" + Text());
+    if (!Await(shown)) throw Failure("timed out waiting for: " + text + "\n" + Text());
 }
 
-void Screen::WaitForGone(const std::string& text, double seconds) {
+void Screen::WaitForGone(const std::string& text) {
     const auto gone = [&] {
         Look();
         return !Shows(text);
     };
-    if (!Await(gone, seconds)) throw Failure("does not disappear: " + text + "\n" + Text());
+    if (!Await(gone)) throw Failure("does not disappear: " + text + "\n" + Text());
 }
 
 int Screen::Selected() const {
@@ -65,7 +65,7 @@ void Screen::WaitSelected(const std::string& text) {
         const int row = Selected();
         return row >= 0 && Row(row).find(text) != std::string::npos;
     };
-    if (!Await(selected, 10)) throw Failure("not displayed as selected: " + text + "\n" + Text());
+    if (!Await(selected)) throw Failure("not displayed as selected: " + text + "\n" + Text());
 }
 
 void Screen::Choose(const std::string& text) {
@@ -77,7 +77,7 @@ void Screen::Choose(const std::string& text) {
             Look();
             return Selected() >= 0 && Selected() != last;
         };
-        if (!Await(moved, tries == 0 ? 10 : 3)) break;
+        if (!Await(moved)) break;
         if (Row(Selected()).find(text) != std::string::npos) {
             Press("<Enter>");
             return;
@@ -90,7 +90,8 @@ void Screen::Choose(const std::string& text) {
 
 void Line::Clear() {
     emulator_ = std::make_unique<harness::Emulator>(
-        kRows, kColumns, {}, [this](const std::string& answer) { socket_.Send(answer); });
+        kRows, kColumns, harness::EmulatorOptions{},
+        [this](const std::string& answer) { socket_.Send(answer); });
 }
 
 void Line::Look() {

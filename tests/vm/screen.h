@@ -30,8 +30,8 @@ class Screen {
 
     std::string Text() const;
     bool Shows(const std::string& text) const { return Text().find(text) != std::string::npos; }
-    void WaitFor(const std::string& text, double seconds = kPatience);
-    void WaitForGone(const std::string& text, double seconds = kPatience);
+    void WaitFor(const std::string& text);
+    void WaitForGone(const std::string& text);
     // The row that looks selected, among those with text; -1 if there is none or more than one.
     int Selected() const;
     void WaitSelected(const std::string& text);
