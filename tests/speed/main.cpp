@@ -28,7 +28,7 @@ const Amounts kWhole = {.first_rounds = 40,
                         .idle_refreshes = 3,
                         .memory_rounds = 15,
                         .refreshes = 10000,
-                        .refresh_rounds = 10,
+                        .refresh_rounds = 7,
                         .menu_rounds = 50,
                         .growth_cards = {1, 8, 64, 256},
                         .growth_rounds = 5};
