@@ -81,7 +81,8 @@ void BeginRound(Loop& loop, double now) {
     Progress& progress = loop.progress;
     loop.screen.facts->ask();
     progress.known = progress.shown = Known::Nothing;
-    progress.due = now + kRefreshSeconds;
+    // A round that follows an action leaves the schedule alone.
+    if (now >= progress.due) progress.due = now + kRefreshSeconds;
     progress.held_until = now + kPatienceSeconds;
 }
 

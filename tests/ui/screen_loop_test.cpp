@@ -665,6 +665,25 @@ TEST_F(LiveLoop, ARoundStartsEveryFiveSecondsAndShowsCompleteFacts) {
     EXPECT_EQ(paints, 2);
 }
 
+TEST_F(LiveLoop, AnActionDoesNotDelayTheNextRound) {
+    at_first = Known::All;
+    next = Next::Rebuild;
+    Run({[&] {
+             LetPass(kRound - 1);
+             terminal.Type("\r");
+         },
+         [&] {
+             EXPECT_EQ(log, (Texts{"forget", "ask", "stop", "act 1", "forget", "ask"}));
+             LetPass(1);
+             terminal.Type("x");
+         },
+         [&] {
+             EXPECT_EQ(log.size(), 7u);
+             EXPECT_EQ(log.back(), "ask");
+             terminal.Type(kEscapeKey);
+         }});
+}
+
 TEST_F(LiveLoop, AtTheEndOfARoundTheKernelIsAsked) {
     at_first = Known::All;
     Run({[&] {
