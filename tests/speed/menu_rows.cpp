@@ -42,6 +42,7 @@ void AddInformationRows(Menu& menu) {
 
 void Show(Menu& menu) {
     clear();
+    menu.ClearRedraw();
     menu.Draw();
     ShowScreen();
 }

@@ -12,7 +12,9 @@ namespace {
 constexpr int kCards = 64;
 constexpr int kFirstLine = 5;
 constexpr int kServicesLine = kFirstLine + 6;
-constexpr int kClock = 10;  // a refresh is due every half second
+// A refresh is due every 1.25 seconds. A command has hung after 2.5: longer than the slow `ip`
+// takes.
+constexpr int kClock = 4;
 constexpr double kPatience = 10;
 constexpr double kMost = 20;  // milliseconds
 
