@@ -31,7 +31,7 @@ void SaveName(Terminal& t) {
 }
 
 void SaveSettings(Terminal& t) {
-    t.WaitFor("Tavrin 4");
+    t.WaitFor("    1. ");
     t.Press("1<Enter>");
     t.WaitFor("Network configuration: ");
     t.Press("c<Enter>");
