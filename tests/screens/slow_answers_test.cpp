@@ -193,7 +193,7 @@ TEST(SlowAnswers, AnEndlessListDoesNotBlockTheProgram) {
     Machine box;
     box.StandInScript("ip", "case \"$*\" in link) exec yes '1: eth0: x';; esac");
     Terminal t(box);
-    t.WaitFor("    2. eth0", 20);
+    t.WaitFor("    2. eth0", 60);
     t.Press("<C-c>");
     EXPECT_EQ(t.WaitExit(), Exited(130));
 }
