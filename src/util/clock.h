@@ -6,5 +6,5 @@
 double now_seconds();
 
 // Seconds since some moment before the program's start (CLOCK_MONOTONIC). It never jumps, so all
-// timing uses it.
+// timing but that of clicks uses it.
 double MonotonicSeconds();
