@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,53 +30,26 @@ struct Redirection {
     int output = -1;  // only for background commands
 };
 
-// All but SIGHUP: under nohup, commands keep running, too.
-sigset_t SignalsAtDefault() {
-    sigset_t signals;
-    sigfillset(&signals);
-    sigdelset(&signals, SIGHUP);
-    return signals;
-}
-
-// The signals of a new process, and whether it gets its own process group.
-void SetAttributes(posix_spawnattr_t& attributes, bool own_group) {
-    const sigset_t defaults = SignalsAtDefault();
-    sigset_t mask;
-    sigemptyset(&mask);
-    posix_spawnattr_setsigdefault(&attributes, &defaults);
-    posix_spawnattr_setsigmask(&attributes, &mask);
-    const short group = own_group ? POSIX_SPAWN_SETPGROUP : 0;
-    posix_spawnattr_setflags(
-        &attributes, static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | group));
-}
-
-// Starts a shell that ignores SIGHUP. posix_spawn can't: it passes on what this program ignores,
-// and a SIGHUP that arrived while it did would be lost.
-pid_t StartDeafShell(char* const* arguments, int input) {
-    const pid_t pid = fork();
-    if (pid != 0) return pid;
-    const sigset_t defaults = SignalsAtDefault();
+// In the new process, which has its own signals and descriptors, but must not change memory. All
+// signals are at their defaults, except that SIGHUP stays ignored under nohup, and is ignored by a
+// deaf shell. Returns if there is no shell.
+void ExecuteShell(char* const* arguments, const Redirection& redirection, bool is_deaf) {
+    struct sigaction action = {};
     for (int number = 1; number < NSIG; ++number) {
-        if (sigismember(&defaults, number) == 1) std::signal(number, SIG_DFL);
+        if (number != SIGHUP) sigaction(number, &action, nullptr);
     }
-    std::signal(SIGHUP, SIG_IGN);
-    sigset_t mask;
-    sigemptyset(&mask);
-    sigprocmask(SIG_SETMASK, &mask, nullptr);
-    if (input >= 0) dup2(input, STDIN_FILENO);
+    action.sa_handler = SIG_IGN;
+    if (is_deaf) sigaction(SIGHUP, &action, nullptr);
+    sigprocmask(SIG_SETMASK, &action.sa_mask, nullptr);
+    if (redirection.input >= 0) dup2(redirection.input, STDIN_FILENO);
+    if (redirection.output >= 0) {
+        setpgid(0, 0);
+        dup2(redirection.output, STDOUT_FILENO);
+        const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+        dup2(nothing, STDIN_FILENO);
+        dup2(nothing, STDERR_FILENO);
+    }
     execv("/bin/sh", arguments);
-    constexpr int kNoShell = 127;
-    _exit(kNoShell);
-}
-
-void SetDescriptors(posix_spawn_file_actions_t& actions, const Redirection& redirection) {
-    if (redirection.input >= 0) {
-        posix_spawn_file_actions_adddup2(&actions, redirection.input, STDIN_FILENO);
-    }
-    if (redirection.output < 0) return;
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, redirection.output, STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
 }
 
 // Runs the command with /bin/sh; -1 if it can't be started.
@@ -85,23 +57,25 @@ pid_t StartShell(const char* command, const Redirection& redirection) {
     char shell[] = "sh";
     char flag[] = "-c";
     // Not copied: the command may contain a password, and its owner erases it.
-    char* arguments[] = {shell, flag, const_cast<char*>(command), nullptr};
-    const bool is_beside = redirection.output >= 0;
-    if (HangUpIsHeld() && !is_beside) return StartDeafShell(arguments, redirection.input);
-    posix_spawnattr_t attributes;
-    posix_spawn_file_actions_t actions;
-    if (posix_spawnattr_init(&attributes) != 0) return -1;
-    if (posix_spawn_file_actions_init(&actions) != 0) {
-        posix_spawnattr_destroy(&attributes);
-        return -1;
+    char* const arguments[] = {shell, flag, const_cast<char*>(command), nullptr};
+    const bool is_deaf = HangUpIsHeld() && redirection.output < 0;
+    volatile bool has_shell = true;
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    sigprocmask(SIG_SETMASK, &all, &before);
+    // Not fork, which copies the page tables: a refresh starts dozens of commands. The child runs
+    // in this memory until it executes the shell, and this process waits for that.
+    const pid_t pid = vfork();
+    if (pid == 0) {
+        ExecuteShell(arguments, redirection, is_deaf);  // NOLINT(clang-analyzer-unix.Vfork)
+        has_shell = false;
+        _exit(1);
     }
-    SetAttributes(attributes, is_beside);
-    SetDescriptors(actions, redirection);
-    pid_t pid = -1;
-    const int failure = posix_spawn(&pid, "/bin/sh", &actions, &attributes, arguments, environ);
-    posix_spawn_file_actions_destroy(&actions);
-    posix_spawnattr_destroy(&attributes);
-    return failure == 0 ? pid : -1;
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    if (has_shell) return pid;
+    waitpid(pid, nullptr, 0);
+    return -1;
 }
 
 // If SIGCHLD is ignored, the kernel reaps the child, and the wait ends with ECHILD.

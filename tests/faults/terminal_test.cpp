@@ -99,7 +99,7 @@ Ending UpdateAll(TourBox& box, Terminal& t, const std::string& call, int& before
 TEST(HangUp, AtAnyMomentOfAnUpdateIsNotLostAndLeavesNothingHalfDone) {
     TourBox box;
     int before = 0, behind = 0, sent = 0;
-    for (const std::string call : {"rt_sigaction", "clone", "clone3"}) {
+    for (const std::string call : {"rt_sigaction", "clone", "vfork"}) {
         Terminal undisturbed(box, Traced(box, call));
         UpdateAll(box, undisturbed, call, before, behind);
         const int last = behind;
