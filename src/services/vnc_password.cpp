@@ -36,8 +36,7 @@ constexpr std::string_view kEmptyPassword = "\x5a\xb2\xcd\xc0\xba\xdc\xaf\x13";
 static_assert(kEmptyPassword.size() == kBlock);
 
 void CutEmptyPassword() {
-    const int descriptor =
-        open(kPasswordFile, O_RDWR | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW | O_CLOEXEC);
+    const int descriptor = open(kPasswordFile, O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (descriptor < 0) return;
     char bytes[2 * kBlock + 1];
     const ssize_t count = read(descriptor, bytes, sizeof bytes);

@@ -361,18 +361,20 @@ TEST(VncChange, CreatesANewFile) {
     EXPECT_EQ(box.Sh("ls -A /etc | grep passwd.old || true"), "");
 }
 
-// If the file is a link to another place, the link stays.
+// If the file is a link to another place, the link stays. An empty view-only password, as the tool
+// writes it, is removed there, too.
 TEST(VncChange, FollowsALink) {
     VncBox box;
     box.Write("/etc/elsewhere", "old", 0644);
     box.Sh(std::string("ln -s elsewhere ") + kVncPassword);
+    box.StandInScript("vncpasswd", R"(printf 'password\132\262\315\300\272\334\257\023')");
     ServicesScreen t(box);
     AskForSetup(t);
     t.Type("better");
     t.Press("<Enter>");
     t.WaitFor(kDisable);
     EXPECT_EQ(box.Sh(std::string("readlink ") + kVncPassword), "elsewhere\n");
-    EXPECT_EQ(box.Read("/etc/elsewhere"), "made");
+    EXPECT_EQ(box.Read("/etc/elsewhere"), "password");
     EXPECT_EQ(box.ModeOf("/etc/elsewhere"), "400\n");
 }
 
