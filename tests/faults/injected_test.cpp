@@ -114,7 +114,7 @@ constexpr const char* kOthers[] = {"arch_prctl",
 
 // A sanitizer ends the program if it gets no memory for itself.
 bool IsLeftOut(const Fault& fault) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef IFMENU_SANITIZE
     return fault.call == SYS_mmap;
 #else
     return fault.name == nullptr;

@@ -66,7 +66,7 @@ void Refresh(size_t warm, size_t refreshes) {
     const Holdings late = HoldingsAfter(box, t, refreshes);
     EXPECT_EQ(late.descriptors, early.descriptors);
     EXPECT_EQ(late.children, early.children);
-#ifndef __SANITIZE_ADDRESS__  // it keeps freed memory for a while
+#ifndef IFMENU_SANITIZE  // it keeps freed memory for a while
     EXPECT_LE(late.kilobytes, early.kilobytes + 64);
 #endif
     std::cout << "FAULTS refreshes: " << warm << " to " << refreshes << ": descriptors "
@@ -87,7 +87,7 @@ TEST(WholeRefreshing, ForAnHourLeaksNothing) {
 
 // What curses and the C library keep until the end is still reachable; nothing else may be lost.
 TEST(WholeTourInValgrind, HasNoLeaksAndNoInvalidReads) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef IFMENU_SANITIZE
     GTEST_SKIP() << "not with a sanitizer";
 #endif
     TourBox box;

@@ -13,7 +13,7 @@ namespace harness::faults {
 namespace {
 
 // A sanitizer has its own memory, and closes files of its own.
-#ifdef __SANITIZE_ADDRESS__
+#ifdef IFMENU_SANITIZE
 constexpr bool kHasSanitizer = true;
 #else
 constexpr bool kHasSanitizer = false;
