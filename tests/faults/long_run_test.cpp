@@ -57,6 +57,8 @@ Holdings HoldingsAfter(TourBox& box, Terminal& t, size_t refreshes) {
 
 void Refresh(size_t warm, size_t refreshes) {
     TourBox box;
+    // With another number, the folder is searched for the radio switch.
+    box.Sh("cd /sys/class/net/wlan0/phy80211 && mv rfkill0 rfkill4");
     box.Record("ip");
     TerminalOptions options = lifecycle::AtAPrompt();
     options.environment = {{"FAST_CLOCK", "100"}, {"LD_PRELOAD", FAULTS_CLOCK ":" FAULTS_CARDS}};
