@@ -68,7 +68,7 @@ struct Section {
 };
 
 constexpr Section kSections[] = {
-    {"first", "How soon the screen stands", MeasureFirst},
+    {"first", "How soon the first screen is complete", MeasureFirst},
     {"key", "How soon a key shows", MeasureKey},
     {"waits", "Whether the screen ever stops answering", MeasureWaits},
     {"sockets", "What a refresh asks of the kernel", MeasureSockets},

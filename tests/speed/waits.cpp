@@ -131,7 +131,7 @@ void MeasureWith(double answer, const Amounts& amounts, Figures& figures) {
     program.WaitForRow(last.line, last.text);
     for (int visit = 0; visit < amounts.wait_visits; ++visit)
         Append(anew, WhileRebuilding(program, busy));
-    figures.push_back(Worst(prefix + "before the first rows stand", first.early));
+    figures.push_back(Worst(prefix + "before the first rows appear", first.early));
     figures.push_back(Worst(prefix + "on the first rows", first.later));
     figures.push_back(Worst(prefix + "refreshes", finger.seconds));
     figures.push_back(Worst(prefix + "back from an action", anew));
