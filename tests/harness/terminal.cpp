@@ -333,6 +333,12 @@ void Terminal::Settle(double seconds, Place place) {
     if (!Await(settled, seconds)) FailWith("The program did not come to wait for a key", place);
 }
 
+void Terminal::Go(const std::string& keys, const std::string& text, Place place) {
+    Press(keys, place);
+    WaitFor(text, kPatience, place);
+    Settle(kPatience, place);
+}
+
 void Terminal::RunFor(double seconds) {
     machine_.Await([] { return false; }, seconds);
 }

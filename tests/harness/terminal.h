@@ -117,6 +117,8 @@ class Terminal {
     // the result: the moment to assert that a key changed nothing. Also waits for a command that
     // the program runs on the plain terminal.
     void Settle(double seconds = kPatience, Place place = Place::current());
+    // Presses the keys, waits for the text, and settles: the way to another screen, and back.
+    void Go(const std::string& keys, const std::string& text, Place place = Place::current());
     // Lets the program run for that time and keeps reading what it draws. Only for what depends on
     // time itself: refreshes, processor time, the minimum length of a pause.
     void RunFor(double seconds);

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "actions.h"
 #include "machine.h"
 #include "terminal.h"
 
@@ -16,27 +17,16 @@ namespace harness::lifecycle {
 
 // ---- where the program waits ----
 
-// A place where the program waits for a key.
-struct Stop {
-    const char* name;
-    const char* keys;  // from the main menu to this place
-    const char* sign;  // shown there, and on no screen before it
-};
-
 inline constexpr Stop kMainMenu = {"MainMenu", "", "Exit this program"};
 inline constexpr Stop kYesNo = {"YesNo", "d<Enter>", "Are you sure? [y/n]"};
 inline constexpr Stop kTextEntry = {"TextEntry", "n<Enter>", "New computer host name"};
 inline constexpr Stop kInterface = {"Interface", "1<Enter>", "Network configuration: eth0 ("};
 // The editor draws the help last.
 inline constexpr Stop kEditor = {"Editor", "1<Enter>c<Enter>", "leave the network port disabled"};
-inline constexpr Stop kServices = {"Services", "s<Enter>", "Main menu"};
 inline constexpr Stop kPassword = {"Password", "s<Enter>v<Enter>", "Set VNC password"};
 inline constexpr Stop kStops[] = {kMainMenu, kYesNo,    kTextEntry, kInterface,
                                   kEditor,   kServices, kPassword};
 
-inline std::ostream& operator<<(std::ostream& out, const Stop& stop) {
-    return out << stop.name;
-}
 inline std::string StopName(const testing::TestParamInfo<Stop>& info) {
     return info.param.name;
 }
@@ -65,13 +55,6 @@ inline std::vector<std::string> Look(const Terminal& t) {
     for (int row = 0; row < t.rows(); row++)
         look.push_back(t.Row(row) + " | " + t.Style(row));
     return look;
-}
-
-inline void GoTo(Terminal& t, const Stop& stop, Place place = Place::Here()) {
-    t.WaitFor(kMainMenu.sign, Terminal::kPatience, place);
-    t.Press(stop.keys, place);
-    t.WaitFor(stop.sign, Terminal::kPatience, place);
-    t.Settle(Terminal::kPatience, place);
 }
 
 // A machine with what the places need: an interface (a bridge, which any user can create in a user
