@@ -7,14 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "actions.h"
 #include "machine.h"
-#include "secret.h"
 #include "terminal.h"
 
 namespace services {
 
 using namespace harness;
-using Words = std::vector<std::string>;
 
 // The first line and column of the rows on the screen.
 constexpr int kFirstLine = 4;
@@ -93,7 +92,7 @@ class ServicesBox : public Machine {
         StandInScript(path, look_ + "[ $1 = start ] && : >" + pid_file + " || rm -f " + pid_file);
     }
     // The probed files that existed during the last run of the script, one per line.
-    std::string Seen(const std::string& script_and_action, Place place = Place::Here()) {
+    std::string Seen(const std::string& script_and_action, Place place = Place::current()) {
         return Read("/mnt/seen/" + script_and_action, place);
     }
 
@@ -111,6 +110,13 @@ class ServicesBox : public Machine {
     }
     bool VolkeepRuns() { return !Sh("pidof volkeep || true").empty(); }
 
+    // The settings among the probed files; the others are pid files.
+    Words Settings() {
+        Words settings;
+        for (const std::string& path : kProbed)
+            if (!path.ends_with(".pid") && Exists(path)) settings.push_back(path);
+        return settings;
+    }
     // The permission bits, in octal.
     std::string ModeOf(const std::string& path) { return Sh("stat -c %a " + path); }
 
@@ -118,28 +124,17 @@ class ServicesBox : public Machine {
     std::string look_;
 };
 
-inline void WaitForTitle(Terminal& t, const std::string& title, Place place = Place::Here()) {
-    t.WaitUntil([&] { return t.Row(2) == title; }, "the title \"" + title + "\"",
-                Terminal::kPatience, place);
-}
-
 // The program with its services screen on the terminal, by default one that fits all rows.
-class ServicesScreen : public Terminal {
+class ServicesScreen : public Page {
   public:
-    explicit ServicesScreen(Machine& box, TerminalOptions options = OfSize(30, 80),
-                            Place place = Place::Here())
-        : Terminal(box, options, place) {
-        WaitFor("Tavrin 4", kPatience, place);
-        Press("s<Enter>", place);
-        WaitForTitle(*this, "Services", place);
-        Settle(kPatience, place);
-    }
+    explicit ServicesScreen(Machine& box, const TerminalOptions& options = OfSize(30, 80),
+                            Place place = Place::current())
+        : Page(box, kServices, options, place) {}
 
     // Leaves the screen and opens it again, so that it probes the machine again.
-    void Reopen(Place place = Place::Here()) {
-        Press("m<Enter><Enter>", place);
-        Settle(kPatience, place);
-        WaitForTitle(*this, "Services", place);
+    void Reopen(Place place = Place::current()) {
+        Go("<Esc>", "Exit this program", place);
+        Go("<Enter>", kServices.sign, place);
     }
 };
 
@@ -153,59 +148,6 @@ inline Words Rows(const Terminal& t) {
     while (!rows.empty() && rows.back().empty())
         rows.pop_back();
     return rows;
-}
-
-// Moves to the row with the arrow keys, from the top.
-inline void Select(Terminal& t, const std::string& row, Place place = Place::Here()) {
-    t.Press("<Home>", place);
-    t.Settle(Terminal::kPatience, place);
-    for (int i = 0; i < 40 && t.Selected() != row; i++) {
-        t.Press("<Down>", place);
-        t.Settle(Terminal::kPatience, place);
-    }
-    if (t.Selected() != row) Fail("there is no row \"" + row + "\"\n" + t.Picture(), place);
-}
-
-inline void Choose(Terminal& t, const std::string& row, Place place = Place::Here()) {
-    Select(t, row, place);
-    t.Press("<Enter>", place);
-}
-
-// Whether the program has left its screen since the last Mark().
-inline bool LeftItsScreen(const Terminal& t) {
-    return t.Output().find("\x1b[?1049l") != std::string::npos;
-}
-
-// Checks that every command ran on the plain terminal, with the default signals of a shell.
-inline void ExpectPlainTerminal(const std::vector<Call>& calls, Place place = Place::Here()) {
-    const testing::ScopedTrace from(place.file, place.line, "");
-    for (const Call& call : calls) {
-        EXPECT_EQ(call.mode, Mode::kLine) << call;
-        EXPECT_FALSE(call.sigchld_ignored || call.sigint_ignored || call.sigquit_ignored) << call;
-    }
-}
-
-// ---- remains of a password ----
-
-// Longer than the initial capacity of a string, so that copies of a growing one are found.
-constexpr const char* kSecret = "Quux7-Zebra#Plinth_42;vortex:Jumbled%Wharf";
-
-// A script that reads all its input, reports it, and exits when told to.
-constexpr const char* kReadAndWait =
-    "cat >/mnt/seen/input; mkfifo /mnt/seen/gate; touch /mnt/seen/read; read -r _ </mnt/seen/gate";
-
-inline void WaitForReader(Machine& box, Place place = Place::Here()) {
-    box.WaitUntil([&] { return box.Exists("/mnt/seen/read"); }, "the tool to have read its input",
-                  Terminal::kPatience, place);
-}
-
-inline void ReleaseReader(Machine& box, Place place = Place::Here()) {
-    box.Write("/mnt/seen/gate", "\n", 0644, place);
-}
-
-// A line of a script that records the arguments and environments of all processes in the machine.
-inline std::string LookAtProcesses(const std::string& file) {
-    return "cat /proc/[0-9]*/cmdline /proc/[0-9]*/environ 2>/dev/null >>" + file + "\n";
 }
 
 }  // namespace services
