@@ -4,10 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
+#include <utility>
 
-#include "machine.h"
-#include "terminal.h"
+#include "actions.h"
 
 namespace harness {
 namespace {
@@ -19,14 +18,9 @@ using testing::Not;
 
 constexpr const char* kFile = "/etc/ntp.conf";
 constexpr const char* kService = "/etc/init.d/service-ntpd";
-constexpr const char* kTitle = "Network Time Protocol configuration:";
-constexpr const char* kMenuTitle = "Tavrin 4 Network configuration utility";
 constexpr const char* kQuestion = "Are you sure? [y/n]";
-constexpr const char* kAddPrompt = "New server name?";
-constexpr const char* kEditPrompt = "Edit server name. Delete all text to remove entry.";
 
 constexpr int kTop = 4;
-constexpr int kLeft = 4;
 
 // Comments between the servers, an option, an indented server line, and one without a server.
 constexpr const char* kMixed =
@@ -38,6 +32,7 @@ constexpr const char* kMixed =
     "server   \n"
     "server time2.example.org\n"
     "driftfile /var/lib/ntp/drift\n";
+// The same, saved with the second server replaced.
 constexpr const char* kMixedRegrouped =
     "# near\n"
     "\n"
@@ -45,7 +40,7 @@ constexpr const char* kMixedRegrouped =
     " server indented.example.org\n"
     "driftfile /var/lib/ntp/drift\n"
     "server time1.example.org iburst\n"
-    "server time2.example.org\n";
+    "server time3.example.org iburst\n";
 
 // A machine with that text in the file, or no file for "". The service's script only records its
 // calls.
@@ -61,166 +56,82 @@ class Box : public Machine {
     }
 };
 
-void WaitForRows(Terminal& t, Place place = Place::current()) {
-    t.WaitFor(kTitle, Terminal::kPatience, place);
-    t.WaitFor("Start NTP service", Terminal::kPatience, place);
-    t.Settle(Terminal::kPatience, place);
-}
-
-void Open(Terminal& t, Place place = Place::current()) {
-    t.WaitFor(kMenuTitle, Terminal::kPatience, place);
-    t.Press("t<Enter>", place);
-    t.WaitFor(kTitle, Terminal::kPatience, place);
-    t.Settle(Terminal::kPatience, place);
-}
-
-class NtpPage : public Terminal {
-  public:
-    explicit NtpPage(Machine& box, const TerminalOptions& options = {},
-                     Place place = Place::current())
-        : Terminal(box, options, place) {
-        Open(*this, place);
-    }
-};
-
 // The server rows on the screen.
-std::vector<std::string> Servers(const Terminal& t) {
-    std::vector<std::string> servers;
+Words Servers(const Terminal& t) {
+    Words servers;
     const std::string start = "    Server ";
-    for (int row = kTop; row < t.rows() && t.Row(row).rfind(start, 0) == 0; row++)
+    for (int row = kTop; row < t.rows() && t.Row(row).starts_with(start); row++)
         servers.push_back(t.Row(row).substr(start.size()));
     return servers;
 }
 
 // The rows with their styles, for checking that nothing has changed.
-std::vector<std::string> Look(const Terminal& t) {
-    std::vector<std::string> look;
+Words Look(const Terminal& t) {
+    Words look;
     for (int row = 0; row < t.rows(); row++)
         look.push_back(t.Row(row) + " | " + t.Style(row));
     return look;
 }
 
-// Presses the keys that open an entry box, and types the text into it.
-void OpenPrompt(Terminal& t, const std::string& keys, const std::string& prompt,
-                Place place = Place::current()) {
-    t.Press(keys + "<Enter>", place);
-    t.WaitFor(prompt, Terminal::kPatience, place);
-    t.Settle(Terminal::kPatience, place);
-}
-
-void ClosePrompt(Terminal& t, const std::string& key, const std::string& prompt,
-                 Place place = Place::current()) {
-    t.Press(key, place);
-    t.WaitForGone(prompt, Terminal::kPatience, place);
-    WaitForRows(t, place);
+// Opens the entry box of the row, types the text behind what is there, and presses the last key.
+void Enter(Terminal& t, const std::string& keys, const std::string& text,
+           const std::string& last = "<Enter>", Place place = Place::current()) {
+    t.Go(keys + "<Enter>", "[ESC to cancel]", place);
+    t.Type(text);
+    t.Press(last, place);
+    t.WaitForGone("[ESC to cancel]", Terminal::kPatience, place);
+    t.Go("", kTimeServers.sign, place);
 }
 
 void Add(Terminal& t, const std::string& name, Place place = Place::current()) {
-    OpenPrompt(t, "n", kAddPrompt, place);
-    t.Type(name);
-    ClosePrompt(t, "<Enter>", kAddPrompt, place);
+    Enter(t, "n", name, "<Enter>", place);
 }
 
-// Selects a server's row with the keys, clears the entry and types another.
+// Selects a server's row with the keys, clears its text and types another.
 void Edit(Terminal& t, const std::string& keys, size_t old_length, const std::string& text,
           Place place = Place::current()) {
-    OpenPrompt(t, keys, kEditPrompt, place);
-    for (size_t i = 0; i < old_length; i++)
-        t.Press("<Backspace>", place);
-    t.Type(text);
-    ClosePrompt(t, "<Enter>", kEditPrompt, place);
-}
-
-void Ask(Terminal& t, const std::string& keys, Place place = Place::current()) {
-    t.Press(keys, place);
-    t.WaitFor(kQuestion, Terminal::kPatience, place);
-}
-
-void Answer(Terminal& t, const std::string& key, Place place = Place::current()) {
-    t.Press(key, place);
-    WaitForRows(t, place);
+    Enter(t, keys, std::string(old_length, '\x7f') + text, "<Enter>", place);
 }
 
 void Save(Terminal& t, Place place = Place::current()) {
-    Ask(t, "s<Enter>", place);
-    Answer(t, "y", place);
+    t.Go("s<Enter>", kQuestion, place);
+    t.Go("y", kTimeServers.sign, place);
 }
 
 // ---- what it shows ----
 
 TEST(NtpScreen, ShowsTheServersOfTheFileAndItsActions) {
     Box box;
-    for (const auto& [rows, cols] : {std::pair{24, 80}, {43, 132}}) {
-        NtpPage t(box, OfSize(rows, cols));
-        std::vector<std::string> screen = {
-            "",
-            "",
-            "Network Time Protocol configuration:",
-            "",
-            "    Server time1.example.org iburst",
-            "    Server time2.example.org",
-            "",
-            "    Add new server",
-            "    Save changes",
-            "    Stop NTP service",
-            "    Start NTP service",
-            "",
-            "    Main menu",
-        };
-        screen.resize(static_cast<size_t>(rows));
-        EXPECT_EQ(t.Screen(), screen);
-        EXPECT_FALSE(t.CursorVisible());
-        EXPECT_EQ(t.Cell(2, 0).Style(), "white/black");
-        // The selected row is highlighted over COLS - 5 columns.
-        EXPECT_EQ(t.SelectedRow(), kTop);
-        EXPECT_EQ(t.Cell(kTop, kLeft).Style(), "white/blue bold");
-        EXPECT_EQ(t.Cell(kTop, kLeft - 1).bg, kBlack);
-        EXPECT_EQ(t.Cell(kTop, cols - 2).bg, kBlue);
-        EXPECT_EQ(t.Cell(kTop, cols - 1).bg, kBlack);
-        EXPECT_EQ(t.Cell(kTop + 1, kLeft).Style(), "white/black bold");
-        // Servers have no hot key.
-        for (int col = kLeft; col < kLeft + 31; col++)
-            EXPECT_NE(t.Cell(kTop + 1, col).fg, kYellow);
-    }
-}
-
-TEST(NtpScreen, HotKeysSelectAndAreMarked) {
-    Box box;
-    NtpPage t(box);
-    const struct {
-        const char* label;
-        const char* key;
-        const char* mark;
-        int column;
-    } rows[] = {{"Add new server", "n", "n", 4},
-                {"Save changes", "s", "S", 0},
-                {"Stop NTP service", "o", "o", 2},
-                {"Start NTP service", "a", "a", 2},
-                {"Main menu", "m", "M", 0}};
-    for (const auto& row : rows) {
-        const Cell mark = t.Cell(t.Find(row.label), kLeft + row.column);
-        EXPECT_EQ(mark.text, row.mark) << row.label;
-        EXPECT_EQ(mark.Style(), "yellow/black bold") << row.label;
-    }
-    for (const auto& row : rows) {
-        t.Press(row.key);
-        t.WaitSelected(row.label);
-    }
-    t.Press("<Down>");
-    t.WaitSelected("Server time1.example.org iburst");
-    t.Press("<Up><Up>");
-    t.WaitSelected("Start NTP service");
+    Page t(box, kTimeServers);
+    Words screen = {"",
+                    "",
+                    "Network Time Protocol configuration:",
+                    "",
+                    "    Server time1.example.org iburst",
+                    "    Server time2.example.org",
+                    "",
+                    "    Add new server",
+                    "    Save changes",
+                    "    Stop NTP service",
+                    "    Start NTP service",
+                    "",
+                    "    Main menu"};
+    screen.resize(24);
+    EXPECT_EQ(t.Screen(), screen);
+    EXPECT_EQ(t.Cell(2, 0).Style(), "white/black");
+    EXPECT_FALSE(t.CursorVisible());
 }
 
 TEST(NtpScreen, WithoutServersNoSeparatorComesFirst) {
-    for (const char* text : {"", "# only a remark\n"}) {
-        Box box(text);
-        NtpPage t(box);
-        EXPECT_EQ(t.Row(kTop), "    Add new server");
-        EXPECT_EQ(t.Row(kTop + 4), "");
-        EXPECT_EQ(t.Row(kTop + 5), "    Main menu");
-        EXPECT_EQ(t.Selected(), "Add new server");
-    }
+    Box box("# only a remark\n");
+    Page t(box, kTimeServers);
+    EXPECT_EQ(t.Row(kTop), "    Add new server");
+    EXPECT_EQ(t.Row(kTop + 5), "    Main menu");
+    EXPECT_EQ(t.Selected(), "Add new server");
+    Add(t, "a.example.org");
+    EXPECT_EQ(t.Row(kTop), "    Server a.example.org");
+    EXPECT_EQ(t.Row(kTop + 1), "");
+    EXPECT_EQ(t.Row(kTop + 2), "    Add new server");
 }
 
 // As many rows as fit; the list scrolls with the selection.
@@ -229,7 +140,7 @@ TEST(NtpScreen, ALongListScrolls) {
     for (int i = 1; i <= 30; i++)
         text += "server s" + std::to_string(i) + "\n";
     Box box(text);
-    NtpPage t(box);
+    Page t(box, kTimeServers);
     EXPECT_EQ(Servers(t).size(), 19U);
     EXPECT_EQ(t.Row(23), "");
     t.Press("<Up>");
@@ -238,127 +149,79 @@ TEST(NtpScreen, ALongListScrolls) {
     EXPECT_EQ(t.Row(kTop), "    Server s19");
 }
 
-// ---- leaving ----
-
-TEST(NtpScreen, ItsRowEscAndBackspaceLeaveIt) {
-    Box box;
-    Terminal t(box);
-    for (const char* keys : {"m<Enter>", "<Esc>", "<Backspace>"}) {
-        Open(t);
-        t.Press(keys);
-        t.WaitFor(kMenuTitle);
-        EXPECT_FALSE(t.Shows(kTitle)) << keys;
-    }
-    t.Press("e<Enter>");
-    EXPECT_EQ(t.WaitExit(), Exited(0));
-    EXPECT_EQ(box.Read(kFile), kMixed);
-}
-
-TEST(NtpScreen, UnsavedEditsAreDiscardedWithoutAWarning) {
-    Box box;
-    NtpPage t(box);
-    Add(t, "time3.example.org");
-    t.Press("m<Enter>");
-    t.WaitFor(kMenuTitle);
-    EXPECT_EQ(box.Read(kFile), kMixed);
-    Open(t);
-    EXPECT_THAT(Servers(t), ElementsAre("time1.example.org iburst", "time2.example.org"));
-}
-
 TEST(NtpScreen, TheFileIsReadOnceWhenTheScreenOpens) {
     Box box("server old\n");
-    NtpPage t(box);
+    Page t(box, kTimeServers);
     box.Write(kFile, "server new\n");
-    Ask(t, "s<Enter>");
-    Answer(t, "n");
+    t.Go("s<Enter>", kQuestion);
+    t.Go("n", kTimeServers.sign);
     EXPECT_THAT(Servers(t), ElementsAre("old"));
     Add(t, "other");
     EXPECT_THAT(Servers(t), ElementsAre("old", "other"));
-    t.Press("<Esc>");
-    Open(t);
+    // Leaving discards what is not saved, without a warning.
+    t.Go("m<Enter>", "Tavrin 4");
+    GoTo(t, kTimeServers);
     EXPECT_THAT(Servers(t), ElementsAre("new"));
+    EXPECT_EQ(box.Read(kFile), "server new\n");
 }
 
 // ---- adding ----
 
 TEST(NtpScreen, AddingAsksWithAnEmptyBoxAndAppends) {
     Box box;
-    NtpPage t(box);
-    OpenPrompt(t, "n", "New server name? [ESC to cancel]");
+    Page t(box, kTimeServers);
+    t.Go("n<Enter>", "New server name? [ESC to cancel]");
     EXPECT_EQ(t.CursorCol(), 2);
-    t.Type("  time3.example.org prefer  ");
-    ClosePrompt(t, "<Enter>", kAddPrompt);
+    t.Go("  time3.example.org prefer  <Enter>", "Server time3.example.org prefer");
     EXPECT_THAT(Servers(t), ElementsAre("time1.example.org iburst", "time2.example.org",
                                         "time3.example.org prefer"));
-    EXPECT_EQ(t.Row(kTop + 3), "");
-    EXPECT_EQ(t.Row(kTop + 4), "    Add new server");
     EXPECT_EQ(box.Read(kFile), kMixed);
+    // A name that differs in one byte is not a duplicate.
+    for (const char* name : {"TIME3.example.org prefer", "time3.example.org prefe"})
+        Add(t, name);
+    EXPECT_EQ(Servers(t).size(), 5U);
 }
 
-TEST(NtpScreen, TheFirstServerBringsTheSeparator) {
-    Box box("");
-    NtpPage t(box);
-    Add(t, "a.example.org");
-    EXPECT_EQ(t.Row(kTop), "    Server a.example.org");
-    EXPECT_EQ(t.Row(kTop + 1), "");
-    EXPECT_EQ(t.Row(kTop + 2), "    Add new server");
-}
-
-// Every way to leave the box without a change: the box disappears, and nothing else changes.
 TEST(NtpScreen, ACancelledEmptyOrKnownNameChangesNothing) {
     Box box;
-    NtpPage t(box);
+    Page t(box, kTimeServers);
     Add(t, "unsaved");
     box.Write(kFile, "server new\n");
     t.Press("n");
-    t.WaitSelected("Add new server");
     t.Settle();
-    const std::vector<std::string> before = Look(t);
-    const struct {
-        const char* typed;
-        const char* key;
-    } ways[] = {{"time4.example.org", "<Esc>"},
-                {"", "<Esc>"},
-                {"", "<Enter>"},
-                {"   ", "<Enter>"},
-                {"unsaved", "<Enter>"},
-                {" time2.example.org ", "<Enter>"},
-                {"time1.example.org iburst", "<Enter>"}};
-    for (const auto& way : ways) {
-        OpenPrompt(t, "", kAddPrompt);
-        t.Type(way.typed);
-        ClosePrompt(t, way.key, kAddPrompt);
-        EXPECT_EQ(Look(t), before) << "'" << way.typed << "' " << way.key;
+    const Words before = Look(t);
+    const std::pair<const char*, const char*> ways[] = {{"time4.example.org", "<Esc>"},
+                                                        {"", "<Enter>"},
+                                                        {"   ", "<Enter>"},
+                                                        {"unsaved", "<Enter>"},
+                                                        {" time2.example.org ", "<Enter>"},
+                                                        {"time1.example.org iburst", "<Enter>"}};
+    for (const auto& [typed, key] : ways) {
+        Enter(t, "", typed, key);
+        EXPECT_EQ(Look(t), before) << "'" << typed << "' " << key;
         EXPECT_FALSE(t.CursorVisible());
     }
     EXPECT_THAT(box.CallLines(), IsEmpty());
-}
-
-TEST(NtpScreen, ANameThatDiffersInOneByteIsNotADuplicate) {
-    Box box("server a.example\n");
-    NtpPage t(box);
-    for (const char* name : {"A.example", "a.exampl", "a.example."})
-        Add(t, name);
-    EXPECT_THAT(Servers(t), ElementsAre("a.example", "A.example", "a.exampl", "a.example."));
 }
 
 // ---- editing ----
 
 TEST(NtpScreen, EditingStartsWithTheOldNameAndReplacesIt) {
     Box box;
-    NtpPage t(box);
-    OpenPrompt(t, "", std::string(kEditPrompt) + " [ESC to cancel]");
-    EXPECT_TRUE(t.Shows("time1.example.org iburst"));
+    Page t(box, kTimeServers);
+    t.Go("<Enter>", "Edit server name. Delete all text to remove entry. [ESC to cancel]");
     EXPECT_EQ(t.CursorCol(), 2 + 24);
-    t.Type(" prefer");
-    ClosePrompt(t, "<Enter>", kEditPrompt);
-    EXPECT_THAT(Servers(t), ElementsAre("time1.example.org iburst prefer", "time2.example.org"));
+    t.Go(" prefer<Enter>", "Server time1.example.org iburst prefer");
     EXPECT_EQ(t.SelectedRow(), kTop);
+    // It may make a duplicate.
+    Edit(t, "<Down>", 17, "time1.example.org iburst prefer");
+    EXPECT_THAT(Servers(t),
+                ElementsAre("time1.example.org iburst prefer", "time1.example.org iburst prefer"));
 }
 
 TEST(NtpScreen, DeletingAllTextRemovesTheServer) {
     Box box("server a\nserver b\nserver c\n");
-    NtpPage t(box);
+    Page t(box, kTimeServers);
     Edit(t, "<Down>", 1, "");
     EXPECT_THAT(Servers(t), ElementsAre("a", "c"));
     t.WaitSelected("Server c");
@@ -367,36 +230,21 @@ TEST(NtpScreen, DeletingAllTextRemovesTheServer) {
     EXPECT_THAT(Servers(t), ElementsAre("a"));
     EXPECT_EQ(t.Row(kTop + 2), "    Add new server");
     Edit(t, "<Home>", 1, "");
-    EXPECT_THAT(Servers(t), IsEmpty());
     EXPECT_EQ(t.Row(kTop), "    Add new server");
     Save(t);
     EXPECT_EQ(box.Read(kFile), "");
 }
 
-TEST(NtpScreen, EditingMayMakeADuplicate) {
-    Box box("server a\nserver b\n");
-    NtpPage t(box);
-    Edit(t, "<Down>", 1, "a");
-    EXPECT_THAT(Servers(t), ElementsAre("a", "a"));
-    Save(t);
-    EXPECT_EQ(box.Read(kFile), "server a\nserver a\n");
-}
-
 TEST(NtpScreen, ACancelledEditChangesNothing) {
     Box box;
-    NtpPage t(box);
+    Page t(box, kTimeServers);
     Edit(t, "<Down>", 17, "unsaved");
     box.Write(kFile, "server new\n");
-    const std::vector<std::string> before = Look(t);
-    OpenPrompt(t, "", kEditPrompt);
-    t.Type("-typed");
-    ClosePrompt(t, "<Esc>", kEditPrompt);
-    EXPECT_EQ(Look(t), before);
-    OpenPrompt(t, "", kEditPrompt);
-    for (int i = 0; i < 7; i++)
-        t.Press("<Backspace>");
-    ClosePrompt(t, "<Esc>", kEditPrompt);
-    EXPECT_EQ(Look(t), before);
+    const Words before = Look(t);
+    for (const char* typed : {"-typed", "\x7f\x7f\x7f\x7f\x7f\x7f\x7f"}) {
+        Enter(t, "", typed, "<Esc>");
+        EXPECT_EQ(Look(t), before);
+    }
     EXPECT_THAT(Servers(t), ElementsAre("time1.example.org iburst", "unsaved"));
 }
 
@@ -405,15 +253,13 @@ TEST(NtpScreen, TheFirst512ServersCanBeEdited) {
     for (int i = 1; i <= 514; i++)
         text += "server s" + std::to_string(i) + "\n";
     Box box(text);
-    NtpPage t(box);
-    t.Press("<End><Up><Up><Up><Up><Up>");
+    Page t(box, kTimeServers);
+    t.Press("<End><Up><Up><Up><Up><Up><Enter>");
     t.WaitSelected("Server s514");
-    t.Press("<Enter><Up>");
-    t.WaitSelected("Server s513");
-    t.Press("<Enter>");
+    t.Press("<Up><Enter>");
     t.Settle();
-    EXPECT_FALSE(t.Shows(kEditPrompt));
     EXPECT_EQ(t.Selected(), "Server s513");
+    EXPECT_FALSE(t.Shows("[ESC to cancel]"));
     Edit(t, "<Up>", 4, "last");
     EXPECT_EQ(t.Selected(), "Server last");
     // One more can still be added, and all are saved.
@@ -425,146 +271,75 @@ TEST(NtpScreen, TheFirst512ServersCanBeEdited) {
 
 // ---- saving ----
 
-TEST(NtpScreen, SavingRegroupsTheFile) {
+TEST(NtpScreen, SavingRegroupsTheFileAfterAYes) {
     Box box;
-    NtpPage t(box);
-    Ask(t, "s<Enter>");
-    EXPECT_EQ(t.Row(0), kQuestion);
-    EXPECT_FALSE(t.Shows(kTitle));
-    EXPECT_FALSE(t.Shows("Server"));
-    t.Mark();
-    Answer(t, "y");
+    Page t(box, kTimeServers);
+    Edit(t, "<Down>", 17, "");
+    Add(t, "time3.example.org iburst");
+    Action save = {.row = "Save changes",
+                   .question = kQuestion,
+                   .typed = "n",
+                   .after = "Server time3.example.org iburst"};
+    Do(t, save);
+    EXPECT_EQ(box.Read(kFile), kMixed);
+    save.typed = "y";
+    Do(t, save);
     EXPECT_EQ(box.Read(kFile), kMixedRegrouped);
-    // Curses stays active, and no message is shown.
-    EXPECT_THAT(t.Output(), Not(HasSubstr("\x1b[?1049l")));
-    EXPECT_THAT(Servers(t), ElementsAre("time1.example.org iburst", "time2.example.org"));
     EXPECT_EQ(t.Selected(), "Save changes");
-    EXPECT_THAT(box.CallLines(), IsEmpty());
 }
 
-TEST(NtpScreen, SavesAddedEditedAndRemovedServersExactly) {
-    Box box("# caf\xc3\xa9 \xff\r\nserver a\nserver b\r\n\tserver tab\nserver c\ndisable monitor");
-    NtpPage t(box);
-    Edit(t, "", 1, "a2 key 5");
-    Edit(t, "<Down>", 1, "");
-    Add(t, "d iburst");
-    Save(t);
-    EXPECT_EQ(box.Read(kFile),
-              "# caf\xc3\xa9 \xff\n\tserver tab\ndisable monitor\n"
-              "server a2 key 5\nserver c\nserver d iburst\n");
-    EXPECT_THAT(box.CallLines(), IsEmpty());
-}
-
-TEST(NtpScreen, ADeclinedSaveKeepsFileAndEdits) {
-    Box box;
-    NtpPage t(box);
-    Add(t, "time3.example.org");
-    for (const char* key : {"n", "N", "q", "<Esc>", "<Backspace>"}) {
-        Ask(t, "s<Enter>");
-        Answer(t, key);
-        EXPECT_EQ(box.Read(kFile), kMixed) << key;
-        EXPECT_EQ(Servers(t).size(), 3U) << key;
+TEST(NtpScreen, AFolderOrAPipeInPlaceOfTheFileIsLeftAlone) {
+    for (const std::string make : {"mkdir ", "mkfifo "}) {
+        Box box("");
+        box.Sh(make + kFile);
+        const std::string look = std::string("ls -A /etc; stat -c %F ") + kFile;
+        const std::string before = box.Sh(look);
+        Page t(box, kTimeServers);
+        EXPECT_EQ(t.Row(kTop), "    Add new server");
+        Add(t, "a");
+        Save(t);
+        EXPECT_EQ(box.Sh(look), before);
+        EXPECT_THAT(Servers(t), ElementsAre("a"));
     }
-    Save(t);
-    EXPECT_EQ(box.Read(kFile), std::string(kMixedRegrouped) + "server time3.example.org\n");
 }
 
-TEST(NtpScreen, SavingCreatesAMissingFileWithOnlyServerLines) {
+TEST(NtpScreen, AnEndlessFileIsNeitherReadNorOverwritten) {
     Box box("");
-    NtpPage t(box);
-    Add(t, "time1.example.org");
-    Add(t, "10.0.0.1 iburst");
+    box.Sh(std::string("ln -s /dev/zero ") + kFile);
+    Page t(box, kTimeServers);
+    Add(t, "time.example.org");
     Save(t);
-    EXPECT_EQ(box.Read(kFile), "server time1.example.org\nserver 10.0.0.1 iburst\n");
-    EXPECT_EQ(box.Sh("stat -c '%a %u:%g' /etc/ntp.conf"), "644 0:0\n");
-}
-
-TEST(NtpScreen, SavingFollowsALinkAndKeepsModeAndOwners) {
-    Box box;
-    box.Sh(
-        "mkdir /etc/elsewhere; mv /etc/ntp.conf /etc/elsewhere/time; "
-        "chmod 640 /etc/elsewhere/time; chown 12:34 /etc/elsewhere/time; "
-        "ln -s elsewhere/time /etc/ntp.conf");
-    const std::string modes = box.Sh("stat -c '%a %u:%g' /etc/elsewhere/time");
-    NtpPage t(box);
-    Save(t);
-    EXPECT_EQ(box.Sh("readlink /etc/ntp.conf"), "elsewhere/time\n");
-    EXPECT_EQ(box.Read("/etc/elsewhere/time"), kMixedRegrouped);
-    EXPECT_EQ(box.Sh("stat -c '%a %u:%g' /etc/elsewhere/time"), modes);
-    EXPECT_EQ(box.Sh("ls -A /etc/elsewhere"), "time\n");
-}
-
-// Nothing is lost and nothing is reported; the edits can still be saved.
-TEST(NtpScreen, AFailedSaveKeepsTheOldFileAndTheEdits) {
-    Box box;
-    box.Sh(
-        "mkdir /etc/full; mount -t tmpfs -o size=64k none /etc/full; "
-        "mv /etc/ntp.conf /etc/full/time; ln -s /etc/full/time /etc/ntp.conf; "
-        "cat /dev/zero >/etc/full/filler 2>/dev/null || true");
-    NtpPage t(box);
-    Add(t, "time3.example.org");
-    const std::vector<std::string> before = Servers(t);
-    Save(t);
-    EXPECT_EQ(box.Read("/etc/full/time"), kMixed);
-    EXPECT_EQ(box.Sh("ls -A /etc/full"), "filler\ntime\n");
-    EXPECT_EQ(Servers(t), before);
-
-    box.Remove("/etc/full/filler");
-    Save(t);
-    EXPECT_EQ(box.Read("/etc/full/time"),
-              std::string(kMixedRegrouped) + "server time3.example.org\n");
-}
-
-TEST(NtpScreen, AFolderInPlaceOfTheFileIsLeftAlone) {
-    Box box("");
-    box.MakeDirectory(kFile);
-    NtpPage t(box);
-    EXPECT_EQ(t.Row(kTop), "    Add new server");
-    Add(t, "a");
-    Save(t);
-    EXPECT_EQ(box.Sh("ls -A /etc/ntp.conf; ls -A /etc | grep ifmenu || true"), "");
-    EXPECT_THAT(Servers(t), ElementsAre("a"));
+    EXPECT_EQ(box.Sh(std::string("readlink ") + kFile), "/dev/zero\n");
 }
 
 // ---- the service ----
 
+// The operator sees the message, but none of the script's output. Unsaved changes stay.
 TEST(NtpScreen, StopsAndStartsTheServiceOnThePlainTerminal) {
     Box box;
-    // The script waits until the test has checked the screen. The operator sees none of its output.
-    box.StandInScript(kService,
-                      "echo loud; echo louder >&2\n"
-                      "while ! rm /tmp/open 2>/dev/null; do sleep 0.02; done\n"
-                      "exit 1\n");
-    NtpPage t(box);
+    box.StandInScript(kService, "echo loud; echo louder >&2; exit 1\n");
+    Page t(box, kTimeServers);
     Add(t, "unsaved");
-    const struct {
-        const char* keys;
-        const char* message;
-        const char* argument;
-    } actions[] = {{"o<Enter>", "Stopping NTP service...", "stop"},
-                   {"a<Enter>", "Starting NTP service...", "start"}};
-    for (const auto& action : actions) {
-        box.ForgetCalls();
-        Ask(t, action.keys);
-        EXPECT_EQ(t.Row(0), kQuestion);
-        EXPECT_FALSE(t.Shows("NTP service"));
-        t.Mark();
-        t.Press("y");
-        box.WaitForCalls(kService, 1);
-        t.WaitFor(action.message);
-        EXPECT_TRUE(t.LineMode());
-        EXPECT_FALSE(t.AltScreen());
-        box.Write("/tmp/open", "");
-        WaitForRows(t);
-        const std::vector<Call> calls = box.Calls();
-        ASSERT_EQ(calls.size(), 1U) << box.CallLog();
-        EXPECT_EQ(calls[0].Line(), std::string(kService) + " " + action.argument);
-        EXPECT_EQ(calls[0].mode, Mode::kLine);
-        EXPECT_THAT(t.Output(), Not(HasSubstr("loud")));
-        EXPECT_FALSE(t.LineMode());
-        EXPECT_EQ(Servers(t).size(), 3U);
+    for (const std::string word : {"stop", "start"}) {
+        const std::string verb = word == "stop" ? "Stop" : "Start";
+        const std::string message = word == "stop" ? "Stopping" : "Starting";
+        Do(t, {.row = verb + " NTP service",
+               .question = kQuestion,
+               .typed = "y",
+               .commands = {"/etc/init.d/service-ntpd " + word},
+               .said = {message + " NTP service..."},
+               .after = "Server unsaved"});
+        Do(t, {.row = verb + " NTP service",
+               .question = kQuestion,
+               .typed = "n",
+               .after = "Server unsaved"});
     }
     EXPECT_EQ(box.Read(kFile), kMixed);
+    box.Remove(kService);
+    t.Mark();
+    t.Go("o<Enter>", kQuestion);
+    t.Go("y", kTimeServers.sign);
+    EXPECT_EQ(Said(t), Words{"Stopping NTP service..."});
 }
 
 TEST(NtpScreen, OnlyItsMessagesGoToStandardError) {
@@ -573,42 +348,12 @@ TEST(NtpScreen, OnlyItsMessagesGoToStandardError) {
     TerminalOptions options;
     options.program = "/bin/sh";
     options.arguments = {"-c", "exec \"$0\" 2>/run/messages", IFMENU_PROGRAM};
-    NtpPage t(box, options);
+    Page t(box, kTimeServers, options);
     for (const char* keys : {"o<Enter>", "a<Enter>", "s<Enter>"}) {
-        Ask(t, keys);
-        Answer(t, "y");
+        t.Go(keys, kQuestion);
+        t.Go("y", kTimeServers.sign);
     }
     EXPECT_EQ(box.Read("/run/messages"), "Stopping NTP service...\nStarting NTP service...\n");
-    EXPECT_THAT(box.CallLines(),
-                ElementsAre("/etc/init.d/service-ntpd stop", "/etc/init.d/service-ntpd start"));
-}
-
-TEST(NtpScreen, ADeclinedStopOrStartRunsNothing) {
-    Box box;
-    NtpPage t(box);
-    Add(t, "unsaved");
-    for (const char* keys : {"o<Enter>", "a<Enter>"}) {
-        Ask(t, keys);
-        t.Mark();
-        Answer(t, "n");
-        EXPECT_THAT(t.Output(), Not(HasSubstr("NTP service...")));
-        EXPECT_EQ(Servers(t).size(), 3U);
-    }
-    EXPECT_THAT(box.CallLines(), IsEmpty());
-}
-
-TEST(NtpScreen, AMissingServiceScriptChangesNothing) {
-    Box box;
-    box.Remove(kService);
-    NtpPage t(box);
-    const std::vector<std::string> rows = Servers(t);
-    t.Mark();
-    for (const char* keys : {"o<Enter>", "a<Enter>"}) {
-        Ask(t, keys);
-        Answer(t, "y");
-        EXPECT_EQ(Servers(t), rows);
-    }
-    EXPECT_THAT(t.Output(), Not(HasSubstr("not found")));
 }
 
 // ---- the real daemon ----
@@ -623,13 +368,13 @@ TEST(NtpScreen, ARealDaemonReadsTheSavedFileAndListsItsServers) {
                       "start) ntpd -c /etc/ntp.conf -p /run/ntpd.pid ;;\n"
                       "stop) kill $(cat /run/ntpd.pid) ;;\n"
                       "esac\n");
-    NtpPage t(box);
+    Page t(box, kTimeServers);
     Edit(t, "", 9, "");
     Edit(t, "", 10, "192.0.2.11 iburst");
     Add(t, "192.0.2.12 prefer");
     Save(t);
-    Ask(t, "a<Enter>");
-    Answer(t, "y");
+    t.Go("a<Enter>", kQuestion);
+    t.Go("y", kTimeServers.sign);
     std::string peers;
     const auto listed = [&] {
         peers = box.Sh("ntpq -pn 127.0.0.1 2>&1 || true");
@@ -639,41 +384,9 @@ TEST(NtpScreen, ARealDaemonReadsTheSavedFileAndListsItsServers) {
     EXPECT_THAT(peers, HasSubstr("192.0.2.11"));
     EXPECT_THAT(peers, Not(HasSubstr("192.0.2.9")));
     EXPECT_THAT(peers, Not(HasSubstr("192.0.2.10")));
-    Ask(t, "o<Enter>");
-    Answer(t, "y");
+    t.Go("o<Enter>", kQuestion);
+    t.Go("y", kTimeServers.sign);
     box.WaitUntil([&] { return box.Sh("pidof ntpd || true").empty(); }, "the daemon to end");
-}
-
-// ---- other kinds of file ----
-
-TEST(NtpScreen, AnEndlessFileIsNeitherReadNorOverwritten) {
-    Box box("");
-    box.Sh(std::string("ln -s /dev/zero ") + kFile);
-    Terminal t(box);
-    Open(t);
-    t.Press("n<Enter>");
-    t.WaitFor(kAddPrompt);
-    t.Type("time.example.org");
-    t.Press("<Enter>");
-    t.WaitFor("Server time.example.org");
-    t.Press("s<Enter>");
-    t.WaitFor(kQuestion);
-    t.Press("y");
-    WaitForRows(t);
-    EXPECT_EQ(box.Sh(std::string("readlink ") + kFile), "/dev/zero\n");
-}
-
-TEST(NtpScreen, APipeInPlaceOfTheFileDoesNotBlock) {
-    Box box("");
-    box.Sh(std::string("mkfifo ") + kFile);
-    Terminal t(box);
-    Open(t);
-    t.Press("s<Enter>");
-    t.WaitFor(kQuestion);
-    t.Press("y");
-    WaitForRows(t);
-    t.Press("m<Enter>");
-    t.WaitFor(kMenuTitle);
 }
 
 }  // namespace
