@@ -1,145 +1,53 @@
-// The diagnostics screen: its rows, what the two checks print and run on the plain terminal, and
+// The diagnostics screen: what its two checks print and run on the plain terminal, and
 // how their wait for ENTER ends.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cctype>
 #include <string>
-#include <vector>
 
-#include "machine.h"
-#include "terminal.h"
+#include "actions.h"
 
 namespace harness {
 namespace {
 
-using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::SizeIs;
 
-constexpr const char* kResolver = "/etc/resolv.conf";
-constexpr const char* kMenuTitle = "Tavrin 4 Network configuration utility";
-constexpr const char* kResolverBanner = "================= RESOLV.CONF =====================";
-constexpr const char* kPingBanner = "================= PING TEST =====================";
-constexpr const char* kPingHint = "Hit CTRL+C to stop ping test!";
 constexpr const char* kWait = "Hit ENTER to continue.";
-
-constexpr int kTop = 4;
-constexpr int kLeft = 4;
 
 class Box : public Machine {
   public:
     Box() {
-        Write(kResolver, "search studio.example\nnameserver 192.0.2.53\n");
+        Write("/etc/resolv.conf", "search studio.example\nnameserver 192.0.2.53\n");
         StandIn("ping", "64 bytes from somewhere\n");
     }
 };
 
-void WaitForRows(Terminal& t, Place place = Place::current()) {
-    t.WaitFor("Ping test", Terminal::kPatience, place);
-    t.WaitFor("Main menu", Terminal::kPatience, place);
-    t.Settle(Terminal::kPatience, place);
-}
-
-void Open(Terminal& t, Place place = Place::current()) {
-    t.WaitFor(kMenuTitle, Terminal::kPatience, place);
-    t.Press("i<Enter>", place);
-    WaitForRows(t, place);
-}
-
-class DiagnosticsPage : public Terminal {
-  public:
-    explicit DiagnosticsPage(Machine& box, const TerminalOptions& options = {},
-                             Place place = Place::current())
-        : Terminal(box, options, place) {
-        Open(*this, place);
-    }
-};
-
-// Presses the keys of a check, and waits until it waits for ENTER.
-void Check(Terminal& t, const std::string& keys, Place place = Place::current()) {
-    t.Press(keys, place);
-    t.WaitFor(kWait, Terminal::kPatience, place);
-    t.Settle(Terminal::kPatience, place);
-}
-
-// The program started by a shell, with its standard error in a file.
-TerminalOptions WithMessages(const std::string& file) {
+// The program started by a shell with this script, in which "$0" is the program.
+TerminalOptions FromAShell(const std::string& script) {
     TerminalOptions options;
     options.program = "/bin/sh";
-    options.arguments = {"-c", "exec \"$0\" 2>" + file, IFMENU_PROGRAM};
+    options.arguments = {"-c", script, IFMENU_PROGRAM};
     return options;
 }
 
-// ---- what it shows ----
-
-TEST(DiagnosticsScreen, ShowsItsRows) {
-    Box box;
-    for (const auto& [rows, cols] : {std::pair{24, 80}, {43, 132}}) {
-        DiagnosticsPage t(box, OfSize(rows, cols));
-        std::vector<std::string> screen = {
-            "", "", "Diagnostics", "", "    Show resolv.conf", "    Ping test", "", "    Main menu",
-        };
-        screen.resize(static_cast<size_t>(rows));
-        EXPECT_EQ(t.Screen(), screen);
-        EXPECT_FALSE(t.CursorVisible());
-        EXPECT_EQ(t.Cell(2, 0).Style(), "white/black");
-        EXPECT_EQ(t.SelectedRow(), kTop);
-        EXPECT_EQ(t.Cell(kTop, kLeft).Style(), "white/blue bold");
-        EXPECT_EQ(t.Cell(kTop, cols - 2).bg, kBlue);
-        EXPECT_EQ(t.Cell(kTop, cols - 1).bg, kBlack);
-    }
-}
-
-TEST(DiagnosticsScreen, HotKeysSelectAndAreMarked) {
-    Box box;
-    DiagnosticsPage t(box);
-    t.Press("m");
-    t.WaitSelected("Main menu");
-    EXPECT_EQ(t.Cell(kTop, kLeft + 5).text, "r");
-    EXPECT_EQ(t.Cell(kTop, kLeft + 5).Style(), "yellow/black bold");
-    EXPECT_EQ(t.Cell(kTop + 1, kLeft).text, "P");
-    EXPECT_EQ(t.Cell(kTop + 1, kLeft).Style(), "yellow/black bold");
-    t.Press("r");
-    t.WaitSelected("Show resolv.conf");
-    t.Press("p");
-    t.WaitSelected("Ping test");
-    EXPECT_EQ(t.Cell(kTop + 3, kLeft).Style(), "yellow/black bold");
-    t.Press("<Down>");
-    t.WaitSelected("Main menu");
-    t.Press("<Down>");
-    t.WaitSelected("Show resolv.conf");
-    EXPECT_THAT(box.CallLines(), IsEmpty());
-}
-
-TEST(DiagnosticsScreen, ItsRowEscAndBackspaceLeaveIt) {
-    Box box;
-    Terminal t(box);
-    for (const char* keys : {"m<Enter>", "<Esc>", "<Backspace>"}) {
-        Open(t);
-        t.Press(keys);
-        t.WaitFor(kMenuTitle);
-        EXPECT_FALSE(t.Shows("Show resolv.conf")) << keys;
-    }
-    t.Press("e<Enter>");
-    EXPECT_EQ(t.WaitExit(), Exited(0));
+Words Padded(Words lines) {
+    lines.resize(24);
+    return lines;
 }
 
 // ---- the resolver configuration ----
 
 TEST(DiagnosticsScreen, ShowsTheResolverConfigurationOnThePlainTerminal) {
     Box box;
-    DiagnosticsPage t(box);
-    Check(t, "r<Enter>");
+    Page t(box, kDiagnostics);
+    t.Go("r<Enter>", kWait);
     EXPECT_FALSE(t.AltScreen());
     EXPECT_TRUE(t.LineMode());
     // The screen shows nothing else, and starts with an empty line.
-    std::vector<std::string> screen = {
-        "", kResolverBanner, "search studio.example", "nameserver 192.0.2.53", "", kWait};
-    screen.resize(24);
-    EXPECT_EQ(t.Screen(), screen);
-    t.Press("<Enter>");
-    WaitForRows(t);
+    EXPECT_EQ(t.Screen(), Padded({"", "================= RESOLV.CONF =====================",
+                                  "search studio.example", "nameserver 192.0.2.53", "", kWait}));
+    t.Go("<Enter>", kDiagnostics.sign);
     EXPECT_EQ(t.Row(2), "Diagnostics");
     EXPECT_FALSE(t.Shows(kWait));
     EXPECT_EQ(t.Selected(), "Show resolv.conf");
@@ -150,7 +58,7 @@ TEST(DiagnosticsScreen, ShowsTheResolverConfigurationOnThePlainTerminal) {
 TEST(DiagnosticsScreen, OnlyItsMessagesGoToStandardError) {
     Box box;
     box.Record("cat");
-    DiagnosticsPage t(box, WithMessages("/run/messages"));
+    Page t(box, kDiagnostics, FromAShell("exec \"$0\" 2>/run/messages"));
     for (const char* keys : {"r<Enter>", "p<Enter>"}) {
         const size_t before = box.Calls().size();
         t.Press(keys);
@@ -161,11 +69,9 @@ TEST(DiagnosticsScreen, OnlyItsMessagesGoToStandardError) {
         box.WaitUntil(waiting, "the wait for ENTER");
         t.Settle();
         EXPECT_TRUE(t.Shows(keys[0] == 'r' ? "nameserver 192.0.2.53" : "64 bytes from"));
-        t.Press("<Enter>");
-        WaitForRows(t);
+        t.Go("<Enter>", kDiagnostics.sign);
     }
-    const std::string said = box.Read("/run/messages");
-    EXPECT_EQ(said,
+    EXPECT_EQ(box.Read("/run/messages"),
               "\x1b[H\x1b[J\n"
               "================= RESOLV.CONF =====================\n"
               "\n"
@@ -176,29 +82,27 @@ TEST(DiagnosticsScreen, OnlyItsMessagesGoToStandardError) {
               "\n"
               "\n"
               "Hit ENTER to continue.\n");
-    const std::vector<Call> calls = box.Calls();
-    ASSERT_THAT(calls, SizeIs(2));
-    EXPECT_EQ(calls[0].Line(), "cat /etc/resolv.conf");
-    EXPECT_EQ(calls[0].mode, Mode::kLine);
+    EXPECT_EQ(Ran(box)[0], "cat /etc/resolv.conf");
 }
 
-TEST(DiagnosticsScreen, IfTheConfigurationIsMissingTheCommandSaysSo) {
+TEST(DiagnosticsScreen, CommandsReportTheirErrors) {
     Box box;
-    box.Remove(kResolver);
-    DiagnosticsPage t(box);
-    Check(t, "r<Enter>");
-    EXPECT_EQ(t.Row(1), kResolverBanner);
+    box.Remove("/etc/resolv.conf");
+    box.StandInScript("ping", "echo \"ping: no way\" >&2; exit 2");
+    Page t(box, kDiagnostics);
+    t.Go("r<Enter>", kWait);
     EXPECT_EQ(t.Row(2), "cat: /etc/resolv.conf: No such file or directory");
     EXPECT_EQ(t.Row(4), kWait);
-    t.Press("<Enter>");
-    WaitForRows(t);
+    t.Go("<Enter>", kDiagnostics.sign);
+    t.Go("p<Enter>", kWait);
+    EXPECT_EQ(t.Row(4), "ping: no way");
 }
 
 // ---- the wait for ENTER ----
 
 TEST(DiagnosticsScreen, OnlyALineEndOrEndOfInputEndsTheWait) {
     Box box;
-    DiagnosticsPage t(box);
+    Page t(box, kDiagnostics);
     const struct {
         const char* name;
         std::string typed;  // ends the wait
@@ -207,7 +111,7 @@ TEST(DiagnosticsScreen, OnlyALineEndOrEndOfInputEndsTheWait) {
                 {"ENTER after other keys", "abc m \x1b[B\x7f\r"},
                 {"Ctrl-D", "\x04"}};
     for (const auto& way : ways) {
-        Check(t, "r<Enter>");
+        t.Go("r<Enter>", kWait);
         // Without a line end nothing happens; the letters are echoed.
         t.SendBytes("yqm");
         t.WaitFor("yqm");
@@ -216,7 +120,7 @@ TEST(DiagnosticsScreen, OnlyALineEndOrEndOfInputEndsTheWait) {
         EXPECT_TRUE(t.LineMode()) << way.name;
         t.SendBytes("\x15");  // deletes the line
         t.SendBytes(way.typed);
-        WaitForRows(t);
+        t.WaitFor(kDiagnostics.sign);
         EXPECT_FALSE(t.Shows(kWait)) << way.name;
         EXPECT_EQ(t.Selected(), "Show resolv.conf") << way.name;
         // The typed line has been consumed.
@@ -228,17 +132,14 @@ TEST(DiagnosticsScreen, OnlyALineEndOrEndOfInputEndsTheWait) {
 // With input translation off, ENTER arrives as a carriage return.
 TEST(DiagnosticsScreen, ACarriageReturnEndsTheWait) {
     Box box;
-    TerminalOptions options;
-    options.program = "/bin/sh";
-    options.arguments = {"-c", "stty -icanon -icrnl; exec \"$0\"", IFMENU_PROGRAM};
-    DiagnosticsPage t(box, options);
-    Check(t, "r<Enter>");
+    Page t(box, kDiagnostics, FromAShell("stty -icanon -icrnl; exec \"$0\""));
+    t.Go("r<Enter>", kWait);
     t.SendBytes("xyz");
     t.WaitFor("xyz");
     t.Settle();
     EXPECT_TRUE(t.Shows(kWait));
     t.SendBytes("\r");
-    WaitForRows(t);
+    t.WaitFor(kDiagnostics.sign);
 }
 
 // Keys from a file: each wait reads one line, the last one reaches the end of the file.
@@ -251,71 +152,25 @@ TEST(DiagnosticsScreen, EndOfInputEndsTheWaitAtOnce) {
     Terminal t(box, options);
     EXPECT_EQ(t.WaitExit().signal, 0);
     EXPECT_THAT(box.CallLines("cat"), SizeIs(3));
-    size_t waits = 0;
-    const std::string output = t.Output();
-    for (size_t at = output.find(kWait); at != std::string::npos; at = output.find(kWait, at + 1))
-        waits++;
-    EXPECT_EQ(waits, 3U);
-}
-
-TEST(DiagnosticsScreen, CtrlCDuringTheWaitEndsTheProgram) {
-    Box box;
-    for (const char* keys : {"r<Enter>", "p<Enter>"}) {
-        DiagnosticsPage t(box);
-        Check(t, keys);
-        t.Press("<C-c>");
-        EXPECT_EQ(t.WaitExit(), Exited(130)) << keys;
-        EXPECT_TRUE(t.LineMode());
-        EXPECT_TRUE(t.CursorVisible());
-        EXPECT_FALSE(t.AltScreen());
-        EXPECT_EQ(t.MouseReporting(), std::vector<int>());
-    }
-}
-
-TEST(DiagnosticsScreen, CtrlCOnTheScreenEndsTheProgram) {
-    Box box;
-    DiagnosticsPage t(box);
-    t.Press("<C-c>");
-    EXPECT_EQ(t.WaitExit(), Exited(130));
-    EXPECT_TRUE(t.LineMode());
 }
 
 // ---- the ping ----
 
 TEST(DiagnosticsScreen, PingsAPublicHostTwentyTimesOncePerSecond) {
     Box box;
-    DiagnosticsPage t(box);
-    Check(t, "p<Enter>");
-    std::vector<std::string> screen = {"", kPingBanner, kPingHint, "", "64 bytes from somewhere",
-                                       "", kWait};
-    screen.resize(24);
-    EXPECT_EQ(t.Screen(), screen);
-    const std::vector<Call> calls = box.Calls("ping");
-    ASSERT_THAT(calls, SizeIs(1));
-    ASSERT_THAT(calls[0].args, SizeIs(5));
-    const std::string host = calls[0].args[4];
-    EXPECT_EQ(calls[0].Line(), "ping -c 20 -i 1 " + host);
+    Page t(box, kDiagnostics);
+    t.Go("p<Enter>", kWait);
+    EXPECT_EQ(t.Screen(),
+              Padded({"", "================= PING TEST =====================",
+                      "Hit CTRL+C to stop ping test!", "", "64 bytes from somewhere", "", kWait}));
+    const std::string host = box.Calls("ping").front().args.back();
+    EXPECT_EQ(Ran(box), Words{"ping -c 20 -i 1 " + host});
     // A public name, not one of the local network.
     EXPECT_NE(host.find('.', host.find('.') + 1), std::string::npos) << host;
     EXPECT_EQ(host.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-."), std::string::npos);
     EXPECT_TRUE(std::isalpha(host.back())) << host;
-    // It has the terminal in line mode, and Ctrl-C at its default.
-    EXPECT_EQ(calls[0].mode, Mode::kLine);
-    EXPECT_FALSE(calls[0].sigint_ignored);
-    EXPECT_FALSE(calls[0].sigquit_ignored);
-    t.Press("<Enter>");
-    WaitForRows(t);
+    t.Go("<Enter>", kDiagnostics.sign);
     EXPECT_EQ(t.Selected(), "Ping test");
-}
-
-TEST(DiagnosticsScreen, IfTheHostIsUnreachableTheCommandSaysSo) {
-    Box box;
-    box.StandInScript("ping", "echo \"ping: $5: no way\" >&2; exit 2");
-    DiagnosticsPage t(box);
-    Check(t, "p<Enter>");
-    EXPECT_THAT(t.Row(4), HasSubstr(": no way"));
-    t.Press("<Enter>");
-    WaitForRows(t);
 }
 
 // The real ping on the machine's loopback; /etc/hosts resolves the public name.
@@ -323,8 +178,8 @@ class RealPing : public testing::Test {
   protected:
     void SetUp() override {
         if (box.Sh("command -v ping || true").empty()) GTEST_SKIP() << "no ping on this system";
-        DiagnosticsPage t(box);
-        Check(t, "p<Enter>");
+        Page t(box, kDiagnostics);
+        t.Go("p<Enter>", kWait);
         const std::string host = box.Calls("ping").front().args.back();
         box.Write("/etc/hosts", "127.0.0.1 " + host + " localhost\n");
         box.ForgetCalls();
@@ -335,7 +190,7 @@ class RealPing : public testing::Test {
 
 TEST_F(RealPing, CtrlCEndsOnlyThePingWhichPrintsItsSummary) {
     box.Record("ping");
-    DiagnosticsPage t(box);
+    Page t(box, kDiagnostics);
     t.Press("p<Enter>");
     t.WaitFor("bytes from");
     EXPECT_FALSE(t.Shows(kWait));
@@ -347,11 +202,9 @@ TEST_F(RealPing, CtrlCEndsOnlyThePingWhichPrintsItsSummary) {
     EXPECT_LT(t.Find("packets transmitted"), t.Find(kWait));
     EXPECT_TRUE(t.LineMode());
     EXPECT_TRUE(t.Running());
-    t.Press("<Enter>");
-    WaitForRows(t);
+    t.Go("<Enter>", kDiagnostics.sign);
     // The operator continues, and the program handles Ctrl-C again.
-    t.Press("m<Enter>");
-    t.WaitFor(kMenuTitle);
+    t.Go("m<Enter>", "Tavrin 4");
     t.Press("<C-c>");
     EXPECT_EQ(t.WaitExit(), Exited(130));
     EXPECT_THAT(box.CallLines("ping"), SizeIs(1));
@@ -361,12 +214,11 @@ TEST_F(RealPing, CtrlCEndsOnlyThePingWhichPrintsItsSummary) {
 TEST_F(RealPing, EndsOnItsOwnAndWaitsForEnter) {
     box.StandInScript("ping",
                       "exec $(PATH=/usr/bin:/bin command -v ping) -c \"$2\" -i 0.01 \"$5\"");
-    DiagnosticsPage t(box, OfSize(40, 80));
-    Check(t, "p<Enter>");
+    Page t(box, kDiagnostics, OfSize(40, 80));
+    t.Go("p<Enter>", kWait);
     EXPECT_TRUE(t.Shows("20 packets transmitted, 20 received"));
     EXPECT_TRUE(t.Running());
-    t.Press("<Enter>");
-    WaitForRows(t);
+    t.Go("<Enter>", kDiagnostics.sign);
 }
 
 }  // namespace

@@ -4,10 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
-#include "machine.h"
-#include "terminal.h"
+#include "actions.h"
 
 namespace harness {
 namespace {
@@ -18,8 +16,8 @@ using testing::IsEmpty;
 // Everything that a shell interprets, with "reboot" as the harm.
 constexpr const char* kHostile = "$(reboot)`reboot`;reboot|reboot&'\"\\*>x #~";
 
-constexpr const char* kMenuTitle = "Network configuration main menu for";
-constexpr const char* kNtpTitle = "Network Time Protocol configuration:";
+constexpr Stop kHostName = {"HostName", "n<Enter>", "New computer host name"};
+constexpr Stop kSettings = {"Settings", "1<Enter>c<Enter>", "Configuration for eth0"};
 
 // A machine that records whether harm was done.
 class WatchedBox : public Machine {
@@ -32,27 +30,24 @@ class WatchedBox : public Machine {
     }
 };
 
-// Clears an entry box and types another text.
-void Enter(Terminal& t, const std::string& text, Place place = Place::current()) {
+// Clears an entry box, types another text, and waits until the screen shows the result.
+void Enter(Terminal& t, const std::string& text, const std::string& result,
+           Place place = Place::current()) {
     t.WaitFor("[ESC to cancel]", Terminal::kPatience, place);
     std::string keys = "<Home>";
     for (int i = 0; i < 78; i++)
         keys += "<Delete>";
     t.Press(keys, place);
     t.Type(text);
-    t.Press("<Enter>", place);
-    t.WaitForGone("[ESC to cancel]", Terminal::kPatience, place);
+    t.Go("<Enter>", result, place);
 }
 
 // ---- texts that a shell would run ----
 
 TEST(Hostile, AComputerNameRunsNothing) {
     WatchedBox box;
-    Terminal t(box);
-    t.WaitFor(kMenuTitle);
-    t.Press("n<Enter>");
-    Enter(t, kHostile);
-    t.WaitFor("main menu for '$(reboot)`reboot`");
+    Page t(box, kHostName);
+    Enter(t, kHostile, "main menu for '$(reboot)`reboot`");
     std::string name = kHostile;
     name.replace(name.find(' '), 1, "-");
     EXPECT_EQ(box.Read("/etc/hostname"), name + "\n");
@@ -65,19 +60,14 @@ TEST(Hostile, ATimeServerIsOneLineOfItsFile) {
     const std::string line = std::string("server ") + kHostile + "\n";
     box.Write("/etc/ntp.conf", std::string("# ") + kHostile + "\n" + line);
     box.StandIn("/etc/init.d/service-ntpd");
-    Terminal t(box);
-    t.WaitFor(kMenuTitle);
-    t.Press("t<Enter>");
-    t.WaitFor(kNtpTitle);
+    Page t(box, kTimeServers);
     EXPECT_TRUE(t.Shows(kHostile));
     t.Press("n<Enter>");
-    Enter(t, "two.$(reboot)");
-    t.WaitFor("Server two.$(reboot)");
-    t.Press("s<Enter>");
-    t.WaitFor("Are you sure?");
-    t.Press("y");
-    const std::string saved = std::string("# ") + kHostile + "\n" + line + "server two.$(reboot)\n";
-    box.WaitUntil([&] { return box.Read("/etc/ntp.conf") == saved; }, "the saved servers");
+    Enter(t, "two.$(reboot)", "Server two.$(reboot)");
+    t.Go("s<Enter>", "Are you sure?");
+    t.Go("y", kTimeServers.sign);
+    EXPECT_EQ(box.Read("/etc/ntp.conf"),
+              std::string("# ") + kHostile + "\n" + line + "server two.$(reboot)\n");
     box.ExpectUnharmed();
 }
 
@@ -87,17 +77,11 @@ TEST(Hostile, ASettingIsOneLineOfItsFile) {
     box.StandIn("/etc/init.d/network");
     const std::string file = "/etc/network/02:00:00:00:00:01";
     box.Write(file, std::string("manage = 1\nstatic ip = ") + kHostile + "\ndns = `reboot`\n");
-    Terminal t(box);
-    t.WaitFor("1. eth0");
-    t.Press("1<Enter>");
-    t.WaitFor("Edit configuration");
-    t.Press("c<Enter>");
-    t.WaitFor(kHostile);
+    Page t(box, kSettings);
+    EXPECT_TRUE(t.Shows(kHostile));
     t.Press("g<Enter>");
-    Enter(t, "$(reboot)'`reboot`");
-    t.WaitFor("$(reboot)'`reboot`");
-    t.Press("s<Enter>");
-    t.WaitFor("Edit configuration");
+    Enter(t, "$(reboot)'`reboot`", "$(reboot)'`reboot`");
+    t.Go("s<Enter>", "Edit configuration");
     const std::string saved = box.Read(file);
     EXPECT_THAT(saved, testing::HasSubstr(std::string("\nstatic ip = ") + kHostile + "\n"));
     EXPECT_THAT(saved, testing::HasSubstr("\ngateway = $(reboot)'`reboot`\n"));
@@ -111,7 +95,7 @@ TEST(Hostile, AnAccountIsOneWordInEveryCommand) {
     struct Action {
         const char* keys;
         const char* flags;
-        std::vector<std::string> words;
+        Words words;
     };
     for (const Action& action :
          {Action{"e<Enter>", "DU", {"-e", name}}, Action{"d<Enter>", "U", {"-d", name}},
@@ -122,15 +106,8 @@ TEST(Hostile, AnAccountIsOneWordInEveryCommand) {
         box.StandIn("pdbedit", "---------------\nUnix username:        " + name +
                                    "\nAccount Flags:        [" + action.flags + "]\n");
         box.StandIn("smbpasswd");
-        Terminal t(box);
-        t.WaitFor(kMenuTitle);
-        t.Press("s<Enter>");
-        t.WaitFor("Configure SMB/CIFS user accounts");
-        t.Settle();
-        t.Press("ss<Enter>");
-        t.WaitFor("Configure user '");
-        t.Press("<End><Enter>");
-        t.WaitFor("Return to SMB/CIFS configuration menu");
+        Page t(box, kSmbAccounts);
+        t.Go("<End><Enter>", "Return to SMB/CIFS configuration menu");
         t.Press(action.keys);
         box.WaitForCalls("smbpasswd", 1);
         EXPECT_EQ(box.Calls("smbpasswd")[0].args, action.words) << action.keys;
@@ -145,17 +122,9 @@ TEST(Hostile, ANewAccountIsOneWordInItsCommand) {
     box.Write("/etc/passwd", box.Read("/etc/passwd") + name + ":x:4711:4711::/:/bin/sh\n");
     box.StandIn("pdbedit");
     box.StandIn("smbpasswd");
-    TerminalOptions wide;
-    wide.cols = 100;
-    Terminal t(box, wide);
-    t.WaitFor(kMenuTitle);
-    t.Press("s<Enter>");
-    t.WaitFor("Configure SMB/CIFS user accounts");
-    t.Settle();
-    t.Press("ss<Enter>");
-    t.WaitFor("Create user");
+    Page t(box, kSmbAccounts, OfSize(24, 100));
     t.Press("c<Enter>");
-    Enter(t, name);
+    Enter(t, name, kSmbAccounts.sign);
     box.WaitForCalls("smbpasswd", 1);
     EXPECT_THAT(box.Calls("smbpasswd")[0].args, ElementsAre("-a", "-d", "-n", name));
     box.ExpectUnharmed();
@@ -177,28 +146,16 @@ TEST(Rights, NoFileIsWritableByOthers) {
     unmasked.program = "/bin/sh";
     unmasked.arguments = {"-c", "umask 000; exec \"$0\"", IFMENU_PROGRAM};
     unmasked.rows = 40;
-    Terminal t(box, unmasked);
-    t.WaitFor("1. eth0");
+    Page t(box, kHostName, unmasked);
+    Enter(t, "studio", "main menu for 'studio'");
+    GoTo(t, kTimeServers);
     t.Press("n<Enter>");
-    Enter(t, "studio");
-    t.WaitFor("main menu for 'studio'");
-    t.Press("t<Enter>");
-    t.WaitFor(kNtpTitle);
-    t.Press("n<Enter>");
-    Enter(t, "time.example");
-    t.WaitFor("Server time.example");
-    t.Press("s<Enter>");
-    t.WaitFor("Are you sure?");
-    t.Press("y");
-    t.WaitFor("Server time.example");
-    t.Press("m<Enter>");
-    t.WaitFor("1. eth0");
-    t.Press("1<Enter>");
-    t.WaitFor("Edit configuration");
-    t.Press("c<Enter>");
-    t.WaitFor("Save changes");
-    t.Press("s<Enter>");
-    t.WaitFor("Edit configuration");
+    Enter(t, "time.example", "Server time.example");
+    t.Go("s<Enter>", "Are you sure?");
+    t.Go("y", kTimeServers.sign);
+    t.Go("m<Enter>", "1. eth0");
+    GoTo(t, kSettings);
+    t.Go("s<Enter>", "Edit configuration");
     const std::string files =
         box.Sh("find /etc -newer /mnt/start -type f -printf '%p %m\\n' | sort");
     for (const char* made :
