@@ -16,7 +16,6 @@
 namespace harness::lifecycle {
 namespace {
 
-using testing::Contains;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -28,23 +27,11 @@ constexpr double kOneSecond = 1;
 TEST(Leaving, EndsWithStatus0) {
     Machine box;
     for (const char* keys : {"<Esc>", "<Backspace>", "e<Enter>"}) {
-        Terminal t(box, AtAPrompt());
-        GoTo(t, kMainMenu);
+        Page t(box, kMainMenu, AtAPrompt());
         t.Press(keys);
         EXPECT_EQ(t.WaitExit(), Exited(0)) << keys;
         ExpectTerminalAsBefore(t);
     }
-}
-
-TEST(Leaving, ByAClickOnTheSelectedExitRow) {
-    Machine box;
-    Terminal t(box, AtAPrompt());
-    GoTo(t, kMainMenu);
-    t.Press("e");
-    t.WaitSelected("Exit this program");
-    t.Click(t.SelectedRow(), 6);
-    EXPECT_EQ(t.WaitExit(), Exited(0));
-    ExpectTerminalAsBefore(t);
 }
 
 struct EndingSignal {
@@ -70,14 +57,19 @@ void Send(Terminal& t, const EndingSignal& ending) {
     }
 }
 
+// Started with nohup, or by a program that ignores the signal.
+TerminalOptions IgnoringHangUps(TerminalOptions options = {}) {
+    options.ignored_signals = {SIGHUP};
+    return options;
+}
+
 class Everywhere : public testing::TestWithParam<Stop> {};
 
 TEST_P(Everywhere, EndingSignalsRestoreTheTerminal) {
     OneCard box;
     for (const EndingSignal& ending : kEndingSignals) {
         SCOPED_TRACE(testing::PrintToString(ending));
-        Terminal t(box, AtAPrompt());
-        GoTo(t, GetParam());
+        Page t(box, GetParam(), AtAPrompt());
         Send(t, ending);
         EXPECT_EQ(t.WaitExit(), Exited(ending.status));
         ExpectTerminalAsBefore(t);
@@ -86,19 +78,14 @@ TEST_P(Everywhere, EndingSignalsRestoreTheTerminal) {
 
 TEST_P(Everywhere, AHangUpEndsTheProgramWithinASecond) {
     OneCard box;
-    Terminal t(box);
-    GoTo(t, GetParam());
+    Page t(box, GetParam());
     t.HangUp();
     EXPECT_EQ(t.WaitExit(kOneSecond), Exited(129));
 }
 
-// Started with nohup, or by a program that ignores the signal.
 TEST_P(Everywhere, AnIgnoredHangUpEndsTheProgramWithinASecond) {
     OneCard box;
-    TerminalOptions options;
-    options.ignored_signals = {SIGHUP};
-    Terminal t(box, options);
-    GoTo(t, GetParam());
+    Page t(box, GetParam(), IgnoringHangUps());
     t.Signal(SIGHUP);
     t.Press("<Space>");
     t.Settle();
@@ -135,12 +122,9 @@ INSTANTIATE_TEST_SUITE_P(Ending, Everywhere, testing::ValuesIn(kStops), StopName
 // ---- while a command has the terminal ----
 
 // A stand-in that waits, and records when it is interrupted.
-std::string Waiting(const char* result = "done") {
-    return std::string(
-               "trap 'echo INT >/tmp/got; exit 1' INT; trap 'echo QUIT >/tmp/got; exit 1' "
-               "QUIT\n") +
-           Gate::kWait + "; echo " + result + " >/tmp/got";
-}
+const std::string kWaiting =
+    "trap 'echo INT >/tmp/got; exit 1' INT; trap 'echo QUIT >/tmp/got; exit 1' QUIT\n" +
+    std::string(Gate::kWait) + "; echo done >/tmp/got";
 
 // All interfaces are being stopped, by a command that waits at the gate.
 void StartCommand(Terminal& t, Gate& gate) {
@@ -157,7 +141,7 @@ void StartCommand(Terminal& t, Gate& gate) {
 TEST(DuringACommand, CtrlCAndCtrlBackslashGoToTheCommand) {
     Machine box;
     Gate gate(box);
-    box.StandInScript(kNetwork, Waiting());
+    box.StandInScript(kNetwork, kWaiting);
     Terminal t(box, AtAPrompt());
     for (const auto& [keys, got] : {std::pair{"<C-c>", "INT\n"}, {"<C-\\>", "QUIT\n"}}) {
         StartCommand(t, gate);
@@ -176,7 +160,7 @@ TEST(DuringACommand, CtrlCAndCtrlBackslashGoToTheCommand) {
 TEST(DuringACommand, OtherEndingSignalsEndTheProgram) {
     Machine box;
     Gate gate(box);
-    box.StandInScript(kNetwork, Waiting());
+    box.StandInScript(kNetwork, kWaiting);
     for (const auto& [signal, status] : {std::pair{SIGTERM, 143}, {SIGHUP, 129}}) {
         Terminal t(box, AtAPrompt());
         StartCommand(t, gate);
@@ -189,10 +173,8 @@ TEST(DuringACommand, OtherEndingSignalsEndTheProgram) {
 TEST(DuringACommand, AfterAnIgnoredHangUpItWaitsForTheCommand) {
     Machine box;
     Gate gate(box);
-    box.StandInScript(kNetwork, Waiting());
-    TerminalOptions options;
-    options.ignored_signals = {SIGHUP};
-    Terminal t(box, options);
+    box.StandInScript(kNetwork, kWaiting);
+    Terminal t(box, IgnoringHangUps());
     StartCommand(t, gate);
     t.HangUp();
     EXPECT_TRUE(t.Running());
@@ -205,7 +187,7 @@ TEST(DuringACommand, AfterAnIgnoredHangUpItWaitsForTheCommand) {
 TEST(DuringACommand, CtrlDIsNotEndOfInput) {
     Machine box;
     Gate gate(box);
-    box.StandInScript(kNetwork, Waiting());
+    box.StandInScript(kNetwork, kWaiting);
     Terminal t(box);
     StartCommand(t, gate);
     t.Press("<C-d>");
@@ -236,23 +218,13 @@ TEST(DuringAPause, EndingSignalsRestoreTheTerminal) {
 }
 
 // The plain terminal after a command, which waits for ENTER.
-class WaitingForEnter : public testing::Test {
-  protected:
-    static void Open(Terminal& t) {
-        t.WaitFor(kMainMenu.sign);
-        t.Press("i<Enter>r<Enter>");
-        t.WaitFor("Hit ENTER to continue.");
-        t.Settle();
-        EXPECT_TRUE(t.LineMode());
-    }
-    Machine box;
-};
+constexpr Stop kWaitForEnter = {"WaitForEnter", "i<Enter>r<Enter>", "Hit ENTER to continue."};
 
-TEST_F(WaitingForEnter, EndingSignalsEndTheProgram) {
+TEST(WaitingForEnter, EndingSignalsEndTheProgram) {
+    Machine box;
     for (const EndingSignal& ending : kEndingSignals) {
         SCOPED_TRACE(testing::PrintToString(ending));
-        Terminal t(box);
-        Open(t);
+        Page t(box, kWaitForEnter);
         Send(t, ending);
         EXPECT_EQ(t.WaitExit(kOneSecond), Exited(ending.status));
         EXPECT_TRUE(t.LineMode());
@@ -260,32 +232,20 @@ TEST_F(WaitingForEnter, EndingSignalsEndTheProgram) {
     }
 }
 
-TEST_F(WaitingForEnter, AHangUpEndsTheProgramWithinASecond) {
+TEST(WaitingForEnter, AHangUpEndsTheProgramWithinASecond) {
+    Machine box;
     for (const bool ignored : {false, true}) {
-        TerminalOptions options;
-        if (ignored) options.ignored_signals = {SIGHUP};
-        Terminal t(box, options);
-        Open(t);
+        Page t(box, kWaitForEnter, ignored ? IgnoringHangUps() : TerminalOptions());
         t.HangUp();
         EXPECT_EQ(t.WaitExit(kOneSecond), Exited(ignored ? 1 : 129));
     }
-}
-
-TEST_F(WaitingForEnter, UsesAlmostNoProcessorTime) {
-    Terminal t(box);
-    Open(t);
-    const double busy = t.CpuSeconds();
-    t.RunFor(1);
-    EXPECT_LT(t.CpuSeconds() - busy, 0.05);
-    t.Press("<Enter>");
-    t.WaitFor("Main menu");
 }
 
 // The list of interfaces is requested while the screen is up.
 TEST(DuringARefresh, EndingSignalsRestoreTheTerminal) {
     Machine box;
     Gate gate(box);
-    box.StandInScript("ip", Waiting());
+    box.StandInScript("ip", kWaiting);
     for (const EndingSignal& ending : kEndingSignals) {
         SCOPED_TRACE(testing::PrintToString(ending));
         Terminal t(box, AtAPrompt());
@@ -332,17 +292,6 @@ TEST(TypedAround, CtrlZLeavesNothingForTheShell) {
     t.WaitExit();
 }
 
-// ---- crashes ----
-
-TEST(Fault, LeavesAUsableTerminal) {
-    Machine box;
-    Terminal t(box, AtAPrompt());
-    t.WaitFor(kMainMenu.sign);
-    t.Signal(SIGABRT);
-    EXPECT_EQ(t.WaitExit(), Killed(SIGABRT));
-    ExpectTerminalAsBefore(t);
-}
-
 // ---- incomplete mouse reports ----
 
 TEST(HalfAMouseReport, DoesNotDelayEndingSignals) {
@@ -362,7 +311,7 @@ TEST(HalfAMouseReport, DoesNotDelayEndingSignals) {
 TEST(DuringTheStart, CtrlCGoesToTheCommand) {
     Machine box;
     Gate gate(box);
-    box.StandInScript("mkdir", Waiting());
+    box.StandInScript("mkdir", kWaiting);
     Terminal t(box);
     gate.AwaitScript();
     t.Press("<C-c>");
@@ -373,7 +322,7 @@ TEST(DuringTheStart, CtrlCGoesToTheCommand) {
 TEST(DuringTheStart, OtherEndingSignalsLeaveThePlainTerminal) {
     Machine box;
     Gate gate(box);
-    box.StandInScript("mkdir", Waiting());
+    box.StandInScript("mkdir", kWaiting);
     for (const auto& [signal, status] : {std::pair{SIGTERM, 143}, {SIGHUP, 129}}) {
         Terminal t(box, AtAPrompt());
         gate.AwaitScript();
@@ -405,8 +354,7 @@ TEST(WhileDrawing, EndingSignalsRestoreTheTerminal) {
     OneCard box;
     for (int round = 0; round < 8; round++) {
         SCOPED_TRACE(round);
-        Terminal t(box, AtAPrompt());
-        GoTo(t, kMainMenu);
+        Page t(box, kMainMenu, AtAPrompt());
         for (int keys = 0; keys < 40; keys++)
             t.Press("<End><Home>");
         t.Resize(24 + round, 100);
@@ -419,20 +367,8 @@ TEST(WhileDrawing, EndingSignalsRestoreTheTerminal) {
 
 // ---- a stopped terminal ----
 
-TEST(CleanUp, IsLimitedToFiveSeconds) {
-    Machine box;
-    Terminal t(box);
-    GoTo(t, kMainMenu);
-    t.Press("<C-s>");  // stops the output, so that restoring the terminal blocks
-    t.Settle();
-    const double start = Now();
-    t.Signal(SIGINT);
-    EXPECT_EQ(t.WaitExit(), Killed(SIGALRM));
-    EXPECT_NEAR(Now() - start, 5, 0.5);
-}
-
-// A stopped terminal can also block the program in the middle of drawing.
-TEST(CleanUp, IsLimitedToFiveSecondsWhereverTheProgramHangs) {
+// It can block the program in the middle of drawing.
+TEST(StoppedTerminal, HoldsAnEndUpForFiveSecondsAtMost) {
     Machine box;
     std::vector<std::unique_ptr<Terminal>> terminals;
     for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
@@ -454,57 +390,30 @@ TEST(CleanUp, IsLimitedToFiveSecondsWhereverTheProgramHangs) {
 // ---- hang-up and end of input ----
 
 // The terminal is too small for the entry box, so any key cancels.
-class SmallEntry : public testing::Test {
-  protected:
-    static TerminalOptions Small() {
-        TerminalOptions options;
-        options.rows = 5;
-        options.cols = 40;
-        return options;
-    }
-    static void Open(Terminal& t) {
+TEST(SmallEntry, AHangUpEndsTheProgramWithinASecond) {
+    Machine box;
+    for (const bool ignored : {false, true}) {
+        Terminal t(box, ignored ? IgnoringHangUps(OfSize(5, 40)) : OfSize(5, 40));
         t.WaitFor("Tavrin 4");
         t.Press("n<Enter>");
         t.WaitUntil([&] { return t.CursorVisible(); }, "the entry's cursor");
         t.Settle();
         EXPECT_TRUE(t.Running());
+        t.HangUp();
+        EXPECT_EQ(t.WaitExit(kOneSecond), Exited(ignored ? 1 : 129));
     }
-    Machine box;
-};
-
-TEST_F(SmallEntry, AHangUpEndsTheProgramWithinASecond) {
-    Terminal t(box, Small());
-    Open(t);
-    t.HangUp();
-    EXPECT_EQ(t.WaitExit(kOneSecond), Exited(129));
 }
 
-TEST_F(SmallEntry, AnIgnoredHangUpEndsTheProgramWithinASecond) {
-    TerminalOptions options = Small();
-    options.ignored_signals = {SIGHUP};
-    Terminal t(box, options);
-    Open(t);
-    t.HangUp();
-    EXPECT_EQ(t.WaitExit(kOneSecond), Exited(1));
-}
-
-TEST(Input, EmptyInputEndsTheProgramWithinASecond) {
+TEST(Input, EmptyOrClosedItEndsTheProgramWithinASecond) {
     Machine box;
-    TerminalOptions nothing;
-    nothing.input = "/dev/null";
-    Terminal t(box, AtAPrompt(nothing));
-    EXPECT_EQ(t.WaitExit(kOneSecond), Exited(1));
-    EXPECT_TRUE(t.Output().find("Tavrin 4") != std::string::npos);
-    ExpectTerminalAsBefore(t);
-}
-
-TEST(Input, ClosedInputEndsTheProgramWithinASecond) {
-    Machine box;
-    TerminalOptions options = AtAPrompt();
-    options.arguments[1] += " <&-";
-    Terminal t(box, options);
-    EXPECT_EQ(t.WaitExit(kOneSecond), Exited(1));
-    ExpectTerminalAsBefore(t);
+    for (const char* redirection : {" </dev/null", " <&-"}) {
+        TerminalOptions options = AtAPrompt();
+        options.arguments[1] += redirection;
+        Terminal t(box, options);
+        EXPECT_EQ(t.WaitExit(kOneSecond), Exited(1));
+        EXPECT_THAT(t.Output(), HasSubstr("Tavrin 4"));
+        ExpectTerminalAsBefore(t);
+    }
 }
 
 // Keys that a script has written to a file.
@@ -546,141 +455,27 @@ TEST(Input, KeysFromAPipeAreProcessedToTheEnd) {
 
 TEST(Idling, UsesAlmostNoProcessorTime) {
     OneCard box;
+    Gate gate(box);
+    box.StandInScript(kNetwork, Gate::kWait);
+    std::vector<Stop> stops(std::begin(kStops), std::end(kStops));
+    stops.push_back(kWaitForEnter);
+    stops.push_back({"Command", "d<Enter>y", "Stopping all interfaces..."});
     std::vector<std::unique_ptr<Terminal>> terminals;
-    std::vector<double> busy;
-    for (const Stop& stop : kStops) {
+    for (const Stop& stop : stops) {
         terminals.push_back(std::make_unique<Terminal>(box));
-        GoTo(*terminals.back(), stop);
+        terminals.back()->WaitFor("Tavrin 4");
+        terminals.back()->Press(stop.keys);
+        terminals.back()->WaitFor(stop.sign);
     }
+    std::vector<double> busy;
     for (const auto& t : terminals)
         busy.push_back(t->CpuSeconds());
     const double stretch = 2;
     terminals[0]->RunFor(stretch);
     for (size_t i = 0; i < terminals.size(); i++) {
         EXPECT_TRUE(terminals[i]->Running());
-        EXPECT_LT(terminals[i]->CpuSeconds() - busy[i], 0.1 * stretch) << kStops[i].name;
-        terminals[i]->WaitUntil([&] { return terminals[i]->Children() == 0; }, "no command");
+        EXPECT_LT(terminals[i]->CpuSeconds() - busy[i], 0.1 * stretch) << stops[i].name;
     }
-}
-
-TEST(Idling, UsesAlmostNoProcessorTimeWhileACommandRuns) {
-    Machine box;
-    Gate gate(box);
-    box.StandInScript(kNetwork, Waiting());
-    Terminal t(box);
-    StartCommand(t, gate);
-    const double busy = t.CpuSeconds();
-    t.RunFor(1);
-    EXPECT_LT(t.CpuSeconds() - busy, 0.05);
-}
-
-// ---- signals ----
-
-// Whether a signal mask in /proc/PID/status contains the signal.
-bool Has(const Terminal& t, const std::string& line, int signal) {
-    const std::string status = ReadWhole("/proc/" + std::to_string(t.pid()) + "/status");
-    const size_t at = status.find("\n" + line + ":\t");
-    if (at == std::string::npos) return false;
-    const unsigned long mask = std::stoul(status.substr(at + line.size() + 3), nullptr, 16);
-    return (mask >> (signal - 1) & 1) != 0;
-}
-
-TEST(Signals, TheKernelReapsChildren) {
-    Machine box;
-    Terminal t(box);
-    GoTo(t, kMainMenu);
-    EXPECT_TRUE(Has(t, "SigIgn", SIGCHLD));
-    t.WaitUntil([&] { return t.Children() == 0; }, "the last command's end");
-}
-
-TEST(Signals, EndingSignalsAreCaught) {
-    Machine box;
-    Terminal t(box);
-    GoTo(t, kMainMenu);
-    for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
-        EXPECT_TRUE(Has(t, "SigCgt", signal)) << strsignal(signal);
-        EXPECT_FALSE(Has(t, "SigIgn", signal)) << strsignal(signal);
-    }
-}
-
-TEST(Signals, InterruptsGoOnlyToTheRunningCommand) {
-    Machine box;
-    Gate gate(box);
-    box.StandInScript(kNetwork, Waiting());
-    Terminal t(box);
-    StartCommand(t, gate);
-    EXPECT_TRUE(Has(t, "SigIgn", SIGINT));
-    EXPECT_TRUE(Has(t, "SigIgn", SIGQUIT));
-    EXPECT_FALSE(Has(t, "SigIgn", SIGTERM));
-    gate.Open();
-    t.WaitFor(kMainMenu.sign);
-    EXPECT_TRUE(Has(t, "SigCgt", SIGINT));
-    EXPECT_TRUE(Has(t, "SigCgt", SIGQUIT));
-}
-
-// Some shells do not pass on the signals they were started with, so the shell itself is checked.
-TEST(Signals, CommandsStartWithDefaultSignals) {
-    Machine box;
-    if (box.door().own_users)
-        GTEST_SKIP() << "the shell can't be replaced in an ordinary user's machine";
-    box.StandIn("/bin/sh");
-    Terminal t(box);
-    t.WaitFor(kMainMenu.sign);
-    t.Press("d<Enter>y");
-    const std::string stop_all = "/bin/sh -c /etc/init.d/network stop all";
-    const auto has_run = [&] { return testing::Value(box.CallLines(), Contains(stop_all)); };
-    box.WaitUntil(has_run, "the command");
-    EXPECT_THAT(box.CallLines(), Contains("/bin/sh -c ip link"));
-    for (const Call& call : box.Calls()) {
-        EXPECT_FALSE(call.sigchld_ignored) << call;
-        EXPECT_FALSE(call.sigint_ignored) << call;
-        EXPECT_FALSE(call.sigquit_ignored) << call;
-    }
-}
-
-TEST(Signals, CommandsStartWithNoBlockedSignals) {
-    Machine box;
-    // This shell does not change the mask.
-    box.Sh("mount --bind /bin/bash \"$(readlink -f /bin/sh)\"");
-    const auto write_mask_to = [](const std::string& file) {
-        return "sed -n 's/^SigBlk:\\t//p' /proc/self/status >" + file;
-    };
-    box.StandInScript("mkdir", write_mask_to("/tmp/mask-mkdir"));
-    box.StandInScript("ip", write_mask_to("/tmp/mask-ip"));
-    box.StandInScript(kNetwork, write_mask_to("/tmp/mask-network"));
-    Terminal t(box);
-    t.WaitFor(kMainMenu.sign);
-    t.Press("d<Enter>y");
-    box.WaitForCalls(kNetwork, 1);
-    t.WaitFor(kMainMenu.sign);
-    for (const char* file : {"/tmp/mask-mkdir", "/tmp/mask-ip", "/tmp/mask-network"}) {
-        const auto written = [&] { return box.Exists(file) && !box.Read(file).empty(); };
-        box.WaitUntil(written, file);
-        EXPECT_EQ(box.Read(file), "0000000000000000\n") << file;
-    }
-}
-
-TEST(Signals, IgnoredInterruptsStillEndTheProgram) {
-    Machine box;
-    TerminalOptions options;
-    options.ignored_signals = {SIGINT, SIGQUIT};  // like a shell's background command
-    for (const auto& [keys, status] : {std::pair{"<C-c>", 130}, {"<C-\\>", 131}}) {
-        Terminal t(box, options);
-        GoTo(t, kMainMenu);
-        t.Press(keys);
-        EXPECT_EQ(t.WaitExit(), Exited(status));
-    }
-}
-
-TEST(Signals, OtherSignalsDoNotEndTheProgram) {
-    Machine box;
-    Terminal t(box);
-    GoTo(t, kMainMenu);
-    t.Signal(SIGCHLD);
-    t.Signal(SIGCONT);
-    t.Signal(SIGWINCH);
-    t.Press("s");
-    t.WaitSelected("Services");
 }
 
 }  // namespace
