@@ -238,7 +238,7 @@ TEST_P(WirelessPassword, IsErasedIfTheSupplicantRefusesTheNetwork) {
 TEST_P(WirelessPassword, IsErasedIfItCannotBeQuoted) {
     box.Sh("mkfifo /mnt/gate");
     Page t(box, entry.stop);
-    t.Type(kSecret + std::string("'"));
+    t.Type(kSecret + std::string("\""));
     t.Press("<Enter>");
     box.WaitUntil([&] { return box.Exists("/mnt/has-read"); }, "the next command");
     EXPECT_EQ(Given(), "(none)");
