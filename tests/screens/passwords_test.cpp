@@ -74,7 +74,7 @@ class Password : public testing::TestWithParam<Entry> {
                 wait + ";;\nesac\n");
     }
 
-    // As if no password had been set yet.
+    // The first settings; to set VNC up, without its password.
     void Prepare() {
         box.WriteSettings();
         for (const char* file : {kVncOn, kVncPassword})
