@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::string_view kEscapeKey = "\x1b";
 constexpr std::string_view kUnknownSequence = "\x1b[1;99P";
+constexpr std::string_view kHome = "\x1bOH";
 
 class Dialog : public testing::Test {
   protected:
@@ -56,7 +57,8 @@ TEST_F(Question, IgnoresAllOtherKeys) {
     for (std::string_view keys : {std::string_view("\r"), std::string_view("\n"),
                                   std::string_view(" x0Q1\t"), kUnknownSequence})
         steps.push_back(screen.Keys(keys));
-    for (int key : {KEY_UP, KEY_ENTER, KEY_DC, KEY_F(1)})
+    for (int key : {KEY_UP, KEY_DOWN, KEY_LEFT, KEY_RIGHT, KEY_HOME, KEY_END, KEY_PPAGE, KEY_NPAGE,
+                    KEY_ENTER, KEY_DC, KEY_IC, KEY_F(1), KEY_F(10), 1})
         steps.push_back(screen.Key(key));
     steps.push_back(screen.Keys("y"));
     screen.Play(steps);
@@ -184,6 +186,7 @@ TEST_F(TextBox, HasALineForEachLineOfThePrompt) {
 
 TEST_F(TextBox, EnterStoresTheTrimmedText) {
     EXPECT_EQ(Typed("", {"a b", "\r"}), "a b");
+    EXPECT_EQ(Typed("", {"q?*[]{}'\"\\$`;&|", "\r"}), "q?*[]{}'\"\\$`;&|");
     EXPECT_EQ(Typed("", {"  a  ", "\n"}), "a");
     EXPECT_EQ(Typed("old", {"\r"}), "old");
     EXPECT_EQ(Typed(" old ", {"\r"}), "old");
@@ -207,8 +210,16 @@ TEST_F(TextBox, HandlesTheEditingKeys) {
         {{KEY_HOME, KEY_DC}, "bc"},
         {{KEY_BACKSPACE}, "ab"},
         {{127}, "ab"},
+        {{8}, "ab"},
         {{KEY_LEFT, KEY_BACKSPACE}, "ac"},
-        {{KEY_UP, KEY_DOWN, KEY_F(2), KEY_MOUSE, 7}, "abc"},
+        // The step to the left fails, and the deletion after it removes the first character.
+        {{KEY_HOME, KEY_BACKSPACE}, "bc"},
+        {{KEY_LEFT, KEY_DC}, "ab"},
+        {{KEY_DC}, "abc"},
+        {{KEY_HOME, KEY_RIGHT, 'x', ' ', 'y'}, "ax ybc"},
+        {{KEY_LEFT, KEY_UP, KEY_DOWN, KEY_PPAGE, KEY_NPAGE, KEY_IC, '\t', KEY_F(1), KEY_F(12), 'x'},
+         "abxc"},
+        {{KEY_ENTER, KEY_MOUSE, 1, 7, 21, 23, 24, 'x'}, "abcx"},
     };
     for (const auto& row : kCases) {
         std::vector<Step> steps;
@@ -229,6 +240,8 @@ TEST_F(TextBox, UnknownKeysTypeNothing) {
 TEST_F(TextBox, HoldsOnlyWhatFits) {
     EXPECT_EQ(Typed(std::string(80, 'a'), {"\r"}), std::string(76, 'a'));
     EXPECT_EQ(Typed(std::string(75, 'a'), {"bc", "\r"}), std::string(75, 'a') + "b");
+    EXPECT_EQ(Typed(std::string(75, 'a'), {kHome, "bc", "\r"}), "b" + std::string(75, 'a'))
+        << "nothing is pushed out of the entry";
 }
 
 TEST_F(TextBox, StartsWithAtMost254Bytes) {
@@ -276,10 +289,13 @@ TEST_F(TextBox, AdaptsToANewSize) {
 }
 
 TEST_F(TextBox, OnATerminalThatIsTooSmallAnyKeyCancels) {
+    resizeterm(5, 80);
+    flushinp();
+    EXPECT_EQ(Typed("old", {"er", "\r"}), "older");
     resizeterm(4, 80);
     flushinp();
-    EXPECT_EQ(Typed("old", {"x"}), "(cancelled) old");
-    EXPECT_EQ(Typed("old", {"\r"}), "(cancelled) old");
+    for (std::string_view key : {std::string_view("x"), std::string_view("\r"), kUnknownSequence})
+        EXPECT_EQ(Typed("old", {key}), "(cancelled) old");
 }
 
 TEST_F(TextBox, IsKeptWhileTheTerminalIsTooSmall) {

@@ -74,34 +74,13 @@ TEST_F(MenuMouse, TheRowUnderThePointerIsHovered) {
     EXPECT_EQ(menu.selection, 0);
 }
 
-TEST_F(MenuMouse, HoverReachesFromTheFirstToTheLastColumn) {
-    struct {
-        int column;
-        bool hovered;
-    } const kCases[] = {{kColumn - 1, false},
-                        {kColumn, true},
-                        {kColumn + kWidth - 1, true},
-                        {kColumn + kWidth, false}};
-    for (const auto& row : kCases) {
-        Mouse(kLine, row.column, kMotion);
-        EXPECT_EQ(!Hovered().empty(), row.hovered) << row.column;
-    }
-}
-
-TEST_F(MenuMouse, HoverEndsAboveAndBelowTheVisibleRows) {
-    for (int line : {kLine - 1, kLine + kHeight, 0, 23}) {
-        Mouse(kLine + 1, kInside, kMotion);
-        EXPECT_EQ(Hovered(), Indices{1});
-        Mouse(line, kInside, kMotion);
-        EXPECT_EQ(Hovered(), Indices{}) << line;
-    }
-}
-
+// Only visible rows are checked: a row that was scrolled away while hovered stays hovered.
 TEST_F(MenuMouse, HoverFollowsTheScrolledRows) {
+    Mouse(kLine + 1, kInside, kMotion);
     menu.top = 3;
     menu.selection = 3;
     Mouse(kLine + 1, kInside, kMotion);
-    EXPECT_EQ(Hovered(), Indices{4});
+    EXPECT_EQ(Hovered(), (Indices{1, 4}));
 }
 
 TEST_F(MenuMouse, HoverShowsAtOnce) {
@@ -124,24 +103,59 @@ TEST_F(MenuMouse, OnlyRowsWhoseHoverChangesAreRepainted) {
     EXPECT_EQ(drawn, "#b#d");
 }
 
-TEST_F(MenuMouse, HoverDoesNotSelect) {
-    EXPECT_EQ(Pass(kLine + 1, kInside, kMotion), Menu::kNotTaken);
-    EXPECT_EQ(menu.selection, 0);
-    EXPECT_EQ(menu.click_pending, -1);
-}
-
-TEST_F(MenuMouse, AClickHoversToo) {
-    Mouse(kLine + 1, kInside, kClicked);
-    EXPECT_EQ(Hovered(), Indices{1});
-}
-
 // ---- selecting ----
 
-TEST_F(MenuMouse, PressingSelectsButDoesNotActivate) {
-    EXPECT_EQ(Pass(kLine + 1, kInside, kPressed), Menu::kNotTaken);
-    EXPECT_EQ(menu.selection, 1);
-    EXPECT_EQ(Pass(kLine + 1, kInside, kPressed), Menu::kNotTaken);
-    EXPECT_EQ(menu.click_pending, -1);
+struct Event {
+    const char* what;
+    int selection;  // before the event
+    int line, column;
+    mmask_t buttons;
+    Menu::Result result;
+    int new_selection;
+};
+
+constexpr int kLast = kColumn + kWidth - 1;
+
+constexpr Event kEvents[] = {
+    {"pressing", 0, kLine + 1, kInside, kPressed, Menu::kNotTaken, 1},
+    {"pressing on the selected row", 1, kLine + 1, kInside, kPressed, Menu::kNotTaken, 1},
+    {"a click", 0, kLine + 3, kInside, kClicked, Menu::kNotTaken, 3},
+    {"a double click", 0, kLine + 3, kInside, kDoubleClicked, Menu::kNotTaken, 3},
+    {"a click on the selected row", 1, kLine + 1, kInside, kClicked, Menu::kActivate, 1},
+    {"a double click there", 1, kLine + 1, kInside, kDoubleClicked, Menu::kActivate, 1},
+    {"pointing", 0, kLine + 1, kInside, kMotion, Menu::kNotTaken, 0},
+    {"releasing", 3, kLine + 1, kInside, BUTTON1_RELEASED, Menu::kNotTaken, 3},
+    {"a triple click", 3, kLine + 1, kInside, BUTTON1_TRIPLE_CLICKED, Menu::kNotTaken, 3},
+    {"the middle button", 3, kLine + 1, kInside, BUTTON2_CLICKED, Menu::kNotTaken, 3},
+    {"the right button", 3, kLine + 1, kInside, BUTTON3_PRESSED, Menu::kNotTaken, 3},
+    {"the wheel up", 3, kLine + 1, kInside, BUTTON4_PRESSED, Menu::kNotTaken, 3},
+    {"the wheel down", 3, kLine + 1, kInside, BUTTON5_PRESSED, Menu::kNotTaken, 3},
+    {"the first column", 3, kLine + 1, kColumn, kPressed, Menu::kNotTaken, 1},
+    {"the last column", 3, kLine + 1, kLast, kPressed, Menu::kNotTaken, 1},
+    // What hits no row selects the first one, but never activates it.
+    {"left of the row", 3, kLine + 1, kColumn - 1, kPressed, Menu::kNotTaken, 0},
+    {"right of the row", 3, kLine + 1, kLast + 1, kPressed, Menu::kNotTaken, 0},
+    {"above the list", 3, kLine - 1, kInside, kClicked, Menu::kNotTaken, 0},
+    {"below the list", 3, kLine + kHeight, kInside, kDoubleClicked, Menu::kNotTaken, 0},
+    {"at the top of the screen", 3, 0, kInside, kPressed, Menu::kNotTaken, 0},
+    {"at the bottom of the screen", 3, 23, kInside, kClicked, Menu::kNotTaken, 0},
+    {"outside, with the first row selected", 0, 23, kInside, kClicked, Menu::kNotTaken, 0},
+    {"a separator", 3, kLine + 2, kInside, kClicked, Menu::kNotTaken, 0},
+    {"a selected separator", 2, kLine + 2, kInside, kClicked, Menu::kNotTaken, 0},
+};
+
+TEST_F(MenuMouse, EventsSelectAndActivate) {
+    for (const Event& event : kEvents) {
+        SCOPED_TRACE(event.what);
+        menu.selection = event.selection;
+        EXPECT_EQ(Pass(event.line, event.column, event.buttons), event.result);
+        EXPECT_EQ(menu.selection, event.new_selection);
+        EXPECT_EQ(menu.click_pending, -1);
+        const int row = event.line - kLine;
+        const bool on_row =
+            row >= 0 && row < kHeight && event.column >= kColumn && event.column <= kLast;
+        EXPECT_EQ(Hovered(), on_row ? Indices{row} : Indices{}) << "any event hovers";
+    }
 }
 
 TEST_F(MenuMouse, SelectingShowsAtOnce) {
@@ -150,32 +164,12 @@ TEST_F(MenuMouse, SelectingShowsAtOnce) {
     EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn), COLOR_PAIR(4) | A_BOLD);
 }
 
-TEST_F(MenuMouse, AClickOnAnotherRowOnlySelectsIt) {
-    for (mmask_t buttons : {kClicked, kDoubleClicked}) {
+TEST_F(MenuMouse, ASecondClickActivates) {
+    for (mmask_t first : {kPressed, kClicked}) {
         menu.selection = 0;
-        EXPECT_EQ(Pass(kLine + 3, kInside, buttons), Menu::kNotTaken) << buttons;
-        EXPECT_EQ(menu.selection, 3) << buttons;
-        EXPECT_LE(menu.click_pending, 0) << buttons;
+        EXPECT_EQ(Pass(kLine + 3, kInside, first), Menu::kNotTaken);
+        EXPECT_EQ(Pass(kLine + 3, kInside, kClicked), Menu::kActivate);
     }
-}
-
-TEST_F(MenuMouse, AClickOnTheSelectedRowActivatesIt) {
-    for (mmask_t buttons : {kClicked, kDoubleClicked}) {
-        menu.selection = 1;
-        EXPECT_EQ(Pass(kLine + 1, kInside, buttons), Menu::kActivate) << buttons;
-        EXPECT_EQ(menu.selection, 1) << buttons;
-        EXPECT_EQ(menu.click_pending, -1) << buttons;
-    }
-}
-
-TEST_F(MenuMouse, TwoClicksSelectAndActivate) {
-    EXPECT_EQ(Pass(kLine + 3, kInside, kClicked), Menu::kNotTaken);
-    EXPECT_EQ(Pass(kLine + 3, kInside, kClicked), Menu::kActivate);
-}
-
-TEST_F(MenuMouse, PressingAndThenAClickActivate) {
-    EXPECT_EQ(Pass(kLine + 3, kInside, kPressed), Menu::kNotTaken);
-    EXPECT_EQ(Pass(kLine + 3, kInside, kClicked), Menu::kActivate);
 }
 
 TEST_F(MenuMouse, AClickOnTheSelectedRowIsArmedWithTheTime) {
@@ -191,42 +185,6 @@ TEST_F(MenuMouse, AnArmedClickKeepsItsTime) {
     menu.click_time = 77;
     Mouse(kLine, kInside, kClicked);
     EXPECT_EQ(menu.click_time, 77);
-}
-
-TEST_F(MenuMouse, OnlyTheColumnsOfARowCount) {
-    struct {
-        int column;
-        int selection;
-    } const kCases[] = {
-        {kColumn - 1, 0}, {kColumn, 1}, {kColumn + kWidth - 1, 1}, {kColumn + kWidth, 0}};
-    for (const auto& row : kCases) {
-        menu.selection = 3;
-        Mouse(kLine + 1, row.column, kPressed);
-        EXPECT_EQ(menu.selection, row.selection) << row.column;
-    }
-}
-
-TEST_F(MenuMouse, AClickOutsideTheListSelectsTheFirstRow) {
-    for (mmask_t buttons : {kPressed, kClicked, kDoubleClicked}) {
-        for (int line : {kLine - 1, kLine + kHeight, 0, 23}) {
-            menu.selection = 3;
-            EXPECT_EQ(Pass(line, kInside, buttons), Menu::kNotTaken) << line;
-            EXPECT_EQ(menu.selection, 0) << line;
-            EXPECT_EQ(menu.click_pending, -1) << line;
-        }
-    }
-}
-
-TEST_F(MenuMouse, AClickOnASeparatorSelectsTheFirstRow) {
-    menu.selection = 3;
-    EXPECT_EQ(Pass(kLine + 2, kInside, kClicked), Menu::kNotTaken);
-    EXPECT_EQ(menu.selection, 0);
-}
-
-TEST_F(MenuMouse, AClickOnASelectedSeparatorAlsoSelectsTheFirstRow) {
-    menu.selection = 2;
-    EXPECT_EQ(Pass(kLine + 2, kInside, kClicked), Menu::kNotTaken);
-    EXPECT_EQ(menu.selection, 0);
 }
 
 TEST_F(MenuMouse, AnUnselectableRowThatIsNotDimCanBeClicked) {
@@ -249,17 +207,6 @@ TEST_F(MenuMouse, AClickHitsTheScrolledRow) {
     Mouse(kLine + 2, kInside, kClicked);
     EXPECT_EQ(menu.selection, 5);
     EXPECT_EQ(Pass(kLine + 2, kInside, kClicked), Menu::kActivate);
-}
-
-TEST_F(MenuMouse, OtherButtonsOnlyHover) {
-    for (mmask_t buttons :
-         {mmask_t{BUTTON1_RELEASED}, mmask_t{BUTTON2_CLICKED}, mmask_t{BUTTON3_PRESSED},
-          mmask_t{BUTTON4_PRESSED}, mmask_t{BUTTON5_PRESSED}, mmask_t{BUTTON1_TRIPLE_CLICKED}}) {
-        menu.selection = 3;
-        EXPECT_EQ(Pass(kLine + 1, kInside, buttons), Menu::kNotTaken) << buttons;
-        EXPECT_EQ(menu.selection, 3) << buttons;
-        EXPECT_EQ(Hovered(), Indices{1}) << buttons;
-    }
 }
 
 TEST_F(MenuMouse, AMouseKeyWithoutAnEventDoesNothing) {

@@ -96,28 +96,25 @@ TEST_F(MenuPaint, LinesWithoutARowAreBlank) {
     EXPECT_EQ(UnseenScreen::Character(kLine + kHeight, kColumn), '#');
 }
 
-TEST_F(MenuPaint, ARowAboveTheTopIsNotDrawn) {
-    AddUnselected("b");
-    menu.top = 1;
-    UnseenScreen::Fill('#');
-    menu.DrawItem(0);
-    for (int line = 0; line < LINES; ++line)
-        EXPECT_EQ(UnseenScreen::Line(line), std::string(80, '#')) << line;
-}
-
+// The top of the list, the menu's size and its place decide what has no room.
 TEST_F(MenuPaint, WithoutRoomNothingIsDrawn) {
     menu.AddItem("a", 1);
     menu.AddItem("b", 1);
     UnseenScreen::Fill('#');
     menu.SetSize(0, 1);
     menu.DrawItem(1);
-    menu.SetSize(-3, -3);
-    menu.Draw();
+    for (const auto& [columns, lines] : {std::pair{-3, -3}, {kWidth, -1}, {kWidth, 0}}) {
+        menu.SetSize(columns, lines);
+        menu.Draw();
+    }
+    menu.SetSize(kWidth, kHeight);
+    menu.top = 1;
     menu.DrawItem(0);
-    menu.SetSize(kWidth, -1);
-    menu.Draw();
+    menu.top = 0;
+    menu.SetPosition(kColumn, LINES - 1);
     menu.SetSize(kWidth, 0);
-    menu.Draw();
+    move(2, 3);
+    menu.DrawItem(1);
     for (int line = 0; line < LINES; ++line)
         EXPECT_EQ(UnseenScreen::Line(line), std::string(80, '#')) << line;
 }
@@ -255,13 +252,17 @@ constexpr Mark kMarks[] = {
     {"Exit this program", 'e', 0, 'E'},
     {"Network Time", 't', 2, 't'},
     {"1. eth0", '1', 0, '1'},
+    {"Services", 'e', 1, 'e'},  // only the first one
+    {"Services", 0, -1, ' '},
     // A hot key that is not in the label is shown one blank after it.
     {"10. eth9", 'x', 9, 'x'},
     {"", 'q', 1, 'q'},
     {"abcdefghijklmnopqrstuvwxy", 'z', kWidth + 1, 'z'},
+    // A label is cut at the width, but its hot key is not.
+    {"abcdefghijklmnopqrstuvwxy", 'u', kWidth, 'u'},
 };
 
-TEST_F(MenuPaint, AHotKeyLetterIsYellowAndBold) {
+TEST_F(MenuPaint, OnlyTheHotKeyLetterIsYellow) {
     MenuItem& item = AddUnselected("");
     for (const Mark& row : kMarks) {
         SCOPED_TRACE(row.label);
@@ -269,19 +270,17 @@ TEST_F(MenuPaint, AHotKeyLetterIsYellowAndBold) {
         item.hot_key = row.key;
         UnseenScreen::Fill('#');
         menu.Draw();
+        for (int column = 0; column < kWidth; ++column) {
+            const bool is_marked = column == row.column;
+            EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn + column),
+                      (is_marked ? kYellow : kWhite) | A_BOLD)
+                << column;
+        }
+        if (row.key == 0) continue;
         const int column = kColumn + row.column;
         EXPECT_EQ(UnseenScreen::Character(kLine + 1, column), row.letter);
         EXPECT_EQ(UnseenScreen::Style(kLine + 1, column), kYellow | A_BOLD);
-        EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn + 19), kWhite | A_BOLD);
     }
-}
-
-TEST_F(MenuPaint, OnlyTheFirstMatchingLetterIsMarked) {
-    AddUnselected("Services").hot_key = 'e';
-    menu.Draw();
-    EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn + 1), kYellow | A_BOLD);
-    EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn + 0), kWhite | A_BOLD);
-    EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn + 4), kWhite | A_BOLD);
 }
 
 TEST_F(MenuPaint, TheHotKeyLetterOfTheSelectedRowIsOnlyReversed) {
@@ -304,11 +303,11 @@ TEST_F(MenuPaint, AHotKeyLetterLooksTheSameOnEveryUnselectedRow) {
     }
 }
 
-TEST_F(MenuPaint, WithoutAHotKeyNothingIsMarked) {
-    AddUnselected("Services");
+TEST_F(MenuPaint, WithoutColumnsHotKeyLettersAreStillShown) {
+    AddUnselected("Services").hot_key = 's';
+    menu.SetSize(0, kHeight);
     menu.Draw();
-    for (int column = 0; column < kWidth; ++column)
-        EXPECT_EQ(UnseenScreen::Style(kLine + 1, kColumn + column), kWhite | A_BOLD) << column;
+    EXPECT_EQ(UnseenScreen::Line(kLine + 1), "    S");
 }
 
 TEST_F(MenuPaint, AMarkOutsideTheScreenIsLeftOut) {
@@ -390,19 +389,6 @@ TEST_F(MenuRepaint, AKeyThatMovesNothingRepaintsNothing) {
         menu.HandleKey(key);
         EXPECT_EQ(Drawn(), "") << key;
     }
-}
-
-// ---- terminals too small ----
-
-TEST_F(MenuPaint, ARowOutsideTheTerminalIsNotDrawn) {
-    menu.AddItem("first", 1);
-    menu.AddItem("second", 2);
-    menu.SetPosition(kColumn, LINES - 1);
-    menu.SetSize(kWidth, 0);
-    UnseenScreen::Fill('#');
-    move(2, 3);
-    menu.DrawItem(1);
-    EXPECT_EQ(UnseenScreen::Line(2), std::string(80, '#'));
 }
 
 }  // namespace

@@ -62,4 +62,19 @@ TEST_F(MenuProperties, EqualKeysUpAndDownLeadBackToAVisibleRow) {
     }
 }
 
+TEST_F(MenuProperties, AnyKeyLeavesTheSelectedRowVisible) {
+    constexpr int kKeys[] = {KEY_DOWN,  KEY_UP, KEY_HOME,  KEY_END,  KEY_NPAGE,
+                             KEY_PPAGE, '\n',   KEY_MOUSE, KEY_LEFT, KEY_RESIZE};
+    for (int i = 0; i < 300 && !HasFailure(); ++i) {
+        Fill();
+        for (int press = 0; press < 100; ++press) {
+            menu.HandleKey(random.OneOf(kKeys));
+            EXPECT_GE(menu.top, 0);
+            EXPECT_GE(menu.selection, menu.top);
+            EXPECT_LT(menu.selection, menu.top + menu.height);
+            EXPECT_LT(menu.selection, menu.Count());
+        }
+    }
+}
+
 }  // namespace
