@@ -49,16 +49,24 @@ std::string OutputOfFeedCommand(const std::string& command) {
     return ContentOf(folder.Path("output"));
 }
 
+void AwaitOutput(const RunningCommand& running) {
+    pollfd output = {running.descriptor, POLLIN, 0};
+    poll(&output, 1, -1);
+}
+
+// Its whole output; the command has ended.
+std::string OutputOf(RunningCommand& running) {
+    while (!ReadAvailable(running))
+        AwaitOutput(running);
+    waitpid(running.pid, nullptr, 0);
+    return running.output;
+}
+
 std::string OutputOfStartCommand(const std::string& command) {
     auto running = StartCommand(command);
     if (!running) return "not started";
     const OpenSignalGate open;
-    while (!ReadAvailable(*running)) {
-        pollfd output = {running->descriptor, POLLIN, 0};
-        poll(&output, 1, -1);
-    }
-    waitpid(running->pid, nullptr, 0);
-    return running->output;
+    return OutputOf(*running);
 }
 
 struct Door {
@@ -121,7 +129,7 @@ TEST(Command, StartsWithDefaultSignalsInAnyShell) {
                               fwrite(output.data(), 1, output.size(), stdout);
                               return 0L;
                           });
-        if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root changes its shell";
+        SKIP_WHERE_REFUSED(answer);
         // Under nohup, commands ignore SIGHUP. Signals above SIGSYS belong to the C library.
         constexpr std::uint64_t kAll = (std::uint64_t{1} << SIGSYS) - 1;
         EXPECT_EQ(SignalSet(answer.output, "SigIgn") & kAll, std::uint64_t{1} << (SIGHUP - 1));
@@ -208,12 +216,11 @@ TEST(Command, IsWaitedForIfTheKernelReapsChildren) {
 TEST(Command, LeavesNoZombie) {
     for (const Door& door : kDoors) {
         SCOPED_TRACE(door.name);
-        const Answer answer = AnswerInChild([] { return Prepared::kYes; },
-                                            [&] {
-                                                std::signal(SIGCHLD, SIG_DFL);
-                                                door.output_of("exit 3");
-                                                return long{waitpid(-1, nullptr, WNOHANG)};
-                                            });
+        const Answer answer = AnswerInChild([&] {
+            std::signal(SIGCHLD, SIG_DFL);
+            door.output_of("exit 3");
+            return long{waitpid(-1, nullptr, WNOHANG)};
+        });
         EXPECT_EQ(answer.value, -1);
     }
 }
@@ -221,12 +228,9 @@ TEST(Command, LeavesNoZombie) {
 TEST(Command, LeavesNoDescriptorOpen) {
     for (const Door& door : kDoors) {
         SCOPED_TRACE(door.name);
-        const int free_before = dup(STDERR_FILENO);
-        close(free_before);
+        const int before = NextDescriptor();
         door.output_of("true");
-        const int free_after = dup(STDERR_FILENO);
-        close(free_after);
-        EXPECT_EQ(free_after, free_before);
+        EXPECT_EQ(NextDescriptor(), before);
     }
 }
 
@@ -247,12 +251,11 @@ TEST(RunCommand, InterruptAndQuitGoOnlyToTheCommand) {
 }
 
 TEST(RunCommand, UsesTheProgramsOwnOutputs) {
-    const Answer answer = AnswerInChild([] { return Prepared::kYes; },
-                                        [] {
-                                            dup2(STDOUT_FILENO, STDERR_FILENO);
-                                            RunCommand("echo out; echo err >&2");
-                                            return 0L;
-                                        });
+    const Answer answer = AnswerInChild([] {
+        dup2(STDOUT_FILENO, STDERR_FILENO);
+        RunCommand("echo out; echo err >&2");
+        return 0L;
+    });
     EXPECT_EQ(answer.output, "out\nerr\n");
 }
 
@@ -263,8 +266,7 @@ TEST(RunCommand, IgnoresACommandThatCannotStart) {
                                             RunCommand("echo out");
                                             return 1L;
                                         });
-    if (answer.prepared == Prepared::kRefused)
-        GTEST_SKIP() << "only root can change its root folder";
+    SKIP_WHERE_REFUSED(answer);
     EXPECT_EQ(answer.value, 1);
     EXPECT_EQ(answer.output, "");
 }
@@ -296,14 +298,9 @@ TEST(StartCommand, DoesNotWait) {
     EXPECT_EQ(running->output, "first\n");
     EXPECT_FALSE(ReadAvailable(*running));
     folder.File("go", "");
-    while (!ReadAvailable(*running)) {
-        pollfd output = {running->descriptor, POLLIN, 0};
-        poll(&output, 1, -1);
-    }
-    EXPECT_EQ(running->output, "first\nlast\n");
+    EXPECT_EQ(OutputOf(*running), "first\nlast\n");
     EXPECT_EQ(running->descriptor, -1);
     EXPECT_TRUE(ReadAvailable(*running)) << "the output must stay complete";
-    waitpid(running->pid, nullptr, 0);
 }
 
 TEST(StartCommand, RunsSeveralInParallel) {
@@ -313,27 +310,20 @@ TEST(StartCommand, RunsSeveralInParallel) {
     auto first = StartCommand(": >" + a + "; " + UntilThere(b) + "; [ -e " + b + " ] && echo met");
     auto second = StartCommand(": >" + b + "; " + UntilThere(a) + "; [ -e " + a + " ] && echo met");
     ASSERT_TRUE(first.has_value() && second.has_value());
-    for (RunningCommand* running : {&*first, &*second}) {
-        while (!ReadAvailable(*running)) {
-            pollfd output = {running->descriptor, POLLIN, 0};
-            poll(&output, 1, -1);
-        }
-        EXPECT_EQ(running->output, "met\n");
-        waitpid(running->pid, nullptr, 0);
-    }
+    EXPECT_EQ(OutputOf(*first), "met\n");
+    EXPECT_EQ(OutputOf(*second), "met\n");
 }
 
 TEST(StartCommand, EndlessOutputIsReadInPiecesAndAbandoned) {
     auto running = StartCommand("yes");
     ASSERT_TRUE(running.has_value());
     const pid_t pid = running->pid;
-    pollfd output = {running->descriptor, POLLIN, 0};
-    poll(&output, 1, -1);
+    AwaitOutput(*running);
     ASSERT_FALSE(ReadAvailable(*running));
     EXPECT_LE(running->output.size(), std::size_t{1} << 20)
         << "longer reading would make a key wait";
     while (!ReadAvailable(*running))
-        poll(&output, 1, -1);
+        AwaitOutput(*running);
     EXPECT_EQ(running->descriptor, -1);
     EXPECT_LT(running->output.size(), std::size_t{17} << 20);
     int status = 0;
@@ -344,8 +334,7 @@ TEST(StartCommand, EndlessOutputIsReadInPiecesAndAbandoned) {
 RunningCommand HangingCommand() {
     auto running = StartCommand("sleep 60 & echo up; wait");
     if (!running) std::abort();
-    pollfd output = {running->descriptor, POLLIN, 0};
-    poll(&output, 1, -1);
+    AwaitOutput(*running);
     return *running;
 }
 
@@ -370,16 +359,13 @@ TEST(StartCommand, RecordsWhenItStarted) {
 
 TEST(EndCommand, KillsTheCommandWithItsChildrenAndClosesThePipe) {
     const SignalAction child(SIGCHLD, SIG_IGN);
-    const int free_before = dup(STDERR_FILENO);
-    close(free_before);
+    const int before = NextDescriptor();
     RunningCommand running = HangingCommand();
     EndCommand(running);
     EXPECT_EQ(running.descriptor, -1);
     EXPECT_TRUE(ReadAvailable(running));
     EndCommand(running);
-    const int free_after = dup(STDERR_FILENO);
-    close(free_after);
-    EXPECT_EQ(free_after, free_before);
+    EXPECT_EQ(NextDescriptor(), before);
     EXPECT_TRUE(GroupEnds(running.pid));
 }
 
@@ -388,9 +374,8 @@ TEST(EndCommand, DoesNothingOnceAllOutputWasRead) {
     const SignalAction child(SIGCHLD, SIG_IGN);
     auto running = StartCommand("exec >&-; exec sleep 60");
     ASSERT_TRUE(running.has_value());
-    pollfd output = {running->descriptor, POLLIN, 0};
     while (!ReadAvailable(*running))
-        poll(&output, 1, -1);
+        AwaitOutput(*running);
     EndCommand(*running);
     EndAllCommands();
     EXPECT_EQ(kill(running->pid, 0), 0);
@@ -481,14 +466,14 @@ TEST(FeedCommand, SurvivesACommandThatDoesNotRead) {
 
 // ---- CommandOutput ----
 
-TEST(CommandOutput, ReturnsTheStandardOutput) {
+TEST(CommandOutput, ReturnsTheStandardOutputWithoutStandardError) {
     EXPECT_EQ(CommandOutput("printf 'a\\nb\\000c'"), "a\nb\0c"s);
     EXPECT_EQ(CommandOutput("true"), "");
-}
-
-TEST(CommandOutput, ReturnsTheOutputOfAFailingCommand) {
     EXPECT_EQ(CommandOutput("echo a; exit 1"), "a\n");
     EXPECT_EQ(CommandOutput("/no/such/command"), "");
+    EXPECT_EQ(CommandOutput("echo a; sleep 0.05; echo b"), "a\nb\n");
+    EXPECT_EQ(CommandOutput("readlink /proc/self/fd/2"), "/dev/null\n");
+    EXPECT_EQ(CommandOutput("echo a; echo complaint >&2"), "a\n");
 }
 
 TEST(CommandOutput, ReadsMoreThanAPipeHolds) {
@@ -497,35 +482,24 @@ TEST(CommandOutput, ReadsMoreThanAPipeHolds) {
     EXPECT_EQ(*output, std::string(1'000'000, 'x'));
 }
 
-TEST(CommandOutput, WaitsForLateOutput) {
-    EXPECT_EQ(CommandOutput("echo a; sleep 0.05; echo b"), "a\nb\n");
-}
-
-TEST(CommandOutput, DropsStandardError) {
-    EXPECT_EQ(CommandOutput("readlink /proc/self/fd/2"), "/dev/null\n");
-    EXPECT_EQ(CommandOutput("echo a; echo complaint >&2"), "a\n");
-}
-
 TEST(CommandOutput, ReturnsNothingIfThereIsNoShell) {
     const TemporaryFolder empty;
     const Answer answer =
         AnswerInChild([&] { return EnterRoot(empty.path); },
                       [] { return CommandOutput("echo a").has_value() ? 1L : 0L; });
-    if (answer.prepared == Prepared::kRefused)
-        GTEST_SKIP() << "only root can change its root folder";
+    SKIP_WHERE_REFUSED(answer);
     EXPECT_EQ(answer.value, 0);
 }
 
 TEST(CommandOutput, ReturnsNothingIfThereCanBeNoPipe) {
-    const Answer answer = AnswerInChild([] { return Prepared::kYes; },
-                                        [] {
-                                            rlimit limit = {};
-                                            getrlimit(RLIMIT_NOFILE, &limit);
-                                            const int used = dup(STDERR_FILENO);
-                                            limit.rlim_cur = static_cast<rlim_t>(used) + 1;
-                                            setrlimit(RLIMIT_NOFILE, &limit);
-                                            return CommandOutput("echo a").has_value() ? 1L : 0L;
-                                        });
+    const Answer answer = AnswerInChild([] {
+        rlimit limit = {};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        const int used = dup(STDERR_FILENO);
+        limit.rlim_cur = static_cast<rlim_t>(used) + 1;
+        setrlimit(RLIMIT_NOFILE, &limit);
+        return CommandOutput("echo a").has_value() ? 1L : 0L;
+    });
     EXPECT_EQ(answer.value, 0);
 }
 

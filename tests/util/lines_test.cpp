@@ -19,49 +19,31 @@ Pieces PiecesOf(std::string_view text, std::size_t size) {
     return pieces;
 }
 
-TEST(NextLine, KeepsLineFeeds) {
-    EXPECT_EQ(PiecesOf("a\nbc\n", 64), (Pieces{"a\n", "bc\n"}));
-}
-
-TEST(NextLine, TheLastLineNeedsNoLineFeed) {
-    EXPECT_EQ(PiecesOf("a\nbc", 64), (Pieces{"a\n", "bc"}));
-}
-
-TEST(NextLine, AnEmptyLineIsALine) {
-    EXPECT_EQ(PiecesOf("\n\na\n\n", 64), (Pieces{"\n", "\n", "a\n", "\n"}));
-}
-
-TEST(NextLine, KeepsCarriageReturns) {
-    EXPECT_EQ(PiecesOf("a\r\nb\rc\n", 64), (Pieces{"a\r\n", "b\rc\n"}));
-}
-
-TEST(NextLine, AnEmptyTextHasNoLines) {
-    EXPECT_EQ(PiecesOf("", 64), Pieces{});
-}
-
-TEST(NextLine, TheLineIsEmptyAtTheEndOfTheText) {
+TEST(NextLine, SplitsATextIntoLinesThatFitTheBuffer) {
+    const struct {
+        const char* what;
+        std::string text;
+        std::size_t size;
+        Pieces pieces;
+    } kCases[] = {
+        {"line feeds are kept", "a\nbc\n", 64, {"a\n", "bc\n"}},
+        {"the last line needs none", "a\nbc", 64, {"a\n", "bc"}},
+        {"an empty line is a line", "\n\na\n\n", 64, {"\n", "\n", "a\n", "\n"}},
+        {"carriage returns are kept", "a\r\nb\rc\n", 64, {"a\r\n", "b\rc\n"}},
+        {"an empty text has no lines", "", 64, {}},
+        {"a longer line is split", "abcdefghij\nk", 5, {"abcd", "efgh", "ij\n", "k"}},
+        {"a line feed that does not fit", "abcd\nef\n", 5, {"abcd", "\n", "ef\n"}},
+        {"a piece ends at a NUL byte", "ab\0cd\nef\n"s, 64, {"ab", "ef\n"}},
+        {"also at the first byte", "\0\nef\n"s, 64, {"", "ef\n"}},
+        {"no room for a character", "abc\n", 1, {}},
+        {"no room at all", "abc\n", 0, {}},
+    };
+    for (const auto& row : kCases)
+        EXPECT_EQ(PiecesOf(row.text, row.size), row.pieces) << row.what;
     std::string_view text;
     std::string line = "left over";
     EXPECT_FALSE(NextLine(text, 64, line));
     EXPECT_EQ(line, "");
-}
-
-TEST(NextLine, ALineLongerThanTheBufferIsSplit) {
-    EXPECT_EQ(PiecesOf("abcdefghij\nk", 5), (Pieces{"abcd", "efgh", "ij\n", "k"}));
-}
-
-TEST(NextLine, ALineFeedThatDoesNotFitIsASeparatePiece) {
-    EXPECT_EQ(PiecesOf("abcd\nef\n", 5), (Pieces{"abcd", "\n", "ef\n"}));
-}
-
-TEST(NextLine, APieceEndsAtANulByte) {
-    EXPECT_EQ(PiecesOf("ab\0cd\nef\n"s, 64), (Pieces{"ab", "ef\n"}));
-    EXPECT_EQ(PiecesOf("\0\nef\n"s, 64), (Pieces{"", "ef\n"}));
-}
-
-TEST(NextLine, ABufferWithoutRoomForACharacterReadsNothing) {
-    EXPECT_EQ(PiecesOf("abc\n", 1), Pieces{});
-    EXPECT_EQ(PiecesOf("abc\n", 0), Pieces{});
 }
 
 Pieces PiecesOfFgets(std::string text, int size) {

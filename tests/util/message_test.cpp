@@ -53,7 +53,7 @@ TEST(DisplayText, InTheCLocaleShowsOnlyAscii) {
     });
 }
 
-TEST(DisplayText, OnAUtf8TerminalShowsCharactersUnchanged) {
+TEST(DisplayText, OnAUtf8TerminalShowsPrintableCharactersUnchanged) {
     const Characters utf8("C.UTF-8");
     ASSERT_TRUE(utf8.available);
     ExpectEachByteShown(AsciiOrQuestionMark);
@@ -62,13 +62,7 @@ TEST(DisplayText, OnAUtf8TerminalShowsCharactersUnchanged) {
         {"\xe6\x97\xa5\xe6\x9c\xac", L"\u65e5\u672c"},
         {"e\xcc\x81t", L"e\u0301t"},
         {"\xf0\x9f\x98\x80", L"\U0001f600"},
-    });
-}
-
-TEST(DisplayText, OnAUtf8TerminalNoControlCharacterPasses) {
-    const Characters utf8("C.UTF-8");
-    ASSERT_TRUE(utf8.available);
-    ExpectShown({
+        // no control character passes
         {"a\x1b[2Jb", L"a?[2Jb"},
         {"a\0b"s, L"a?b"},
         {"\x07\r\n\x7f", L"????"},
@@ -76,13 +70,7 @@ TEST(DisplayText, OnAUtf8TerminalNoControlCharacterPasses) {
          "2J",
          L"?2J"},            // CSI as one character
         {"\xc2\x85", L"?"},  // next line
-    });
-}
-
-TEST(DisplayText, OnAUtf8TerminalAnInvalidByteIsAQuestionMark) {
-    const Characters utf8("C.UTF-8");
-    ASSERT_TRUE(utf8.available);
-    ExpectShown({
+        // an invalid byte is a question mark
         {"caf\xe9!", L"caf?!"},
         {"\xe6\x97", L"??"},           // an incomplete character at the end
         {"\xe6\x97z", L"??z"},         // and in the middle

@@ -16,6 +16,15 @@ const std::string kNew = "manage = 0\ndhcp = 1\nstatic ip = \nnat role = lan\n";
 
 using Names = std::set<std::string>;
 
+// "saved" or "refused", in a process prepared like this.
+std::string SavedAfter(const std::function<void()>& prepare, const std::function<bool()>& save) {
+    return AnswerOfChild([&] {
+               prepare();
+               return std::string(save() ? "saved" : "refused");
+           })
+        .value_or("died");
+}
+
 // ---- undisturbed saves ----
 
 TEST(SaveFile, ReplacesTheWholeContent) {
@@ -105,11 +114,9 @@ TEST(SaveFile, AFileIsOverwrittenIfItsAttributesCannotBeCopied) {
     const ino_t inode = InodeOf(path);
     for (const int call : {SYS_fsetxattr, SYS_flistxattr, SYS_fgetxattr}) {
         const int error = call == SYS_fsetxattr ? EOPNOTSUPP : EPERM;
-        const auto answer = AnswerOfChild([&] {
-            Deny({{.call = call, .error = error}});
-            return std::string(SaveFile(path, kNew) ? "saved" : "refused");
-        });
-        EXPECT_EQ(answer, "saved");
+        EXPECT_EQ(SavedAfter([&] { Deny({{.call = call, .error = error}}); },
+                             [&] { return SaveFile(path, kNew); }),
+                  "saved");
         EXPECT_EQ(ContentOf(path), kNew);
         EXPECT_EQ(InodeOf(path), inode);
         EXPECT_EQ(AttributeOf(path, kAccessList), OneMoreReader());
@@ -120,15 +127,13 @@ TEST(SaveFile, AFileIsOverwrittenIfItsAttributesCannotBeCopied) {
 
 // ---- file size limits ----
 
-// "saved" or "refused", with this limit on the size of files.
 std::string SavedWithin(rlim_t bytes, const std::function<bool()>& save) {
-    return AnswerOfChild([&] {
-               const rlimit limit = {bytes, bytes};
-               if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return std::string("no limit");
-               std::signal(SIGXFSZ, SIG_IGN);
-               return std::string(save() ? "saved" : "refused");
-           })
-        .value_or("died");
+    const auto set_limit = [&] {
+        const rlimit limit = {bytes, bytes};
+        if (setrlimit(RLIMIT_FSIZE, &limit) != 0) std::abort();
+        std::signal(SIGXFSZ, SIG_IGN);
+    };
+    return SavedAfter(set_limit, save);
 }
 
 TEST(SaveFile, ALimitOnTheSizeOfFilesKeepsTheOldFile) {
@@ -147,16 +152,16 @@ TEST(SaveFile, ALimitOnTheSizeOfFilesKeepsTheOldFile) {
 
 // ---- a file system without owners or modes ----
 
+std::string SavedWithoutOwnersAndModes(const std::function<bool()>& save) {
+    return SavedAfter([] { Deny(OwnersAndModes()); }, save);
+}
+
 TEST(SaveFile, AFileWithoutOwnersAndModesIsReplaced) {
     const TemporaryFolder folder;
     const std::string path = folder.File("settings", kOld);
     ASSERT_EQ(chmod(path.c_str(), 0600), 0);  // as every file on a FAT disk has
     const ino_t inode = InodeOf(path);
-    const auto answer = AnswerOfChild([&] {
-        Deny(OwnersAndModes());
-        return std::string(SaveFile(path, kNew) ? "saved" : "refused");
-    });
-    EXPECT_EQ(answer, "saved");
+    EXPECT_EQ(SavedWithoutOwnersAndModes([&] { return SaveFile(path, kNew); }), "saved");
     EXPECT_EQ(ContentOf(path), kNew);
     EXPECT_NE(InodeOf(path), inode);
     EXPECT_EQ(NamesIn(folder.path), Names{"settings"});
@@ -169,13 +174,10 @@ TEST(SaveFile, AFileWhoseModeCannotBeSetIsWrittenInPlace) {
     for (const bool through : {false, true}) {
         MakeFile(path, kOld);
         const ino_t inode = InodeOf(path);
-        const auto answer = AnswerOfChild([&] {
-            Deny(OwnersAndModes());
-            const bool saved =
-                through ? SaveFileThrough(path + ".tmp", path, kNew) : SaveFile(path, kNew);
-            return std::string(saved ? "saved" : "refused");
-        });
-        EXPECT_EQ(answer, "saved");
+        const auto save = [&] {
+            return through ? SaveFileThrough(path + ".tmp", path, kNew) : SaveFile(path, kNew);
+        };
+        EXPECT_EQ(SavedWithoutOwnersAndModes(save), "saved");
         EXPECT_EQ(ContentOf(path), kNew);
         EXPECT_EQ(InodeOf(path), inode);
         EXPECT_EQ(ModeOf(path), 0644U);
@@ -186,11 +188,7 @@ TEST(SaveFile, AFileWhoseModeCannotBeSetIsWrittenInPlace) {
 TEST(SaveFile, ANewFileIsCreatedWithoutOwnersAndModes) {
     const TemporaryFolder folder;
     const std::string path = folder.Path("settings");
-    const auto answer = AnswerOfChild([&] {
-        Deny(OwnersAndModes());
-        return std::string(SaveFile(path, kNew) ? "saved" : "refused");
-    });
-    EXPECT_EQ(answer, "saved");
+    EXPECT_EQ(SavedWithoutOwnersAndModes([&] { return SaveFile(path, kNew); }), "saved");
     EXPECT_EQ(ContentOf(path), kNew);
 }
 
@@ -274,13 +272,10 @@ constexpr LinkCase kLinkCases[] = {
 };
 
 TEST(SaveFile, ALinkStaysALinkToTheSavedFile) {
-    for (const LinkCase& one : kLinkCases)
-        ExpectSavedThroughLink(one, true);
-}
-
-TEST(SaveFile, TheTargetOfADanglingLinkIsCreated) {
-    for (const LinkCase& one : kLinkCases)
-        ExpectSavedThroughLink(one, false);
+    for (const LinkCase& one : kLinkCases) {
+        for (const bool exists : {true, false})
+            ExpectSavedThroughLink(one, exists);
+    }
 }
 
 TEST(SaveFile, AChainOfLinksIsFollowed) {
@@ -407,6 +402,29 @@ size_t KillAtEveryCall(const std::function<void()>& prepare, const std::function
         EXPECT_EQ(trial.ending, Ending::kKilled) << "call " << at;
         look(trial);
     }
+}
+
+// Makes saves fail at every call with each of these errors, and checks each result, given the
+// number of the system call and whether the file was saved. Returns how many calls failed.
+size_t FailAtEveryCall(const std::vector<int>& errors, const std::function<void()>& prepare,
+                       const std::function<bool()>& save,
+                       const std::function<void(int, bool)>& look) {
+    size_t hits = 0;
+    for (int error : errors) {
+        for (size_t at = 0;; at++) {
+            prepare();
+            const Trial trial = RunWith(Fault{.at = at, .error = error}, save);
+            if (!trial.hit) break;
+            hits++;
+            const testing::ScopedTrace context(__FILE__, __LINE__,
+                                               "call " + std::to_string(at) + " (number " +
+                                                   std::to_string(trial.calls[at]) +
+                                                   ") fails with " + std::to_string(error));
+            EXPECT_TRUE(trial.ending == Ending::kSaved || trial.ending == Ending::kRefused);
+            look(trial.calls[at], trial.ending == Ending::kSaved);
+        }
+    }
+    return hits;
 }
 
 class SaveFileFaults : public testing::Test {
@@ -552,50 +570,32 @@ TEST_F(SaveFileFaults, TheNewFileIsOnDiskBeforeItReplacesTheOldOne) {
 // ---- failing calls ----
 
 TEST_F(SaveFileFaults, AFailingCallLeavesTheOldFileOrTheNewOne) {
-    size_t hits = 0;
-    for (int error : {EIO, ENOSPC, EACCES, EROFS, EBUSY, EINTR}) {
-        for (size_t at = 0;; at++) {
-            StartAgain();
-            const Trial trial =
-                RunWith(Fault{.at = at, .error = error}, [&] { return SaveFile(path_, kNew); });
-            if (!trial.hit) break;
-            hits++;
-            const int call = trial.calls[at];
-            const std::string context = "call " + std::to_string(at) + " (number " +
-                                        std::to_string(call) + ") fails with " +
-                                        std::to_string(error);
-            ASSERT_TRUE(trial.ending == Ending::kSaved || trial.ending == Ending::kRefused)
-                << context;
-            const bool saved = trial.ending == Ending::kSaved;
-            EXPECT_EQ(ContentOf(path_), saved ? kNew : kOld) << context;
-            EXPECT_EQ(ModeOf(path_), 0640U) << context;
-            if (!IsUnlink(call)) {
-                EXPECT_EQ(NamesIn(folder_.path), Names{"settings"}) << context;
-            }
+    const auto look = [&](int call, bool saved) {
+        EXPECT_EQ(ContentOf(path_), saved ? kNew : kOld);
+        EXPECT_EQ(ModeOf(path_), 0640U);
+        if (!IsUnlink(call)) {
+            EXPECT_EQ(NamesIn(folder_.path), Names{"settings"});
         }
-    }
-    EXPECT_GT(hits, 9U);
+    };
+    EXPECT_GT(FailAtEveryCall(
+                  {EIO, ENOSPC, EACCES, EROFS, EBUSY, EINTR}, [&] { StartAgain(); },
+                  [&] { return SaveFile(path_, kNew); }, look),
+              9U);
 }
 
 TEST_F(SaveFileFaults, AFailingCallNeverLeavesPartOfANewFile) {
-    for (int error : {EIO, ENOSPC, EACCES, EROFS}) {
-        for (size_t at = 0;; at++) {
-            StartAgain();
-            std::filesystem::remove(path_);
-            const Trial trial =
-                RunWith(Fault{.at = at, .error = error}, [&] { return SaveFile(path_, kNew); });
-            if (!trial.hit) break;
-            const std::string context =
-                "call " + std::to_string(at) + " fails with " + std::to_string(error);
-            ASSERT_TRUE(trial.ending == Ending::kSaved || trial.ending == Ending::kRefused)
-                << context;
-            const bool saved = trial.ending == Ending::kSaved;
-            EXPECT_EQ(NamesIn(folder_.path), saved ? Names{"settings"} : Names{}) << context;
-            if (saved) {
-                EXPECT_EQ(ContentOf(path_), kNew) << context;
-            }
-        }
-    }
+    const auto prepare = [&] {
+        StartAgain();
+        std::filesystem::remove(path_);
+    };
+    const auto look = [&](int /*call*/, bool saved) {
+        EXPECT_EQ(NamesIn(folder_.path), saved ? Names{"settings"} : Names{});
+        EXPECT_EQ(ContentOf(path_), saved ? kNew : "");
+    };
+    EXPECT_GT(
+        FailAtEveryCall(
+            {EIO, ENOSPC, EACCES, EROFS}, prepare, [&] { return SaveFile(path_, kNew); }, look),
+        9U);
 }
 
 TEST_F(SaveFileFaults, AnInterruptedWriteIsContinued) {
@@ -664,28 +664,18 @@ TEST_F(SaveFileThroughFaults, AKilledSaveLeavesNothingBehindTheNext) {
 }
 
 TEST_F(SaveFileThroughFaults, AFailingCallLeavesTheOldFileOrTheNewOne) {
-    for (int error : {EIO, ENOSPC, EACCES}) {
-        for (size_t at = 0;; at++) {
-            StartAgain();
-            const Trial trial = RunWith(Fault{.at = at, .error = error}, save_);
-            if (!trial.hit) break;
-            const std::string context =
-                "call " + std::to_string(at) + " fails with " + std::to_string(error);
-            ASSERT_TRUE(trial.ending == Ending::kSaved || trial.ending == Ending::kRefused)
-                << context;
-            const bool saved = trial.ending == Ending::kSaved;
-            EXPECT_EQ(ContentOf(path_), saved ? kNew : kOld) << context;
-            EXPECT_EQ(ModeOf(path_), 0640U) << context;
-            // If it could not replace the old file, the new one stays beside it.
-            const bool waits = IsRename(trial.calls[at]);
-            EXPECT_EQ(NamesIn(folder_.path),
-                      waits ? (Names{"settings", "settings.tmp"}) : Names{"settings"})
-                << context;
-            if (waits) {
-                EXPECT_EQ(ContentOf(temporary_), kNew);
-            }
-        }
-    }
+    const auto look = [&](int call, bool saved) {
+        EXPECT_EQ(ContentOf(path_), saved ? kNew : kOld);
+        EXPECT_EQ(ModeOf(path_), 0640U);
+        // If it could not replace the old file, the new one stays beside it.
+        const bool waits = IsRename(call);
+        EXPECT_EQ(NamesIn(folder_.path),
+                  waits ? (Names{"settings", "settings.tmp"}) : Names{"settings"});
+        EXPECT_EQ(ContentOf(temporary_), waits ? kNew : "");
+    };
+    EXPECT_GT(FailAtEveryCall(
+                  {EIO, ENOSPC, EACCES}, [&] { StartAgain(); }, save_, look),
+              9U);
 }
 
 // ---- disks ----
@@ -714,16 +704,32 @@ class SaveFileDisks : public testing::Test {
     std::string path_ = folder_.Path("settings");
 };
 
-TEST_F(SaveFileDisks, AFullDiskKeepsTheOldFile) {
-    const std::string answer = Inside([&] {
-        MountTmpfs(folder_.path, "size=64k");
-        MakeFile(path_, kOld);
-        chmod(path_.c_str(), 0640);
-        FillUp(folder_.path);
-        const std::string saved = SavedText(path_, kNew);
-        return NamesIn(folder_.path) == Names{"filler", "settings"} ? saved : "left something";
-    });
-    EXPECT_EQ(answer, "refused 640 " + kOld);
+TEST_F(SaveFileDisks, ADiskThatTakesNoMoreKeepsTheOldFile) {
+    const auto make_read_only = [](const std::string& folder) {
+        MountOver(folder, folder);
+        MakeReadOnly(folder);
+    };
+    const struct {
+        const char* what;
+        const char* options;
+        std::function<void(const std::string&)> spoil;
+    } kDisks[] = {
+        {"full", "size=64k", FillUp},
+        {"with inodes for the folder and one file", "size=64k,nr_inodes=2", [](const auto&) {}},
+        {"read-only", "size=64k", make_read_only},
+    };
+    for (const auto& disk : kDisks) {
+        const std::string answer = Inside([&] {
+            MountTmpfs(folder_.path, disk.options);
+            MakeFile(path_, kOld);
+            chmod(path_.c_str(), 0640);
+            disk.spoil(folder_.path);
+            const Names before = NamesIn(folder_.path);
+            const std::string saved = SavedText(path_, kNew);
+            return NamesIn(folder_.path) == before ? saved : "left something";
+        });
+        EXPECT_EQ(answer, "refused 640 " + kOld) << disk.what;
+    }
 }
 
 TEST_F(SaveFileDisks, AFullDiskLeavesNoEmptyFile) {
@@ -754,26 +760,6 @@ TEST_F(SaveFileDisks, ADiskThatFillsUpKeepsTheOldFile) {
     }
     EXPECT_EQ(saved + refused, 8U);
     EXPECT_EQ(refused, 5U) << "the old file takes one block";
-}
-
-TEST_F(SaveFileDisks, ADiskWithoutRoomForAnotherFileKeepsTheOldOne) {
-    const std::string answer = Inside([&] {
-        MountTmpfs(folder_.path, "size=64k,nr_inodes=2");  // for the folder and one file
-        MakeFile(path_, kOld);
-        return SavedText(path_, kNew);
-    });
-    EXPECT_EQ(answer, "refused 644 " + kOld);
-}
-
-TEST_F(SaveFileDisks, AReadOnlyDiskKeepsTheOldFile) {
-    const std::string answer = Inside([&] {
-        MountTmpfs(folder_.path, "size=64k");
-        MakeFile(path_, kOld);
-        MountOver(folder_.path, folder_.path);
-        MakeReadOnly(folder_.path);
-        return SavedText(path_, kNew);
-    });
-    EXPECT_EQ(answer, "refused 644 " + kOld);
 }
 
 TEST_F(SaveFileDisks, AFileThatIsAMountPointIsWritten) {

@@ -144,6 +144,9 @@ struct Answer {
     std::string output;  // what was written to standard output
 };
 
+#define SKIP_WHERE_REFUSED(answer) \
+    if ((answer).prepared == Prepared::kRefused) GTEST_SKIP() << "not possible on this system"
+
 // Changes the system in a child process, and returns what `question` returns there.
 inline Answer AnswerInChild(const std::function<Prepared()>& prepare,
                             const std::function<long()>& question) {
@@ -173,6 +176,18 @@ inline Answer AnswerInChild(const std::function<Prepared()>& prepare,
         answer.value = std::stol(value);
     }
     return answer;
+}
+
+// The same in a system that is not changed.
+inline Answer AnswerInChild(const std::function<long()>& question) {
+    return AnswerInChild([] { return Prepared::kYes; }, question);
+}
+
+// The descriptor that the next file gets: lower ones are in use.
+inline int NextDescriptor() {
+    const int next = dup(STDERR_FILENO);
+    close(next);
+    return next;
 }
 
 // Makes the folder the root folder.
