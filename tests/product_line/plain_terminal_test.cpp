@@ -11,17 +11,12 @@ std::string LeftAfterWait(const std::string& input) {
     Pipe pipe;
     pipe.Write(input);
     pipe.CloseWriter();
-    return AnswerInChild([] { return Prepared::kYes; },
-                         [&] {
-                             dup2(pipe.Reader(), STDIN_FILENO);
-                             ReadLineRaw();
-                             std::string left;
-                             char byte = 0;
-                             while (read(STDIN_FILENO, &byte, 1) == 1)
-                                 left += byte;
-                             fwrite(left.data(), 1, left.size(), stdout);
-                             return 0L;
-                         })
+    return AnswerInChild([&] {
+               dup2(pipe.Reader(), STDIN_FILENO);
+               ReadLineRaw();
+               std::fputs(pipe.ReadToEnd().c_str(), stdout);
+               return 0L;
+           })
         .output;
 }
 
@@ -33,13 +28,11 @@ TEST(ReadLineRaw, StopsReadingAtALineEnd) {
 }
 
 TEST(ReadLineRaw, AReadErrorEndsTheWait) {
-    const Answer answer = AnswerInChild([] { return Prepared::kYes; },
-                                        [] {
-                                            const int folder = open("/", O_RDONLY | O_DIRECTORY);
-                                            dup2(folder, STDIN_FILENO);
-                                            ReadLineRaw();
-                                            return 1L;
-                                        });
+    const Answer answer = AnswerInChild([] {
+        dup2(open("/", O_RDONLY | O_DIRECTORY), STDIN_FILENO);
+        ReadLineRaw();
+        return 1L;
+    });
     EXPECT_EQ(answer.value, 1);
 }
 

@@ -13,84 +13,46 @@ namespace {
 
 using namespace std::string_literals;
 
-#define SKIP_WHERE_REFUSED(answer) \
-    if ((answer).prepared == Prepared::kRefused) GTEST_SKIP() << "not possible on this system"
-
 // --- Texts ---
 
-std::string Chomped(std::string text) {
-    chomp(text.data());
-    return text.substr(0, text.find('\0'));
-}
-
-TEST(Chomp, CutsOneLineFeed) {
-    EXPECT_EQ(Chomped("nameserver 192.0.2.1\n"), "nameserver 192.0.2.1");
-}
-
-TEST(Chomp, CutsAnyMixtureOfLineEnds) {
-    EXPECT_EQ(Chomped("a\r\n\n"), "a");
-    EXPECT_EQ(Chomped("a\n\r"), "a");
-    EXPECT_EQ(Chomped("a\r"), "a");
-}
-
-TEST(Chomp, LeavesNothingOfATextOfLineEnds) {
-    EXPECT_EQ(Chomped("\r\n\r\n"), "");
-    EXPECT_EQ(Chomped("\n"), "");
-}
-
-TEST(Chomp, KeepsLineEndsInside) {
-    EXPECT_EQ(Chomped("a\rb\n"), "a\rb");
-    EXPECT_EQ(Chomped("a\n\nb\n"), "a\n\nb");
-}
-
-TEST(Chomp, KeepsBlanksAtTheEnd) {
-    EXPECT_EQ(Chomped("a \t\n"), "a \t");
-    EXPECT_EQ(Chomped("a\n "), "a\n ");
-}
-
-TEST(Chomp, OverwritesEveryCutByte) {
-    char text[] = "a\r\n\n";
-    chomp(text);
-    EXPECT_EQ(std::string(text, sizeof text), "a\0\0\0\0"s);
-}
-
-TEST(Chomp, LeavesTheBytesBeforeTheTextAlone) {
-    char buffer[] = "\n\n\0\n";
-    chomp(buffer + 2);
-    EXPECT_EQ(std::string(buffer, sizeof buffer), "\n\n\0\n\0"s);
-    chomp(buffer + 3);
-    EXPECT_EQ(std::string(buffer, sizeof buffer), "\n\n\0\0\0"s);
-}
-
-TEST(CutLine, EndsTheTextAtItsFirstLineFeed) {
-    char text[] = "one\ntwo\nthree";
-    char* rest = cut_line(text);
-    EXPECT_STREQ(text, "one");
-    EXPECT_EQ(rest, text + 4);
-    EXPECT_STREQ(rest, "two\nthree");
-}
-
-TEST(CutLine, WithoutALineFeedReturnsTheEnd) {
-    char text[] = "one\r";
-    EXPECT_EQ(cut_line(text), text + 4);
-    EXPECT_STREQ(text, "one\r");
-}
-
-TEST(CutLine, OfAnEmptyTextReturnsTheEnd) {
-    char text[] = "\0\n";
-    EXPECT_EQ(cut_line(text), text);
-    EXPECT_EQ(text[1], '\n');
+TEST(Chomp, CutsLineEndsAndOverwritesThem) {
+    const struct {
+        std::string text, chomped;
+    } kCases[] = {
+        {"nameserver 192.0.2.1\n", "nameserver 192.0.2.1"},
+        {"a\r\n\n", "a"},
+        {"a\n\r", "a"},
+        {"a\r", "a"},
+        {"\r\n\r\n", ""},
+        {"\n", ""},
+        {"", ""},
+        {"a\rb\n", "a\rb"},
+        {"a\n\nb\n", "a\n\nb"},
+        {"a \t\n", "a \t"},
+        {"a\n ", "a\n "},
+    };
+    for (const auto& row : kCases) {
+        // The bytes before and after the text are not touched.
+        std::string buffer = "\n\n\0"s + row.text + "\0\n"s;
+        chomp(buffer.data() + 3);
+        const std::string zeros(row.text.size() - row.chomped.size(), '\0');
+        EXPECT_EQ(buffer, "\n\n\0"s + row.chomped + zeros + "\0\n"s);
+    }
 }
 
 TEST(CutLine, WalksABufferLineByLine) {
-    char text[] = "one\n\nthree\n";
-    std::vector<std::string> lines;
-    for (char* line = text; *line != '\0';) {
-        char* rest = cut_line(line);
-        lines.emplace_back(line);
-        line = rest;
-    }
-    EXPECT_EQ(lines, (std::vector<std::string>{"one", "", "three"}));
+    char text[] = "one\n\nthree\r";
+    char* rest = cut_line(text);
+    EXPECT_STREQ(text, "one");
+    EXPECT_EQ(rest, text + 4);
+    char* last = cut_line(rest);
+    EXPECT_STREQ(rest, "");
+    EXPECT_STREQ(last, "three\r");
+    EXPECT_EQ(cut_line(last), last + 6) << "without a line feed: the end";
+    EXPECT_STREQ(last, "three\r");
+    char empty[] = "\0\n";
+    EXPECT_EQ(cut_line(empty), empty);
+    EXPECT_EQ(empty[1], '\n');
 }
 
 TEST(ClearString, ChangesOnlyTheFirstByte) {
@@ -99,36 +61,25 @@ TEST(ClearString, ChangesOnlyTheFirstByte) {
     EXPECT_EQ(std::string(text, sizeof text), "\0bc\0"s);
 }
 
-TEST(SkipPrefix, ReturnsWhatFollowsThePrefix) {
-    const char* text = "ssl_enable=YES";
-    EXPECT_EQ(skip_prefix(text, "ssl_enable="), text + 11);
-}
-
-TEST(SkipPrefix, IgnoresCase) {
+TEST(SkipPrefix, ReturnsWhatFollowsThePrefixInAnyCase) {
+    const struct {
+        const char *text, *prefix, *rest;
+    } kCases[] = {
+        {"ssl_enable=YES", "ssl_enable=", "YES"},
+        {"Enable", "en", "able"},
+        {"Enable", "EN", "able"},
+        {"enable", "ENABLE", ""},
+        {"Enable", "", "Enable"},
+        {"", "", ""},
+        {"en", "enable", nullptr},
+        {"", "enable", nullptr},
+        {"disable", "en", nullptr},
+        {"eXable", "ena", nullptr},
+    };
+    for (const auto& row : kCases)
+        EXPECT_STREQ(skip_prefix(row.text, row.prefix), row.rest) << row.text << " " << row.prefix;
     const char* text = "Enable";
     EXPECT_EQ(skip_prefix(text, "en"), text + 2);
-    EXPECT_EQ(skip_prefix(text, "EN"), text + 2);
-}
-
-TEST(SkipPrefix, ATextShorterThanThePrefixDoesNotMatch) {
-    EXPECT_EQ(skip_prefix("en", "enable"), nullptr);
-    EXPECT_EQ(skip_prefix("", "enable"), nullptr);
-}
-
-TEST(SkipPrefix, ADifferentStartDoesNotMatch) {
-    EXPECT_EQ(skip_prefix("disable", "en"), nullptr);
-    EXPECT_EQ(skip_prefix("eXable", "ena"), nullptr);
-}
-
-TEST(SkipPrefix, TheWholeTextMayBeThePrefix) {
-    EXPECT_STREQ(skip_prefix("enable", "ENABLE"), "");
-}
-
-TEST(SkipPrefix, TheEmptyPrefixAlwaysMatches) {
-    const char* text = "Enable";
-    EXPECT_EQ(skip_prefix(text, ""), text);
-    const char* empty = "";
-    EXPECT_EQ(skip_prefix(empty, ""), empty);
 }
 
 struct Trimmed {
@@ -152,48 +103,24 @@ const Trimmed kTrimmed[] = {
     {"\xa0 abc\xa0", "\xa0 abc\xa0", "\xa0 abc\xa0", "\xa0 abc\xa0"},
 };
 
-TEST(SkipSpace, FindsTheFirstCharacterThatIsNotWhiteSpace) {
+TEST(Space, IsCutAtTheStartTheEndOrBoth) {
     for (const Trimmed& row : kTrimmed) {
         SCOPED_TRACE(testing::PrintToString(row.text));
         std::string text = row.text;
         EXPECT_STREQ(skip_space(text.data()), row.without_leading.c_str());
-        EXPECT_EQ(text, row.text) << "the text must not change";
-    }
-}
-
-TEST(TrimTrailingSpace, CutsWhiteSpaceOnlyAtTheEnd) {
-    for (const Trimmed& row : kTrimmed) {
-        SCOPED_TRACE(testing::PrintToString(row.text));
-        std::string text = row.text;
-        trim_trailing_space(text.data());
-        EXPECT_STREQ(text.c_str(), row.without_trailing.c_str());
-    }
-}
-
-TEST(TrimTrailingSpace, LeavesTheBytesBeforeTheTextAlone) {
-    char buffer[] = "  \0  ";
-    trim_trailing_space(buffer + 3);
-    EXPECT_EQ(std::string(buffer, 3), "  \0"s);
-    EXPECT_EQ(buffer[3], '\0');
-}
-
-TEST(TrimSpace, CutsTheEndAndReturnsTheNewStart) {
-    for (const Trimmed& row : kTrimmed) {
-        SCOPED_TRACE(testing::PrintToString(row.text));
-        std::string text = row.text;
+        EXPECT_EQ(text, row.text) << "skip_space must not change the text";
+        strip_leading_space(text.data());
+        EXPECT_STREQ(text.c_str(), row.without_leading.c_str());
+        // The bytes before the text are not touched.
+        text = " \t\0"s + row.text;
+        trim_trailing_space(text.data() + 3);
+        EXPECT_STREQ(text.c_str() + 3, row.without_trailing.c_str());
+        EXPECT_EQ(text.substr(0, 3), " \t\0"s);
+        text = row.text;
         const char* start = trim_space(text.data());
         EXPECT_STREQ(start, row.without_both.c_str());
         EXPECT_GE(start, text.data());
         EXPECT_LE(start, text.data() + text.size());
-    }
-}
-
-TEST(StripLeadingSpace, MovesTheRestToTheStart) {
-    for (const Trimmed& row : kTrimmed) {
-        SCOPED_TRACE(testing::PrintToString(row.text));
-        std::string text = row.text;
-        strip_leading_space(text.data());
-        EXPECT_STREQ(text.c_str(), row.without_leading.c_str());
     }
 }
 
@@ -204,11 +131,7 @@ TEST(AnyNonzero, LooksOnlyAtTheFirstBytes) {
     EXPECT_TRUE(any_nonzero(bytes, 5));
     EXPECT_TRUE(any_nonzero(bytes + 3, 1));
     EXPECT_FALSE(any_nonzero(bytes + 4, 1));
-}
-
-TEST(AnyNonzero, NoBytesAreAllZero) {
-    const unsigned char byte = 1;
-    EXPECT_FALSE(any_nonzero(&byte, 0));
+    EXPECT_FALSE(any_nonzero(bytes + 3, 0));
 }
 
 // --- Sizes ---
@@ -242,117 +165,66 @@ constexpr SizeText kSizeTexts[] = {
     {INT64_MIN, ""},
 };
 
-TEST(FormatSize, TruncatesToThreeDecimals) {
-    for (const SizeText& size : kSizeTexts) {
-        char buffer[kSizeTextBytes] = "unchanged";
-        format_size(size.bytes, buffer);
-        EXPECT_STREQ(buffer, size.text);
-    }
-}
-
-TEST(FormatSize, FitsIntoItsBuffer) {
+TEST(FormatSize, TruncatesToThreeDecimalsAndFitsIntoItsBuffer) {
     for (const SizeText& size : kSizeTexts) {
         std::string buffer(kSizeTextBytes + 8, '#');
         format_size(size.bytes, buffer.data());
+        EXPECT_STREQ(buffer.c_str(), size.text);
         EXPECT_EQ(buffer.substr(kSizeTextBytes), "########") << size.bytes;
-    }
-}
-
-TEST(FormatSizeString, ReturnsTheTextOfFormatSize) {
-    for (const SizeText& size : kSizeTexts)
         EXPECT_EQ(format_size_string(size.bytes), size.text);
+    }
 }
 
 // --- Descriptors ---
 
-TEST(SetCloexec, ClosesTheDescriptorOnExec) {
+TEST(Cloexec, IsSetAndCleared) {
     const int file = open("/dev/null", O_RDONLY);
     EXPECT_EQ(set_cloexec(file), 0);
     EXPECT_EQ(fcntl(file, F_GETFD), FD_CLOEXEC);
-    close(file);
-}
-
-TEST(ClearCloexec, KeepsTheDescriptorOpenOnExec) {
-    const int file = open("/dev/null", O_RDONLY | O_CLOEXEC);
     EXPECT_EQ(clear_cloexec(file), 0);
     EXPECT_EQ(fcntl(file, F_GETFD), 0);
     close(file);
-}
-
-TEST(SetCloexec, ReportsAClosedDescriptor) {
-    errno = 0;
-    EXPECT_EQ(set_cloexec(-1), -1);
-    EXPECT_EQ(errno, EBADF);
-}
-
-TEST(ClearCloexec, ReportsAClosedDescriptor) {
-    errno = 0;
-    EXPECT_EQ(clear_cloexec(-1), -1);
-    EXPECT_EQ(errno, EBADF);
+    for (auto* change : {set_cloexec, clear_cloexec}) {
+        errno = 0;
+        EXPECT_EQ(change(-1), -1);
+        EXPECT_EQ(errno, EBADF);
+    }
 }
 
 // --- Files ---
 
-struct SmallFile {
-    int result;
-    std::string buffer;  // all of its 16 bytes
-};
+size_t OpenDescriptors() {
+    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+    return static_cast<size_t>(std::distance(begin(descriptors), end(descriptors)));
+}
 
-SmallFile ReadSmallFile(const std::string& path, size_t n) {
+// All 16 bytes of the buffer after reading at most n - 1.
+std::string SmallFile(const std::string& path, size_t n, int result = 0) {
     std::string buffer(16, '#');
-    const int result = read_small_file(path.c_str(), buffer.data(), n);
-    return {result, buffer};
+    const size_t before = OpenDescriptors();
+    EXPECT_EQ(read_small_file(path.c_str(), buffer.data(), n), result);
+    EXPECT_EQ(OpenDescriptors(), before) << "the file must be closed";
+    return buffer;
 }
 
-TEST(ReadSmallFile, ReadsAllOfASmallFile) {
+TEST(ReadSmallFile, ReadsWhatFitsAndEndsItWithANul) {
     const TemporaryFolder folder;
-    const SmallFile read = ReadSmallFile(folder.File("hostname", "tavrin\n"), 16);
-    EXPECT_EQ(read.result, 0);
-    EXPECT_EQ(read.buffer, "tavrin\n\0########"s);
-}
-
-TEST(ReadSmallFile, LeavesRoomForTheNul) {
-    const TemporaryFolder folder;
-    const std::string file = folder.File("digits", "0123456789");
-    EXPECT_EQ(ReadSmallFile(file, 5).buffer, "0123\0###########"s);
-    EXPECT_EQ(ReadSmallFile(file, 10).buffer, "012345678\0######"s);
-    EXPECT_EQ(ReadSmallFile(file, 11).buffer, "0123456789\0#####"s);
-}
-
-TEST(ReadSmallFile, ABufferOfOneByteHoldsOnlyTheNul) {
-    const TemporaryFolder folder;
-    const SmallFile read = ReadSmallFile(folder.File("digits", "0123456789"), 1);
-    EXPECT_EQ(read.result, 0);
-    EXPECT_EQ(read.buffer, "\0###############"s);
-}
-
-TEST(ReadSmallFile, StoresNothingInAnEmptyBuffer) {
-    const TemporaryFolder folder;
-    const SmallFile read = ReadSmallFile(folder.File("digits", "0123456789"), 0);
-    EXPECT_EQ(read.result, 0);
-    EXPECT_EQ(read.buffer, "################");
-    EXPECT_EQ(ReadSmallFile(folder.Path("missing"), 0).result, -1);
-}
-
-TEST(ReadSmallFile, AnEmptyFileGivesAnEmptyText) {
-    const TemporaryFolder folder;
-    const SmallFile read = ReadSmallFile(folder.File("empty", ""), 16);
-    EXPECT_EQ(read.result, 0);
-    EXPECT_EQ(read.buffer, "\0###############"s);
+    EXPECT_EQ(SmallFile(folder.File("hostname", "tavrin\n"), 16), "tavrin\n\0########"s);
+    EXPECT_EQ(SmallFile(folder.File("empty", ""), 16), "\0###############"s);
+    const std::string digits = folder.File("digits", "0123456789");
+    EXPECT_EQ(SmallFile(digits, 11), "0123456789\0#####"s);
+    EXPECT_EQ(SmallFile(digits, 10), "012345678\0######"s);
+    EXPECT_EQ(SmallFile(digits, 5), "0123\0###########"s);
+    EXPECT_EQ(SmallFile(digits, 1), "\0###############"s);
+    EXPECT_EQ(SmallFile(digits, 0), std::string(16, '#'));
 }
 
 TEST(ReadSmallFile, AMissingFileLeavesTheBufferUnchanged) {
     const TemporaryFolder folder;
-    const SmallFile read = ReadSmallFile(folder.Path("missing"), 16);
-    EXPECT_EQ(read.result, -1);
-    EXPECT_EQ(read.buffer, "################");
-}
-
-TEST(ReadSmallFile, AFailedReadGivesAnEmptyText) {
-    const TemporaryFolder folder;  // a folder can be opened, but not read
-    const SmallFile read = ReadSmallFile(folder.path, 16);
-    EXPECT_EQ(read.result, 0);
-    EXPECT_EQ(read.buffer, "\0###############"s);
+    for (size_t n : {size_t{16}, size_t{0}})
+        EXPECT_EQ(SmallFile(folder.Path("missing"), n, -1), std::string(16, '#'));
+    // A folder can be opened, but not read.
+    EXPECT_EQ(SmallFile(folder.path, 16), "\0###############"s);
 }
 
 TEST(ReadSmallFile, ReadsOnlyOnce) {
@@ -360,31 +232,10 @@ TEST(ReadSmallFile, ReadsOnlyOnce) {
     packets.Write("one");
     packets.Write("two");
     packets.CloseWriter();
-    const SmallFile read = ReadSmallFile(packets.ReaderPath(), 16);
-    EXPECT_EQ(read.result, 0);
-    EXPECT_EQ(read.buffer, "one\0############"s);
+    EXPECT_EQ(SmallFile(packets.ReaderPath(), 16), "one\0############"s);
 }
 
-size_t OpenDescriptors() {
-    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
-    return static_cast<size_t>(std::distance(begin(descriptors), end(descriptors)));
-}
-
-TEST(ReadSmallFile, ClosesTheFile) {
-    const TemporaryFolder folder;
-    const size_t before = OpenDescriptors();
-    EXPECT_EQ(ReadSmallFile(folder.File("hostname", "tavrin\n"), 16).result, 0);
-    EXPECT_EQ(ReadSmallFile(folder.path, 16).result, 0);
-    EXPECT_EQ(OpenDescriptors(), before);
-}
-
-// The mode of a new file, given this umask.
-mode_t ModeWithUmask(mode_t mask) {
-    const TemporaryFolder folder;
-    const std::string file = folder.Path("new");
-    const mode_t before = umask(mask);
-    EXPECT_EQ(write_small_file(file.c_str(), "text"), 0);
-    umask(before);
+mode_t ModeOf(const std::string& file) {
     struct stat status = {};
     EXPECT_EQ(stat(file.c_str(), &status), 0);
     return status.st_mode & 07777;
@@ -392,85 +243,53 @@ mode_t ModeWithUmask(mode_t mask) {
 
 TEST(WriteSmallFile, WritesOnlyTheText) {
     const TemporaryFolder folder;
-    const std::string file = folder.Path("hostname");
-    EXPECT_EQ(write_small_file(file.c_str(), "tavrin"), 0);
-    EXPECT_EQ(ContentOf(file), "tavrin");
-}
-
-TEST(WriteSmallFile, ANewFileHasMode0644) {
-    EXPECT_EQ(ModeWithUmask(0), 0644U);
-    EXPECT_EQ(ModeWithUmask(077), 0600U);
-}
-
-TEST(WriteSmallFile, ReplacesLongerContent) {
-    const TemporaryFolder folder;
     const std::string file = folder.File("hostname", "a-much-longer-name\n");
-    EXPECT_EQ(write_small_file(file.c_str(), "tavrin"), 0);
-    EXPECT_EQ(ContentOf(file), "tavrin");
-}
-
-TEST(WriteSmallFile, KeepsTheModeOfAnExistingFile) {
-    const TemporaryFolder folder;
-    const std::string file = folder.File("secret", "old");
     ASSERT_EQ(chmod(file.c_str(), 0600), 0);
-    EXPECT_EQ(write_small_file(file.c_str(), "new"), 0);
-    struct stat status = {};
-    ASSERT_EQ(stat(file.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0600U);
-}
-
-TEST(WriteSmallFile, AnEmptyTextMakesAnEmptyFile) {
-    const TemporaryFolder folder;
-    const std::string file = folder.File("marker", "old");
-    EXPECT_EQ(write_small_file(file.c_str(), ""), 0);
-    EXPECT_TRUE(std::filesystem::exists(file));
-    EXPECT_EQ(ContentOf(file), "");
-}
-
-TEST(WriteSmallFile, ReportsAFileThatCannotBeOpened) {
-    const TemporaryFolder folder;
-    EXPECT_EQ(write_small_file(folder.path.c_str(), "text"), -1);
-    EXPECT_EQ(write_small_file(folder.Path("missing/file").c_str(), "text"), -1);
-}
-
-TEST(WriteSmallFile, DoesNotReportAFailedWrite) {
-    EXPECT_EQ(write_small_file("/dev/full", "text"), 0);
-}
-
-TEST(WriteSmallFile, ClosesTheFile) {
-    const TemporaryFolder folder;
     const size_t before = OpenDescriptors();
-    EXPECT_EQ(write_small_file(folder.Path("hostname").c_str(), "tavrin"), 0);
+    for (const std::string text : {"tavrin", ""}) {
+        EXPECT_EQ(write_small_file(file.c_str(), text.c_str()), 0);
+        EXPECT_EQ(ContentOf(file), text);
+        EXPECT_EQ(ModeOf(file), 0600U);
+    }
     EXPECT_EQ(OpenDescriptors(), before);
 }
 
-std::string FileLine(const std::string& content) {
+TEST(WriteSmallFile, ANewFileHasMode0644) {
     const TemporaryFolder folder;
-    return read_file_line(folder.File("file", content).c_str());
+    const mode_t before = umask(0);
+    EXPECT_EQ(write_small_file(folder.Path("wide").c_str(), "text"), 0);
+    umask(077);
+    EXPECT_EQ(write_small_file(folder.Path("narrow").c_str(), "text"), 0);
+    umask(before);
+    EXPECT_EQ(ModeOf(folder.Path("wide")), 0644U);
+    EXPECT_EQ(ModeOf(folder.Path("narrow")), 0600U);
+    EXPECT_EQ(ContentOf(folder.Path("narrow")), "text");
 }
 
-TEST(ReadFileLine, CutsTheLineEnd) {
-    EXPECT_EQ(FileLine("tavrin\n"), "tavrin");
-    EXPECT_EQ(FileLine("tavrin\r\n\n"), "tavrin");
-    EXPECT_EQ(FileLine("tavrin"), "tavrin");
-}
-
-TEST(ReadFileLine, ReturnsAllLinesTogether) {
-    EXPECT_EQ(FileLine("one\r\n\ntwo\n"), "one\r\n\ntwo");
-}
-
-TEST(ReadFileLine, EndsAtANulByte) {
-    EXPECT_EQ(FileLine("one\n\0two\n"s), "one");
-}
-
-TEST(ReadFileLine, ReadsAtMost1023Bytes) {
-    EXPECT_EQ(FileLine(std::string(1023, 'x')), std::string(1023, 'x'));
-    EXPECT_EQ(FileLine(std::string(1022, 'x') + "yz\n"), std::string(1022, 'x') + "y");
-    EXPECT_EQ(FileLine(std::string(1022, 'x') + "\nz"), std::string(1022, 'x'));
-}
-
-TEST(ReadFileLine, IsEmptyIfTheFileCannotBeRead) {
+TEST(WriteSmallFile, ReportsOnlyAFileThatCannotBeOpened) {
     const TemporaryFolder folder;
+    EXPECT_EQ(write_small_file(folder.path.c_str(), "text"), -1);
+    EXPECT_EQ(write_small_file(folder.Path("missing/file").c_str(), "text"), -1);
+    EXPECT_EQ(write_small_file("/dev/full", "text"), 0);
+}
+
+TEST(ReadFileLine, ReturnsTheTextWithoutItsLineEnd) {
+    const TemporaryFolder folder;
+    const struct {
+        std::string content, line;
+    } kCases[] = {
+        {"tavrin\n", "tavrin"},
+        {"tavrin\r\n\n", "tavrin"},
+        {"tavrin", "tavrin"},
+        {"one\r\n\ntwo\n", "one\r\n\ntwo"},
+        {"one\n\0two\n"s, "one"},
+        // at most 1023 bytes
+        {std::string(1023, 'x'), std::string(1023, 'x')},
+        {std::string(1022, 'x') + "yz\n", std::string(1022, 'x') + "y"},
+        {std::string(1022, 'x') + "\nz", std::string(1022, 'x')},
+    };
+    for (const auto& row : kCases)
+        EXPECT_EQ(read_file_line(folder.File("file", row.content).c_str()), row.line);
     EXPECT_EQ(read_file_line(folder.Path("missing").c_str()), "");
     EXPECT_EQ(read_file_line(folder.path.c_str()), "");
 }
@@ -482,61 +301,34 @@ std::string OwnName(const std::string& name) {
     return name + std::to_string(getpid());
 }
 
-TEST(FindProcessByName, FindsAProgramStartedByItsPath) {
+TEST(FindProcessByName, FindsAProgramByTheNameItWasStartedWith) {
     const std::string crond = OwnName("crond");
-    const RunningProcess process({"/usr/sbin/" + crond});
-    EXPECT_EQ(find_process_by_name(crond.c_str()), process.pid);
-}
-
-TEST(FindProcessByName, FindsAProgramStartedByItsName) {
-    const std::string crond = OwnName("crond");
-    const RunningProcess process({crond});
-    EXPECT_EQ(find_process_by_name(crond.c_str()), process.pid);
+    for (const std::string folder : {"/usr/sbin/", "", "/usr/sbin///"}) {
+        const RunningProcess process({folder + crond});
+        EXPECT_EQ(find_process_by_name(crond.c_str()), process.pid) << folder;
+    }
 }
 
 TEST(FindProcessByName, TheWholeNameMustMatch) {
     const std::string crond = OwnName("crond");
-    const RunningProcess wrapper({"/usr/sbin/" + crond + "-wrapper"});
-    const RunningProcess rewritten({crond + ": master"});
-    const RunningProcess prefixed({"/usr/sbin/my" + crond});
-    EXPECT_EQ(find_process_by_name(crond.c_str()), 0);
+    const std::string sbin = OwnName("sbin");
+    for (const std::string& other :
+         {"/usr/sbin/" + crond + "-wrapper", crond + ": master", "/usr/sbin/my" + crond,
+          OwnName("Crond"), "/usr/" + crond + "/" + sbin, "/usr/" + crond + "/"}) {
+        const RunningProcess process({other});
+        EXPECT_EQ(find_process_by_name(crond.c_str()), 0) << other;
+        EXPECT_EQ(find_process_by_name((crond + "/" + sbin).c_str()), 0) << other;
+    }
 }
 
-TEST(FindProcessByName, CaseMatters) {
-    const std::string crond = OwnName("crond");
-    const RunningProcess process({OwnName("Crond")});
-    EXPECT_EQ(find_process_by_name(crond.c_str()), 0);
-}
-
-TEST(FindProcessByName, TheArgumentsDoNotCount) {
+TEST(FindProcessByName, ArgumentsAndTheProgramFileDoNotCount) {
     const std::string crond = OwnName("crond");
     const std::string other = OwnName("other");
     const TemporaryFolder folder;
     const RunningProcess process({"/usr/sbin/" + crond, "-", folder.File(other, "")});
     EXPECT_EQ(find_process_by_name(crond.c_str()), process.pid);
     EXPECT_EQ(find_process_by_name(other.c_str()), 0);
-}
-
-TEST(FindProcessByName, TheProgramFileDoesNotCount) {
-    const std::string crond = OwnName("crond");
-    const RunningProcess process({crond});  // its program file is cat's
-    const int found = find_process_by_name("cat");
-    EXPECT_NE(found, process.pid);
-}
-
-TEST(FindProcessByName, TheFolderIsNotPartOfTheName) {
-    const std::string sbin = OwnName("sbin");
-    const std::string crond = OwnName("crond");
-    const RunningProcess in_folder({"/usr/" + sbin + "/" + crond});
-    const RunningProcess folder_alone({"/usr/" + sbin + "/"});
-    EXPECT_EQ(find_process_by_name(sbin.c_str()), 0);
-    EXPECT_EQ(find_process_by_name((sbin + "/" + crond).c_str()), 0);
-}
-
-TEST(FindProcessByName, SeveralSlashesCountAsOne) {
-    const std::string crond = OwnName("crond");
-    const RunningProcess process({"/usr/sbin///" + crond});
-    EXPECT_EQ(find_process_by_name(crond.c_str()), process.pid);
+    EXPECT_NE(find_process_by_name("cat"), process.pid);  // its program file is cat's
 }
 
 TEST(FindProcessByName, AFinishedProcessHasNoName) {
@@ -584,45 +376,26 @@ Answer FindProcessBelow(const TemporaryFolder& root, const char* name) {
                          [&] { return find_process_by_name(name); });
 }
 
-TEST(FindProcessByName, WithoutProcFindsNothing) {
+TEST(FindProcessByName, OnlyProcessesWithReadableArgumentsHaveNames) {
     const TemporaryFolder root;
-    const Answer answer = FindProcessBelow(root, "crond");
-    SKIP_WHERE_REFUSED(answer);
-    EXPECT_EQ(answer.value, 0);
-}
-
-TEST(FindProcessByName, OnlyNumbersAboveZeroAreProcesses) {
-    const TemporaryFolder root;
-    for (const char* folder : {"0", "-5", ".7", "self"}) {
+    const Answer without_proc = FindProcessBelow(root, "crond");
+    SKIP_WHERE_REFUSED(without_proc);
+    EXPECT_EQ(without_proc.value, 0);
+    for (const char* folder : {"0", "-5", ".7", "self"})
         root.File("proc/"s + folder + "/cmdline", "crond\0"s);
-    }
     root.File("proc/version", "crond\0"s);
-    const Answer answer = FindProcessBelow(root, "crond");
-    SKIP_WHERE_REFUSED(answer);
-    EXPECT_EQ(answer.value, 0);
-}
-
-TEST(FindProcessByName, SkipsAProcessWithUnreadableArguments) {
-    const TemporaryFolder root;
     for (int pid = 1; pid < 40; ++pid)
         root.File("proc/" + std::to_string(pid) + "/stat", "");
-    root.File("proc/40/cmdline", "/usr/sbin/crond\0-n\0"s);
-    for (int pid = 41; pid < 80; ++pid)
-        root.File("proc/" + std::to_string(pid) + "/stat", "");
-    const Answer answer = FindProcessBelow(root, "crond");
-    SKIP_WHERE_REFUSED(answer);
-    EXPECT_EQ(answer.value, 40);
+    EXPECT_EQ(FindProcessBelow(root, "crond").value, 0);
     EXPECT_EQ(FindProcessBelow(root, "").value, 0);
-}
-
-TEST(FindProcessByName, AKernelThreadHasNoName) {
-    const TemporaryFolder root;
-    root.File("proc/2/cmdline", "");
-    root.File("proc/2/comm", "kthreadd\n");
-    const Answer named = FindProcessBelow(root, "kthreadd");
-    SKIP_WHERE_REFUSED(named);
-    EXPECT_EQ(named.value, 0);
-    EXPECT_EQ(FindProcessBelow(root, "").value, 2);
+    root.File("proc/40/cmdline", "/usr/sbin/crond\0-n\0"s);
+    EXPECT_EQ(FindProcessBelow(root, "crond").value, 40);
+    EXPECT_EQ(FindProcessBelow(root, "").value, 0);
+    // A kernel thread has no arguments.
+    root.File("proc/41/cmdline", "");
+    root.File("proc/41/comm", "kthreadd\n");
+    EXPECT_EQ(FindProcessBelow(root, "kthreadd").value, 0);
+    EXPECT_EQ(FindProcessBelow(root, "").value, 41);
 }
 
 TEST(FindProcessByName, TheOrderOfProcDecides) {
@@ -648,15 +421,12 @@ int RunScript(std::string script, std::string argument = "") {
 }
 
 TEST(RunAndWait, ReturnsTheWaitStatusUnchanged) {
-    const int status = RunScript("exit 7");
-    ASSERT_TRUE(WIFEXITED(status));
+    int status = RunScript("exit 7");
+    EXPECT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 7);
     EXPECT_EQ(RunScript("exit 0"), 0);
-}
-
-TEST(RunAndWait, ReportsTheSignalThatEndedTheProgram) {
-    const int status = RunScript("kill -TERM $$");
-    ASSERT_TRUE(WIFSIGNALED(status));
+    status = RunScript("kill -TERM $$");
+    EXPECT_TRUE(WIFSIGNALED(status));
     EXPECT_EQ(WTERMSIG(status), SIGTERM);
 }
 
@@ -667,30 +437,22 @@ TEST(RunAndWait, PassesTheArgumentsUnchanged) {
     EXPECT_EQ(ContentOf(file), "script 1");
 }
 
+// The path is not searched either.
 TEST(RunAndWait, AProgramThatCannotBeRunExitsWithOne) {
-    char missing[] = "/nonexistent/program";
-    char* const arguments[] = {missing, nullptr};
-    const int status = run_and_wait(nullptr, arguments);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 1);
-}
-
-TEST(RunAndWait, DoesNotSearchThePathForTheProgram) {
-    char shell[] = "sh";
-    char flag[] = "-c";
-    char script[] = "exit 0";
-    char* const arguments[] = {shell, flag, script, nullptr};
-    const int status = run_and_wait(nullptr, arguments);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 1);
+    for (std::string program : {"/nonexistent/program", "sh"}) {
+        char flag[] = "-c";
+        char script[] = "exit 0";
+        char* const arguments[] = {program.data(), flag, script, nullptr};
+        const int status = run_and_wait(nullptr, arguments);
+        EXPECT_TRUE(WIFEXITED(status)) << program;
+        EXPECT_EQ(WEXITSTATUS(status), 1) << program;
+    }
 }
 
 TEST(RunAndWait, IgnoresTheContext) {
     char program[] = "/bin/true";
     char* const arguments[] = {program, nullptr};
-    const char* other_program = "/bin/false";
-    EXPECT_EQ(run_and_wait(nullptr, arguments), 0);
-    EXPECT_EQ(run_and_wait(other_program, arguments), 0);
+    EXPECT_EQ(run_and_wait("/bin/false", arguments), 0);
 }
 
 TEST(RunAndWait, DoesNotReapOtherChildren) {
@@ -708,11 +470,10 @@ TEST(RunAndWait, DoesNotReapOtherChildren) {
 TEST(RunAndWait, BufferedOutputIsWrittenOnlyOnce) {
     char missing[] = "/nonexistent/program";
     char* const arguments[] = {missing, nullptr};
-    const Answer answer = AnswerInChild([] { return Prepared::kYes; },
-                                        [&] {
-                                            printf("Stopping interface...");
-                                            return run_and_wait(nullptr, arguments);
-                                        });
+    const Answer answer = AnswerInChild([&] {
+        printf("Stopping interface...");
+        return run_and_wait(nullptr, arguments);
+    });
     EXPECT_EQ(answer.output, "Stopping interface...");
 }
 
@@ -785,40 +546,29 @@ Answer FindIn(const std::vector<MadeInterface>& network) {
     return AnswerInChild([&] { return EnterNetwork(network); }, FindOnASocket);
 }
 
-TEST(FindEthIpv4, ReturnsAndPrintsTheAddress) {
-    const Answer answer = FindIn({{"eth0", "192.0.2.17"}});
-    SKIP_WHERE_REFUSED(answer);
-    EXPECT_EQ(answer.value, htonl(0xC0000211));
-    EXPECT_EQ(answer.output, "Found: 192.0.2.17\n");
-}
-
-TEST(FindEthIpv4, TheLowestNumberWithAnAddressWins) {
-    const Answer answer = FindIn({{"eth5", "192.0.2.5"}, {"eth3", "192.0.2.3"}, {"eth1", nullptr}});
-    SKIP_WHERE_REFUSED(answer);
-    EXPECT_EQ(answer.value, htonl(0xC0000203));
-    EXPECT_EQ(answer.output, "Found: 192.0.2.3\n");
-}
-
-TEST(FindEthIpv4, QueriesUpToEth8) {
-    const Answer eighth = FindIn({{"eth8", "192.0.2.8"}});
-    SKIP_WHERE_REFUSED(eighth);
-    EXPECT_EQ(eighth.output, "Found: 192.0.2.8\n");
-    const Answer beyond = FindIn({{"eth9", "192.0.2.9"}, {"eth10", "192.0.2.10"}});
-    EXPECT_EQ(beyond.value, 0);
-    EXPECT_EQ(beyond.output, "");
-}
-
-TEST(FindEthIpv4, AnInterfaceWithAddressZeroHasNone) {
-    const Answer answer = FindIn({{"eth0", "0.0.0.0"}, {"eth1", "192.0.2.1"}});
-    SKIP_WHERE_REFUSED(answer);
-    EXPECT_EQ(answer.output, "Found: 192.0.2.1\n");
-}
-
-TEST(FindEthIpv4, QueriesNoOtherInterfaces) {
-    const Answer answer = FindIn({{"wlan0", "192.0.2.1"}, {"eth", "192.0.2.2"}});
-    SKIP_WHERE_REFUSED(answer);
-    EXPECT_EQ(answer.value, 0);
-    EXPECT_EQ(answer.output, "");
+TEST(FindEthIpv4, ReturnsAndPrintsTheFirstAddress) {
+    const struct {
+        std::vector<MadeInterface> network;
+        const char* address;
+    } kCases[] = {
+        {{{"eth0", "192.0.2.17"}}, "192.0.2.17"},
+        {{{"eth5", "192.0.2.5"}, {"eth3", "192.0.2.3"}, {"eth1", nullptr}}, "192.0.2.3"},
+        {{{"eth8", "192.0.2.8"}}, "192.0.2.8"},
+        {{{"eth0", "0.0.0.0"}, {"eth1", "192.0.2.1"}}, "192.0.2.1"},
+        {{{"eth9", "192.0.2.9"}, {"eth10", "192.0.2.10"}}, nullptr},
+        {{{"wlan0", "192.0.2.1"}, {"eth", "192.0.2.2"}}, nullptr},
+    };
+    for (const auto& row : kCases) {
+        const Answer answer = FindIn(row.network);
+        SKIP_WHERE_REFUSED(answer);
+        if (row.address == nullptr) {
+            EXPECT_EQ(answer.value, 0);
+            EXPECT_EQ(answer.output, "");
+        } else {
+            EXPECT_EQ(answer.value, static_cast<long>(inet_addr(row.address)));
+            EXPECT_EQ(answer.output, std::string("Found: ") + row.address + "\n");
+        }
+    }
 }
 
 TEST(FindEthIpv4, AClosedSocketFindsNothing) {
@@ -836,18 +586,14 @@ Answer FindAmongPretended(const std::vector<MadeInterface>& interfaces) {
     return AnswerInChild([&] { return PretendInterfaces(interfaces); }, FindOnASocket);
 }
 
-TEST(FindEthIpv4, AnAddressOfZeroDoesNotCount) {
-    const Answer answer = FindAmongPretended({{"eth2", "0.0.0.0"}, {"eth4", "192.0.2.4"}});
-    SKIP_WHERE_REFUSED(answer);
-    EXPECT_EQ(answer.value, htonl(0xC0000204));
-    EXPECT_EQ(answer.output, "Found: 192.0.2.4\n");
-}
-
-TEST(FindEthIpv4, AnAddressOfAnotherFamilyDoesNotCount) {
-    const Answer answer =
-        FindAmongPretended({{"eth0", "192.0.2.99", AF_PACKET}, {"eth1", "192.0.2.1"}});
-    SKIP_WHERE_REFUSED(answer);
-    EXPECT_EQ(answer.output, "Found: 192.0.2.1\n");
+TEST(FindEthIpv4, AnAddressOfZeroOrOfAnotherFamilyDoesNotCount) {
+    for (const MadeInterface& other :
+         {MadeInterface{"eth2", "0.0.0.0"}, MadeInterface{"eth2", "192.0.2.99", AF_PACKET}}) {
+        const Answer answer = FindAmongPretended({other, {"eth4", "192.0.2.4"}});
+        SKIP_WHERE_REFUSED(answer);
+        EXPECT_EQ(answer.value, static_cast<long>(inet_addr("192.0.2.4")));
+        EXPECT_EQ(answer.output, "Found: 192.0.2.4\n");
+    }
 }
 
 }  // namespace
