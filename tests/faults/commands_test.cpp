@@ -42,7 +42,7 @@ INSTANTIATE_TEST_SUITE_P(Commands, OddCommand, testing::ValuesIn(kOddities),
 TEST_P(OddCommand, DoesNotHarmTheScreensThatRunIt) {
     for (const char* name : {"wpa_cli", "pdbedit"})
         box.StandInScript(name, GetParam().script);
-    Terminal t(box, lifecycle::AtAPrompt());
+    Terminal t(box, AtAPrompt());
     t.WaitFor("1. wlan0");
     t.Press("1<Enter>w<Enter>");
     t.WaitFor("Wireless access points for wlan0");
@@ -62,7 +62,7 @@ TEST_P(OddCommand, DoesNotHarmTheScreensThatRunIt) {
     t.WaitFor("Bring up all interfaces");
     t.Press("<Esc>");
     EXPECT_EQ(t.WaitExit(), Exited(0));
-    lifecycle::ExpectTerminalAsBefore(t);
+    ExpectTerminalAsBefore(t);
 }
 
 // Commands that run on the plain terminal.
@@ -78,16 +78,16 @@ INSTANTIATE_TEST_SUITE_P(Commands, OddCommandOnTheTerminal, testing::ValuesIn(kT
                          testing::PrintToStringParamName());
 
 TEST_P(OddCommandOnTheTerminal, DoesNotHarmTheNextScreen) {
-    box.StandInScript(lifecycle::kNetwork, GetParam().script);
-    Terminal t(box, lifecycle::AtAPrompt());
+    box.StandInScript(kNetwork, GetParam().script);
+    Terminal t(box, AtAPrompt());
     t.WaitFor("Exit this program");
     t.Settle();
-    const std::vector<std::string> look = lifecycle::Look(t);
+    const std::vector<std::string> look = Look(t);
     t.Press("u<Enter>y");
-    t.WaitUntil([&] { return !box.Calls(lifecycle::kNetwork).empty(); }, "the command");
+    t.WaitUntil([&] { return !box.Calls(kNetwork).empty(); }, "the command");
     t.WaitUntil([&] { return t.AltScreen() && t.Shows("Exit this program"); }, "the menu");
     t.Press("<Home>");
-    t.WaitUntil([&] { return lifecycle::Look(t) == look; }, "the menu as it was");
+    t.WaitUntil([&] { return Look(t) == look; }, "the menu as it was");
     t.Press("<Esc>");
     EXPECT_EQ(t.WaitExit(), Exited(0));
     EXPECT_EQ(TerminalDamage(t), "");
@@ -97,7 +97,7 @@ TEST_P(OddCommandOnTheTerminal, DoesNotHarmTheNextScreen) {
 TEST(EndlessCommand, InTheBackgroundEndsWithTheProgramOnCtrlC) {
     TourBox box;
     box.StandInScript("wpa_cli", "exec >&- 2>&-; echo $$ >/tmp/endless; exec sleep 1000");
-    Terminal t(box, lifecycle::AtAPrompt());
+    Terminal t(box, AtAPrompt());
     t.WaitFor("1. wlan0");
     t.Press("1<Enter>w<Enter>");
     box.WaitForCalls("wpa_cli", 1);
@@ -105,7 +105,7 @@ TEST(EndlessCommand, InTheBackgroundEndsWithTheProgramOnCtrlC) {
                   "the command's number");
     t.Press("<C-c>");
     EXPECT_EQ(t.WaitExit(), Exited(130));
-    lifecycle::ExpectTerminalAsBefore(t);
+    ExpectTerminalAsBefore(t);
     box.WaitUntil(
         [&] {
             return box.Sh("kill -0 $(cat /tmp/endless) 2>/dev/null && echo runs || true").empty();
@@ -116,11 +116,11 @@ TEST(EndlessCommand, InTheBackgroundEndsWithTheProgramOnCtrlC) {
 TEST(EndlessCommand, BeforeTheFirstScreenEndsWithTheProgramOnCtrlC) {
     TourBox box;
     box.StandInScript("ip", "exec sleep 1000");
-    Terminal t(box, lifecycle::AtAPrompt());
+    Terminal t(box, AtAPrompt());
     box.WaitForCalls("ip", 1);
     t.Press("<C-c>");
     EXPECT_EQ(t.WaitExit(), Exited(130));
-    lifecycle::ExpectTerminalAsBefore(t);
+    ExpectTerminalAsBefore(t);
 }
 
 // ---- a machine that lacks something ----
@@ -157,8 +157,8 @@ TEST(PoorMachine, WithoutAShellEveryScreenAppears) {
 
 TEST(PoorMachine, WithoutProcEveryScreenAppears) {
     TourBox box;
-    TerminalOptions options = lifecycle::AtAPrompt();
-    options.environment = lifecycle::WithoutLeakSearch(box);  // leak detection needs /proc
+    TerminalOptions options = AtAPrompt();
+    options.environment = WithoutLeakSearch(box);  // leak detection needs /proc
     Terminal t(box, options);
     t.WaitFor("1. wlan0");
     box.Sh("mount -t tmpfs none /proc");
@@ -175,7 +175,7 @@ TEST(PoorMachine, WithoutProcEveryScreenAppears) {
     t.Press("<Esc>");
     box.Sh("/usr/bin/umount /proc");
     EXPECT_EQ(t.WaitExit(), Exited(0));
-    lifecycle::ExpectTerminalAsBefore(t);
+    ExpectTerminalAsBefore(t);
 }
 
 // The limit applies to the commands, too: most of them fail.
@@ -183,7 +183,7 @@ TEST(PoorMachine, WithALimitOnTheSizeOfFilesNothingIsSavedAndNothingLost) {
     TourBox box;
     TerminalOptions options;
     options.rows = 30;
-    options.environment = lifecycle::WithoutLeakSearch(box);
+    options.environment = WithoutLeakSearch(box);
     options.program = "/bin/sh";
     options.arguments = {"-c", "ulimit -f 0; exec " IFMENU_PROGRAM};
     ExpectATour(box, options);

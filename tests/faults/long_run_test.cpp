@@ -60,7 +60,7 @@ void Refresh(size_t warm, size_t refreshes) {
     // With another number, the folder is searched for the radio switch.
     box.Sh("cd /sys/class/net/wlan0/phy80211 && mv rfkill0 rfkill4");
     box.Record("ip");
-    TerminalOptions options = lifecycle::AtAPrompt();
+    TerminalOptions options = AtAPrompt();
     options.environment = {{"FAST_CLOCK", "100"}, {"LD_PRELOAD", FAULTS_CLOCK ":" FAULTS_CARDS}};
     Terminal t(box, options);
     t.WaitFor("1. wlan0");
@@ -76,7 +76,7 @@ void Refresh(size_t warm, size_t refreshes) {
               << early.kilobytes << " KB and " << late.kilobytes << " KB" << std::endl;
     t.Press("<Esc>");
     EXPECT_EQ(t.WaitExit(), Exited(0));
-    lifecycle::ExpectTerminalAsBefore(t);
+    ExpectTerminalAsBefore(t);
 }
 
 TEST(Refreshing, ForFiveMinutesLeaksNothing) {

@@ -88,7 +88,7 @@ Ending UpdateAll(TourBox& box, Terminal& t, const std::string& call, int& before
     t.Settle();
     before = CountOf(box, call);
     t.Press("u<Enter>y");
-    t.machine().Await([&] { return !t.Running() || box.Calls(lifecycle::kNetwork).size() == 2; },
+    t.machine().Await([&] { return !t.Running() || box.Calls(kNetwork).size() == 2; },
                       Terminal::kPatience);
     t.Settle();
     behind = CountOf(box, call);
@@ -112,7 +112,7 @@ TEST(HangUp, AtAnyMomentOfAnUpdateIsNotLostAndLeavesNothingHalfDone) {
             if (made < n) continue;  // the number varies between updates
             EXPECT_EQ(ending, Exited(129));
             EXPECT_THAT(
-                box.CallLines(lifecycle::kNetwork),
+                box.CallLines(kNetwork),
                 AnyOf(testing::IsEmpty(), testing::ElementsAre("/etc/init.d/network stop all",
                                                                "/etc/init.d/network start all")));
             ++sent;

@@ -7,8 +7,6 @@
 #include <filesystem>
 #include <sstream>
 
-#include "../screens/main_menu_test.h"
-
 namespace harness::faults {
 namespace {
 
@@ -104,7 +102,7 @@ void TourBox::Reset() {
                               kOneMoreReader.size(), 0) == 0;
     }
     Write("/sys/class/net/wlan0/phy80211/rfkill0/soft", "0\n");
-    SetHostName(*this, "appliance");
+    Sh("hostname appliance");
     ForgetCalls();
 }
 
@@ -231,7 +229,7 @@ TerminalOptions Hasty(const Machine& box, const FailingCall& fault) {
     TerminalOptions options;
     options.rows = 30;
     // A fault may cause leaks.
-    options.environment = lifecycle::WithoutLeakSearch(box);
+    options.environment = WithoutLeakSearch(box);
     options.program = FAULTS_INJECT;
     options.arguments = {std::to_string(fault.call), std::to_string(fault.when),
                          std::to_string(fault.error), IFMENU_PROGRAM};
@@ -242,7 +240,7 @@ TerminalOptions Traced(const Machine& box, const std::string& calls, const std::
     TerminalOptions options;
     options.rows = 30;
     // Leak detection does not work under a tracer.
-    options.environment = lifecycle::WithoutLeakSearch(box);
+    options.environment = WithoutLeakSearch(box);
     options.program = "/usr/bin/strace";
     // -DDD: the tracer is a separate process, and the program stays a direct child of the terminal.
     options.arguments = {"-DDD",        "-qq", "-s",   "400", "-e",
@@ -275,7 +273,7 @@ std::string TerminalDamage(Terminal& t) {
     if (!t.CursorVisible()) damage << "the cursor is hidden\n";
     if (t.AltScreen()) damage << "the screen is still up\n";
     if (!t.MouseReporting().empty()) damage << "the mouse is still reported\n";
-    if (!lifecycle::KeypadSendsDigits(t.Output())) damage << "the keypad sends no digits\n";
+    if (!KeypadSendsDigits(t.Output())) damage << "the keypad sends no digits\n";
     return damage.str();
 }
 

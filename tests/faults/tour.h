@@ -12,12 +12,14 @@
 #include <string>
 #include <vector>
 
-#include "../screens/full_machine.h"
-#include "../screens/lifecycle_fixtures.h"
+#include "full_machine.h"
 #include "machine.h"
+#include "prompt.h"
 #include "terminal.h"
 
 namespace harness::faults {
+
+inline constexpr const char* kNetwork = "/etc/init.d/network";
 
 class TourBox : public FullMachine {
   public:
