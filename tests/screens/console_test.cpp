@@ -8,37 +8,7 @@ namespace {
 
 // ---- without colours ----
 
-// The styles of a row's text: its start, the hot key, its end.
-std::string LookOf(const Terminal& t, const std::string& row) {
-    return t.Style(t.Find(row));
-}
-
-TEST(WithoutColours, TheSelectedRowIsReversed) {
-    OneCard box;
-    box.Sh("ip route add blackhole 192.0.2.0/24");
-    Terminal t(box, OfType("vt220"));
-    t.WaitFor(kMainMenu.sign);
-    t.Press("<Down>");
-    t.WaitUntil([&] { return LookOf(t, "Bring down").find("reverse") != std::string::npos; },
-                "the selected row");
-    EXPECT_EQ(LookOf(t, "Bring up").find("reverse"), std::string::npos);
-    for (int column = 4; column < 78; column++)
-        EXPECT_TRUE(t.Cell(6, column).reverse) << column;
-}
-
-// Also rows without a hot key.
-TEST(WithoutColours, ASelectedRowWithoutAHotKeyIsVisible) {
-    OneCard box;
-    box.Write("/etc/vsftpd.conf", "");
-    Terminal t(box, OfType("vt220"));
-    GoTo(t, kServices);
-    t.Press("<Down>");
-    t.Settle();
-    EXPECT_TRUE(t.Cell(t.Find("FTP SSL/TLS"), 10).reverse);
-    EXPECT_FALSE(t.Cell(t.Find("FTP service"), 10).reverse);
-}
-
-TEST(WithoutColours, AWarningLooksDifferent) {
+TEST(WithoutColours, TheSelectedRowAndAWarningLookDifferent) {
     Machine box;
     box.AddBridge("br0");
     box.Sh(
@@ -46,6 +16,12 @@ TEST(WithoutColours, AWarningLooksDifferent) {
         "ip route add default via 192.0.2.3 metric 5");
     Terminal t(box, OfType("vt220"));
     t.WaitFor("WARNING");
+    t.Press("<Down>");
+    t.WaitUntil([&] { return t.Cell(6, 4).reverse; }, "the selected row");
+    for (int column = 4; column < 78; column++) {
+        EXPECT_FALSE(t.Cell(5, column).reverse) << column;
+        EXPECT_TRUE(t.Cell(6, column).reverse) << column;
+    }
     EXPECT_TRUE(t.Cell(t.Find("WARNING"), 6).underline);
     EXPECT_FALSE(t.Cell(t.Find("IPv4"), 8).underline);
 }
@@ -119,22 +95,6 @@ TEST(Cursor, RestsAtTheTextOfTheSelectedRow) {
         if (keys == std::string("<Enter>")) t.RunFor(0.3);
         expect_at_selection();
     }
-}
-
-TEST(Cursor, RestsAfterAQuestion) {
-    OneCard box;
-    Terminal t(box);
-    GoTo(t, kYesNo);
-    EXPECT_EQ(t.CursorRow(), 0);
-    EXPECT_EQ(t.CursorCol(), static_cast<int>(std::string(kYesNo.sign).size()));
-}
-
-TEST(CtrlH, DeletesInATextBox) {
-    OneCard box;
-    Terminal t(box);
-    GoTo(t, kTextEntry);
-    t.SendBytes("\b\b\b\r");
-    t.WaitFor("main menu for 'applia'");
 }
 
 }  // namespace

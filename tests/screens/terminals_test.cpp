@@ -100,19 +100,13 @@ TEST(Locales, AMissingLocaleDoesNotCrash) {
 
 TEST_P(TerminalOfEveryType, RestoresTheTerminal) {
     OneCard box;
-    TerminalOptions options = OfType(GetParam());
     for (const Stop& stop : kStops) {
         SCOPED_TRACE(stop.name);
-        Terminal t(box, AtAPrompt(options));
+        Terminal t(box, AtAPrompt(OfType(GetParam())));
         GoTo(t, stop);
         t.Press("<C-c>");
         EXPECT_EQ(t.WaitExit(), Exited(130));
-        EXPECT_TRUE(t.LineMode());
-        EXPECT_TRUE(t.CursorVisible());
-        EXPECT_FALSE(t.AltScreen());
-        EXPECT_EQ(PrivateModes(t.Output()), kUsualModes);
-        EXPECT_TRUE(KeypadSendsDigits(t.Output()));
-        EXPECT_TRUE(ModesAsBefore(box));
+        ExpectModesAsBefore(t);
     }
 }
 
@@ -187,10 +181,7 @@ const std::vector<std::string> kWalks[] = {
 TEST_P(TerminalOfEverySize, ShowsEveryScreen) {
     OneCard box;
     box.StandIn(kNetwork);
-    TerminalOptions options;
-    options.rows = GetParam().rows;
-    options.cols = GetParam().cols;
-    Terminal t(box, options);
+    Terminal t(box, OfSize(GetParam().rows, GetParam().cols));
     // Some sizes do not show the words, so wait for a settled screen.
     t.Settle();
     for (const auto& walk : kWalks) {
@@ -219,24 +210,10 @@ void ExpectMainMenuFits(Terminal& t, Place place = Place::Here()) {
     EXPECT_EQ(t.Cell(row, last + 1).bg, kBlack);
 }
 
-TEST(Sizes, TheListIsAsWideAsTheTerminal) {
-    Machine box;
-    for (const Size& size : {kUsual, kLarge, kHuge}) {
-        SCOPED_TRACE(testing::PrintToString(size));
-        TerminalOptions options;
-        options.rows = size.rows;
-        options.cols = size.cols;
-        Terminal t(box, options);
-        GoTo(t, kMainMenu);
-        ExpectMainMenuFits(t);
-    }
-}
-
 // A serial line reports no size; then the terminal type's size is used.
 TEST(Sizes, WithoutASizeTheTerminalTypesSizeIsUsed) {
     Machine box;
-    TerminalOptions options;
-    options.rows = options.cols = 0;
+    TerminalOptions options = OfSize(0, 0);
     for (const char* term : {"xterm-256color", "vt220"}) {
         options.term = term;
         Terminal t(box, options);
@@ -246,16 +223,6 @@ TEST(Sizes, WithoutASizeTheTerminalTypesSizeIsUsed) {
         t.Press("<Esc>");
         EXPECT_EQ(t.WaitExit(), Exited(0));
     }
-}
-
-TEST(Sizes, LongRowsAreCutAtTheWidthOfTheList) {
-    OneCard box;
-    TerminalOptions options;
-    options.cols = 30;
-    Terminal t(box, options);
-    t.WaitFor("Exit this program");
-    // Column 4 and the 25 columns of the list.
-    EXPECT_EQ(t.Row(9), "    Network Time Protocol set");
 }
 
 // ---- resizing ----
@@ -333,41 +300,6 @@ TEST(Resizing, IsNoticedAtAnyMomentOfTheStart) {
     }
 }
 
-TEST(Resizing, KeepsTheTextOfAnEntry) {
-    Machine box;
-    Terminal t(box);
-    GoTo(t, kTextEntry);
-    t.Type("-a");
-    t.Resize(kLarge.rows, kLarge.cols);
-    t.Type("b");
-    t.Settle();
-    t.Resize(kUsual.rows, kUsual.cols);
-    t.Type("c");
-    t.Press("<Enter>");
-    t.WaitFor("Network configuration main menu for 'appliance-abc'");
-    EXPECT_EQ(box.Sh("hostname"), "appliance-abc\n");
-}
-
-TEST(Resizing, KeepsAQuestionOpen) {
-    Machine box;
-    box.StandIn(kNetwork);
-    Terminal t(box);
-    for (const char* answer : {"n", "y"}) {
-        GoTo(t, kYesNo);
-        t.Resize(kLarge.rows, kLarge.cols);
-        t.Settle();
-        t.Resize(kUsual.rows, kUsual.cols);
-        t.Settle();
-        EXPECT_EQ(box.Calls(kNetwork).size(), 0u);
-        t.Press(answer);
-        t.WaitForGone(kYesNo.sign);
-        t.WaitFor(kMainMenu.sign);
-        t.Settle();
-        ExpectMainMenuFits(t);
-    }
-    EXPECT_EQ(box.Calls(kNetwork).size(), 1u);
-}
-
 TEST(Resizing, DuringACommandIsNoticedAfterIt) {
     Machine box;
     Gate gate(box);
@@ -417,11 +349,7 @@ class UnderAShell : public testing::Test {
         t->Press("<C-z>");
         t->WaitFor("Stopped");
         t->WaitUntil([this] { return t->Row(t->CursorRow()) == kPromptSeen; }, "a new prompt");
-        EXPECT_FALSE(t->AltScreen());
-        EXPECT_TRUE(t->CursorVisible());
-        EXPECT_EQ(PrivateModes(t->Output()), kUsualModes);
-        EXPECT_TRUE(KeypadSendsDigits(t->Output()));
-        EXPECT_TRUE(ModesAsBefore(box));
+        ExpectModesAsBefore(*t);
         EXPECT_EQ(t->Row(0).rfind(kPromptSeen, 0), 0u) << "the screen as it was before";
     }
 
@@ -462,20 +390,8 @@ TEST_P(UnderAShellAtEveryStop, StoppingAndContinuingRestoresEverything) {
     EXPECT_EQ(PrivateModes(t->Output()), kUsualModes);
 }
 
-TEST_F(UnderAShell, KeysWorkAfterContinuing) {
-    GoUnderShell(kMainMenu);
-    StopIt();
-    ContinueIt();
-    t->WaitFor(kMainMenu.sign);
-    t->Press("s");
-    t->WaitSelected("Services");
-    t->Click(t->Find("Diagnostics"), 10);
-    t->WaitSelected("Diagnostics");
-    t->Press("<Esc>");
-    t->WaitFor("status 0");
-}
-
-TEST_F(UnderAShell, AnEntryContinuesAfterContinuing) {
+TEST_F(UnderAShell, EntriesQuestionsKeysAndTheMouseContinue) {
+    box.StandIn(kNetwork);
     GoUnderShell(kTextEntry);
     t->Type("-one");
     t->WaitFor("appliance-one");
@@ -486,10 +402,7 @@ TEST_F(UnderAShell, AnEntryContinuesAfterContinuing) {
     t->WaitFor("appliance-one-two");
     t->Press("<Enter>");
     t->WaitFor("main menu for 'appliance-one-two'");
-}
 
-TEST_F(UnderAShell, AQuestionContinuesAfterContinuing) {
-    box.StandIn(kNetwork);
     GoUnderShell(kYesNo);
     StopIt();
     EXPECT_EQ(box.Calls(kNetwork).size(), 0u);
@@ -498,6 +411,13 @@ TEST_F(UnderAShell, AQuestionContinuesAfterContinuing) {
     t->Press("y");
     t->WaitFor(kMainMenu.sign);
     EXPECT_EQ(box.Calls(kNetwork).size(), 1u);
+
+    t->Press("s");
+    t->WaitSelected("Services");
+    t->Click(t->Find("Diagnostics"), 10);
+    t->WaitSelected("Diagnostics");
+    t->Press("<Esc>");
+    t->WaitFor("status 0");
 }
 
 TEST_F(UnderAShell, ARunningCommandStopsAndContinuesWithIt) {
@@ -534,9 +454,7 @@ TEST_F(UnderAShell, EndingSignalsEndItWhileItIsStopped) {
     t->Type("kill -TERM %1\r");
     ContinueIt();
     t->WaitFor("status 143");
-    EXPECT_FALSE(t->AltScreen());
-    EXPECT_TRUE(t->CursorVisible());
-    EXPECT_EQ(PrivateModes(t->Output()), kUsualModes);
+    ExpectModesAsBefore(*t);
 }
 
 TEST_F(UnderAShell, AStopDuringAPauseOnlyProlongsIt) {
