@@ -55,13 +55,20 @@ struct DocumentedScreen {
     std::string name, parent, opened_by;
     std::regex title;
     std::vector<DocumentedRow> rows;
-};
 
-std::string Trimmed(const std::string& text) {
-    const size_t start = text.find_first_not_of(' ');
-    if (start == std::string::npos) return "";
-    return text.substr(start, text.find_last_not_of(' ') + 1 - start);
-}
+    // The rows that can be selected.
+    std::vector<const DocumentedRow*> Choices() const {
+        std::vector<const DocumentedRow*> choices;
+        for (const DocumentedRow& row : rows)
+            if (row.Selectable()) choices.push_back(&row);
+        return choices;
+    }
+    const DocumentedRow* RowOf(const std::string& text) const {
+        for (const DocumentedRow& row : rows)
+            if (row.FaceOf(text) != nullptr) return &row;
+        return nullptr;
+    }
+};
 
 // Trims blanks at both ends and joins runs of blanks: only the words of a row count, not its
 // layout.
@@ -142,8 +149,8 @@ DocumentedRow RowOf(const std::string& line) {
     row.label = InBackticks(cells.at(1));
     row.opens = LinkIn(cells.at(3));
     const std::vector<std::string> labels = Alternatives(row.label);
-    const std::vector<std::string> keys = Alternatives(Trimmed(cells.at(2)));
-    const std::vector<std::string> enters = Alternatives(Trimmed(cells.at(3)));
+    const std::vector<std::string> keys = Alternatives(Squashed(cells.at(2)));
+    const std::vector<std::string> enters = Alternatives(Squashed(cells.at(3)));
     for (size_t i = 0; i < labels.size(); i++)
         row.faces.push_back({labels[i], PatternOf(labels[i]), Of(keys, i), Of(enters, i)});
     return row;
@@ -205,7 +212,7 @@ bool HasHelp(const std::string& name) {
 
 class Walker : public Terminal {
   public:
-    Walker(Machine& box, const TerminalOptions& options) : Terminal(box, options) {}
+    using Terminal::Terminal;
 
     // The rows of the list, without the empty ones, and the line of each.
     std::map<int, std::string> List(const DocumentedScreen& screen) const {
@@ -225,9 +232,7 @@ class Walker : public Terminal {
     bool IsOn(const DocumentedScreen& screen) const {
         const std::map<int, std::string> list = List(screen);
         return !list.empty() && std::all_of(list.begin(), list.end(), [&](const auto& shown) {
-            return std::any_of(screen.rows.begin(), screen.rows.end(), [&](const auto& row) {
-                return row.FaceOf(shown.second) != nullptr;
-            });
+            return screen.RowOf(shown.second) != nullptr;
         });
     }
     void WaitOn(const DocumentedScreen& screen, Place place = Place::current()) {
@@ -285,24 +290,9 @@ class Walker : public Terminal {
     }
 };
 
-// The rows of the screen that can be selected.
-std::vector<const DocumentedRow*> Choices(const DocumentedScreen& screen) {
-    std::vector<const DocumentedRow*> choices;
-    for (const DocumentedRow& row : screen.rows)
-        if (row.Selectable()) choices.push_back(&row);
-    return choices;
-}
-
 enum class Size { kSmall, kLarge };
 std::ostream& operator<<(std::ostream& out, Size size) {
     return out << (size == Size::kSmall ? "80x24" : "132x43");
-}
-
-TerminalOptions OptionsOf(Size size) {
-    TerminalOptions options;
-    options.rows = size == Size::kSmall ? 24 : 43;
-    options.cols = size == Size::kSmall ? 80 : 132;
-    return options;
 }
 
 using WalkedScreen = std::tuple<KnownScreen, Size>;
@@ -313,9 +303,9 @@ class Walk : public testing::TestWithParam<WalkedScreen> {
 
     const DocumentedScreen& screen = ScreenNamed(std::get<0>(GetParam()).name);
     const Size size = std::get<1>(GetParam());
-    const std::vector<const DocumentedRow*> choices = Choices(screen);
+    const std::vector<const DocumentedRow*> choices = screen.Choices();
     FullMachine box;
-    Walker t{box, OptionsOf(size)};
+    Walker t{box, size == Size::kSmall ? OfSize(24, 80) : OfSize(43, 132)};
 };
 
 std::string WalkName(const testing::TestParamInfo<WalkedScreen>& info) {
@@ -407,9 +397,8 @@ void ExpectMarks(const Walker& t, const DocumentedScreen& screen) {
             if (cell.fg != kYellow || cell.text == " ") continue;
             marked += static_cast<char>(tolower(static_cast<unsigned char>(cell.text[0])));
         }
-        const auto row = std::find_if(screen.rows.begin(), screen.rows.end(),
-                                      [&](const auto& one) { return one.FaceOf(text) != nullptr; });
-        ASSERT_NE(row, screen.rows.end()) << text;
+        const DocumentedRow* row = screen.RowOf(text);
+        ASSERT_NE(row, nullptr) << text;
         EXPECT_EQ(marked, row->FaceOf(text)->key) << text;
     }
 }
