@@ -70,13 +70,13 @@ class Gate {
         ": >/tmp/waiting; while ! rm /tmp/open 2>/dev/null; do sleep 0.02; done";
 
     // Waits until a script has reached the gate.
-    void AwaitScript(Place place = Place::Here()) {
+    void AwaitScript(Place place = Place::current()) {
         const auto waiting = [this] { return box_.Exists("/tmp/waiting"); };
         box_.WaitUntil(waiting, "a script at the gate", Terminal::kPatience, place);
         box_.Remove("/tmp/waiting");
     }
     // Lets one script pass.
-    void Open(Place place = Place::Here()) { box_.Write("/tmp/open", "", 0644, place); }
+    void Open(Place place = Place::current()) { box_.Write("/tmp/open", "", 0644, place); }
 
   private:
     Machine& box_;

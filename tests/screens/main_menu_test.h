@@ -14,9 +14,8 @@
 
 namespace harness {
 
-// The position of the rows on the screen.
+// The line of the first row.
 constexpr int kFirstLine = 5;
-constexpr int kFirstColumn = 4;
 
 constexpr const char* kNetworkScript = "/etc/init.d/network";
 

@@ -198,7 +198,7 @@ TEST_P(TerminalOfEverySize, ShowsEveryScreen) {
 }
 
 // The title block, and a list COLS - 5 wide from column 4 on.
-void ExpectMainMenuFits(Terminal& t, Place place = Place::Here()) {
+void ExpectMainMenuFits(Terminal& t, Place place = Place::current()) {
     const testing::ScopedTrace from(place.file, place.line, "");
     EXPECT_EQ(t.Row(1), "Tavrin 4 Network configuration utility");
     EXPECT_EQ(t.Row(2), "Network configuration main menu for 'appliance'");
