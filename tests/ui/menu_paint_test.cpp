@@ -99,7 +99,7 @@ TEST_F(MenuPaint, LinesWithoutARowAreBlank) {
 // The top of the list, the menu's size and its place decide what has no room.
 TEST_F(MenuPaint, WithoutRoomNothingIsDrawn) {
     menu.AddItem("a", 1);
-    menu.AddItem("b", 1);
+    menu.SetHotKey(menu.AddItem("b", 1), 'b');
     UnseenScreen::Fill('#');
     menu.SetSize(0, 1);
     menu.DrawItem(1);

@@ -437,9 +437,9 @@ TEST(MenuHotKeys, SelectTheNextRowWithTheKey) {
 }
 
 TEST(MenuHotKeys, OtherKeysSelectNothing) {
-    Menu menu = MenuOf("ad.-");
+    Menu menu = MenuOf("ad..-");
     menu.SetHotKey(2, ERR);
-    menu.SetHotKey(3, 'x');  // of a row that cannot be selected
+    menu.SetHotKey(4, 'x');  // of a row that cannot be selected
     menu.selection = 1;
     for (int key : {int{'x'}, int{'z'}, int{'A'}, 0, ERR, -100}) {
         EXPECT_EQ(menu.SelectByHotKey(key), -1) << key;
