@@ -14,15 +14,12 @@ constexpr const char* kSettings = "/etc/network/02:00:00:00:10:40";
 constexpr double kLegSeconds = 20;
 constexpr double kStartSeconds = 5;
 
-const std::string kOldSettings =
-    "manage = 1\ndhcp = 1\ndhcp6 = 0\ndhcp_gw = 1\nenable_ip6 = 1\ndisabled = 0\nstatic ip = \n"
-    "ipv6_router_adv = 1\nstatic ip netmask = 255.255.255.0\nstatic ip6 = \ngateway = \ndns = \n"
-    "nat enable = 0\nnat role = \n";
-const std::string kNewSettings =
-    "manage = 1\ndhcp = 1\ndhcp6 = 0\ndhcp_gw = 0\nenable_ip6 = 1\ndisabled = 0\n"
-    "static ip = 10.9.8.7\n"
-    "ipv6_router_adv = 1\nstatic ip netmask = 255.255.255.0\nstatic ip6 = \ngateway = \ndns = \n"
-    "nat enable = 0\nnat role = \n";
+std::string Settings(const std::string& gateway, const std::string& address) {
+    return "manage = 1\ndhcp = 1\ndhcp6 = 0\ndhcp_gw = " + gateway +
+           "\nenable_ip6 = 1\ndisabled = 0\nstatic ip = " + address +
+           "\nipv6_router_adv = 1\nstatic ip netmask = 255.255.255.0\nstatic ip6 = \ngateway = \n"
+           "dns = \nnat enable = 0\nnat role = \n";
+}
 
 struct SavedFile {
     const char* path;
@@ -39,7 +36,7 @@ const SavedFile kNtp = {
 const SavedFile kSaved[] = {
     {"/etc/hostname", "appliance\n", "appliance-2\n", 0644},
     kNtp,
-    {kSettings, kOldSettings, kNewSettings, 0600},
+    {kSettings, Settings("1", ""), Settings("0", "10.9.8.7"), 0600},
     {"/etc/vsftpd.conf", "listen=YES\nssl_enable=NO\n", "listen=YES\nssl_enable=YES\n", 0640, true},
 };
 
@@ -47,15 +44,7 @@ const SavedFile kSaved[] = {
 bool IsWhole(const SavedFile& file, const std::string& text) {
     if (text == file.before || text == file.after) return true;
     if (std::string(file.path) != kSettings) return false;
-    for (const char* gateway : {"0", "1"}) {
-        for (const char* address : {"", "10.9.8.7"}) {
-            std::string other = kOldSettings;
-            other.replace(other.find("dhcp_gw = 1"), 11, std::string("dhcp_gw = ") + gateway);
-            other.replace(other.find("static ip = "), 12, std::string("static ip = ") + address);
-            if (text == other) return true;
-        }
-    }
-    return false;
+    return text == Settings("0", "") || text == Settings("1", "10.9.8.7");
 }
 
 mode_t ModeOf(const Machine& box, const std::string& path) {
