@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "actions.h"
 #include "machine.h"
 #include "terminal.h"
 
@@ -74,59 +75,69 @@ class Box : public Machine {
     std::string OtherOwners() const { return door().own_users ? "0:0" : "12:34"; }
 };
 
-inline void OpenInterface(Terminal& t, Place place = Place::current()) {
-    t.WaitFor("Tavrin 4", Terminal::kPatience, place);
-    t.Press("1<Enter>", place);
-    t.WaitFor("Network configuration: ", Terminal::kPatience, place);
-    t.Settle(Terminal::kPatience, place);
-}
+inline constexpr Stop kInterface = {"Interface", "1<Enter>", "Network configuration: "};
+inline constexpr Stop kEditor = {"Editor", "1<Enter>c<Enter>", "Use left/right"};
 
-// Opens the editor from the interface screen.
+// Between the two screens.
 inline void OpenEditor(Terminal& t, Place place = Place::current()) {
-    t.Press("c<Enter>", place);
-    t.WaitFor("Use left/right", Terminal::kPatience, place);
-    t.Settle(Terminal::kPatience, place);
+    t.Go("c<Enter>", kEditor.sign, place);
 }
-
-// The program with the interface screen open.
-class InterfacePage : public Terminal {
-  public:
-    explicit InterfacePage(Machine& box, const TerminalOptions& options = {},
-                           Place place = Place::current())
-        : Terminal(box, options, place) {
-        OpenInterface(*this, place);
-    }
-};
-
-// The program with the settings editor open.
-class EditorPage : public InterfacePage {
-  public:
-    explicit EditorPage(Machine& box, const TerminalOptions& options = {},
-                        Place place = Place::current())
-        : InterfacePage(box, options, place) {
-        OpenEditor(*this, place);
-    }
-};
-
-// Presses keys that lead back to the interface screen, and waits for it.
 inline void BackToInterface(Terminal& t, const std::string& keys, Place place = Place::current()) {
-    t.Press(keys, place);
-    t.WaitFor("Network configuration: ", Terminal::kPatience, place);
-    t.Settle(Terminal::kPatience, place);
-}
-
-// Deletes a text of that length from an entry field and types another.
-inline void TypeInstead(Terminal& t, size_t old_length, const std::string& text) {
-    t.Press("<Home>");
-    for (; old_length > 0; old_length--)
-        t.Press("<Delete>");
-    t.Type(text);
+    t.Go(keys, kInterface.sign, place);
 }
 
 // A line of the screen from column 4 on.
 inline std::string TextAt(const Terminal& t, int row) {
     const std::string text = t.Row(row);
     return text.size() > kLeft ? text.substr(kLeft) : "";
+}
+
+// ---- the editor's rows ----
+
+// The columns of a row's label; its value follows.
+constexpr size_t kLabelWidth = 31;
+
+// The value in the row with this label, which ends in a colon.
+inline std::string ValueOf(const Terminal& t, const std::string& label) {
+    const std::string text = TextAt(t, t.Find(label));
+    return text.size() > kLabelWidth ? text.substr(kLabelWidth) : "";
+}
+
+inline void WaitForValue(Terminal& t, const std::string& label, const std::string& value,
+                         Place place = Place::current()) {
+    t.WaitUntil([&] { return t.Shows(label) && ValueOf(t, label) == value; }, label + " " + value,
+                Terminal::kPatience, place);
+}
+
+// Turns a setting, which then has this value.
+inline void Turn(Terminal& t, const std::string& label, const std::string& value,
+                 Place place = Place::current()) {
+    Select(t, label, place);
+    t.Press("<Space>", place);
+    WaitForValue(t, label, value, place);
+}
+
+inline void OpenPrompt(Terminal& t, const std::string& label, Place place = Place::current()) {
+    Select(t, label, place);
+    t.Go("<Enter>", "[ESC to cancel]", place);
+}
+
+inline void LeavePrompt(Terminal& t, const std::string& key, Place place = Place::current()) {
+    t.Press(key, place);
+    t.WaitForGone("[ESC to cancel]", Terminal::kPatience, place);
+    t.Settle(Terminal::kPatience, place);
+}
+
+// Replaces the text of a setting.
+inline void TypeValue(Terminal& t, const std::string& label, const std::string& text,
+                      Place place = Place::current()) {
+    size_t old_length = ValueOf(t, label).size();
+    OpenPrompt(t, label, place);
+    t.Press("<Home>", place);
+    for (; old_length > 0; old_length--)
+        t.Press("<Delete>", place);
+    t.Type(text);
+    LeavePrompt(t, "<Enter>", place);
 }
 
 }  // namespace harness::one_card

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -12,7 +13,6 @@
 namespace harness::one_card {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
@@ -23,16 +23,9 @@ constexpr const char* kMenuTitle = "Tavrin 4 Network configuration utility";
 // The time between two refreshes, less the possible difference in the start of commands.
 constexpr double kAlmostFive = 4.8;
 
-// Rows of a wired card's screen while the status takes one row.
-constexpr int kUp = kTop + 2;
-constexpr int kDown = kTop + 3;
-constexpr int kUpdate = kTop + 4;
-constexpr int kEdit = kTop + 5;
-constexpr int kMainMenu = kTop + 7;
-
-// The rows from the status to the last row.
-std::vector<std::string> Entries(const Terminal& t) {
-    std::vector<std::string> entries;
+// The rows below the status.
+Words Entries(const Terminal& t) {
+    Words entries;
     for (int row = t.Find("Bring up this"); row > 0 && row < t.rows(); row++)
         entries.push_back(TextAt(t, row));
     while (!entries.empty() && entries.back().empty())
@@ -40,22 +33,10 @@ std::vector<std::string> Entries(const Terminal& t) {
     return entries;
 }
 
-void Ask(Terminal& t, const std::string& keys, Place place = Place::current()) {
-    t.Press(keys, place);
-    t.WaitFor(kQuestion, Terminal::kPatience, place);
-}
-
-// Presses the key that answers the question, and waits for the screen behind it.
-void Answer(Terminal& t, const std::string& key, Place place = Place::current()) {
-    t.Press(key, place);
-    t.WaitFor("Network configuration: ", Terminal::kPatience, place);
-    t.Settle(Terminal::kPatience, place);
-}
-
 // Makes the screen query the card at once: answering a question with "no" does that.
 void LookAgain(Terminal& t, Place place = Place::current()) {
-    Ask(t, "d<Enter>", place);
-    Answer(t, "n", place);
+    t.Go("d<Enter>", kQuestion, place);
+    t.Go("n", kInterface.sign, place);
 }
 
 // ---- what it shows ----
@@ -65,156 +46,84 @@ TEST(InterfaceScreen, ShowsTheStatusAndTheEntriesOfAWiredCard) {
     box.Sh(
         "ip link set eth0 up; ip addr add 192.0.2.7/25 dev eth0;"
         "ip addr add 2001:db8::7/64 dev eth0 nodad; ip route add default via 192.0.2.1");
-    InterfacePage t(box);
-    const std::vector<std::string> screen = {
-        "",
-        "",
-        "Network configuration: eth0 (02:AB:CD:EF:00:01)",
-        "",
-        "    Link active  Interface up",
-        "       IPv4: 192.0.2.7   netmask: 255.255.255.128  gateway: 192.0.2.1",
-        "       IPv6: 2001:db8::7/64",
-        "",
-        "    Bring up this interfaces",
-        "    Bring down this interfaces",
-        "    Update interface from config",
-        "    Edit configuration",
-        "",
-        "    Main menu",
-        "",
-        "",
-        "",
-        "",
-        "",
-        "",
-        "",
-        "",
-        "",
-        ""};
+    Page t(box, kInterface);
+    Words screen = {"",
+                    "",
+                    "Network configuration: eth0 (02:AB:CD:EF:00:01)",
+                    "",
+                    "    Link active  Interface up",
+                    "       IPv4: 192.0.2.7   netmask: 255.255.255.128  gateway: 192.0.2.1",
+                    "       IPv6: 2001:db8::7/64",
+                    "",
+                    "    Bring up this interfaces",
+                    "    Bring down this interfaces",
+                    "    Update interface from config",
+                    "    Edit configuration",
+                    "",
+                    "    Main menu"};
+    screen.resize(24);
     EXPECT_EQ(t.Screen(), screen);
     EXPECT_FALSE(t.CursorVisible());
-}
-
-TEST(InterfaceScreen, StatusRowsAreDimAndEntriesBold) {
-    Box box;
-    box.Sh("ip link set eth0 up; ip addr add 192.0.2.7/25 dev eth0");
-    InterfacePage t(box);
     EXPECT_EQ(t.Cell(2, 0).Style(), "white/black");
-    // The first row is selected initially, although it is dim.
+    // The first row is selected initially, although it is dim and does nothing.
     EXPECT_EQ(t.SelectedRow(), kTop);
     EXPECT_EQ(t.Cell(kTop, kLeft).Style(), "white/blue dim");
-    EXPECT_EQ(t.Cell(kTop, 78).bg, kBlue);
-    EXPECT_EQ(t.Cell(kTop, 79).bg, kBlack);
     EXPECT_EQ(t.Cell(kTop + 1, kLeft + 3).Style(), "white/black dim");
-    const int up = t.Find("Bring up this");
-    EXPECT_EQ(t.Cell(up, kLeft).Style(), "white/black bold");
-    struct Mark {
-        const char* row;
-        const char* letter;
-        int column;
-    };
-    for (const Mark& mark : {Mark{"Bring up this interfaces", "u", 6},
-                             {"Bring down this interfaces", "d", 6},
-                             {"Update interface from config", "U", 0},
-                             {"Edit configuration", "c", 5},
-                             {"Main menu", "M", 0}}) {
-        const Cell cell = t.Cell(t.Find(mark.row), kLeft + mark.column);
-        EXPECT_EQ(cell.text, mark.letter) << mark.row;
-        EXPECT_EQ(cell.Style(), "yellow/black bold") << mark.row;
-    }
+    EXPECT_EQ(t.Cell(t.Find("Bring up this"), kLeft).Style(), "white/black bold");
+    t.Press("<Enter>");
+    t.Settle();
+    EXPECT_EQ(t.Screen(), screen);
 }
 
-TEST(InterfaceScreen, ACardThatIsDownShowsOnlyItsFirstRow) {
-    Box box;
-    InterfacePage t(box);
-    EXPECT_EQ(t.Row(kTop), "    Disconnected");
-    EXPECT_EQ(t.Row(kTop + 1), "");
-    EXPECT_THAT(Entries(t),
-                ElementsAre("Bring up this interfaces", "Bring down this interfaces",
-                            "Update interface from config", "Edit configuration", "", "Main menu"));
-    EXPECT_EQ(t.Find("Bring up this"), kUp);
-    EXPECT_EQ(t.Find("Main menu"), kMainMenu);
-}
-
-// The kernel supplies two words; a missing word leaves its place empty.
+// The kernel supplies two words. A missing word leaves its place empty, but a known link is kept
+// when it can't be queried.
 TEST(InterfaceScreen, TheFirstRowIsTwoWordsSeparatedByTwoBlanks) {
     Box box;
     box.Cards("eth0 link fails\neth0 flags 0x1\n");
-    InterfacePage t(box);
+    Page t(box, kInterface);
     EXPECT_EQ(t.Row(kTop), "      Interface up");
-    box.Cards("eth0 link 1\neth0 flags 0x1\n");
-    LookAgain(t);
-    EXPECT_EQ(t.Row(kTop), "    Link active  Interface up");
-    // A known link is kept when it can't be queried.
-    box.Cards("eth0 link fails\neth0 flags fails\n");
-    LookAgain(t);
-    EXPECT_EQ(t.Row(kTop), "    Link active");
-    box.Cards("eth0 link 0\neth0 flags 0x1\n");
-    LookAgain(t);
-    EXPECT_EQ(t.Row(kTop), "    Disconnected  Interface up");
+    for (const auto& [cards, row] :
+         {std::pair("eth0 link 1\neth0 flags 0x1\n", "    Link active  Interface up"),
+          {"eth0 link fails\neth0 flags fails\n", "    Link active"},
+          {"eth0 link 0\neth0 flags 0x1\n", "    Disconnected  Interface up"},
+          {"socket packet fails\n", "    Disconnected  Interface up"},
+          {"eth0 link fails\neth0 flags 0x1002\n", "    Disconnected"}}) {
+        box.Cards(cards);
+        LookAgain(t);
+        EXPECT_EQ(t.Row(kTop), row) << cards;
+    }
 }
 
-TEST(InterfaceScreen, ACardThatDisappearsKeepsItsFirstRow) {
-    Box box(Card::kPlugged);
-    box.Sh("ip link set eth0 up; ip addr add 192.0.2.7/24 dev eth0");
-    InterfacePage t(box);
-    EXPECT_EQ(t.Row(kTop), "    Link active  Interface up");
-    EXPECT_EQ(t.Row(kTop + 1), "       IPv4: 192.0.2.7   netmask: 255.255.255.0");
-    box.Sh("ip link del eth0");
-    LookAgain(t);
-    EXPECT_EQ(t.Row(kTop), "    Link active");
-    EXPECT_EQ(t.Row(kTop + 1), "");
-    EXPECT_THAT(Entries(t), SizeIs(6));
-    EXPECT_EQ(t.Row(2), kScreenTitle);
-}
-
-// Everything changes without a key, because the screen refreshes every five seconds.
-TEST(InterfaceScreen, RefreshesTheStatusEveryFiveSeconds) {
+// Everything changes without a key, because the screen refreshes every five seconds. "Bring up"
+// must not turn into "Bring down" under the operator's finger.
+TEST(InterfaceScreen, RefreshesTheStatusEveryFiveSecondsAndKeepsTheSelectedRow) {
     Box box(Card::kPlugged);
     box.Sh("ip link set eth0 up; ip addr add 2001:db8::7/64 dev eth0 nodad");
     box.Record("ip");
     Terminal t(box);
     t.WaitFor(kMenuTitle);
     box.ForgetCalls();
-    OpenInterface(t);
+    GoTo(t, kInterface);
     EXPECT_EQ(t.Row(kTop), "    Link active  Interface up");
     EXPECT_EQ(t.Row(kTop + 1), "       IPv6: 2001:db8::7/64");
-    t.Press("m");
-    t.WaitSelected("Main menu");
-    // Addresses come and go, and then the cable is pulled.
-    box.Sh(
-        "ip addr add 192.0.2.7/24 dev eth0; ip route add default via 192.0.2.1;"
-        "ip addr del 2001:db8::7/64 dev eth0");
+    t.Press("d");
+    t.WaitSelected("Bring down this interfaces");
+    const int line = t.SelectedRow();
+    box.Sh("ip addr add 192.0.2.7/24 dev eth0; ip route add default via 192.0.2.1");
     box.SetLink(kName, false);
     t.WaitFor("Disconnected  Interface up", 6);
-    EXPECT_EQ(t.Row(2), kScreenTitle);
     EXPECT_EQ(t.Row(kTop + 1),
               "       IPv4: 192.0.2.7   netmask: 255.255.255.0  gateway: 192.0.2.1");
-    EXPECT_EQ(t.Row(kTop + 2), "");
-    EXPECT_THAT(Entries(t), SizeIs(6));
+    EXPECT_EQ(t.Row(kTop + 2), "       IPv6: 2001:db8::7/64");
+    EXPECT_EQ(t.SelectedRow(), line + 1);
+    EXPECT_EQ(t.Selected(), "Bring down this interfaces");
     const std::vector<Call> calls = box.Calls("ip");
     ASSERT_THAT(calls, SizeIs(2));
     for (const Call& call : calls)
         EXPECT_EQ(call.Line(), "ip addr show dev eth0 scope global");
     EXPECT_GE(calls[1].seconds - calls[0].seconds, kAlmostFive);
     EXPECT_LT(calls[1].seconds - calls[0].seconds, 6);
-}
-
-// "Bring up" must not turn into "Bring down" under the operator's finger.
-TEST(InterfaceScreen, TheSelectionKeepsItsRowWhenStatusRowsComeAndGo) {
-    Box box;
-    InterfacePage t(box);
-    t.Press("d");
-    t.WaitSelected("Bring down this interfaces");
-    const int line = t.SelectedRow();
-    for (const auto& [change, moved] :
-         {std::pair("add", 1), std::pair("del", 0), std::pair("add", 1)}) {
-        box.Sh(std::string("ip addr ") + change + " 192.0.2.7/24 dev eth0");
-        t.WaitUntil([&] { return t.SelectedRow() == line + moved; }, "the row to move", 7);
-        EXPECT_EQ(t.Selected(), "Bring down this interfaces");
-    }
-    t.Press("<Enter>");
-    t.WaitFor(kQuestion);
+    t.Go("<Enter>", kQuestion);
     t.Press("y");
     box.WaitForCalls(kNetworkScript, 1);
     EXPECT_THAT(box.CallLines(kNetworkScript), ElementsAre("/etc/init.d/network stop eth0"));
@@ -235,17 +144,15 @@ class WirelessBox : public Box {
 void OpenCard(Terminal& t, const std::string& number, const std::string& name,
               Place place = Place::current()) {
     t.WaitFor(kMenuTitle, Terminal::kPatience, place);
-    t.Press(number + "<Enter>", place);
-    t.WaitFor("Network configuration: " + name + " (", Terminal::kPatience, place);
-    t.Settle(Terminal::kPatience, place);
+    t.Go(number + "<Enter>", "Network configuration: " + name + " (", place);
 }
 
-const std::vector<std::string> kWiredEntries = {"Bring up this interfaces",
-                                                "Bring down this interfaces",
-                                                "Update interface from config",
-                                                "Edit configuration",
-                                                "",
-                                                "Main menu"};
+const Words kWiredEntries = {"Bring up this interfaces",
+                             "Bring down this interfaces",
+                             "Update interface from config",
+                             "Edit configuration",
+                             "",
+                             "Main menu"};
 
 TEST(InterfaceScreen, EachKindOfCardHasItsEntries) {
     WirelessBox box;
@@ -254,68 +161,49 @@ TEST(InterfaceScreen, EachKindOfCardHasItsEntries) {
     box.Cards("wlan0 name IEEE 802.11\nwlan1 name IEEE 802.11\n");
     box.RfkillFiles("wlan1", "1\n", "0\n", "0\n");
     box.RfkillFiles("odd", "1\n", "0\n", "1\n");  // a switch, but not a wireless card
+    Words wireless = kWiredEntries;
+    wireless.insert(wireless.begin() + 4, "Wireless access points");
+    Words with_switch = wireless;
+    with_switch.insert(with_switch.begin() + 3, "Enable soft RF-kill");
     Terminal t(box);
     OpenCard(t, "1", "eth0");
+    EXPECT_EQ(t.Row(kTop), "    Disconnected");
+    EXPECT_EQ(t.Row(kTop + 1), "");
     EXPECT_EQ(Entries(t), kWiredEntries);
-    t.Press("m<Enter>");
-    OpenCard(t, "2", "wlan0");
-    EXPECT_THAT(Entries(t), ElementsAre("Bring up this interfaces", "Bring down this interfaces",
-                                        "Update interface from config", "Edit configuration",
-                                        "Wireless access points", "", "Main menu"));
-    t.Press("m<Enter>");
-    OpenCard(t, "3", "wlan1");
-    EXPECT_THAT(Entries(t),
-                ElementsAre("Bring up this interfaces", "Bring down this interfaces",
-                            "Update interface from config", "Enable soft RF-kill",
-                            "Edit configuration", "Wireless access points", "", "Main menu"));
-    EXPECT_EQ(t.Cell(t.Find("Wireless access"), kLeft).Style(), "yellow/black bold");
-    // "Enable soft RF-kill": the first r in the label.
-    EXPECT_EQ(t.Cell(t.Find("Enable soft"), kLeft + 12).text, "R");
-    EXPECT_EQ(t.Cell(t.Find("Enable soft"), kLeft + 12).Style(), "yellow/black bold");
-    t.Press("m<Enter>");
-    OpenCard(t, "4", "odd");
-    EXPECT_EQ(Entries(t), kWiredEntries);
+    for (const auto& [number, name, entries] : {std::tuple("2", "wlan0", wireless),
+                                                {"3", "wlan1", with_switch},
+                                                {"4", "odd", kWiredEntries}}) {
+        t.Press("m<Enter>");
+        OpenCard(t, number, name);
+        EXPECT_EQ(Entries(t), entries) << name;
+    }
 }
 
 constexpr const char* kSwitch = "/sys/class/net/wlan0/phy80211/rfkill0";
-const std::string kSoftFile = std::string(kSwitch) + "/soft";
 
+// The switch may have any number: the kernel counts on when the card's module is reloaded.
 TEST(InterfaceScreen, TheRfkillRowFlipsTheSwitch) {
     WirelessBox box;
     box.RfkillFiles("wlan0", "1\n", "0\n", "1\n");
+    box.Sh("cd /sys/class/net/wlan0/phy80211 && mv rfkill0 rfkill4");
+    const std::string file = "/sys/class/net/wlan0/phy80211/rfkill4/soft";
     Terminal t(box);
     OpenCard(t, "2", "wlan0");
-    EXPECT_TRUE(t.Shows("Disable soft RF-kill"));
     EXPECT_FALSE(t.Shows("Enable soft RF-kill"));
     EXPECT_EQ(t.Row(kTop + 1), "       Wireless: Enabled: Yes, RF-Kill: S/W");
     t.Press("r");
     t.WaitSelected("Disable soft RF-kill");
-    EXPECT_EQ(box.Read(kSoftFile), "1\n") << "a hot key must only select";
+    EXPECT_EQ(box.Read(file), "1\n") << "a hot key must only select";
     t.Press("<Enter>");
-    t.WaitFor("Enable soft RF-kill");
-    EXPECT_EQ(box.Read(kSoftFile), "0\n");
+    t.WaitSelected("Enable soft RF-kill");
+    EXPECT_EQ(box.Read(file), "0\n");
     EXPECT_FALSE(t.Shows("Disable soft RF-kill"));
     EXPECT_EQ(t.Row(kTop + 1), "       Wireless: Enabled: Yes, RF-Kill: off");
-    EXPECT_EQ(t.Selected(), "Enable soft RF-kill");
     t.Press("<Enter>");
-    t.WaitFor("Disable soft RF-kill");
-    EXPECT_EQ(box.Read(kSoftFile), "1\n");
+    t.WaitSelected("Disable soft RF-kill");
+    EXPECT_EQ(box.Read(file), "1\n");
     EXPECT_EQ(t.Row(kTop + 1), "       Wireless: Enabled: Yes, RF-Kill: S/W");
     EXPECT_THAT(box.Calls(kNetworkScript), IsEmpty());
-}
-
-// As the kernel numbers it after the card's module was reloaded.
-TEST(InterfaceScreen, TheRfkillSwitchMayHaveAnotherNumber) {
-    WirelessBox box;
-    box.RfkillFiles("wlan0", "1\n", "0\n", "0\n");
-    box.Sh("cd /sys/class/net/wlan0/phy80211 && mv rfkill0 rfkill4");
-    Terminal t(box);
-    OpenCard(t, "2", "wlan0");
-    EXPECT_EQ(t.Row(kTop + 1), "       Wireless: Enabled: Yes, RF-Kill: off");
-    t.Press("r<Enter>");
-    t.WaitFor("Disable soft RF-kill");
-    EXPECT_EQ(box.Read("/sys/class/net/wlan0/phy80211/rfkill4/soft"), "1\n");
-    EXPECT_EQ(t.Row(kTop + 1), "       Wireless: Enabled: Yes, RF-Kill: S/W");
 }
 
 // An unreadable file gives no news; an unwritable one changes nothing.
@@ -367,268 +255,48 @@ TEST(InterfaceScreen, ChecksTheKindOfCardOnlyOnEntry) {
     EXPECT_EQ(Entries(t), kWiredEntries);
 }
 
-TEST(InterfaceScreen, TheWirelessEntryOpensTheAccessPointsOfTheCard) {
-    WirelessBox box;
-    box.StandIn("wpa_cli");
-    box.MakeDirectory("/var/network/02:ab:cd:ef:00:02");
-    box.Write("/var/network/02:ab:cd:ef:00:02/wpa_supplicant.pid", "1\n");
-    Terminal t(box);
-    OpenCard(t, "2", "wlan0");
-    const std::vector<std::string> before = t.Screen();
-    t.Press("w<Enter>");
-    t.WaitFor("Wireless access points for wlan0 (02:AB:CD:EF:00:02)");
-    t.Press("<Esc>");
-    t.WaitFor("Network configuration: wlan0 (02:AB:CD:EF:00:02)");
-    t.Settle();
-    EXPECT_EQ(t.Screen(), before);
-    EXPECT_THAT(box.Calls(kNetworkScript), IsEmpty());
-}
-
-// ---- keys ----
-
-TEST(InterfaceScreen, HotKeysOnlySelect) {
-    Box box;
-    InterfacePage t(box);
-    for (const auto& [key, row] : {std::pair("u", kUp),
-                                   {"u", kUpdate},
-                                   {"u", kUp},
-                                   {"d", kDown},
-                                   {"u", kUpdate},
-                                   {"c", kEdit},
-                                   {"m", kMainMenu},
-                                   {"u", kUp},
-                                   {"d", kDown},
-                                   {"d", kDown}}) {
-        t.Press(key);
-        t.WaitUntil([&, wanted = row] { return t.SelectedRow() == wanted; },
-                    std::string(key) + " to select its row");
-    }
-    const std::vector<std::string> before = t.Screen();
-    for (const char* key : {"r", "w", "U", "e", "1", "<Space>", "<Left>", "<Right>"}) {
-        t.Press(key);
-        t.Settle();
-        EXPECT_EQ(t.Screen(), before) << key;
-        EXPECT_EQ(t.SelectedRow(), kDown) << key;
-    }
-    EXPECT_THAT(box.Calls(kNetworkScript), IsEmpty());
-}
-
-TEST(InterfaceScreen, StatusRowsCannotBeSelectedOrActivated) {
-    Box box;
-    box.Sh("ip link set eth0 up; ip addr add 192.0.2.7/24 dev eth0");
-    InterfacePage t(box);
-    const std::vector<std::string> before = t.Screen();
-    t.Press("<Enter>");  // on the first row, which is selected initially
-    t.Settle();
-    EXPECT_EQ(t.Screen(), before);
-    t.Press("<Down>");
-    t.WaitSelected("Bring up this interfaces");
-    t.Press("<Up>");
-    t.WaitSelected("Main menu");
-    t.Press("<Down>");
-    t.WaitSelected("Bring up this interfaces");
-    t.Press("<Home><Enter>");
-    t.WaitUntil([&] { return t.SelectedRow() == kTop; }, "the first row selected");
-    t.Settle();
-    EXPECT_EQ(t.Screen(), before);
-    t.Click(kTop + 1, 10);
-    t.Click(kTop, 10);
-    t.Click(kTop, 10);
-    t.Settle();
-    EXPECT_EQ(t.Screen(), before);
-    EXPECT_EQ(t.SelectedRow(), kTop);
-}
-
-TEST(InterfaceScreen, ClicksSelectAndActivate) {
-    Box box;
-    InterfacePage t(box);
-    t.Click(kDown, 10);
-    t.WaitUntil([&] { return t.SelectedRow() == kDown; }, "the clicked row selected");
-    t.Settle();
-    EXPECT_FALSE(t.Shows(kQuestion));
-    t.Click(kDown, 10);
-    t.WaitFor(kQuestion);
-    t.Click(2, 5);  // YES
-    t.WaitFor(kScreenTitle);
-    EXPECT_THAT(box.CallLines(kNetworkScript), ElementsAre("/etc/init.d/network stop eth0"));
-    t.Click(kMainMenu, 78);
-    t.WaitSelected("Main menu");
-    t.Click(kMainMenu, 4);
-    t.WaitFor(kMenuTitle);
-}
-
-TEST(InterfaceScreen, AdaptsToTheSizeOfTheTerminal) {
-    Box box;
-    InterfacePage t(box, OfSize(9, 40));  // room for four rows
-    EXPECT_EQ(t.Row(2), "Network configuration: eth0 (02:AB:CD:EF");
-    EXPECT_EQ(t.Row(kUp), "    Bring up this interfaces");
-    EXPECT_EQ(t.Row(kDown), "    Bring down this interfaces");
-    EXPECT_EQ(t.Row(8), "");
-    t.Press("m");
-    t.WaitSelected("Main menu");
-    EXPECT_EQ(t.SelectedRow(), 7);
-    EXPECT_EQ(t.Row(5), "    Edit configuration");
-    t.Resize(43, 132);
-    t.WaitFor(kScreenTitle);
-    t.Settle();
-    // The list keeps its scroll position: only the selection moves it.
-    t.Press("<Home>");
-    t.WaitFor("Disconnected");
-    t.Settle();
-    EXPECT_EQ(t.Row(kMainMenu), "    Main menu");
-    EXPECT_EQ(t.Cell(kTop, 130).bg, kBlue);
-    EXPECT_EQ(t.Cell(kTop, 131).bg, kBlack);
-    for (const auto& [rows, cols] : {std::pair(5, 10), {1, 1}, {24, 80}}) {
-        t.Resize(rows, cols);
-        t.Settle();
-        t.Press("<Down><Up>");
-        t.Settle();
-        ASSERT_TRUE(t.Running());
-    }
-    t.WaitFor(kScreenTitle);
-}
-
 // ---- actions ----
 
-TEST(InterfaceScreen, AQuestionIsAloneOnTheScreen) {
+const Action kActions[] = {
+    {.row = "Bring up this interfaces",
+     .question = kQuestion,
+     .typed = "y",
+     .commands = {"/etc/init.d/network start eth0"},
+     .said = {"Starting interface...", "start eth0"},
+     .after = kScreenTitle},
+    {.row = "Bring down this interfaces",
+     .question = kQuestion,
+     .typed = "Y",
+     .commands = {"/etc/init.d/network stop eth0"},
+     .said = {"Stopping interface...", "stop eth0"},
+     .after = kScreenTitle},
+    {.row = "Update interface from config",
+     .question = kQuestion,
+     .typed = "y",
+     .commands = {"/etc/init.d/network stop eth0", "/etc/init.d/network start eth0"},
+     .said = {"Stopping interface...", "stop eth0", "Starting interface...", "start eth0"},
+     .after = kScreenTitle},
+};
+
+// The script's failure has no effect.
+TEST(InterfaceScreen, ActionsAskThenRunTheScript) {
     Box box;
-    InterfacePage t(box);
-    for (const char* keys : {"u<Enter>", "u<Enter>", "d<Enter>"}) {
-        Ask(t, keys);
-        t.WaitFor("[  NO  ]");
+    box.StandInScript(kNetworkScript, "echo \"$*\"; exit 3");
+    Page t(box, kInterface);
+    for (const Action& action : kActions) {
+        Select(t, action.row);
+        const Words screen = t.Screen();
+        box.ForgetCalls();
+        t.Go("<Enter>", kQuestion);
         EXPECT_EQ(t.Row(0), kQuestion);
-        EXPECT_EQ(t.Row(2), "  [ YES  ]");
-        EXPECT_EQ(t.Row(4), "  [  NO  ]");
-        for (int row = 1; row < 24; row++) {
-            EXPECT_TRUE(t.Row(row).empty() || row == 2 || row == 4) << row << t.Row(row);
-        }
-        Answer(t, "n");
-        EXPECT_FALSE(t.Shows("[  NO  ]"));
-        EXPECT_EQ(t.Row(2), kScreenTitle);
+        t.Go("n", kScreenTitle);
+        EXPECT_THAT(box.Calls(), IsEmpty()) << action.row;
+        EXPECT_EQ(t.Screen(), screen);
+        Do(t, action);
+        EXPECT_EQ(t.Screen(), screen);
+        EXPECT_EQ(t.Selected(), action.row);
+        EXPECT_FALSE(t.CursorVisible());
     }
-    EXPECT_THAT(box.Calls(kNetworkScript), IsEmpty());
-}
-
-// A script that works until the test releases it.
-void StartWorkingScript(Machine& box) {
-    box.StandInScript(kNetworkScript,
-                      "echo \"script: $1\"; until [ -e \"/run/enough.$1\" ]; do sleep 0.01; done");
-}
-
-void ReleaseScript(Machine& box, const std::string& action) {
-    box.Write("/run/enough." + action, "");
-}
-
-// What the operator sees while the script works: the plain terminal with the message and the
-// script's own output.
-void ExpectAtWork(Terminal& t, const std::string& message, const std::string& script,
-                  int line = __builtin_LINE()) {
-    const testing::ScopedTrace trace(__FILE__, line, message);
-    t.WaitFor("script: " + script);
-    EXPECT_FALSE(t.AltScreen());
-    EXPECT_TRUE(t.LineMode());
-    EXPECT_TRUE(t.CursorVisible());
-    EXPECT_THAT(t.MouseReporting(), IsEmpty());
-    const int row = t.Find(message);
-    ASSERT_GE(row, 0);
-    EXPECT_EQ(t.Row(row), message);
-    EXPECT_EQ(t.Row(row + 1), "script: " + script);
-    EXPECT_FALSE(t.Shows(kQuestion));
-    EXPECT_FALSE(t.Shows("Network configuration"));
-}
-
-TEST(InterfaceScreen, BringUpRunsTheScriptOnThePlainTerminal) {
-    Box box;
-    StartWorkingScript(box);
-    InterfacePage t(box);
-    const std::vector<int> mouse = t.MouseReporting();
-    Ask(t, "u<Enter>");
-    EXPECT_THAT(box.Calls(kNetworkScript), IsEmpty()) << "nothing may run before the answer";
-    t.Press("y");
-    ExpectAtWork(t, "Starting interface...", "start");
-    ReleaseScript(box, "start");
-    t.WaitFor(kScreenTitle);
-    t.Settle();
-    EXPECT_EQ(t.Row(kUp), "    Bring up this interfaces");
-    EXPECT_FALSE(t.Shows("Starting"));
-    EXPECT_TRUE(t.AltScreen());
-    EXPECT_FALSE(t.CursorVisible());
-    EXPECT_EQ(t.MouseReporting(), mouse);
-    EXPECT_EQ(t.Selected(), "Bring up this interfaces");
-    ASSERT_THAT(box.Calls(kNetworkScript), SizeIs(1));
-    const Call call = box.Calls(kNetworkScript)[0];
-    EXPECT_THAT(call.args, ElementsAre("start", "eth0"));
-    EXPECT_EQ(call.mode, Mode::kLine);
-}
-
-TEST(InterfaceScreen, BringDownRunsTheScriptOnThePlainTerminal) {
-    Box box;
-    StartWorkingScript(box);
-    InterfacePage t(box);
-    Ask(t, "d<Enter>");
-    t.Press("Y");
-    ExpectAtWork(t, "Stopping interface...", "stop");
-    ReleaseScript(box, "stop");
-    t.WaitFor(kScreenTitle);
-    EXPECT_THAT(box.CallLines(kNetworkScript), ElementsAre("/etc/init.d/network stop eth0"));
-}
-
-TEST(InterfaceScreen, UpdateStopsThenStarts) {
-    Box box;
-    StartWorkingScript(box);
-    InterfacePage t(box);
-    Ask(t, "uu<Enter>");
-    t.Press("y");
-    ExpectAtWork(t, "Stopping interface...", "stop");
-    EXPECT_FALSE(t.Shows("Starting interface..."));
-    ReleaseScript(box, "stop");
-    ExpectAtWork(t, "Starting interface...", "start");
-    EXPECT_GT(t.Find("Starting interface..."), t.Find("script: stop"));
-    ReleaseScript(box, "start");
-    t.WaitFor(kScreenTitle);
-    EXPECT_THAT(box.CallLines(kNetworkScript),
-                ElementsAre("/etc/init.d/network stop eth0", "/etc/init.d/network start eth0"));
-    for (const Call& call : box.Calls(kNetworkScript))
-        EXPECT_EQ(call.mode, Mode::kLine) << call;
-}
-
-// Logs every action: the program's messages on standard error between the calls of the script. The
-// program ignores a failing script.
-TEST(InterfaceScreen, MessagesComeBeforeTheirCommands) {
-    Box box;
-    box.StandInScript(kNetworkScript, "echo \"$*\" >>/run/log; exit 3");
-    TerminalOptions options;
-    options.program = "/bin/sh";
-    options.arguments = {"-c", "exec \"$0\" 2>>/run/log", IFMENU_PROGRAM};
-    InterfacePage t(box, options);
-    for (const char* keys : {"u<Enter>", "d<Enter>", "u<Enter>"}) {
-        Ask(t, keys);
-        Answer(t, "y");
-    }
-    EXPECT_EQ(box.Read("/run/log"),
-              "Starting interface...\n"
-              "start eth0\n"
-              "Stopping interface...\n"
-              "stop eth0\n"
-              "Stopping interface...\n"
-              "stop eth0\n"
-              "Starting interface...\n"
-              "start eth0\n");
-}
-
-TEST(InterfaceScreen, AnyAnswerButYesRunsNothing) {
-    Box box;
-    InterfacePage t(box);
-    for (const char* key : {"n", "N", "q", "<Esc>", "<Backspace>"}) {
-        for (const char* action : {"d<Enter>", "u<Enter>"}) {
-            Ask(t, action);
-            Answer(t, key);
-            EXPECT_EQ(t.Row(kUp), "    Bring up this interfaces") << key;
-        }
-    }
-    EXPECT_THAT(box.Calls(kNetworkScript), IsEmpty());
-    EXPECT_TRUE(t.AltScreen());
-    EXPECT_FALSE(t.LineMode());
 }
 
 // The effect of the script is on the screen at once.
@@ -638,10 +306,10 @@ TEST(InterfaceScreen, AnActionShowsItsEffectAtOnce) {
                       "test \"$1\" = start && state=up || state=down\n"
                       "ip link set \"$2\" $state\n"
                       "test $state = down || ip addr add 192.0.2.7/24 dev \"$2\"");
-    InterfacePage t(box);
+    Page t(box, kInterface);
     const double start = Now();
-    Ask(t, "u<Enter>");
-    Answer(t, "y");
+    t.Go("u<Enter>", kQuestion);
+    t.Go("y", kInterface.sign);
     t.WaitFor("IPv4: 192.0.2.7   netmask: 255.255.255.0");
     EXPECT_EQ(t.Row(kTop), "    Link active  Interface up");
     EXPECT_LT(Now() - start, 4);
@@ -651,9 +319,8 @@ TEST(InterfaceScreen, AnActionShowsItsEffectAtOnce) {
 
 // Any name that the kernel allows reaches the commands as one word.
 TEST(InterfaceScreen, HostileNamesAreSingleWords) {
-    const std::vector<std::string> names = {"a;reboot", "$(reboot)", "`reboot`", "it's",
-                                            "*",        "a\"b",      "a&reboot", "a|reboot",
-                                            "-x",       "\\$HOME#"};
+    const Words names = {"a;reboot", "$(reboot)", "`reboot`", "it's", "*",
+                         "a\"b",     "a&reboot",  "a|reboot", "-x",   "\\$HOME#"};
     Machine box;
     box.StandIn(kNetworkScript);
     box.StandIn("reboot");
@@ -667,10 +334,10 @@ TEST(InterfaceScreen, HostileNamesAreSingleWords) {
         EXPECT_EQ(t.Row(2).find("Network configuration: " + name + " ("), 0U);
         EXPECT_TRUE(t.Shows("Disconnected")) << "the card itself is queried";
         box.ForgetCalls();
-        Ask(t, "u<Enter>");
-        Answer(t, "y");
-        Ask(t, "u<Enter>");
-        Answer(t, "y");
+        t.Go("u<Enter>", kQuestion);
+        t.Go("y", kInterface.sign);
+        t.Go("u<Enter>", kQuestion);
+        t.Go("y", kInterface.sign);
         const std::vector<Call> calls = box.Calls(kNetworkScript);
         ASSERT_THAT(calls, SizeIs(3)) << name;
         EXPECT_THAT(calls[0].args, ElementsAre("start", name));
@@ -683,24 +350,6 @@ TEST(InterfaceScreen, HostileNamesAreSingleWords) {
         t.Press("m<Enter>");
     }
     t.WaitFor(kMenuTitle);
-}
-
-TEST(InterfaceScreen, OrdinaryNamesAreNotQuoted) {
-    const std::vector<std::string> names = {"enp0s31f6", "br-lan.100", "wlan0_mon",
-                                            "veth0+x=1", "a,b",        "fifteen-letters"};
-    Machine box;
-    box.StandIn(kNetworkScript);
-    for (const std::string& name : names)
-        box.AddTap(name);
-    Terminal t(box);
-    for (size_t i = 0; i < names.size(); i++) {
-        OpenCard(t, std::to_string(i + 1), names[i]);
-        Ask(t, "d<Enter>");
-        Answer(t, "y");
-        t.Press("m<Enter>");
-        EXPECT_THAT(box.CallLines(kNetworkScript),
-                    Contains("/etc/init.d/network stop " + names[i]));
-    }
 }
 
 TEST(InterfaceScreen, AHostileWirelessNameReachesTheSupplicantAsOneWord) {
@@ -748,11 +397,10 @@ TEST(InterfaceScreen, LeavingWithoutAnActionShowsTheOldMainMenu) {
     t.Press("1");
     t.WaitSelected("1. eth0");
     t.Settle();
-    const std::vector<std::string> menu = t.Screen();
+    const Words menu = t.Screen();
     box.Sh("ip link set eth0 up");  // known to the interface screen, not yet to the main menu
     for (const char* keys : {"<Esc>", "<Backspace>", "c<Enter><Esc><Esc>"}) {
-        t.Press("<Enter>");
-        t.WaitFor("Link active  Interface up");
+        t.Go("<Enter>", "Link active  Interface up");
         t.Press(keys);
         t.WaitFor(kMenuTitle);
         t.Settle();
@@ -787,34 +435,6 @@ TEST(InterfaceScreen, LeavingAfterAnActionRefreshesTheMainMenu) {
         EXPECT_LT(Now() - start, 4) << keys;
         looks = Looks(box).size();
     }
-}
-
-TEST(InterfaceScreen, EveryScreenRepaintsAfterAnother) {
-    Box box;
-    Terminal t(box);
-    t.WaitFor("Exit this program");
-    t.Press("1");
-    t.WaitSelected("1. eth0");
-    t.Settle();
-    const std::vector<std::string> menu = t.Screen();
-    t.Press("<Enter>");
-    t.WaitFor(kScreenTitle);
-    t.Press("c");
-    t.WaitSelected("Edit configuration");
-    const std::vector<std::string> card = t.Screen();
-    for (const char* leave : {"<Esc>", "<Backspace>", "c<Enter>", "s<Enter>"}) {
-        t.Press("<Enter>");
-        t.WaitFor(kEditorTitle);
-        t.Press(leave);
-        t.WaitFor(kScreenTitle);
-        t.Settle();
-        EXPECT_EQ(t.Screen(), card) << leave;
-        EXPECT_EQ(t.Selected(), "Edit configuration") << leave;
-    }
-    t.Press("<Esc>");
-    t.WaitFor(kMenuTitle, 3);  // sooner than its next refresh
-    t.Settle();
-    EXPECT_EQ(t.Screen(), menu);
 }
 
 }  // namespace
