@@ -23,7 +23,7 @@ class Demo : public Machine {
 
 Words Networks(const Terminal& t) {
     Words rows;
-    for (int row = kFirstLine + kRowsAbove; !t.Row(row).empty(); row++)
+    for (int row = kFirstNetwork; !t.Row(row).empty(); row++)
         rows.push_back(t.Row(row).substr(kFirstLine));
     return rows;
 }
@@ -33,14 +33,11 @@ TEST(DemoAppliance, NetworksCanBeScannedJoinedForgottenAndLeft) {
     Terminal t(box, Demo::Options());
     t.WaitFor("    3. wlan0   02:00:00:00:10:40  Link active  Interface up");
     t.WaitFor("Wireless: 'studio' @2.437GHz A/P 02:00:00:00:20:01 Enabled: Yes, RF-Kill: off");
-    t.Press("3<Enter>");
-    t.WaitFor(kDemoInterface);
-    t.Press("w<Enter>");
-    t.WaitFor(kDemoList);
+    t.Go("3<Enter>", kDemoInterface);
+    t.Go("w<Enter>", kDemoList);
     EXPECT_EQ(Networks(t), Words{"      (any)              studio"});
 
-    t.Press("s<Enter>");
-    t.WaitFor("Backstage");
+    t.Go("s<Enter>", "Backstage");
     const Words in_the_air = {
         "NEW  02:00:00:00:20:19   (no SSID)",
         "NEW  02:00:00:00:20:07   Backstage",
@@ -59,24 +56,19 @@ TEST(DemoAppliance, NetworksCanBeScannedJoinedForgottenAndLeft) {
     Words joined = in_the_air;
     joined[1] = "     02:00:00:00:20:07   Backstage";
     EXPECT_EQ(Networks(t), joined);
-    t.Press("<Esc>");
-    t.WaitFor("Wireless: 'Backstage' @2.412GHz A/P 02:00:00:00:20:07 Enabled: Yes, RF-Kill: off");
+    t.Go("<Esc>",
+         "Wireless: 'Backstage' @2.412GHz A/P 02:00:00:00:20:07 Enabled: Yes, RF-Kill: off");
 
-    t.Press("w<Enter>");
-    t.WaitFor(kDemoList);
-    t.Press("d<Enter>");
-    t.WaitFor("Wireless: '' A/P 00:00:00:00:00:00 Enabled: Yes, RF-Kill: off");
+    t.Go("w<Enter>", kDemoList);
+    t.Go("d<Enter>", "Wireless: '' A/P 00:00:00:00:00:00 Enabled: Yes, RF-Kill: off");
     EXPECT_TRUE(t.Shows(kDemoInterface));
     EXPECT_TRUE(t.Shows("Disconnected  Interface up"));
 
-    t.Press("w<Enter>");
-    t.WaitFor(kDemoList);
+    t.Go("w<Enter>", kDemoList);
     EXPECT_EQ(Networks(t), joined);
     OpenNetwork(t, 1);
-    t.Press("cc<Enter>");
-    t.WaitFor("Are you sure? [y/n]");
-    t.Press("y");
-    t.WaitFor("Return to wifi menu");
+    t.Go("cc<Enter>", "Are you sure? [y/n]");
+    t.Go("y", "Return to wifi menu");
     EXPECT_EQ(Networks(t), in_the_air);
 }
 
@@ -84,24 +76,16 @@ TEST(DemoAppliance, ItsRfkillSwitchDisconnectsTheCard) {
     Demo box;
     Terminal t(box, Demo::Options());
     t.WaitFor("3. wlan0");
-    t.Press("3<Enter>");
-    t.WaitFor("Enable soft RF-kill");
-    t.Press("r<Enter>");
-    t.WaitFor("Disable soft RF-kill");
+    t.Go("3<Enter>", "Enable soft RF-kill");
+    t.Go("r<Enter>", "Disable soft RF-kill");
     EXPECT_EQ(box.Read(kSoftBlock), "1\n");
     box.WaitUntil([&] { return box.Read(kBlockState) == "0\n"; }, "the switch to act");
     // Answering a question with "no" refreshes the screen.
-    t.Press("u<Enter>");
-    t.WaitFor("Are you sure? [y/n]");
-    t.Press("n");
-    t.WaitFor("Wireless: '' A/P 00:00:00:00:00:00 Enabled: No, RF-Kill: S/W");
-    t.Press("r<Enter>");
-    t.WaitFor("Enable soft RF-kill");
+    t.Go("u<Enter>n", "Wireless: '' A/P 00:00:00:00:00:00 Enabled: No, RF-Kill: S/W");
+    t.Go("r<Enter>", "Enable soft RF-kill");
     box.WaitUntil([&] { return box.Read(kBlockState) == "1\n"; }, "the switch to act again");
-    t.Press("u<Enter>");
-    t.WaitFor("Are you sure? [y/n]");
-    t.Press("n");
-    t.WaitFor("Wireless: 'studio' @2.437GHz A/P 02:00:00:00:20:01 Enabled: Yes, RF-Kill: off");
+    t.Go("u<Enter>n",
+         "Wireless: 'studio' @2.437GHz A/P 02:00:00:00:20:01 Enabled: Yes, RF-Kill: off");
 }
 
 }  // namespace

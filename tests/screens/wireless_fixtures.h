@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "actions.h"
 #include "machine.h"
 #include "terminal.h"
 
 namespace wireless {
 
 using namespace harness;
-using Words = std::vector<std::string>;
 
 constexpr const char* kNetwork = "/etc/init.d/network";
 constexpr const char* kPidFile = "/var/network/02:1a:2b:3c:4d:5e/wpa_supplicant.pid";
@@ -22,9 +22,10 @@ constexpr const char* kMainMenu = "Network configuration main menu for";
 constexpr const char* kInterface = "Network configuration: wlan0 (02:1A:2B:3C:4D:5E)";
 constexpr const char* kList = "Wireless access points for wlan0 (02:1A:2B:3C:4D:5E)";
 
-// The first line of a screen's rows, and the number of rows and lines above the first network.
+// The list; the first lines of its rows and of its networks.
+inline constexpr Stop kNetworks = {"Networks", "1<Enter>w<Enter>", kList};
 constexpr int kFirstLine = 4;
-constexpr int kRowsAbove = 6;
+constexpr int kFirstNetwork = 10;
 
 constexpr const char* kHome = "00:11:22:33:44:55";
 
@@ -85,10 +86,8 @@ class WirelessBox : public Machine {
     }
     Words Actions() {
         Words actions = Commands();
-        const auto looks = [](const std::string& command) {
-            return command == "list_networks" || command == "scan_result";
-        };
-        actions.erase(std::remove_if(actions.begin(), actions.end(), looks), actions.end());
+        std::erase(actions, "list_networks");
+        std::erase(actions, "scan_result");
         return actions;
     }
     std::ptrdiff_t Count(const std::string& command) {
@@ -96,7 +95,7 @@ class WirelessBox : public Machine {
         return std::count(commands.begin(), commands.end(), command);
     }
     void WaitForCommand(const std::string& command, std::ptrdiff_t n = 1,
-                        Place place = Place::Here()) {
+                        Place place = Place::current()) {
         const std::string what = std::to_string(n) + " calls of wpa_cli with " + command;
         WaitUntil([&] { return Count(command) >= n; }, what, Terminal::kPatience, place);
     }
@@ -110,21 +109,22 @@ class WirelessBox : public Machine {
     }
 };
 
-// The commands that end the adding of a network, after its settings.
-inline Words AddingRest(const std::string& id) {
-    return {"enable_network|" + id, "select_network|" + id, "set|update_config|1", "save_config"};
-}
+// A machine with a known network, "attic", and a new one, "home", which is listed below it.
+class TwoNetworks : public WirelessBox {
+  public:
+    explicit TwoNetworks(const std::string& id = "7") {
+        SetConfigured(Configured(id, "attic", "any", "[CURRENT]"));
+        SetSeen(Seen(kHome, "home"));
+    }
+};
+constexpr int kKnown = 0;
+constexpr int kNew = 1;
 
 // The program with the list of networks on its terminal.
-class List : public Terminal {
+class List : public Page {
   public:
-    explicit List(Machine& box, TerminalOptions options = {}, Place place = Place::Here())
-        : Terminal(box, options, place) {
-        WaitFor("Exit this program", kPatience, place);
-        Press("1<Enter>w<Enter>", place);
-        WaitFor(kList, kPatience, place);
-        Settle(kPatience, place);
-    }
+    explicit List(Machine& box, const TerminalOptions& options = {}, Place place = Place::current())
+        : Page(box, kNetworks, options, place) {}
 };
 
 // The keys from anywhere in the list to its n-th network, counted from 0. They use the arrow keys,
@@ -137,26 +137,40 @@ inline std::string ToNetwork(int n) {
 }
 
 // Opens the n-th network of the list.
-inline void OpenNetwork(Terminal& t, int n, Place place = Place::Here()) {
-    t.Press(ToNetwork(n) + "<Enter>", place);
-    t.WaitFor("Return to wifi ap menu", Terminal::kPatience, place);
-    t.Settle(Terminal::kPatience, place);
+inline void OpenNetwork(Terminal& t, int n, Place place = Place::current()) {
+    t.Go(ToNetwork(n) + "<Enter>", "Return to wifi ap menu", place);
 }
 
 // Joins the opened network with that password.
-inline void Join(Terminal& t, const std::string& password, Place place = Place::Here()) {
-    t.Press("c<Enter>", place);
-    t.WaitFor("Access point password?", Terminal::kPatience, place);
+inline void Join(Terminal& t, const std::string& password, Place place = Place::current()) {
+    t.Go("c<Enter>", "Access point password?", place);
     t.Type(password);
     t.Press("<Enter>", place);
 }
 
+// Joins the first network of the list, which sends these settings, with their words joined as by
+// Commands().
+inline void ExpectJoined(WirelessBox& box, const std::string& password, const Words& settings,
+                         Place place = Place::current()) {
+    const testing::ScopedTrace trace(place.file, place.line, "joined");
+    box.SetNumber("12\n");
+    List t(box);
+    OpenNetwork(t, 0, place);
+    Join(t, password, place);
+    box.WaitForCommand("save_config", 1, place);
+    Words commands = {"add_network"};
+    for (const std::string& setting : settings)
+        commands.push_back("set_network|12|" + setting);
+    for (const char* last :
+         {"enable_network|12", "select_network|12", "set|update_config|1", "save_config"})
+        commands.push_back(last);
+    EXPECT_EQ(box.Actions(), commands);
+}
+
 // The lines that are not blank.
 inline Words Lines(const Terminal& t) {
-    Words lines;
-    for (const std::string& line : t.Screen()) {
-        if (!line.empty()) lines.push_back(line);
-    }
+    Words lines = t.Screen();
+    std::erase(lines, "");
     return lines;
 }
 

@@ -22,31 +22,17 @@ void ExpectNotOwned(WirelessBox& box) {
 TEST(HostileNames, AreOneWordInTheirCommandAndRunNothing) {
     WirelessBox box;
     box.SetSeen(Seen(kHome, kForTheShell));
-    List t(box);
-    OpenNetwork(t, 0);
-    Join(t, "$(touch /tmp/owned);touch /tmp/owned");
-    box.WaitForCommand("save_config");
-    Words expected = {"add_network", "set_network|0|ssid|\"" + std::string(kForTheShell) + "\"",
-                      "set_network|0|bssid|00:11:22:33:44:55", "set_network|0|key_mgmt|WPA-PSK",
-                      "set_network|0|psk|\"$(touch /tmp/owned);touch /tmp/owned\""};
-    const Words rest = AddingRest("0");
-    expected.insert(expected.end(), rest.begin(), rest.end());
-    EXPECT_EQ(box.Actions(), expected);
+    ExpectJoined(box, "$(touch /tmp/owned);touch /tmp/owned",
+                 {"ssid|\"" + std::string(kForTheShell) + "\"", "bssid|00:11:22:33:44:55",
+                  "key_mgmt|WPA-PSK", "psk|\"$(touch /tmp/owned);touch /tmp/owned\""});
     ExpectNotOwned(box);
 }
 
 TEST(HostileNames, AreLeftOutIfTheyCloseQuotes) {
     WirelessBox box;
     box.SetSeen(Seen(kHome, "a\"'; touch /tmp/owned; '\""));
-    List t(box);
-    OpenNetwork(t, 0);
-    Join(t, "x\"'; touch /tmp/owned; '\"");
-    box.WaitForCommand("save_config");
-    Words expected = {"add_network", "set_network|0|bssid|00:11:22:33:44:55",
-                      "set_network|0|key_mgmt|WPA-PSK"};
-    const Words rest = AddingRest("0");
-    expected.insert(expected.end(), rest.begin(), rest.end());
-    EXPECT_EQ(box.Actions(), expected);
+    ExpectJoined(box, "x\"'; touch /tmp/owned; '\"",
+                 {"bssid|00:11:22:33:44:55", "key_mgmt|WPA-PSK"});
     ExpectNotOwned(box);
 }
 
@@ -54,12 +40,8 @@ TEST(HostileNames, AnyAddressIsOneWord) {
     const std::string address = "00:11'; touch /tmp/owned; echo '$(touch /tmp/owned)\\";
     WirelessBox box;
     box.SetSeen(Seen(address, "home"));
-    List t(box);
-    OpenNetwork(t, 0);
-    Join(t, "secret words");
-    box.WaitForCommand("save_config");
-    EXPECT_EQ(box.Count("set_network|0|bssid|" + address), 1);
-    EXPECT_EQ(box.Actions().size(), 9u);
+    ExpectJoined(box, "secret words",
+                 {"ssid|\"home\"", "bssid|" + address, "key_mgmt|WPA-PSK", "psk|\"secret words\""});
     ExpectNotOwned(box);
 }
 
@@ -68,18 +50,14 @@ TEST(HostileNames, NumbersEndAtTheFirstOtherCharacter) {
     box.SetConfigured(Configured("7;touch /tmp/owned", "attic", "any"));
     box.SetSeen(Seen(kHome, "home"));
     box.SetNumber("3$(touch /tmp/owned)\n");
-    {
-        List t(box);
-        OpenNetwork(t, 0);
-        t.Press("c<Enter>");
-        box.WaitForCommand("save_config");
-        EXPECT_EQ(box.Count("select_network|7"), 1);
-    }
-    box.ForgetCalls();
     List t(box);
-    OpenNetwork(t, 1);
+    OpenNetwork(t, kKnown);
+    t.Press("c<Enter>");
+    t.WaitFor("Return to wifi menu");
+    EXPECT_EQ(box.Count("select_network|7"), 1);
+    OpenNetwork(t, kNew);
     Join(t, "");
-    box.WaitForCommand("save_config");
+    box.WaitForCommand("save_config", 2);
     EXPECT_EQ(box.Count("select_network|3"), 1);
     ExpectNotOwned(box);
 }
@@ -170,10 +148,10 @@ TEST(HostileNames, WideCharactersDisplaceNothing) {
     box.SetSeen(Seen(kHome, wide) + Seen(kHome, "e\xcc\x81\xcc\x81\xcc\x81t\xc3\xa9") +
                 Seen(kHome, "home"));
     List t(box);
-    EXPECT_EQ(t.Find("home"), kFirstLine + kRowsAbove + 1);
-    EXPECT_EQ(t.Row(kFirstLine + kRowsAbove + 3), "");
+    EXPECT_EQ(t.Find("home"), kFirstNetwork + 1);
+    EXPECT_EQ(t.Row(kFirstNetwork + 3), "");
     // 25 columns of label and 25 double-width characters fill the width of 75.
-    EXPECT_EQ(t.Row(kFirstLine + kRowsAbove + 2),
+    EXPECT_EQ(t.Row(kFirstNetwork + 2),
               "    NEW  00:11:22:33:44:55   " + wide.substr(0, size_t{3} * 25));
 }
 

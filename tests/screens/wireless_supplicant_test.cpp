@@ -29,7 +29,7 @@ Words With(Words lines, const std::string& line) {
 class SupplicantBox : public Machine {
   public:
     SupplicantBox() {
-        if (!Exists(kClient)) Skip("no wpasupplicant on this system", Place::Here());
+        if (!Exists(kClient)) Skip("no wpasupplicant on this system", Place::current());
         AddTap("wlan0");
         Sh("ip link set wlan0 address 02:1a:2b:3c:4d:5e up; mkdir -p /var/network/"
            "02:1a:2b:3c:4d:5e /mnt/air");
@@ -49,19 +49,19 @@ class SupplicantBox : public Machine {
             "0.01; done";
         const std::string said = Sh(kDaemon + (" 2>&1" + end) + " || true");
         if (said.find("'nl80211' generic netlink not found") != std::string::npos)
-            Skip("this supplicant needs a kernel with wireless cards", Place::Here());
+            Skip("this supplicant needs a kernel with wireless cards", Place::current());
     }
     void SetSeen(const std::string& rows) {
         Write("/mnt/air/seen", "bssid / frequency / signal level / flags / ssid\n" + rows);
     }
     // The configuration file without indentation and without the supplicant's own defaults.
     std::string Config() { return Sh("sed -e '/mesh_fwding=/d' -e 's/^[ \\t]*//' /etc/wpa.conf"); }
-    void WaitForConfig(const std::string& text, Place place = Place::Here()) {
+    void WaitForConfig(const std::string& text, Place place = Place::current()) {
         WaitUntil([&] { return Config() == text; }, "the configuration\n" + text,
                   Terminal::kPatience, place);
     }
     // The supplicant's networks, as its client prints them.
-    void WaitForNetworks(const std::string& rows, Place place = Place::Here()) {
+    void WaitForNetworks(const std::string& rows, Place place = Place::current()) {
         const std::string listing = "network id / ssid / bssid / flags\n" + rows;
         const auto listed = [&] {
             return Sh(std::string(kClient) + " -i wlan0 list_networks") == listing;
@@ -75,30 +75,27 @@ const Words kHomeNetwork = {"ssid=\"home\"", "bssid=00:11:22:33:44:55", "psk=\"u
 constexpr const char* kNewHome = "    NEW  00:11:22:33:44:55   home";
 constexpr const char* kKnownHome = "         00:11:22:33:44:55   home";
 constexpr const char* kKnownAttic = "          (any)              attic";
-constexpr int kFirst = kFirstLine + kRowsAbove;
 
 TEST(RealSupplicant, AddsANewNetworkAndForgetsIt) {
     SupplicantBox box;
     box.SetSeen(Seen(kHome, "home"));
     List t(box);
     EXPECT_EQ(box.CallLines(kNetwork), Words{"/etc/init.d/network start wlan0"});
-    EXPECT_EQ(t.Row(kFirst), kKnownAttic);
-    EXPECT_EQ(t.Row(kFirst + 1), kNewHome);
+    EXPECT_EQ(t.Row(kFirstNetwork), kKnownAttic);
+    EXPECT_EQ(t.Row(kFirstNetwork + 1), kNewHome);
 
     OpenNetwork(t, 1);
     Join(t, "under the stairs");
     t.WaitFor("Return to wifi menu");
-    EXPECT_EQ(t.Row(kFirst), kKnownAttic);
-    EXPECT_EQ(t.Row(kFirst + 1), kKnownHome);
+    EXPECT_EQ(t.Row(kFirstNetwork), kKnownAttic);
+    EXPECT_EQ(t.Row(kFirstNetwork + 1), kKnownHome);
     EXPECT_EQ(box.Config(), kSaved + Network(With(kAttic, "disabled=1")) + Network(kHomeNetwork));
     box.WaitForNetworks("0\tattic\tany\t[DISABLED]\n1\thome\t00:11:22:33:44:55\t[CURRENT]\n");
 
     OpenNetwork(t, 1);
-    t.Press("cc<Enter>");
-    t.WaitFor("Are you sure? [y/n]");
-    t.Press("y");
-    t.WaitFor("Return to wifi menu");
-    EXPECT_EQ(t.Row(kFirst + 1), kNewHome) << "it is still on the air";
+    t.Go("cc<Enter>", "Are you sure? [y/n]");
+    t.Go("y", "Return to wifi menu");
+    EXPECT_EQ(t.Row(kFirstNetwork + 1), kNewHome) << "it is still on the air";
     EXPECT_EQ(box.Config(), kSaved + Network(With(kAttic, "disabled=1")));
     box.WaitForNetworks("0\tattic\tany\t[DISABLED]\n");
 }
@@ -110,20 +107,17 @@ TEST(RealSupplicant, ConnectsToOneNetworkToNoneOrToAny) {
     box.WaitForNetworks("0\tattic\tany\t[CURRENT]\n1\thome\t00:11:22:33:44:55\t\n");
 
     OpenNetwork(t, 1);
-    t.Press("c<Enter>");
-    t.WaitFor("Return to wifi menu");
+    t.Go("c<Enter>", "Return to wifi menu");
     const std::string only_home =
         kSaved + Network(With(kAttic, "disabled=1")) + Network(kHomeNetwork);
     EXPECT_EQ(box.Config(), only_home);
     box.WaitForNetworks("0\tattic\tany\t[DISABLED]\n1\thome\t00:11:22:33:44:55\t[CURRENT]\n");
 
-    t.Press("d<Enter>");
-    t.WaitFor(kInterface);
+    t.Go("d<Enter>", kInterface);
     EXPECT_EQ(box.Config(), only_home);
     box.WaitForNetworks("0\tattic\tany\t[DISABLED]\n1\thome\t00:11:22:33:44:55\t\n");
 
-    t.Press("w<Enter>");
-    t.WaitFor(kKnownHome);
+    t.Go("w<Enter>", kKnownHome);
     t.Press("a<Enter>");
     box.WaitForConfig(kSaved + Network(kAttic) + Network(kHomeNetwork));
     box.WaitForNetworks("0\tattic\tany\t[CURRENT]\n1\thome\t00:11:22:33:44:55\t\n");
@@ -152,7 +146,7 @@ TEST(RealSupplicant, PrintsNamesBeyondAsciiWithBackslashes) {
     SupplicantBox box;
     box.Write(kConfig, kHead + Network({"ssid=6772c3bc6e", "key_mgmt=NONE"}), 0600);
     List t(box);
-    EXPECT_EQ(t.Row(kFirst), "          (any)              gr\\xc3\\xbcn");
+    EXPECT_EQ(t.Row(kFirstNetwork), "          (any)              gr\\xc3\\xbcn");
     OpenNetwork(t, 0);
     EXPECT_EQ(t.Row(kFirstLine + 1), "    SSID: 'gr\\xc3\\xbcn'");
 }

@@ -1,28 +1,32 @@
 // The list of wireless networks: what it shows, how to leave it, and when it is fetched.
+#include <tuple>
+
 #include "wireless_fixtures.h"
 
 namespace wireless {
 namespace {
 
-const Words kFixedRows = {
-    "",
-    "",
-    kList,
-    "",
-    "    Return to wifi menu",
-    "",
-    "    Scan for access points",
-    "    Connect to any access point",
-    "    Disconnect from current access point",
-};
-
-// The screen of a terminal with that many lines and these network rows.
-Words Screen(const Words& networks, size_t lines = 24) {
-    Words screen = kFixedRows;
-    if (!networks.empty()) screen.push_back("");
+// The screen with these network rows.
+Words Screen(const Words& networks) {
+    Words screen = {"",
+                    "",
+                    kList,
+                    "",
+                    "    Return to wifi menu",
+                    "",
+                    "    Scan for access points",
+                    "    Connect to any access point",
+                    "    Disconnect from current access point",
+                    ""};
     screen.insert(screen.end(), networks.begin(), networks.end());
-    screen.resize(lines);
+    screen.resize(24);
     return screen;
+}
+
+// Leaves the list and opens it again.
+void Reopen(Terminal& t) {
+    t.Go("<Esc>", kInterface);
+    t.Go("w<Enter>", kList);
 }
 
 TEST(WirelessList, ShowsItsActionsAndTheNetworksInByteOrder) {
@@ -46,9 +50,7 @@ TEST(WirelessList, ShowsItsActionsAndTheNetworksInByteOrder) {
                               "    NEW  b0:11:22:33:44:55   home",
                           }));
     EXPECT_EQ(t.Selected(), "Return to wifi menu");
-    EXPECT_EQ(t.Cell(2, 0).fg, kWhite);
-    EXPECT_EQ(t.Cell(2, 0).bg, kBlack);
-    EXPECT_FALSE(t.Cell(2, 0).bold);
+    EXPECT_EQ(t.Cell(2, 0).Style(), "white/black");
     EXPECT_FALSE(t.CursorVisible());
     EXPECT_EQ(box.Commands(), (Words{"list_networks", "scan_result"}));
 }
@@ -60,56 +62,13 @@ TEST(WirelessList, TheCursorRestsAtTheSelectedNetworksText) {
     List t(box);
     const auto rests_at = [&](int n, int column) {
         t.Press(ToNetwork(n));
-        const auto rests = [&] { return t.CursorRow() == 10 + n && t.CursorCol() == column; };
+        const auto rests = [&] {
+            return t.CursorRow() == kFirstNetwork + n && t.CursorCol() == column;
+        };
         t.WaitUntil(rests, "the cursor at column " + std::to_string(column));
     };
     rests_at(0, 9);  // a known one, which is indented
     rests_at(1, 4);
-}
-
-TEST(WirelessList, HotKeysSelectItsActions) {
-    WirelessBox box;
-    box.SetSeen(Seen(kHome, "sad radio"));
-    List t(box);
-    const struct {
-        char key;
-        const char* label;
-        int column;  // column of the highlighted letter
-    } rows[] = {{'s', "Scan for access points", 0},
-                {'a', "Connect to any access point", 11},
-                {'d', "Disconnect from current access point", 0},
-                {'r', "Return to wifi menu", 0}};
-    for (const auto& row : rows) {
-        if (row.key == 'r') t.Press("<End>");  // the selected row shows its key differently
-        t.Settle();
-        const Cell letter = t.Cell(t.Find(row.label), kFirstLine + row.column);
-        EXPECT_EQ(letter.fg, kYellow) << row.label;
-        EXPECT_TRUE(letter.bold) << row.label;
-        for (int times = 0; times < 2; times++) {
-            t.Press(std::string(1, row.key));
-            t.Settle();
-            EXPECT_EQ(t.Selected(), row.label);
-        }
-    }
-    t.Press("<End>");
-    t.WaitSelected("sad radio");
-    t.Press("0123456789");
-    t.Settle();
-    EXPECT_EQ(t.Selected(), "NEW  00:11:22:33:44:55   sad radio");
-    EXPECT_EQ(box.Actions(), Words{});
-}
-
-TEST(WirelessList, ItsRowEscAndBackspaceReturnToTheInterface) {
-    WirelessBox box;
-    List t(box);
-    for (const char* keys : {"r<Enter>", "<Esc>", "<Backspace>"}) {
-        SCOPED_TRACE(keys);
-        t.Press(keys);
-        t.WaitFor(kInterface);
-        t.Press("w<Enter>");
-        t.WaitFor(kList);
-    }
-    EXPECT_EQ(box.Actions(), Words{});
 }
 
 // ---- starting the supplicant ----
@@ -127,17 +86,12 @@ TEST(WirelessList, StartsTheInterfaceOnceIfThereIsNoPidFile) {
     const Words all = box.CallLines();
     EXPECT_EQ(Words(all.end() - 3, all.end()), entering);
     EXPECT_EQ(box.Calls(kNetwork)[0].mode, Mode::kRaw) << "the screen must stay up";
-    // Not again when the list is fetched again.
+    // Not again when the list is fetched again, but when it is opened again.
     OpenNetwork(t, 0);
-    t.Press("<Esc>");
-    t.WaitFor("Return to wifi menu");
+    t.Go("<Esc>", "Return to wifi menu");
     EXPECT_EQ(box.Count("list_networks"), 2);
     EXPECT_EQ(box.Calls(kNetwork).size(), 1u);
-    // But again when the list is opened again.
-    t.Press("<Esc>");
-    t.WaitFor(kInterface);
-    t.Press("w<Enter>");
-    t.WaitFor(kList);
+    Reopen(t);
     EXPECT_EQ(box.Calls(kNetwork).size(), 2u);
 }
 
@@ -148,10 +102,7 @@ TEST(WirelessList, AnyPidFileCountsAsARunningSupplicant) {
     EXPECT_EQ(box.CallLines(kNetwork), Words{});
     // In the path the address is in lower case.
     box.Sh("mv /var/network/02:1a:2b:3c:4d:5e /var/network/02:1A:2B:3C:4D:5E");
-    t.Press("<Esc>");
-    t.WaitFor(kInterface);
-    t.Press("w<Enter>");
-    t.WaitFor(kList);
+    Reopen(t);
     EXPECT_EQ(box.CallLines(kNetwork), Words{"/etc/init.d/network start wlan0"});
 }
 
@@ -168,125 +119,45 @@ TEST(WirelessList, HasOnlyItsActionsIfNoSupplicantAnswers) {
 
 // ---- many networks ----
 
-std::string Numbered(int count, const std::string& prefix) {
-    std::string rows;
-    for (int i = 1; i <= count; i++) {
-        char name[32];
-        snprintf(name, sizeof name, "%s%05d", prefix.c_str(), i);
-        rows += Seen(kHome, name);
+// 66 networks, "net101" to "net166".
+class ManyNetworks : public WirelessBox {
+  public:
+    ManyNetworks() {
+        std::string rows;
+        for (int i = 101; i <= 166; i++)
+            rows += Seen(kHome, "net" + std::to_string(i));
+        SetSeen(rows);
     }
-    return rows;
+};
+
+// As on every screen with help, but here it is blank.
+TEST(WirelessList, LeavesThreeLinesForHelp) {
+    ManyNetworks box;
+    List t(box, OfSize(19, 80));
+    for (const auto& [lines, key, row] : {std::tuple(19, "s", "Scan"), {18, "a", "Connect"}}) {
+        t.Resize(lines, 80);
+        t.Press(key);
+        t.WaitSelected(row);
+        t.Settle();
+        EXPECT_TRUE(t.Row(13).ends_with("net104"));
+        for (int line = 14; line < lines; line++)
+            EXPECT_EQ(t.Row(line), "") << "the help keeps its place on a smaller terminal";
+    }
 }
 
 TEST(WirelessList, RowsBeyondThe64thDoNothing) {
-    WirelessBox box;
-    box.SetSeen(Numbered(66, "net"));
+    ManyNetworks box;
     List t(box);
-    for (const char* row : {"net00066", "net00065"}) {
-        t.Press(row == std::string("net00066") ? "<End>" : "<Up>");
-        t.WaitSelected(row);
+    for (const char* row : {"net165", "net166"}) {
+        Select(t, std::string("NEW  00:11:22:33:44:55   ") + row);
         t.Press("<Enter>");
         t.Settle();
-        EXPECT_EQ(t.Selected(), std::string("NEW  00:11:22:33:44:55   ") + row);
+        EXPECT_TRUE(t.Selected().ends_with(row));
         EXPECT_FALSE(t.Shows("Return to wifi ap menu"));
     }
-    t.Press("<Up>");
-    t.WaitSelected("net00064");
-    t.Press("<Enter>");
-    t.WaitFor("SSID: 'net00064'");
-}
-
-TEST(WirelessList, ListsTenThousandNetworks) {
-    WirelessBox box;
-    box.SetSeen(Numbered(10000, "net"));
-    List t(box);
-    EXPECT_EQ(t.Row(kFirstLine + kRowsAbove), "    NEW  00:11:22:33:44:55   net00001");
-    t.Press("<End>");
-    t.WaitSelected("net10000");
-    t.Press("<Home><Enter>");
-    t.WaitFor(kInterface);
-}
-
-TEST(WirelessList, CutsALineOf1023BytesAtTheEdge) {
-    WirelessBox box;
-    const std::string name(1023 - Seen(kHome, "").size(), 'x');
-    box.SetSeen(Seen(kHome, name));
-    List t(box);
-    const std::string label = "NEW  00:11:22:33:44:55   " + name;
-    EXPECT_EQ(t.Screen(), Screen({"    " + label.substr(0, 80 - 5)}));
-    OpenNetwork(t, 0);
-    EXPECT_EQ(t.Row(kFirstLine + 1), "    " + ("SSID: '" + name).substr(0, 80 - 5));
-}
-
-TEST(WirelessList, HandlesHundredsOfColumnsAndNone) {
-    WirelessBox box;
-    std::string columns;
-    for (int i = 0; i < 300; i++)
-        columns += "c" + std::to_string(i % 10) + "\t";
-    box.SetConfigured("7\tattic\tany\t" + columns + "\n" + columns + "\n\n\n\t\t\t\t\t\n");
-    box.SetSeen(Seen(kHome, "home\t" + columns) + "\n\n" + std::string(900, '\t') + "\n" +
-                std::string("\0\0\0\n\0", 5) + "\n");
-    List t(box);
-    EXPECT_EQ(t.Screen(), Screen({
-                              "          (any)              attic",
-                              "         c2   c1",
-                              "    NEW  00:11:22:33:44:55   home",
-                          }));
-}
-
-// ---- layout ----
-
-TEST(WirelessList, ResizingDoesNotFetchTheListAgain) {
-    WirelessBox box;
-    box.SetSeen(Numbered(60, "net"));
-    List t(box, OfSize(24, 80));
-    // From 19 lines on, three lines of help and one line below them stay free.
-    const struct {
-        int lines, last_row;
-    } sizes[] = {{24, 18}, {43, 37}, {19, 13}, {40, 34}, {18, 16}, {12, 10}};
-    for (const auto& size : sizes) {
-        const int last_row = size.last_row;
-        SCOPED_TRACE(size.lines);
-        t.Resize(size.lines, 60);
-        char last[16];
-        snprintf(last, sizeof last, "net%05d", last_row - kFirstLine - kRowsAbove + 1);
-        t.WaitUntil([&] { return t.Row(last_row).find(last) != std::string::npos; },
-                    "the last row");
-        t.Settle();
-        EXPECT_EQ(t.Row(2), kList);
-        EXPECT_EQ(t.Row(last_row + 1), "");
-        EXPECT_EQ(t.Find("net00001"), kFirstLine + kRowsAbove);
-    }
-    // A row is five columns narrower than the terminal.
-    t.Resize(24, 35);
-    constexpr const char* kSelected =
-        "0-3 white/black; 4 white/black reverse; 5-33 white/blue bold; 34 white/black";
-    t.WaitUntil([&] { return t.Style(kFirstLine) == kSelected; }, "the rows at 35 columns");
-    EXPECT_EQ(t.Row(2), std::string(kList).substr(0, 35));
-    EXPECT_EQ(t.Row(kFirstLine + kRowsAbove), "    NEW  00:11:22:33:44:55   net00");
-    EXPECT_EQ(box.Commands(), (Words{"list_networks", "scan_result"}));
-}
-
-TEST(WirelessList, TheBlankHelpKeepsItsPlaceOnATerminalThatGetsTooSmall) {
-    WirelessBox box;
-    box.SetSeen(Numbered(60, "net"));
-    List t(box, OfSize(19, 80));
-    t.Resize(18, 80);
-    t.WaitUntil([&] { return t.Shows("net00004") && t.Row(16).empty(); }, "the help over the list");
-    EXPECT_EQ(t.Row(13), "    NEW  00:11:22:33:44:55   net00004");
-    EXPECT_EQ(t.Row(14), "");
-    EXPECT_EQ(t.Row(15), "");
-}
-
-TEST(WirelessList, RowsReactToTheMouse) {
-    WirelessBox box;
-    box.SetSeen(Seen(kHome, "home"));
-    List t(box);
-    const int row = t.Find("home");
-    t.Click(row, 20);
-    t.WaitSelected("home");
-    t.Click(row, 20);
-    t.WaitFor("SSID: 'home'");
+    t.Press("<Up><Up>");
+    t.WaitSelected("net164");
+    t.Go("<Enter>", "SSID: 'net164'");
 }
 
 // ---- fetching ----
@@ -296,21 +167,19 @@ TEST(WirelessList, ComingBackFromANetworkFetchesBothListings) {
     box.SetConfigured(Configured("0", "attic", "any"));
     box.SetSeen(Seen(kHome, "home"));
     List t(box);
+    t.Resize(43, 132);
+    t.Settle();
     for (const int network : {0, 1}) {
         OpenNetwork(t, network);
         EXPECT_EQ(box.Commands(), (Words{"list_networks", "scan_result"}));
         box.SetSeen(Seen(kHome, "home") + Seen("00:11:22:33:44:66", "new one"));
-        t.Press("r<Enter>");
-        t.WaitFor("Return to wifi menu");
+        t.Go("r<Enter>", "Return to wifi menu");
         EXPECT_TRUE(t.Shows("NEW  00:11:22:33:44:66   new one"));
         EXPECT_EQ(box.Commands(),
                   (Words{"list_networks", "scan_result", "list_networks", "scan_result"}));
         box.SetSeen(Seen(kHome, "home"));
         box.ForgetCalls();
-        t.Press("<Esc>");
-        t.WaitFor(kInterface);
-        t.Press("w<Enter>");
-        t.WaitFor(kList);
+        Reopen(t);
     }
 }
 
