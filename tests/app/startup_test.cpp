@@ -76,8 +76,9 @@ TEST(OnTerminateSignal, IgnoresEveryOtherSignal) {
     }
 }
 
-// The answer to a question, asked in a prepared process.
-long AfterPreparation(const std::function<void()>& before, const std::function<long()>& question) {
+// Whether the condition holds in a prepared process.
+bool AfterPreparation(
+    const std::function<bool()>& condition, const std::function<void()>& before = [] {}) {
     return AnswerInChild(
                [&] {
                    for (int number : {SIGCHLD, SIGINT, SIGQUIT, SIGTERM, SIGHUP})
@@ -86,8 +87,8 @@ long AfterPreparation(const std::function<void()>& before, const std::function<l
                    PrepareProcess();
                    return Prepared::kYes;
                },
-               question)
-        .value;
+               [&] { return condition() ? 1L : 0L; })
+               .value == 1;
 }
 
 bool IsHandled(int number) {
@@ -102,62 +103,33 @@ bool IsIgnored(int number) {
     return action.sa_handler == SIG_IGN;
 }
 
-TEST(PrepareProcess, SetsTheSignals) {
-    EXPECT_EQ(AfterPreparation([] {},
-                               [] {
-                                   return IsIgnored(SIGCHLD) && IsHandled(SIGINT) &&
-                                                  IsHandled(SIGQUIT) && IsHandled(SIGTERM) &&
-                                                  IsHandled(SIGHUP)
-                                              ? 1L
-                                              : 0L;
-                               }),
-              1);
+TEST(PrepareProcess, HandlesAndBlocksEndingSignals) {
+    for (int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
+        EXPECT_TRUE(AfterPreparation([=] { return IsHandled(number) && IsBlocked(number); }))
+            << number;
+    }
+    EXPECT_TRUE(AfterPreparation([] { return IsIgnored(SIGCHLD) && !IsBlocked(SIGCHLD); }));
+    EXPECT_FALSE(AfterPreparation([] { return IsBlocked(SIGALRM); }));
 }
 
-TEST(PrepareProcess, BlocksEndingSignals) {
-    EXPECT_EQ(AfterPreparation([] {},
-                               [] {
-                                   return IsBlocked(SIGINT) && IsBlocked(SIGQUIT) &&
-                                                  IsBlocked(SIGTERM) && IsBlocked(SIGHUP) &&
-                                                  !IsBlocked(SIGALRM) && !IsBlocked(SIGCHLD)
-                                              ? 1L
-                                              : 0L;
-                               }),
-              1);
-}
-
-TEST(PrepareProcess, AnIgnoredHangUpStaysIgnored) {
-    EXPECT_EQ(AfterPreparation([] { std::signal(SIGHUP, SIG_IGN); },
-                               [] { return IsIgnored(SIGHUP) ? 1L : 0L; }),
-              1);
-}
-
-TEST(PrepareProcess, AnIgnoredInterruptIsHandled) {
-    EXPECT_EQ(AfterPreparation([] { std::signal(SIGINT, SIG_IGN); },
-                               [] { return IsHandled(SIGINT) ? 1L : 0L; }),
-              1);
+TEST(PrepareProcess, OnlyAnIgnoredHangUpStaysIgnored) {
+    EXPECT_TRUE(
+        AfterPreparation([] { return IsIgnored(SIGHUP); }, [] { std::signal(SIGHUP, SIG_IGN); }));
+    EXPECT_TRUE(
+        AfterPreparation([] { return IsHandled(SIGINT); }, [] { std::signal(SIGINT, SIG_IGN); }));
 }
 
 TEST(PrepareProcess, ClosedDescriptorsAreOpenedOnDevNull) {
-    EXPECT_EQ(AfterPreparation(
-                  [] {
-                      close(STDIN_FILENO);
-                      close(STDERR_FILENO);
-                  },
-                  [] {
-                      const int next = open("/dev/null", O_RDONLY);
-                      return next > STDERR_FILENO ? 1L : 0L;
-                  }),
-              1);
+    EXPECT_TRUE(AfterPreparation([] { return open("/dev/null", O_RDONLY) > STDERR_FILENO; },
+                                 [] {
+                                     close(STDIN_FILENO);
+                                     close(STDERR_FILENO);
+                                 }));
 }
 
 // ---- terminal type ----
 
-// Root folders that contain only an entry for "xterm-1003", or nothing.
-std::string EmptyRoot(const TemporaryFolder& root) {
-    return root.path;
-}
-
+// A root folder that contains only an entry for "xterm-1003"; "" if there is no tic.
 std::string RootWithMouseTerminal(const TemporaryFolder& root) {
     const std::string source =
         root.File("source", "xterm-1003|for the test, am, cols#80, lines#24, clear=\\E[H\\E[2J,\n");
@@ -188,8 +160,7 @@ TEST(ChooseTerminalType, ChoosesMouseMotionForEveryXterm) {
     for (const char* type :
          {"xterm", "xterm-256color", "XTERM-256color", "xTermite", "xterm-1003"}) {
         const Answer answer = TerminalChosen(root, type);
-        if (answer.prepared == Prepared::kRefused)
-            GTEST_SKIP() << "only root can change its root folder";
+        SKIP_WHERE_REFUSED(answer);
         EXPECT_EQ(answer.output, "xterm-1003") << type;
     }
 }
@@ -201,8 +172,7 @@ TEST(ChooseTerminalType, LeavesOtherTerminalsAlone) {
     for (const char* type :
          {"screen", "linux", "vt220", "", "xter", "rxvt", "tmux-xterm", " xterm"}) {
         const Answer answer = TerminalChosen(root, type);
-        if (answer.prepared == Prepared::kRefused)
-            GTEST_SKIP() << "only root can change its root folder";
+        SKIP_WHERE_REFUSED(answer);
         EXPECT_EQ(answer.output, type);
     }
     EXPECT_EQ(TerminalChosen(root, nullptr).output, "(none)");
@@ -211,9 +181,8 @@ TEST(ChooseTerminalType, LeavesOtherTerminalsAlone) {
 TEST(ChooseTerminalType, KeepsTheOperatorsTypeIfTheEntryIsMissing) {
     const TemporaryFolder folder;
     for (const char* type : {"xterm", "XTERM-256color", "screen"}) {
-        const Answer answer = TerminalChosen(EmptyRoot(folder), type);
-        if (answer.prepared == Prepared::kRefused)
-            GTEST_SKIP() << "only root can change its root folder";
+        const Answer answer = TerminalChosen(folder.path, type);
+        SKIP_WHERE_REFUSED(answer);
         EXPECT_EQ(answer.output, type);
     }
 }

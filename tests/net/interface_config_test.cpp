@@ -1,21 +1,14 @@
 #include "net/interface_config.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <ostream>
-#include <random>
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include "util/folder_fixtures.h"
+#include "util/random_fixtures.h"
 
 // All fields, so that a comparison misses none.
 static auto Fields(const InterfaceConfig& config) {
@@ -62,20 +55,6 @@ InterfaceConfig Parsed(const std::string& text) {
     return config;
 }
 
-// Records its arguments, one per line, then where its standard error goes, and exits with the
-// status.
-struct RecordingCommand : OwnCommand {
-    RecordingCommand(const std::string& name, int status)
-        : OwnCommand(name,
-                     "log=${0%/*}/log\n"
-                     "printf '%s\\n' \"${0##*/}\" \"$@\" >\"$log\"\n"
-                     "readlink /proc/$$/fd/2 >>\"$log\"\n"
-                     "exit " +
-                         std::to_string(status) + "\n") {}
-
-    [[nodiscard]] std::string Log() const { return ContentOf(folder.Path("log")); }
-};
-
 // ---- the boolean rule ----
 
 TEST(ParseConfigBool, PositiveNumbersAndOnAreTrue) {
@@ -92,12 +71,6 @@ TEST(ParseConfigBool, EverythingElseIsFalse) {
 }
 
 // ---- defaults ----
-
-TEST(SetConfigDefaults, AreTheReadersDefaults) {
-    InterfaceConfig config;
-    SetConfigDefaults(config);
-    EXPECT_EQ(config, Defaults());
-}
 
 TEST(SetConfigDefaults, ResetEverySwitchAndKeepTheOtherTexts) {
     InterfaceConfig config;
@@ -126,7 +99,7 @@ TEST(InterfaceConfig, ANewRecordIsEmptyAndOff) {
 
 // ---- reading ----
 
-TEST(ParseInterfaceConfig, AnEmptyTextLeavesTheDefaults) {
+TEST(ParseInterfaceConfig, AnEmptyTextLeavesTheReadersDefaults) {
     EXPECT_EQ(Parsed(""), Defaults());
     EXPECT_EQ(Parsed("\n"), Defaults());
 }
@@ -263,13 +236,6 @@ TEST(ParseInterfaceConfig, AnEmptyValueClearsAText) {
     EXPECT_EQ(Parsed("dns = 192.0.2.1\ndns =    \n").dns, "");
 }
 
-TEST(ParseInterfaceConfig, TheNetmaskLineLeavesTheAddressAlone) {
-    const InterfaceConfig config = Parsed("static ip netmask = 255.255.0.0\n");
-    EXPECT_EQ(config.static_ip_netmask, "255.255.0.0");
-    EXPECT_EQ(config.static_ip, "");
-    EXPECT_EQ(config.static_ip6, "");
-}
-
 TEST(ParseInterfaceConfig, TheLastOfSeveralLinesWins) {
     EXPECT_TRUE(Parsed("dhcp = 0\ndns = 192.0.2.1\ndhcp = 1\n").dhcp);
     EXPECT_FALSE(Parsed("dhcp = 1\ndhcp = 0").dhcp);
@@ -369,115 +335,72 @@ TEST(FormatInterfaceConfig, WritesTextsUnchanged) {
     EXPECT_NE(text.find("\nnat role = " + config.nat_role + "\n"), std::string::npos);
 }
 
-TEST(FormatInterfaceConfig, AnUnknownWordForAFlagIsWrittenAsOff) {
-    const std::string text = FormatInterfaceConfig(Parsed("dhcp = yes\nmanage = ON\ndhcp6 = 7\n"));
-    EXPECT_EQ(text.substr(0, text.find("dhcp_gw")), "manage = 1\ndhcp = 0\ndhcp6 = 1\n");
-}
-
 // ---- both ways ----
 
-class Dice {
-  public:
-    explicit Dice(unsigned seed) : generator_(seed) {}
-
-    unsigned Below(unsigned limit) {
-        return std::uniform_int_distribution<unsigned>(0, limit - 1)(generator_);
-    }
-    bool Coin() { return Below(2) == 1; }
-    std::string Text(const std::string& characters, unsigned most) {
-        std::string text(Below(most + 1), ' ');
-        for (char& c : text)
-            c = characters[Below(static_cast<unsigned>(characters.size()))];
-        return text;
-    }
-
-  private:
-    std::mt19937 generator_;
-};
-
-// What an operator may type or paste, without blanks at either end.
-std::string RandomValue(Dice& dice) {
-    std::string characters = "  ==##\t\r\\%$'\"`;,.:/0123456789abcdefABCDEF\xc3\xa9\xff\x01\x7f";
-    std::string text = dice.Text(characters, 60);
-    const auto first = text.find_first_not_of(' ');
-    if (first == std::string::npos) return "";
-    text = text.substr(first);
-    return text.substr(0, text.find_last_not_of(" \r") + 1);
+// What an operator can type into a field: no line feeds, no blanks at either end.
+std::string Typed(Random& random) {
+    std::string text = random.Text(60, std::string_view("\n\r\0", 3));
+    text.erase(0, text.find_first_not_of(" \t"));
+    return text;
 }
 
-InterfaceConfig RandomConfig(Dice& dice) {
+InterfaceConfig AnyConfig(Random& random) {
     InterfaceConfig config;
     for (bool* flag :
-         {&config.ipv6_router_adv, &config.enable_ip6, &config.disabled, &config.manage,
-          &config.dhcp6, &config.dhcp, &config.dhcp_gw, &config.nat_enable}) {
-        *flag = dice.Coin();
-    }
+         {&config.manage, &config.dhcp, &config.dhcp6, &config.dhcp_gw, &config.enable_ip6,
+          &config.disabled, &config.ipv6_router_adv, &config.nat_enable})
+        *flag = random.OneIn(2);
     for (std::string* text : {&config.static_ip, &config.static_ip_netmask, &config.static_ip6,
-                              &config.gateway, &config.dns, &config.nat_role}) {
-        *text = RandomValue(dice);
-    }
+                              &config.gateway, &config.dns, &config.nat_role})
+        *text = Typed(random);
     return config;
 }
 
-TEST(InterfaceConfigRoundTrip, WrittenSettingsAreReadBack) {
-    for (unsigned seed = 0; seed < 2000; seed++) {
-        Dice dice(seed);
-        const InterfaceConfig config = RandomConfig(dice);
-        const std::string text = FormatInterfaceConfig(config);
-        InterfaceConfig read = RandomConfig(dice);  // every line must be read
-        ParseInterfaceConfig(text, read);
-        ASSERT_EQ(read, config) << "seed " << seed << "\n" << text;
+TEST(InterfaceConfigProperties, FormattedSettingsParseBackUnchanged) {
+    Random random;
+    for (int i = 0; i < 1000 && !testing::Test::HasFailure(); ++i) {
+        const InterfaceConfig written = AnyConfig(random);
+        InterfaceConfig read = AnyConfig(random);  // every line must be read
+        ParseInterfaceConfig(FormatInterfaceConfig(written), read);
+        EXPECT_EQ(read, written);
+    }
+}
+
+TEST(InterfaceConfigProperties, WrittenSettingsReadBackUnchanged) {
+    Random random;
+    const TemporaryFolder folder;
+    const std::string path = folder.Path("settings");
+    for (int i = 0; i < 30 && !testing::Test::HasFailure(); ++i) {
+        const InterfaceConfig written = AnyConfig(random);
+        WriteInterfaceConfig(written, path);
+        InterfaceConfig read;
+        ReadInterfaceConfig(read, path);
+        EXPECT_EQ(read, written);
     }
 }
 
 // Garbage may give any settings, but one save and one read keep them.
-TEST(InterfaceConfigRoundTrip, SettingsReadFromGarbageSurviveASave) {
-    const std::vector<std::string> pieces = {"manage",
-                                             "dhcp",
-                                             "dhcp6",
-                                             "dhcp_gw",
-                                             "enable_ip6",
-                                             "static ip",
-                                             "netmask",
-                                             "nat role",
-                                             "dns",
-                                             "gateway",
-                                             " = ",
-                                             "=",
-                                             " ",
-                                             "\n",
-                                             "\n",
-                                             "\r\n",
-                                             "\t",
-                                             "#",
-                                             "on",
-                                             "1",
-                                             "0",
-                                             "192.0.2.1",
-                                             std::string(1, '\0'),
-                                             "\xff",
-                                             std::string(300, 'x'),
-                                             std::string(100, ' ')};
-    for (unsigned seed = 0; seed < 2000; seed++) {
-        Dice dice(seed);
-        std::string text;
-        for (unsigned left = dice.Below(60); left > 0; left--) {
-            text += pieces[dice.Below(static_cast<unsigned>(pieces.size()))];
-        }
-        const InterfaceConfig first = Parsed(text);
-        for (const std::string* value : {&first.static_ip, &first.dns, &first.nat_role}) {
-            ASSERT_EQ(value->find('\n'), std::string::npos) << "seed " << seed;
-            ASSERT_LE(value->size(), 1022U) << "seed " << seed;
-        }
-        const std::string saved = FormatInterfaceConfig(first);
-        bool fits = true;  // the added blanks may make a line too long to read back
-        for (const std::string* value :
-             {&first.static_ip, &first.dns, &first.nat_role, &first.gateway,
-              &first.static_ip_netmask, &first.static_ip6}) {
-            fits = fits && value->size() <= 1000;
-        }
-        if (!fits) continue;
-        ASSERT_EQ(Parsed(saved), first) << "seed " << seed << "\n" << saved;
+TEST(InterfaceConfigProperties, SettingsReadFromGarbageSurviveASave) {
+    const std::string words[] = {"manage",
+                                 "dhcp",
+                                 "dhcp6",
+                                 "static ip",
+                                 "netmask",
+                                 "nat role",
+                                 "dns",
+                                 " = ",
+                                 "=",
+                                 "#",
+                                 std::string(1, '\0'),
+                                 "on",
+                                 "1",
+                                 std::string(300, 'x')};
+    Random random;
+    for (int i = 0; i < 1000 && !testing::Test::HasFailure(); ++i) {
+        const std::string text = random.Lines(20, words);
+        const InterfaceConfig read = Parsed(text);
+        const std::string saved = FormatInterfaceConfig(read);
+        EXPECT_EQ(Parsed(saved), read) << text;
     }
 }
 
@@ -542,9 +465,10 @@ TEST(WriteInterfaceConfig, AFailedWriteIsNotReported) {
 
 TEST(EnsureInterfaceConfigFile, CopiesTheTemplateIfThereIsNoFile) {
     const std::string name = "02:00:5E:00:53:" + std::to_string(getpid());
-    const RecordingCommand cp("cp", 1);
+    const OwnCommand cp("cp", "(echo \"$*\"; readlink /proc/$$/fd/2) >\"${0%/*}/log\"; exit 1");
     EnsureInterfaceConfigFile(name);
-    EXPECT_EQ(cp.Log(), "cp\n/etc/network/example\n/etc/network/" + name + "\n/dev/null\n");
+    EXPECT_EQ(ContentOf(cp.folder.Path("log")),
+              "/etc/network/example /etc/network/" + name + "\n/dev/null\n");
 }
 
 }  // namespace

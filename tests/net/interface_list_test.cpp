@@ -121,7 +121,7 @@ TEST(ParseInterfaceList, UnderstandsTheRealIpCommand) {
                 printf("%s ", name.c_str());
             return 0L;
         });
-    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "not possible on this system";
+    SKIP_WHERE_REFUSED(answer);
     const std::string& names = answer.output;
     // The kernel may create devices of its own in every new network.
     const std::size_t ours = names.find("eth1 ");

@@ -11,9 +11,6 @@
 
 namespace {
 
-#define SKIP_WHERE_REFUSED(answer) \
-    if ((answer).prepared == Prepared::kRefused) GTEST_SKIP() << "not possible on this system"
-
 void PrintStatus(const InterfaceStatus& status) {
     printf("%s|%s\n", status.link.c_str(), status.up.c_str());
     for (const std::string& row : FormatInterfaceStatus(status))
@@ -144,17 +141,14 @@ TEST(AskInterface, HandlesNamesThatNoInterfaceHas) {
 
 TEST(KernelSockets, AreClosedAndNotInherited) {
     const SignalAction child(SIGCHLD, SIG_IGN);
-    const int free_before = dup(STDERR_FILENO);
-    close(free_before);
+    const int free_before = NextDescriptor();
     {
         const KernelSockets sockets;
         EXPECT_EQ(fcntl(sockets.inet, F_GETFD), FD_CLOEXEC);
         if (sockets.packet < 0) GTEST_SKIP() << "no packet sockets on this system";
         EXPECT_EQ(fcntl(sockets.packet, F_GETFD), FD_CLOEXEC);
     }
-    const int free_after = dup(STDERR_FILENO);
-    close(free_after);
-    EXPECT_EQ(free_after, free_before);
+    EXPECT_EQ(NextDescriptor(), free_before);
 }
 
 TEST(GlobalAddressCommand, NamesTheInterface) {

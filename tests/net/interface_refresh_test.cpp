@@ -12,9 +12,6 @@
 
 namespace {
 
-#define SKIP_WHERE_REFUSED(answer) \
-    if ((answer).prepared == Prepared::kRefused) GTEST_SKIP() << "not possible on this system"
-
 // An `ip` command of the test's own, first in PATH: a shell script with a function for each of its
 // two uses. until_there gives up after five seconds, or when the test's folder is gone.
 struct StandInIp : OwnCommand {
@@ -315,8 +312,7 @@ TEST_F(InterfaceRefreshTest, AwaitAnswersGivesThePipesAndTheTime) {
 // ---- stopping ----
 
 TEST_F(InterfaceRefreshTest, StopAskingKillsCommandsAndKeepsAnswers) {
-    const int free_before = dup(STDERR_FILENO);
-    close(free_before);
+    const int free_before = NextDescriptor();
     const StandInIp ip(kTwoInterfaces, std::string("[ -e hang ] || ") + kOwnAddress +
                                            "; [ ! -e hang ] && exit; " + kHang);
     AskInterfaces(refresh);
@@ -331,9 +327,7 @@ TEST_F(InterfaceRefreshTest, StopAskingKillsCommandsAndKeepsAnswers) {
     EXPECT_TRUE(GroupEnds(hanging));
     EXPECT_FALSE(refresh.list.has_value());
     EXPECT_EQ(Addresses(refresh), (Texts{"2001:db8::a0/64", "2001:db8::b0/64"}));
-    const int free_after = dup(STDERR_FILENO);
-    close(free_after);
-    EXPECT_EQ(free_after, free_before);
+    EXPECT_EQ(NextDescriptor(), free_before);
 }
 
 TEST_F(InterfaceRefreshTest, ForgetAnswersKeepsNamesAndHardwareAddresses) {

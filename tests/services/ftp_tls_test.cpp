@@ -142,20 +142,11 @@ TEST(WithFtpTls, LeavesOtherLinesAlone) {
     for (const char* text :
          {"ssl_enable  =YES\n", "ssl_enable\t=YES\n", "ssl_enable \t=YES\n", "#ssl_enable=YES\n",
           "  # ssl_enable=YES\n", "SSL_ENABLE=YES\n", "ssl_enable2=YES\n", "ssl_enable\n",
-          "xssl_enable=YES\n", "\vssl_enable=YES\n", "listen=YES\n", "\n", " \t\n", "=\n"}) {
+          "xssl_enable=YES\n", "\vssl_enable=YES\n", "listen=YES\n", "\n", " \t\n", "=\n", "",
+          "  listen = YES  \n\tlocal_enable=YES\t\n"}) {
         EXPECT_EQ(WithFtpTls(text, false), text);
         EXPECT_EQ(WithFtpTls(text, true), text);
     }
-}
-
-TEST(WithFtpTls, AddsNoSetting) {
-    EXPECT_EQ(WithFtpTls("listen=YES\n", true), "listen=YES\n");
-    EXPECT_EQ(WithFtpTls("", true), "");
-}
-
-TEST(WithFtpTls, KeepsBlanksOfOtherLines) {
-    const std::string text = "# The server\n\n  listen = YES  \n\tlocal_enable=YES\t\n";
-    EXPECT_EQ(WithFtpTls(text, true), text);
 }
 
 TEST(WithFtpTls, EveryLineEndsInALineFeed) {
@@ -169,14 +160,11 @@ TEST(WithFtpTls, ALongLineIsSplit) {
     ExpectRewritten(
         {{Letters(1022) + "\n", Letters(1022) + "\n"},
          {Letters(1023), Letters(1023) + "\n"},
+         // The line feed after a full buffer is a line of its own.
+         {Letters(1023) + "\nlisten=YES\n", Letters(1023) + "\n\nlisten=YES\n"},
          {Letters(1024) + "\n", Letters(1023) + "\nx\n"},
          {Letters(3000) + "\nssl_enable=YES\n",
           Letters(1023) + "\n" + Letters(1023) + "\n" + Letters(954) + "\nssl_enable=NO\n"}});
-}
-
-TEST(WithFtpTls, TheLineFeedAfterAFullBufferIsALineOfItsOwn) {
-    EXPECT_EQ(WithFtpTls(Letters(1023) + "\nlisten=YES\n", true),
-              Letters(1023) + "\n\nlisten=YES\n");
 }
 
 // ---- the files ----

@@ -11,13 +11,14 @@
 #include <vector>
 
 #include "services/services_fixtures.h"
+#include "util/utility_fixtures.h"
 
 namespace {
 
 using services::AmongOwnProcesses;
 using services::InOwnRoot;
 
-constexpr const char* kProgram = "/bin/sleep";
+constexpr const char* kProgram = "/bin/cat";
 
 int Users(const std::string& path) {
     return procfs_path_in_use(path.c_str());
@@ -29,42 +30,9 @@ std::string CopyProgram(const std::string& path) {
     return path;
 }
 
-// Starts a process of that program and returns once it runs.
-pid_t Start(const std::string& path) {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) std::abort();
-    const pid_t pid = fork();
-    if (pid == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        execl(path.c_str(), path.c_str(), "infinity", nullptr);
-        _exit(127);
-    }
-    close(ends[1]);
-    char byte = 0;
-    // The read ends when exec closes the pipe.
-    if (read(ends[0], &byte, 1) != 0) std::abort();
-    close(ends[0]);
-    return pid;
-}
-
 // A process of that program, until the destructor.
-struct Running {
-    explicit Running(const std::string& path) : pid(Start(path)) {}
-    ~Running() {
-        kill(pid, SIGKILL);
-        waitpid(pid, nullptr, 0);
-    }
-    Running(const Running&) = delete;
-    Running& operator=(const Running&) = delete;
-
-    // Kills it, but leaves it in /proc as a zombie until the destructor.
-    void EndUnreaped() const {
-        kill(pid, SIGKILL);
-        siginfo_t ended = {};
-        waitid(P_PID, static_cast<id_t>(pid), &ended, WEXITED | WNOWAIT);
-    }
-
-    pid_t pid;
+struct Running : RunningProcess {
+    explicit Running(const std::string& path) : RunningProcess({path}, path) {}
 };
 
 TEST(ProcfsPathInUse, CountsProcesses) {
@@ -104,22 +72,8 @@ TEST(ProcfsPathInUse, OtherProgramsDoNotCount) {
 TEST(ProcfsPathInUse, WhatAProcessCallsItselfDoesNotCount) {
     const TemporaryFolder folder;
     const std::string path = CopyProgram(folder.path + "/volkeep");
-    const pid_t pretender = fork();
-    if (pretender == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        execl(kProgram, path.c_str(), "infinity", nullptr);
-        _exit(127);
-    }
-    const auto has_started = [&] {
-        const std::string told = ContentOf("/proc/" + std::to_string(pretender) + "/cmdline");
-        return told.compare(0, path.size(), path) == 0;
-    };
-    for (int i = 0; i < 1000 && !has_started(); i++)
-        poll(nullptr, 0, 10);
-    EXPECT_TRUE(has_started());
+    const RunningProcess pretender({path});
     EXPECT_EQ(Users(path), 0);
-    kill(pretender, SIGKILL);
-    waitpid(pretender, nullptr, 0);
 }
 
 // As on a merged system, where /sbin is a link to usr/sbin.
@@ -205,7 +159,7 @@ TEST_F(ProcfsPathInUseApart, SkipsProcessesThatItMayNotInspect) {
     std::filesystem::permissions(folder.path, std::filesystem::perms(0755));
     const std::string path = CopyProgram(folder.path + "/volkeep");
     EXPECT_EQ(AmongOwnProcesses([&] {
-                  Start(path);
+                  const Running theirs(path);
                   if (setgid(65534) != 0 || setuid(65534) != 0) return std::string("still root");
                   const Running own(path);
                   return std::to_string(Users(path));

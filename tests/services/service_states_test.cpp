@@ -5,6 +5,7 @@
 #include <sys/un.h>
 
 #include "services/services_fixtures.h"
+#include "util/utility_fixtures.h"
 
 namespace {
 
@@ -125,13 +126,10 @@ TEST(CreateMarkerFile, APipeInPlaceOfTheFileDoesNotBlock) {
 
 TEST(CreateMarkerFile, LeavesNoDescriptorOpen) {
     const TemporaryFolder folder;
-    const int before = dup(STDIN_FILENO);
-    close(before);
+    const int before = NextDescriptor();
     for (int i = 0; i < 5; i++)
         CreateMarkerFile(folder.path + "/marker");
-    const int after = dup(STDIN_FILENO);
-    close(after);
-    EXPECT_EQ(after, before);
+    EXPECT_EQ(NextDescriptor(), before);
 }
 
 }  // namespace

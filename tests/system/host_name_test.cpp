@@ -37,7 +37,7 @@ TEST(SetHostName, SetsTheKernelsNameAndWritesTheFile) {
                                             printf("%s", HostName().c_str());
                                             return 0L;
                                         });
-    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root can rename a machine";
+    SKIP_WHERE_REFUSED(answer);
     EXPECT_EQ(answer.output, "my-box");
     EXPECT_EQ(ContentOf(file), "my-box\n");
 }
@@ -52,7 +52,7 @@ TEST(SetHostName, ANameThatTheKernelRefusesIsStillWritten) {
                                             SetHostName(name);
                                             return HostName() == before ? 1L : 0L;
                                         });
-    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root can rename a machine";
+    SKIP_WHERE_REFUSED(answer);
     EXPECT_EQ(answer.value, 1);
     EXPECT_EQ(ContentOf(file), name + "\n");
 }
@@ -65,7 +65,7 @@ TEST(SetHostName, SetsTheKernelsNameEvenIfTheFileCannotBeWritten) {
                                             printf("%s", HostName().c_str());
                                             return 0L;
                                         });
-    if (answer.prepared == Prepared::kRefused) GTEST_SKIP() << "only root can rename a machine";
+    SKIP_WHERE_REFUSED(answer);
     EXPECT_EQ(answer.output, "my-box");
     EXPECT_FALSE(std::filesystem::exists(root.Path("etc")));
 }

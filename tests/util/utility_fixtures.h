@@ -79,10 +79,11 @@ struct Pipe {
 };
 
 // A process that shows these arguments in /proc. It runs once the constructor returns, and is gone
-// after the destructor. The program is cat, which replies when it runs and exits at the end of its
-// input; so arguments after the first must be "-", followed by names of files.
+// after the destructor. The program is cat, or a copy of it, which replies when it runs; so
+// arguments after the first must be "-", followed by names of files.
 struct RunningProcess {
-    explicit RunningProcess(std::vector<std::string> arguments) {
+    explicit RunningProcess(std::vector<std::string> arguments,
+                            const std::string& program = "/bin/cat") {
         std::vector<char*> vector;
         vector.reserve(arguments.size() + 1);
         for (std::string& argument : arguments)
@@ -93,7 +94,7 @@ struct RunningProcess {
         if (pid == 0) {
             dup2(input.Reader(), STDIN_FILENO);
             dup2(output.Writer(), STDOUT_FILENO);
-            execv("/bin/cat", vector.data());
+            execv(program.c_str(), vector.data());
             _exit(1);
         }
         char echo = 0;
@@ -102,15 +103,16 @@ struct RunningProcess {
         if (read(output.Reader(), &echo, 1) != 1) std::abort();
     }
     ~RunningProcess() {
-        input.CloseWriter();
+        kill(pid, SIGKILL);
+        input.CloseWriter();  // ends it, too, if this process may no longer kill it
         waitpid(pid, nullptr, 0);
     }
     RunningProcess(const RunningProcess&) = delete;
     RunningProcess& operator=(const RunningProcess&) = delete;
 
     // Ends the process, but leaves it in /proc as a zombie until the destructor.
-    void EndUnreaped() {
-        input.CloseWriter();
+    void EndUnreaped() const {
+        kill(pid, SIGKILL);
         siginfo_t ended = {};
         waitid(P_PID, static_cast<id_t>(pid), &ended, WEXITED | WNOWAIT);
     }

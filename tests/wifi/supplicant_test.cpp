@@ -8,6 +8,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "util/utility_fixtures.h"
@@ -57,50 +58,52 @@ TEST(AccessPoint, ANewRecordIsNotConfigured) {
 }
 
 TEST(ParseConfiguredNetworks, TakesNumberNameAddressAndFlags) {
-    EXPECT_EQ(Configured("0\tattic\tany\t[CURRENT]\n12\tmy home\t00:11:22:33:44:55\t[DISABLED]\n"),
-              (Words{"0 'attic' any [CURRENT]", "12 'my home' 00:11:22:33:44:55 [DISABLED]"}));
+    const std::pair<std::string, Words> cases[] = {
+        {"", {}},
+        {"0\tattic\tany\t[CURRENT]\n12\tmy home\t00:11:22:33:44:55\t[DISABLED]\n",
+         {"0 'attic' any [CURRENT]", "12 'my home' 00:11:22:33:44:55 [DISABLED]"}},
+        // The last line needs no line feed, flags may be missing, further columns are ignored.
+        {"0\tattic\tany\t[CURRENT]", {"0 'attic' any [CURRENT]"}},
+        {"0\tattic\tany\t\n", {"0 'attic' any "}},
+        {"0\tattic\tany\n", {"0 'attic' any "}},
+        {"0\tattic\tany\t[CURRENT]\tx\ty\n", {"0 'attic' any [CURRENT]"}},
+        // A hidden network has an empty name; a row without an address is dropped.
+        {"3\t\tany\t\n", {"3 '' any "}},
+        {"0\tattic\t\t[CURRENT]\n", {}},
+        {"0\tattic\n1\n\n", {}},
+        // The first of two equal names and addresses wins.
+        {"4\thome\tany\t\n2\thome\tany\t[CURRENT]\n", {"4 'home' any "}},
+        // A null byte ends its line.
+        {"0\tattic\tany\0\t[CURRENT]\n1\thome\tany\t\n"s, {"0 'attic' any ", "1 'home' any "}},
+    };
+    for (const auto& [rows, networks] : cases)
+        EXPECT_EQ(Configured(rows), networks) << rows;
 }
 
-TEST(ParseConfiguredNetworks, FlagsMayBeMissing) {
-    EXPECT_EQ(Configured("0\tattic\tany\t\n"), (Words{"0 'attic' any "}));
-    EXPECT_EQ(Configured("0\tattic\tany\n"), (Words{"0 'attic' any "}));
-}
-
-TEST(ParseConfiguredNetworks, IgnoresFurtherColumns) {
-    EXPECT_EQ(Configured("0\tattic\tany\t[CURRENT]\tx\ty\n"), (Words{"0 'attic' any [CURRENT]"}));
-}
-
-TEST(ParseConfiguredNetworks, ARowWithoutAnAddressIsDropped) {
-    EXPECT_EQ(Configured("0\tattic\t\t[CURRENT]\n"), Words{});
-    EXPECT_EQ(Configured("0\tattic\n1\n\n"), Words{});
-}
-
-TEST(ParseConfiguredNetworks, AHiddenNetworkHasAnEmptyName) {
-    EXPECT_EQ(Configured("3\t\tany\t\n"), (Words{"3 '' any "}));
-}
-
-TEST(ParseConfiguredNetworks, ANumberMustStartWithADigit) {
-    const struct {
-        const char* column;
-        int id;
-    } cases[] = {{"0", 0},   {"7", 7},   {"65536", 65536}, {"3abc", 3}, {"4 5", 4},
-                 {"", -1},   {"-1", -1}, {"-7", -1},       {"+7", -1},  {" 7", -1},
-                 {"id", -1}, {"x3", -1}, {"\xd9\xa3", -1}};
+// Truncated to an int, a large number would be that of another network.
+TEST(ParseConfiguredNetworks, ANumberStartsWithADigitAndFitsAnInt) {
+    const std::pair<const char*, int> cases[] = {{"0", 0},
+                                                 {"7", 7},
+                                                 {"65536", 65536},
+                                                 {"3abc", 3},
+                                                 {"4 5", 4},
+                                                 {"", -1},
+                                                 {"-1", -1},
+                                                 {"-7", -1},
+                                                 {"+7", -1},
+                                                 {" 7", -1},
+                                                 {"id", -1},
+                                                 {"x3", -1},
+                                                 {"\xd9\xa3", -1},
+                                                 {"2147483648", -1},
+                                                 {"4294967296", -1},
+                                                 {"4294967297", -1},
+                                                 {"99999999999999999999", -1}};
     for (const auto& [column, id] : cases) {
         AccessPointMap map;
         ParseConfiguredNetworks(kConfiguredHeader + std::string(column) + "\tattic\tany\t\n", map);
         ASSERT_EQ(map.size(), 1u) << column;
         EXPECT_EQ(map.begin()->second.network_id, id) << column;
-    }
-}
-
-// Truncated to an int, the number would be that of another network.
-TEST(ParseConfiguredNetworks, ANumberThatDoesNotFitAnIntIsNone) {
-    for (const char* column : {"2147483648", "4294967296", "4294967297", "99999999999999999999"}) {
-        AccessPointMap map;
-        ParseConfiguredNetworks(kConfiguredHeader + std::string(column) + "\tattic\tany\t\n", map);
-        ASSERT_EQ(map.size(), 1u) << column;
-        EXPECT_EQ(map.begin()->second.network_id, -1) << column;
     }
 }
 
@@ -111,25 +114,11 @@ TEST(ParseConfiguredNetworks, TheFirstLineIsNeverANetwork) {
 }
 
 TEST(ParseConfiguredNetworks, AHeaderAloneGivesNoNetworks) {
-    EXPECT_EQ(Configured(""), Words{});
     AccessPointMap map;
     ParseConfiguredNetworks("", map);
     ParseConfiguredNetworks("\n", map);
     ParseConfiguredNetworks("network id / ssid", map);
     EXPECT_EQ(Texts(map), Words{});
-}
-
-TEST(ParseConfiguredNetworks, TheLastLineNeedsNoLineFeed) {
-    EXPECT_EQ(Configured("0\tattic\tany\t[CURRENT]"), (Words{"0 'attic' any [CURRENT]"}));
-}
-
-TEST(ParseConfiguredNetworks, TheFirstOfTwoEqualNamesAndAddressesWins) {
-    EXPECT_EQ(Configured("4\thome\tany\t\n2\thome\tany\t[CURRENT]\n"), (Words{"4 'home' any "}));
-}
-
-TEST(ParseConfiguredNetworks, ANullByteEndsItsLine) {
-    EXPECT_EQ(Configured("0\tattic\tany\0\t[CURRENT]\n1\thome\tany\t\n"s),
-              (Words{"0 'attic' any ", "1 'home' any "}));
 }
 
 TEST(ParseConfiguredNetworks, ALineOf1023BytesIsOneLine) {
@@ -145,33 +134,24 @@ TEST(ParseConfiguredNetworks, ALongerLineIsSplit) {
 }
 
 TEST(ParseScanResults, TakesAddressFlagsAndName) {
-    EXPECT_EQ(Scanned("00:11:22:33:44:55\t2437\t-61\t[WPA2-PSK-CCMP][ESS]\tmy home\n"),
-              (Words{"NEW -1 'my home' 00:11:22:33:44:55 [WPA2-PSK-CCMP][ESS]"}));
-}
-
-TEST(ParseScanResults, AHiddenNetworkHasAnEmptyOrNoName) {
-    const Words hidden = {"NEW -1 '' 00:11:22:33:44:55 [ESS]"};
-    EXPECT_EQ(Scanned("00:11:22:33:44:55\t2437\t-61\t[ESS]\t\n"), hidden);
-    EXPECT_EQ(Scanned("00:11:22:33:44:55\t2437\t-61\t[ESS]\n"), hidden);
-}
-
-TEST(ParseScanResults, AnAddressAloneIsANetwork) {
-    EXPECT_EQ(Scanned("00:11:22:33:44:55\n"), (Words{"NEW -1 '' 00:11:22:33:44:55 "}));
-}
-
-TEST(ParseScanResults, ARowWithoutAnAddressIsDropped) {
-    EXPECT_EQ(Scanned("\t2437\t-61\t[ESS]\thome\n\n"), Words{});
-}
-
-TEST(ParseScanResults, IgnoresFurtherColumns) {
-    EXPECT_EQ(Scanned("00:11:22:33:44:55\t2437\t-61\t[ESS]\thome\tgarden\n"),
-              (Words{"NEW -1 'home' 00:11:22:33:44:55 [ESS]"}));
-}
-
-TEST(ParseScanResults, AnAccessPointSeenTwiceIsListedOnce) {
-    EXPECT_EQ(Scanned("00:11:22:33:44:55\t2437\t-61\t[ESS]\thome\n"
-                      "00:11:22:33:44:55\t5180\t-70\t[WPS]\thome\n"),
-              (Words{"NEW -1 'home' 00:11:22:33:44:55 [ESS]"}));
+    const std::pair<const char*, Words> cases[] = {
+        {"00:11:22:33:44:55\t2437\t-61\t[WPA2-PSK-CCMP][ESS]\tmy home\n",
+         {"NEW -1 'my home' 00:11:22:33:44:55 [WPA2-PSK-CCMP][ESS]"}},
+        // A hidden network has an empty or no name, and may have no flags.
+        {"00:11:22:33:44:55\t2437\t-61\t[ESS]\t\n", {"NEW -1 '' 00:11:22:33:44:55 [ESS]"}},
+        {"00:11:22:33:44:55\t2437\t-61\t[ESS]\n", {"NEW -1 '' 00:11:22:33:44:55 [ESS]"}},
+        {"00:11:22:33:44:55\n", {"NEW -1 '' 00:11:22:33:44:55 "}},
+        // A row without an address is dropped, and further columns are ignored.
+        {"\t2437\t-61\t[ESS]\thome\n\n", {}},
+        {"00:11:22:33:44:55\t2437\t-61\t[ESS]\thome\tgarden\n",
+         {"NEW -1 'home' 00:11:22:33:44:55 [ESS]"}},
+        // An access point seen twice is listed once.
+        {"00:11:22:33:44:55\t2437\t-61\t[ESS]\thome\n"
+         "00:11:22:33:44:55\t5180\t-70\t[WPS]\thome\n",
+         {"NEW -1 'home' 00:11:22:33:44:55 [ESS]"}},
+    };
+    for (const auto& [rows, networks] : cases)
+        EXPECT_EQ(Scanned(rows), networks) << rows;
 }
 
 TEST(ParseScanResults, TheFirstLineIsNeverANetwork) {
