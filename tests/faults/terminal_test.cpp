@@ -41,6 +41,26 @@ void GoUpTo(Terminal& t, size_t keys, int milliseconds) {
     t.RunFor(milliseconds / 1000.0);
 }
 
+// What happens after that many keys and milliseconds.
+using Event = void (*)(TourBox& box, size_t keys, int milliseconds);
+
+void AtRandomMoments(Event event) {
+    Chance chance(Game::kSame);
+    TourBox box;
+    const int keys = static_cast<int>(KeysOfTheTour().size());
+    for (int i = 0; i < 6; ++i)
+        event(box, static_cast<size_t>(chance.Between(0, keys)), chance.Between(0, 300));
+}
+
+void AfterEveryKey(Event event, const char* name) {
+    Chance chance(Game::kNew);
+    TourBox box;
+    const size_t keys = KeysOfTheTour().size();
+    for (size_t i = 0; i <= keys; ++i)
+        event(box, i, chance.Between(0, 30));
+    std::cout << "FAULTS " << name << ": " << keys + 1 << std::endl;
+}
+
 // ---- hang-up ----
 
 void HangUpAfter(TourBox& box, size_t keys, int milliseconds) {
@@ -57,20 +77,11 @@ void HangUpAfter(TourBox& box, size_t keys, int milliseconds) {
 }
 
 TEST(HangUp, AtRandomMomentsEndsTheProgramWithoutLoss) {
-    Chance chance(Game::kSame);
-    TourBox box;
-    const int keys = static_cast<int>(KeysOfTheTour().size());
-    for (int i = 0; i < 6; ++i)
-        HangUpAfter(box, static_cast<size_t>(chance.Between(0, keys)), chance.Between(0, 300));
+    AtRandomMoments(HangUpAfter);
 }
 
 TEST(WholeHangUp, AfterEveryKeyEndsTheProgramWithoutLoss) {
-    Chance chance(Game::kNew);
-    TourBox box;
-    const size_t keys = KeysOfTheTour().size();
-    for (size_t i = 0; i <= keys; ++i)
-        HangUpAfter(box, i, chance.Between(0, 30));
-    std::cout << "FAULTS hang-ups: " << keys + 1 << std::endl;
+    AfterEveryKey(HangUpAfter, "hang-ups");
 }
 
 // How often the program has made the call so far.
@@ -143,20 +154,11 @@ void InterruptAfter(TourBox& box, size_t keys, int milliseconds) {
 }
 
 TEST(CtrlC, AtRandomMomentsEndsTheProgramOrItsCommand) {
-    Chance chance(Game::kSame);
-    TourBox box;
-    const int keys = static_cast<int>(KeysOfTheTour().size());
-    for (int i = 0; i < 6; ++i)
-        InterruptAfter(box, static_cast<size_t>(chance.Between(0, keys)), chance.Between(0, 300));
+    AtRandomMoments(InterruptAfter);
 }
 
 TEST(WholeCtrlC, AfterEveryKeyEndsTheProgramOrItsCommand) {
-    Chance chance(Game::kNew);
-    TourBox box;
-    const size_t keys = KeysOfTheTour().size();
-    for (size_t i = 0; i <= keys; ++i)
-        InterruptAfter(box, i, chance.Between(0, 30));
-    std::cout << "FAULTS interrupts: " << keys + 1 << std::endl;
+    AfterEveryKey(InterruptAfter, "interrupts");
 }
 
 // ---- Ctrl-Z ----

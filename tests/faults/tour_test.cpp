@@ -6,24 +6,22 @@
 namespace harness::faults {
 namespace {
 
-TEST(Tour, ReachesEveryScreenAndSavesEveryFile) {
+void ExpectAll(void (*walk)(Terminal& t)) {
     TourBox box;
     Terminal t(box, Hasty(box));
-    WalkTour(t, true);
+    walk(t);
     EXPECT_EQ(t.WaitExit(), Exited(0));
     EXPECT_EQ(TerminalDamage(t), "");
     EXPECT_EQ(box.Damage(), "");
     EXPECT_TRUE(box.AllSaved());
 }
 
+TEST(Tour, ReachesEveryScreenAndSavesEveryFile) {
+    ExpectAll([](Terminal& t) { WalkTour(t, true); });
+}
+
 TEST(Tour, CanBeTypedAtOnce) {
-    TourBox box;
-    Terminal t(box, Hasty(box));
-    RushTour(t);
-    EXPECT_EQ(t.WaitExit(), Exited(0));
-    EXPECT_EQ(TerminalDamage(t), "");
-    EXPECT_EQ(box.Damage(), "");
-    EXPECT_TRUE(box.AllSaved());
+    ExpectAll(RushTour);
 }
 
 }  // namespace
