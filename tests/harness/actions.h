@@ -52,9 +52,9 @@ inline std::ostream& operator<<(std::ostream& out, const Stop& stop) {
     return out << stop.name;
 }
 
-// From the main menu to the place.
+// From the main menu to the place. A digit has no meaning until the interfaces are listed.
 inline void GoTo(Terminal& t, const Stop& stop, Place place = Place::current()) {
-    t.WaitFor("Tavrin 4", Terminal::kPatience, place);
+    t.WaitFor(stop.keys[0] == '1' ? "    1. " : "Tavrin 4", Terminal::kPatience, place);
     t.Go(stop.keys, stop.sign, place);
 }
 

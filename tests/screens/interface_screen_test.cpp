@@ -143,7 +143,7 @@ class WirelessBox : public Box {
 
 void OpenCard(Terminal& t, const std::string& number, const std::string& name,
               Place place = Place::current()) {
-    t.WaitFor(kMenuTitle, Terminal::kPatience, place);
+    t.WaitFor("    1. ", Terminal::kPatience, place);
     t.Go(number + "<Enter>", "Network configuration: " + name + " (", place);
 }
 
@@ -393,7 +393,7 @@ TEST(InterfaceScreen, LeavingWithoutAnActionShowsTheOldMainMenu) {
     Box box(Card::kPlugged);
     box.Record("ip");
     Terminal t(box);
-    t.WaitFor("Exit this program");
+    t.WaitFor("1. eth0");
     t.Press("1");
     t.WaitSelected("1. eth0");
     t.Settle();
