@@ -35,6 +35,13 @@ struct Redirection {
 // deaf shell. Returns if there is no shell.
 void ExecuteShell(char* const* arguments, const Redirection& redirection, bool is_deaf) {
     struct sigaction action = {};
+    if (redirection.output >= 0) {
+        setpgid(0, 0);
+        // Ignoring discards a Ctrl-Z that has come before: nobody would continue the child.
+        action.sa_handler = SIG_IGN;
+        sigaction(SIGTSTP, &action, nullptr);
+        action.sa_handler = SIG_DFL;
+    }
     for (int number = 1; number < NSIG; ++number) {
         if (number != SIGHUP) sigaction(number, &action, nullptr);
     }
@@ -43,7 +50,6 @@ void ExecuteShell(char* const* arguments, const Redirection& redirection, bool i
     sigprocmask(SIG_SETMASK, &action.sa_mask, nullptr);
     if (redirection.input >= 0) dup2(redirection.input, STDIN_FILENO);
     if (redirection.output >= 0) {
-        setpgid(0, 0);
         dup2(redirection.output, STDOUT_FILENO);
         const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
         dup2(nothing, STDIN_FILENO);
@@ -58,15 +64,17 @@ pid_t StartShell(const char* command, const Redirection& redirection) {
     char flag[] = "-c";
     // Not copied: the command may contain a password, and its owner erases it.
     char* const arguments[] = {shell, flag, const_cast<char*>(command), nullptr};
-    const bool is_deaf = HangUpIsHeld() && redirection.output < 0;
+    const bool is_beside = redirection.output >= 0;
+    const bool is_deaf = HangUpIsHeld() && !is_beside;
     volatile bool has_shell = true;
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
     sigprocmask(SIG_SETMASK, &all, &before);
-    // Not fork, which copies the page tables: a refresh starts dozens of commands. The child runs
-    // in this memory until it executes the shell, and this process waits for that.
-    const pid_t pid = vfork();
+    // After vfork the child runs in this memory until it executes the shell, and this process waits
+    // for that. It saves copying the page tables for dozens of commands. On the terminal, Ctrl-Z
+    // may stop the child before that, and then has to stop this process, too.
+    const pid_t pid = is_beside ? vfork() : fork();
     if (pid == 0) {
         ExecuteShell(arguments, redirection, is_deaf);  // NOLINT(clang-analyzer-unix.Vfork)
         has_shell = false;

@@ -124,7 +124,7 @@ struct Occurrences {
 };
 
 Occurrences OccurrencesOf(const std::string& call, const std::vector<std::string>& calls) {
-    const auto start = std::find(calls.begin(), calls.end(), "vfork");
+    const auto start = std::find(calls.begin(), calls.end(), "clone");
     return {1 + static_cast<int>(std::count(calls.begin(), start, call)),
             static_cast<int>(std::count(calls.begin(), calls.end(), call))};
 }

@@ -347,6 +347,31 @@ TEST(StartCommand, HasNoStandardInputAndItsOwnGroup) {
     waitpid(running->pid, nullptr, 0);
 }
 
+// Nobody continues a background command, and the program waits until it has started.
+TEST(StartCommand, IsNotStoppedByACtrlZThatComesMeanwhile) {
+    const Answer answer = AnswerInChild([] {
+        setpgid(0, 0);
+        CloseSignalGate();
+        std::signal(SIGTSTP, [](int) {});
+        const pid_t program = getpid();
+        const pid_t hand = fork();
+        if (hand == 0) {
+            setpgid(0, 0);
+            const double end = MonotonicSeconds() + 20;
+            while (getppid() == program && MonotonicSeconds() < end)
+                kill(-program, SIGTSTP);
+            kill(program, SIGKILL);
+            _exit(0);
+        }
+        long answered = 0;
+        for (int run = 0; run < 200; ++run)
+            answered += OutputOfCommandOutput("echo here") == "here\n" ? 1 : 0;
+        kill(hand, SIGKILL);
+        return answered;
+    });
+    EXPECT_EQ(answer.value, 200);
+}
+
 TEST(StartCommand, RecordsWhenItStarted) {
     const double before = MonotonicSeconds();
     auto running = StartCommand("exit");
