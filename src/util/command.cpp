@@ -74,9 +74,9 @@ pid_t StartShell(const char* command, const Redirection& redirection) {
     // After vfork the child runs in this memory until it executes the shell, and this process waits
     // for that. It saves copying the page tables for dozens of commands. On the terminal, Ctrl-Z
     // may stop the child before that, and then has to stop this process, too.
-    const pid_t pid = is_beside ? vfork() : fork();
+    const pid_t pid = is_beside ? vfork() : fork();  // NOLINT(clang-analyzer-unix.Vfork)
     if (pid == 0) {
-        ExecuteShell(arguments, redirection, is_deaf);  // NOLINT(clang-analyzer-unix.Vfork)
+        ExecuteShell(arguments, redirection, is_deaf);
         has_shell = false;
         _exit(1);
     }
