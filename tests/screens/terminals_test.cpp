@@ -243,9 +243,10 @@ TEST_P(WhileResizing, NothingCrashesAndTheMenuFitsInTheEnd) {
         }
     }
     for (int leave = 0; leave < 3 && !t.Shows(kMainMenu.sign); leave++) {
+        const std::vector<std::string> before = t.Screen();
         t.Press("<Esc>");
+        t.WaitUntil([&] { return t.Screen() != before; }, "the screen to change");
         t.Settle();
-        t.RunFor(0.1);
     }
     t.Press("<Home>");  // the small terminals have scrolled the list
     t.WaitFor(kMainMenu.sign);
