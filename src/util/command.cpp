@@ -20,6 +20,7 @@ namespace {
 
 constexpr int kReadsAtOnce = 64;
 constexpr std::size_t kMostOutput = 16 << 20;
+constexpr int kNoShell = 127;
 
 // The process groups of the background commands.
 std::vector<pid_t> running_groups;
@@ -58,7 +59,8 @@ void ExecuteShell(char* const* arguments, const Redirection& redirection, bool i
     execv("/bin/sh", arguments);
 }
 
-// Runs the command with /bin/sh; -1 if it can't be started.
+// Runs the command with /bin/sh; -1 if no process can be created, and for background commands also
+// if there is no shell.
 pid_t StartShell(const char* command, const Redirection& redirection) {
     char shell[] = "sh";
     char flag[] = "-c";
@@ -78,7 +80,7 @@ pid_t StartShell(const char* command, const Redirection& redirection) {
     if (pid == 0) {
         ExecuteShell(arguments, redirection, is_deaf);
         has_shell = false;
-        _exit(1);
+        _exit(kNoShell);
     }
     sigprocmask(SIG_SETMASK, &before, nullptr);
     if (has_shell) return pid;

@@ -16,8 +16,9 @@
 #include "util/secret.h"
 
 // Runs the command on the program's own terminal and waits for it, like system(): meanwhile SIGINT
-// and SIGQUIT go only to the command. Returns the raw wait status, or -1 if the command can't be
-// started or the kernel has reaped it, as it does for a program that ignores SIGCHLD.
+// and SIGQUIT go only to the command. Returns the raw wait status (exit status 127 if there is no
+// shell), or -1 if no process can be created or the kernel has reaped it, as it does for a program
+// that ignores SIGCHLD.
 int RunCommand(const char* command);
 inline int RunCommand(const std::string& command) {
     return RunCommand(command.c_str());
@@ -55,7 +56,8 @@ std::optional<std::string> CommandOutput(const std::string& command);
 
 // Runs the command on the program's own terminal with the text as its standard input, and waits for
 // it. The text is erased as soon as the command has it or can't be started. A command that does not
-// read it all is not reported. Returns the raw wait status, or -1 if the command can't be started.
+// read it all is not reported. Returns the raw wait status (exit status 127 if there is no shell),
+// or -1 if no process can be created.
 int FeedCommand(const std::string& command, Secret input);
 
 // A name as one word of a shell command. Names of letters, digits and "%+,-./:=@_" mean only

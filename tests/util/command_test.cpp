@@ -259,15 +259,12 @@ TEST(RunCommand, UsesTheProgramsOwnOutputs) {
     EXPECT_EQ(answer.output, "out\nerr\n");
 }
 
-TEST(RunCommand, IgnoresACommandThatCannotStart) {
+TEST(RunCommand, ReturnsStatus127IfThereIsNoShell) {
     const TemporaryFolder empty;
     const Answer answer = AnswerInChild([&] { return EnterRoot(empty.path); },
-                                        [] {
-                                            RunCommand("echo out");
-                                            return 1L;
-                                        });
+                                        [] { return long{RunCommand("echo out")}; });
     SKIP_WHERE_REFUSED(answer);
-    EXPECT_EQ(answer.value, 1);
+    EXPECT_EQ(answer.value, 127 << 8);
     EXPECT_EQ(answer.output, "");
 }
 
