@@ -5,15 +5,28 @@
 #     host_untouched_test.sh PROGRAM ACTIONS_TEST
 #
 # ACTIONS_TEST (actions_test.cpp) operates the program's screens; a shell script here does what goes
-# beyond. Exit status 0: unchanged, 1: changed (the difference is printed), 77: skipped, no machine
-# can be made here.
+# beyond. The host is itself a machine: what else happens on this computer meanwhile, a changed lease
+# or a mount, does not count. Exit status 0: unchanged, 1: changed (the difference is printed), 77:
+# skipped, no machine can be made here.
 set -u
-program=$1
-actions_test=$2
 appliance=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd -P)
-PATH=$PATH:/usr/sbin:/sbin
-"$appliance/enter" --bare true || exit 77
+if [ "$1" != host ]; then
+    "$appliance/enter" --bare true || exit 77
+    exec "$appliance/enter" --bare "$appliance/host_untouched_test.sh" host "$@"
+fi
+program=$2
+actions_test=$3
 
+# A host with the interfaces of the appliance.
+ip -batch - <<'END'
+link add eth0 address 02:00:00:00:20:20 type bridge
+link add eth1 address 02:00:00:00:20:21 type bridge
+link set eth0 addrgenmode none
+addr add 198.51.100.2/24 dev eth0
+addr add 2001:db8:20::2/64 dev eth0 nodad
+link set eth0 up
+route add default via 198.51.100.1
+END
 scratch=$(mktemp -d)
 trap 'kill "$decoy" 2>/dev/null; rm -rf "$scratch"' EXIT
 trap 'exit 130' HUP INT TERM
@@ -22,11 +35,10 @@ trap 'exit 130' HUP INT TERM
 Picture() {
     echo "host name $(uname -n)"
     echo "-- interfaces, addresses, routes"
-    # Without the remaining lifetimes of addresses and routes.
-    ip -details link | sed 's/ state .*//'
-    ip -oneline addr | sed 's/valid_lft.*//'
-    ip route show table all | sed 's/expires.*//'
-    ip -6 route show table all | sed 's/expires.*//'
+    ip link
+    ip addr
+    ip route show table all
+    ip -6 route show table all
     grep -s . /proc/sys/net/ipv4/ip_forward /proc/sys/net/ipv[46]/conf/*/*
     echo "-- mounts"
     cat /proc/self/mounts
