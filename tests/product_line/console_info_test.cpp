@@ -1,6 +1,8 @@
 #include "product_line/console_info.h"
 
 #include <gtest/gtest.h>
+#include <linux/fb.h>
+#include <linux/kd.h>
 
 #include "util/utility_fixtures.h"
 
@@ -62,6 +64,98 @@ TEST(ProbeConsole, APseudoTerminalMeansTheForegroundConsole) {
     EXPECT_EQ(info.tty_number, 0);
     EXPECT_EQ(info.cell_width, 8);
     EXPECT_EQ(info.cell_height, 16);
+}
+
+// The console tty2 with a font of 9 by 14 and /dev/fb3 as its framebuffer. The files of the
+// framebuffers are as long as their number. A request other than the expected ones fails.
+struct {
+    bool has_font = true;
+    bool is_mapped = true;
+    bool has_screen = true;
+} console;
+
+long AnswerConsoleRequest(int descriptor, unsigned request, void* argument) {
+    constexpr unsigned kWholeFont = 512;
+    struct stat file = {};
+    fstat(descriptor, &file);
+    if (request == KDFONTOP) {
+        auto& font = *static_cast<console_font_op*>(argument);
+        if (!console.has_font || descriptor != STDOUT_FILENO || font.op != KD_FONT_OP_GET ||
+            font.charcount != kWholeFont || font.height != 32 || font.data == nullptr) {
+            return -EINVAL;
+        }
+        font.width = 9;
+        font.height = 14;
+    } else if (request == FBIOGET_CON2FBMAP) {
+        auto& map = *static_cast<fb_con2fbmap*>(argument);
+        if (!console.is_mapped || file.st_size != 1 || map.console != 3) return -EINVAL;
+        map.framebuffer = 3;
+    } else if (request == FBIOGET_FSCREENINFO) {
+        if (file.st_size != 3) return -EINVAL;
+        static_cast<fb_fix_screeninfo*>(argument)->line_length = 4096;
+    } else {
+        if (!console.has_screen || file.st_size != 3) return -EINVAL;
+        auto& screen = *static_cast<fb_var_screeninfo*>(argument);
+        screen.xres = 1024;
+        screen.yres = 768;
+        screen.xres_virtual = screen.yres_virtual = 2000;
+    }
+    return 0;
+}
+
+// The figures of a probe on that console, with these framebuffers.
+Answer ProbedOnTheConsole(const std::string& framebuffers) {
+    const TemporaryFolder root;
+    std::filesystem::create_directories(root.Path("proc/self/fd"));
+    std::filesystem::create_symlink("/dev/tty2", root.Path("proc/self/fd/1"));
+    for (const char number : framebuffers)
+        root.File(std::string("dev/fb") + number,
+                  std::string(static_cast<std::size_t>(number - '0'), ' '));
+    const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    grantpt(master);
+    unlockpt(master);
+    const int terminal = open(ptsname(master), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    Answer answer = AnswerInChild(
+        [&] {
+            if (EnterRoot(root.path) == Prepared::kRefused) return Prepared::kRefused;
+            return AnswerRequests(AnswerConsoleRequest, {KDFONTOP, FBIOGET_CON2FBMAP,
+                                                         FBIOGET_FSCREENINFO, FBIOGET_VSCREENINFO});
+        },
+        [&] {
+            const int output = dup(STDOUT_FILENO);
+            dup2(terminal, STDOUT_FILENO);
+            const ConsoleInfo info = ProbeConsole();
+            dup2(output, STDOUT_FILENO);
+            printf("%d: %dx%d, %d: %dx%d, %d", info.tty_number, info.cell_width, info.cell_height,
+                   info.framebuffer, info.framebuffer_width, info.framebuffer_height,
+                   info.line_length);
+            return 0L;
+        });
+    close(terminal);
+    close(master);
+    return answer;
+}
+
+TEST(ProbeConsole, MeasuresTheFontAndTheFramebufferOfAConsole) {
+    struct {
+        const char* framebuffers;
+        bool has_font, is_mapped, has_screen;
+        const char* expected;
+    } const kCases[] = {
+        {"13", true, true, true, "2: 9x14, 3: 1024x768, 4096"},
+        {"13", false, true, true, "2: 8x16, 3: 1024x768, 4096"},
+        {"13", true, false, true, "2: 9x14, -1: -1x-1, -1"},
+        {"13", true, true, false, "2: 9x14, 3: -1x-1, -1"},
+        {"1", true, true, true, "2: 9x14, 3: -1x-1, -1"},
+        {"", true, true, true, "2: 9x14, -1: -1x-1, -1"},
+    };
+    for (const auto& row : kCases) {
+        SCOPED_TRACE(row.expected);
+        console = {row.has_font, row.is_mapped, row.has_screen};
+        const Answer answer = ProbedOnTheConsole(row.framebuffers);
+        SKIP_WHERE_REFUSED(answer);
+        EXPECT_EQ(answer.output, row.expected);
+    }
 }
 
 ConsoleInfo WithCell(int width, int height) {

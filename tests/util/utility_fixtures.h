@@ -231,41 +231,42 @@ inline Prepared EnterNetwork(const std::vector<MadeInterface>& interfaces) {
     return Prepared::kYes;
 }
 
-inline std::vector<MadeInterface> pretended_interfaces;
+// Answers an ioctl of the program; -errno if it fails.
+using AnswerRequest = long (*)(int descriptor, unsigned request, void* argument);
+inline AnswerRequest answer_request = nullptr;
 
 #if defined(__x86_64__)
 
-inline void AnswerAddressRequest(int /*number*/, siginfo_t* /*information*/, void* context) {
+inline void OnTrappedRequest(int /*number*/, siginfo_t* /*information*/, void* context) {
     auto& registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
-    ifreq* request = nullptr;
-    memcpy(&request, &registers[REG_RDX], sizeof registers[REG_RDX]);
-    registers[REG_RAX] = -ENODEV;
-    for (const MadeInterface& interface : pretended_interfaces) {
-        if (strcmp(interface.name, request->ifr_name) != 0) continue;
-        *request = RequestFor(interface);
-        registers[REG_RAX] = 0;
-    }
+    void* argument = nullptr;
+    memcpy(&argument, &registers[REG_RDX], sizeof argument);
+    registers[REG_RAX] = answer_request(static_cast<int>(registers[REG_RDI]),
+                                        static_cast<unsigned>(registers[REG_RSI]), argument);
 }
 
-// Makes the kernel answer requests for an interface's address from the list. Some answers that a
-// system could give can't be produced otherwise.
-inline Prepared PretendInterfaces(std::vector<MadeInterface> interfaces) {
-    pretended_interfaces = std::move(interfaces);
+// Answers these ioctls in the kernel's place: for hardware that is not there, and for answers that
+// a system can't be made to give.
+inline Prepared AnswerRequests(AnswerRequest answer, const std::vector<unsigned>& requests) {
+    answer_request = answer;
     struct sigaction action = {};
-    action.sa_sigaction = AnswerAddressRequest;
+    action.sa_sigaction = OnTrappedRequest;
     action.sa_flags = SA_SIGINFO;
     sigaction(SIGSYS, &action, nullptr);
     constexpr auto kNumber = static_cast<unsigned>(offsetof(seccomp_data, nr));
     constexpr auto kRequest = static_cast<unsigned>(offsetof(seccomp_data, args[1]));
-    sock_filter filter[] = {
+    std::vector<sock_filter> filter = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kNumber),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_ioctl, 0, 3),
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kRequest),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SIOCGIFADDR, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRAP),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_ioctl, 1, 0),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kRequest),
     };
-    const sock_fprog program = {std::size(filter), filter};
+    for (const unsigned request : requests) {
+        filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, request, 0, 1));
+        filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRAP));
+    }
+    filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    const sock_fprog program = {static_cast<unsigned short>(filter.size()), filter.data()};
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return Prepared::kRefused;
     if (prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) return Prepared::kRefused;
     return Prepared::kYes;
@@ -274,8 +275,26 @@ inline Prepared PretendInterfaces(std::vector<MadeInterface> interfaces) {
 #else
 
 // The answer goes into processor registers, which are known here for only one processor.
-inline Prepared PretendInterfaces(const std::vector<MadeInterface>& /*interfaces*/) {
+inline Prepared AnswerRequests(AnswerRequest /*answer*/,
+                               const std::vector<unsigned>& /*requests*/) {
     return Prepared::kRefused;
 }
 
 #endif
+
+inline std::vector<MadeInterface> pretended_interfaces;
+
+// Makes the kernel answer requests for an interface's address from the list.
+inline Prepared PretendInterfaces(std::vector<MadeInterface> interfaces) {
+    pretended_interfaces = std::move(interfaces);
+    const auto answer = [](int /*descriptor*/, unsigned /*request*/, void* argument) -> long {
+        auto* const request = static_cast<ifreq*>(argument);
+        for (const MadeInterface& interface : pretended_interfaces) {
+            if (strcmp(interface.name, request->ifr_name) != 0) continue;
+            *request = RequestFor(interface);
+            return 0;
+        }
+        return -ENODEV;
+    };
+    return AnswerRequests(answer, {SIOCGIFADDR});
+}
