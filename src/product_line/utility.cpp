@@ -66,9 +66,7 @@ bool IsNamed(int pid, const char* name) {
 
 // The pid in the name of a /proc folder; 0 if the folder is not a process.
 int PidOfFolder(const char* folder) {
-    if (folder[0] == '.') return 0;
-    const int pid = atoi(folder);
-    return pid > 0 ? pid : 0;
+    return std::max(0, atoi(folder));
 }
 
 in_addr_t EthernetAddress(int datagram_socket, int number) {

@@ -5,7 +5,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <cerrno>
 #include <csignal>
 #include <ctime>
@@ -141,12 +140,6 @@ void StopListening(RunningCommand& command) {
     std::erase(running_groups, command.pid);
 }
 
-bool IsWordByte(unsigned char byte) {
-    return byte < 0x80 &&
-           (std::isalnum(byte) != 0 ||
-            std::string_view("%+,-./:=@_").find(static_cast<char>(byte)) != std::string_view::npos);
-}
-
 }  // namespace
 
 int RunCommand(const char* command) {
@@ -249,9 +242,9 @@ bool AskBeside(bool (*question)(const char* subject), const std::string& subject
 }
 
 std::string ShellWord(std::string_view name) {
-    bool plain = !name.empty();
-    for (char c : name)
-        plain = plain && IsWordByte(static_cast<unsigned char>(c));
+    constexpr std::string_view kPlain =
+        "%+,-./:=@_0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+    const bool plain = !name.empty() && name.find_first_not_of(kPlain) == std::string_view::npos;
     return plain ? std::string(name) : QuotedWord(name);
 }
 

@@ -286,6 +286,10 @@ TEST_F(TextBox, AdaptsToANewSize) {
                  screen.Keys("\r")});
     EXPECT_TRUE(PromptText("Name", value));
     EXPECT_EQ(value, "tavrin-studixo");
+    screen.Play({screen.Key(KEY_HOME), [&] { screen.Resize(12, 40); }, screen.Keys("a "),
+                 screen.Keys("\r")});
+    EXPECT_TRUE(PromptText("Name", value));
+    EXPECT_EQ(value, "a tavrin-studixo");
 }
 
 TEST_F(TextBox, OnATerminalThatIsTooSmallAnyKeyCancels) {
