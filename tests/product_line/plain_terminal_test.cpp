@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "ui/played_screen.h"
 #include "util/utility_fixtures.h"
 
 namespace {
@@ -44,6 +45,31 @@ TEST(ReadLineRaw, TheProgramEndsWithItsInput) {
             _exit(0);
         },
         testing::ExitedWithCode(1), "");
+}
+
+TEST(WaitForEnterCurses, OnlyALineEndEndsTheWait) {
+    for (const char* line_end : {"\r", "\n"}) {
+        PlayedScreen screen;
+        screen.Play({[&] {
+                         EXPECT_EQ(screen.Line(0), "Hit enter to continue");
+                         screen.Type("x");
+                     },
+                     screen.Keys(line_end)});
+        WaitForEnterCurses();
+        EXPECT_TRUE(screen.IsPlayed());
+    }
+}
+
+TEST(WaitForEnter, SaysWhatItWaitsFor) {
+    Pipe pipe;
+    pipe.Write("x\n");
+    const Answer answer = AnswerInChild([&] {
+        dup2(pipe.Reader(), STDIN_FILENO);
+        WaitForEnter();
+        return 1L;
+    });
+    EXPECT_EQ(answer.output, "Hit enter to continue\n");
+    EXPECT_EQ(answer.value, 1);
 }
 
 }  // namespace

@@ -74,6 +74,13 @@ TEST_F(MenuMouse, TheRowUnderThePointerIsHovered) {
     EXPECT_EQ(menu.selection, 0);
 }
 
+TEST_F(MenuMouse, TheCursorStaysOnTheSelectedRow) {
+    Mouse(kLine + 1, kInside, kPressed);
+    Mouse(kLine + 3, kInside, kMotion);
+    EXPECT_EQ(getcury(curscr), kLine + 1);
+    EXPECT_EQ(getcurx(curscr), kColumn);
+}
+
 // Only visible rows are checked: a row that was scrolled away while hovered stays hovered.
 TEST_F(MenuMouse, HoverFollowsTheScrolledRows) {
     Mouse(kLine + 1, kInside, kMotion);

@@ -598,6 +598,19 @@ TEST_F(LiveLoop, AKeyDoesNotWaitForHeldBackRows) {
          SeeAndType({"First", "[Leave]"}, kEscapeKey)});
 }
 
+TEST_F(LiveLoop, AnActionWhileRowsAreHeldBackAsksAgain) {
+    at_first = Known::All;
+    next = Next::Rebuild;
+    Run({[&] {
+             at_first = Known::Nothing;
+             terminal.Type("\r");
+         },
+         terminal.Keys("\r"), [&] { Answer(Known::All); }, SeeAndType(kWhole, kEscapeKey)});
+    EXPECT_EQ(log, (Texts{"forget", "ask", "stop", "act 1", "forget", "ask", "stop", "act 1",
+                          "forget", "ask", "stop"}));
+    EXPECT_EQ(paints, 2);
+}
+
 TEST_F(LiveLoop, MovingTheMouseDoesNotShowHeldBackRows) {
     at_first = Known::All;
     next = Next::Rebuild;
