@@ -54,11 +54,10 @@ std::string RfkillFolder(const std::string& interface_name) {
 int ReadIntFile(const std::string& path) {
     const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (file < 0) return -1;
-    char line[64] = "";
-    const ssize_t length = read(file, line, sizeof line - 1);
+    char line[63];
+    const ssize_t length = read(file, line, sizeof line);
     close(file);
-    line[std::max<ssize_t>(length, 0)] = '\0';
-    const std::string_view text = line;
+    const std::string_view text(line, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
     return ParseNumber(text.substr(0, text.find('\n'))).value_or(0);
 }
 
