@@ -4,28 +4,18 @@
 #     appliance/accounts_test.sh
 #
 # Exit status 0: passed, 1: failed (failures are printed), 77: skipped (no machine can be made).
-# shellcheck disable=SC2016  # expanded by the shells in the machine
-set -u
-appliance=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd -P)
-PATH=$PATH:/usr/sbin:/sbin
-"$appliance/enter" --bare true || exit 77
-broken=0
+# shellcheck disable=SC2016,SC2317,SC2329  # expanded in the machine; called by name through Begin
+# shellcheck source=appliance/promises.sh
+. "${0%/*}/promises.sh"
 
-# Promise WORDS EXPECTED ACTUAL: WORDS hold if both are equal.
-Promise() {
-    [ "$2" = "$3" ] && return
-    printf '%s (%s)\n    expected: %s\n    seen:     %s\n' "$1" "$who" "$2" "$3"
-    broken=1
-}
-
+# Sourced by the shells in the machine.
+cat >"$scratch/common" <<'END'
 # Flags: prints each account's name and flags on a line.
-flags='Flags() { pdbedit --list --verbose |
-    sed -n "s/^Unix username: *//p; s/^Account Flags: *//p" | paste -d " " - - | sort; }'
-
-# Demo SCRIPT: runs a shell script on the demo machine.
-Demo() {
-    $as "$appliance/enter" --quiet sh -c "$flags; $1" 2>&1
+Flags() {
+    pdbedit --list --verbose | sed -n 's/^Unix username: *//p; s/^Account Flags: *//p' |
+        paste -d ' ' - - | sort
 }
+END
 
 CheckUsers() {
     Promise "Disabling shows for every user, and setting a password enables" \
@@ -79,14 +69,9 @@ CheckAgainstSamba() {
     Promise "The answers are those of Samba" "$real" "$seen"
 }
 
-who="this user" as=
-CheckUsers
-if [ "$(id -u)" = 0 ]; then
-    CheckAgainstSamba
-    ordinary="setpriv --reuid 65534 --regid 65534 --clear-groups"
-    if $ordinary "$appliance/enter" --bare true 2>/dev/null; then
-        who="an ordinary user" as=$ordinary
-        CheckUsers
-    fi
+Begin CheckUsers
+[ "$(id -u)" != 0 ] || Begin CheckAgainstSamba
+if BecomeOrdinary; then
+    Begin CheckUsers
 fi
-exit $broken
+Finish

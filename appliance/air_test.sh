@@ -4,16 +4,9 @@
 #     appliance/air_test.sh
 #
 # Exit status 0: passed, 1: failed (failures are printed), 77: skipped (no machine can be made).
-# shellcheck disable=SC2016  # expanded by the shells in the machine
-set -u
-appliance=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd -P)
-PATH=$PATH:/usr/sbin:/sbin
-"$appliance/enter" --bare true || exit 77
-
-scratch=$(mktemp -d)
-chmod 755 "$scratch"
-trap 'rm -rf "$scratch"' EXIT
-broken=0
+# shellcheck disable=SC2016,SC2317,SC2329  # expanded in the machine; called by name through Begin
+# shellcheck source=appliance/promises.sh
+. "${0%/*}/promises.sh"
 
 # Sourced by the shells in the machine.
 cat >"$scratch/common" <<'END_OF_COMMON'
@@ -39,18 +32,6 @@ Known() {
     wpa_cli -i wlan0 list_networks | tail -n +2
 }
 END_OF_COMMON
-
-# Promise WORDS EXPECTED ACTUAL: WORDS hold if both are equal.
-Promise() {
-    [ "$2" = "$3" ] && return
-    printf '%s (%s)\n    expected: %s\n    seen:     %s\n' "$1" "$who" "$2" "$3"
-    broken=1
-}
-
-# Demo SCRIPT: runs a shell script on the demo machine.
-Demo() {
-    $as "$appliance/enter" --quiet sh -c '. "$1/common"; eval "$2"' sh "$scratch" "$1" 2>&1
-}
 
 CheckJoining() {
     Promise "A network is joined with its passphrase" "Backstage, 02:00:00:00:20:07" "$(Demo '
@@ -135,17 +116,13 @@ OK OK FAIL" "$(Demo "
         done | xargs")"
 }
 
-CheckAll() {
-    who=$1 as=$2
-    CheckJoining
-    CheckCommands
+BeginAll() {
+    Begin CheckJoining
+    Begin CheckCommands
 }
 
-CheckAll "this user" ""
-if [ "$(id -u)" = 0 ]; then
-    ordinary="setpriv --reuid 65534 --regid 65534 --clear-groups"
-    if $ordinary "$appliance/enter" --bare true 2>/dev/null; then
-        CheckAll "an ordinary user" "$ordinary"
-    fi
+BeginAll
+if BecomeOrdinary; then
+    BeginAll
 fi
-exit $broken
+Finish

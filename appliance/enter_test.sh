@@ -4,24 +4,10 @@
 #     appliance/enter_test.sh
 #
 # Exit status 0: passed, 1: failed (failures are printed), 77: skipped (no machine can be made).
-# shellcheck disable=SC2016  # expanded by the shells in the machine
-set -u
-appliance=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd -P)
-PATH=$PATH:/usr/sbin:/sbin
-"$appliance/enter" --bare true || exit 77
-
-scratch=$(mktemp -d)
-chmod 755 "$scratch"
-trap 'rm -rf "$scratch"' EXIT
-trap 'exit 130' HUP INT TERM
-broken=0
-
-# Promise WORDS EXPECTED ACTUAL: WORDS hold if both are equal.
-Promise() {
-    [ "$2" = "$3" ] && return
-    printf '%s (%s)\n    expected: %s\n    seen:     %s\n' "$1" "$who" "$2" "$3"
-    broken=1
-}
+# shellcheck disable=SC2016,SC2317,SC2329  # expanded in the machine; called by name through Begin
+# shellcheck source=appliance/promises.sh
+. "${0%/*}/promises.sh"
+enter=$appliance/enter
 
 # CopyTo FOLDER: makes another checkout, with what a machine needs: the appliance, and pivot_root
 # where it comes from an unpacked package.
@@ -86,25 +72,25 @@ CheckMachine() {
 # Every process of the machine holds the pipe: it closes when all have ended.
 CheckEnd() {
     for signal in TERM KILL; do
-        rm -f "$scratch/pipe"
-        mkfifo -m 666 "$scratch/pipe"
+        rm -f "$scratch/pipe of $who"
+        mkfifo -m 666 "$scratch/pipe of $who"
         $as "$enter" --bare sh -c 'setsid sleep 600 & echo up; sleep 600' \
-            >"$scratch/pipe" 2>/dev/null &
+            >"$scratch/pipe of $who" 2>/dev/null &
         maker=$!
-        exec 8<"$scratch/pipe"
+        exec 8<"$scratch/pipe of $who"
         read -r _ <&8
-        kill -s $signal $maker
+        kill -s "$signal" "$maker"
         timeout 30 cat <&8 >/dev/null
         Promise "The machine ends when enter gets $signal" 0 $?
         exec 8<&-
-        wait $maker 2>/dev/null
+        wait "$maker" 2>/dev/null
     done
     Enter --bare sh -c 'setsid sleep 600 & exit 0' | timeout 30 cat
     Promise "The machine ends with its command" 0 $?
 }
 
 CheckFolders() {
-    odd="$scratch/a b,c:d"
+    odd="$scratch/$who,a:b"
     CopyTo "$odd"
     enter="$odd/${appliance##*/}/enter"
     Promise "A checkout in a folder with an odd name is visible" "$enter" \
@@ -135,30 +121,24 @@ CheckFileSystems() {
         sh "$enter")
     Promise "The appliance's files are overlaid on a separate /etc too" appliance "$seen"
     for folder in /home /mnt /run; do
-        [ -d $folder ] || continue
+        [ -d "$folder" ] || continue
         CopyTo "$scratch/checkout"
         seen=$(unshare --mount sh -c 'mount -t tmpfs test "$1" && cp -R "$2" "$1" &&
             "$1/checkout/${3##*/}/enter" --bare ls "$1/checkout"' \
-            sh $folder "$scratch/checkout" "$appliance" | xargs)
+            sh "$folder" "$scratch/checkout" "$appliance" | xargs)
         Promise "A checkout on a separate file system in $folder is visible" \
             "${appliance##*/} build" "$seen"
     done
 }
 
-CheckAll() {
-    who=$1 as=$2 enter=$appliance/enter
-    CheckCommand
-    CheckMachine
-    CheckEnd
-    CheckFolders
+BeginAll() {
+    Begin CheckCommand CheckMachine
+    Begin CheckEnd CheckFolders
 }
 
-CheckAll "this user" ""
-if [ "$(id -u)" = 0 ]; then
-    CheckFileSystems
-    ordinary="setpriv --reuid 65534 --regid 65534 --clear-groups"
-    if $ordinary "$appliance/enter" --bare true 2>/dev/null; then
-        CheckAll "an ordinary user" "$ordinary"
-    fi
+BeginAll
+[ "$(id -u)" != 0 ] || Begin CheckFileSystems
+if BecomeOrdinary; then
+    BeginAll
 fi
-exit $broken
+Finish

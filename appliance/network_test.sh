@@ -5,17 +5,9 @@
 #     appliance/network_test.sh
 #
 # Exit status 0: passed, 1: failed (failures are printed), 77: skipped (no machine can be made).
-# shellcheck disable=SC2016  # expanded by the shells in the machine
-set -u
-appliance=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd -P)
-PATH=$PATH:/usr/sbin:/sbin
-"$appliance/enter" --bare true || exit 77
-
-scratch=$(mktemp -d)
-chmod 755 "$scratch"
-trap 'rm -rf "$scratch"' EXIT
-trap 'exit 130' HUP INT TERM
-broken=0
+# shellcheck disable=SC2016,SC2317,SC2329  # expanded in the machine; called by name through Begin
+# shellcheck source=appliance/promises.sh
+. "${0%/*}/promises.sh"
 
 # Sourced by the shells in the machine; they test with eth1.
 cat >"$scratch/common" <<'END'
@@ -52,17 +44,29 @@ Await() {
 }
 END
 
-# Promise WORDS EXPECTED ACTUAL: WORDS hold if both are equal.
-Promise() {
-    [ "$2" = "$3" ] && return
-    printf '%s (%s)\n    expected: %s\n    seen:     %s\n' "$1" "$who" "$2" "$3"
-    broken=1
-}
-
-# Demo SCRIPT: runs a shell script on the demo machine.
-Demo() {
-    $as "$appliance/enter" --quiet sh -c '. "$1/common"; eval "$2"' sh "$scratch" "$1" 2>&1
-}
+# Sourced in addition by those of CheckWireless: eth1 gets a radio's files in /sys; the supplicant
+# and its client are stand-ins. The client reports the network in /run/ssid.
+cat >"$scratch/wireless" <<'END'
+folder=$(readlink -f /sys/class/net/eth1)
+mkdir -p /mnt/radio/upper/phy80211 /mnt/radio/work /mnt/radio/bin
+echo 0 >/mnt/radio/upper/phy80211/index
+for kind in rw userxattr; do
+    ! (cd "$folder" && mount -t overlay eth1 "$folder" \
+        -o "$kind,lowerdir=.,upperdir=/mnt/radio/upper,workdir=/mnt/radio/work") 2>/dev/null || break
+done
+cp "$(command -v sleep)" /mnt/radio/bin/wpa_supplicant
+printf '#!/bin/sh\necho "$@" >>/run/supplicant
+while [ $# -gt 0 ]; do [ "$1" != -P ] || file=$2; shift; done
+setsid /mnt/radio/bin/wpa_supplicant 600 </dev/null >/dev/null 2>&1 & echo $! >$file
+' >/mnt/bin/wpa_supplicant
+chmod +x /mnt/bin/wpa_supplicant
+rm /mnt/bin/wpa_cli
+printf '#!/bin/sh\nif [ "$3" = status ]; then cat /run/ssid; else echo "$@" >>/run/client; fi
+' >/mnt/bin/wpa_cli
+chmod +x /mnt/bin/wpa_cli
+pid=/var/network/02:00:00:00:10:21/wpa_supplicant.pid
+Settings "dhcp = 0" "static ip = 192.168.21.5"
+END
 
 CheckStop() {
     Promise "A stop undoes a start, with all settings on" "" "$(Demo '
@@ -208,30 +212,7 @@ CheckServers() {
         echo $before $(pgrep -c -f "dhclient.* eth1$") $(ip -brief addr show dev eth1 | cut -c 33-)')"
 }
 
-# CheckWireless: eth1 gets a radio's files in /sys; the supplicant and its client are stand-ins. The
-# client reports the network in /run/ssid.
 CheckWireless() {
-    cat >"$scratch/wireless" <<'END'
-folder=$(readlink -f /sys/class/net/eth1)
-mkdir -p /mnt/radio/upper/phy80211 /mnt/radio/work /mnt/radio/bin
-echo 0 >/mnt/radio/upper/phy80211/index
-for kind in rw userxattr; do
-    ! (cd "$folder" && mount -t overlay eth1 "$folder" \
-        -o "$kind,lowerdir=.,upperdir=/mnt/radio/upper,workdir=/mnt/radio/work") 2>/dev/null || break
-done
-cp "$(command -v sleep)" /mnt/radio/bin/wpa_supplicant
-printf '#!/bin/sh\necho "$@" >>/run/supplicant
-while [ $# -gt 0 ]; do [ "$1" != -P ] || file=$2; shift; done
-setsid /mnt/radio/bin/wpa_supplicant 600 </dev/null >/dev/null 2>&1 & echo $! >$file
-' >/mnt/bin/wpa_supplicant
-chmod +x /mnt/bin/wpa_supplicant
-rm /mnt/bin/wpa_cli
-printf '#!/bin/sh\nif [ "$3" = status ]; then cat /run/ssid; else echo "$@" >>/run/client; fi
-' >/mnt/bin/wpa_cli
-chmod +x /mnt/bin/wpa_cli
-pid=/var/network/02:00:00:00:10:21/wpa_supplicant.pid
-Settings "dhcp = 0" "static ip = 192.168.21.5"
-END
     Promise "A wireless card has a supplicant from its start to its stop" \
         "-B -D nl80211,wext -i eth1 -c /etc/network/02:00:00:00:10:21.wireless\
  -O /run/wpa_supplicant -P /var/network/02:00:00:00:10:21/wpa_supplicant.pid
@@ -329,22 +310,16 @@ eth1: dhclient is missing (Debian: isc-dhcp-client): no address from a server
         echo $(ip -brief addr show dev eth1 scope global | cut -c 33-)')"
 }
 
-who="this user" as=
-CheckStop
-CheckValues
-CheckFiles
-CheckServers
-CheckWireless
-CheckNames
+Begin CheckServers
+Begin CheckValues CheckFiles
+Begin CheckStop
+Begin CheckWireless
 if [ "$(id -u)" = 0 ]; then
-    CheckMissing
-    CheckOthers
-    ordinary="setpriv --reuid 65534 --regid 65534 --clear-groups"
-    if $ordinary "$appliance/enter" --bare true 2>/dev/null; then
-        who="an ordinary user" as=$ordinary
-        CheckStop
-        CheckWireless
-        CheckNames
-    fi
+    Begin CheckNames CheckMissing CheckOthers
+else
+    Begin CheckNames
 fi
-exit $broken
+if BecomeOrdinary; then
+    Begin CheckStop CheckWireless CheckNames
+fi
+Finish
