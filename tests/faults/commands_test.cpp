@@ -185,7 +185,7 @@ TEST(PoorMachine, WithALimitOnTheSizeOfFilesNothingIsSavedAndNothingLost) {
     options.rows = 30;
     options.environment = WithoutLeakSearch(box);
     options.program = "/bin/sh";
-    options.arguments = {"-c", "ulimit -f 0; exec " IFMENU_PROGRAM};
+    options.arguments = {"-c", "ulimit -f 0; exec " + TestedProgram()};
     ExpectATour(box, options);
     EXPECT_TRUE(box.AllUntouched());
 }

@@ -97,11 +97,7 @@ constexpr const char* kOthers =
 
 // A sanitizer ends the program if it gets no memory for itself.
 bool IsLeftOut(const Fault& fault) {
-#ifdef IFMENU_SANITIZE
-    return fault.call == SYS_mmap;
-#else
-    return fault.name == nullptr;
-#endif
+    return HasSanitizers() && fault.call == SYS_mmap;
 }
 
 // The names of the calls on an undisturbed tour, in order.

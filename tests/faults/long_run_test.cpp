@@ -68,9 +68,9 @@ void Refresh(size_t warm, size_t refreshes) {
     const Holdings late = HoldingsAfter(box, t, refreshes);
     EXPECT_EQ(late.descriptors, early.descriptors);
     EXPECT_EQ(late.children, early.children);
-#ifndef IFMENU_SANITIZE  // it keeps freed memory for a while
-    EXPECT_LE(late.kilobytes, early.kilobytes + 64);
-#endif
+    if (!HasSanitizers()) {  // they keep freed memory for a while
+        EXPECT_LE(late.kilobytes, early.kilobytes + 64);
+    }
     std::cout << "FAULTS refreshes: " << warm << " to " << refreshes << ": descriptors "
               << early.descriptors << " and " << late.descriptors << ", own memory "
               << early.kilobytes << " KB and " << late.kilobytes << " KB" << std::endl;
@@ -89,9 +89,7 @@ TEST(WholeRefreshing, ForAnHourLeaksNothing) {
 
 // What curses and the C library keep until the end is still reachable; nothing else may be lost.
 TEST(WholeTourInValgrind, HasNoLeaksAndNoInvalidReads) {
-#ifdef IFMENU_SANITIZE
-    GTEST_SKIP() << "not with a sanitizer";
-#endif
+    if (HasSanitizers()) GTEST_SKIP() << "not with sanitizers";
     TourBox box;
     TerminalOptions options;
     options.rows = 30;
@@ -99,7 +97,7 @@ TEST(WholeTourInValgrind, HasNoLeaksAndNoInvalidReads) {
     options.arguments = {
         "--leak-check=full",   "--show-leak-kinds=definite",    "--errors-for-leak-kinds=definite",
         "--error-exitcode=99", "--child-silent-after-fork=yes", "--log-file=/tmp/valgrind",
-        IFMENU_PROGRAM};
+        TestedProgram()};
     Terminal t(box, options);
     t.machine().Await([&] { return t.Shows("Exit this program"); }, 60);
     WalkTour(t);

@@ -12,13 +12,7 @@
 namespace harness::faults {
 namespace {
 
-// A sanitizer has its own memory, and closes files of its own.
-#ifdef IFMENU_SANITIZE
-constexpr bool kHasSanitizer = true;
-#else
-constexpr bool kHasSanitizer = false;
-#endif
-
+// Sanitizers have their own memory, and close files of their own: these tests are not for them.
 TerminalOptions Faulty(const std::string& fault) {
     TerminalOptions options;
     options.rows = 30;
@@ -87,21 +81,21 @@ void RenameTour(Terminal& t) {
 }
 
 TEST(Memory, NothingIsLostIfAllFurtherRequestsFail) {
-    if (kHasSanitizer) return;
+    if (HasSanitizers()) return;
     FaultyTours tours;
     for (const char* request : {"20+", "1500+", "2500+", "4000+"})
         EXPECT_TRUE(tours.Walk(std::string("memory ") + request)) << request;
 }
 
 TEST(Memory, NothingIsLostIfOneRequestFails) {
-    if (kHasSanitizer) return;
+    if (HasSanitizers()) return;
     FaultyTours tours;
     for (const char* request : {"30", "700", "1500", "2500", "4000"})
         EXPECT_TRUE(tours.Walk(std::string("memory ") + request)) << request;
 }
 
 TEST(Memory, NothingIsLostIfOneRequestOfAnEntryBoxFails) {
-    if (kHasSanitizer) return;
+    if (HasSanitizers()) return;
     FaultyTours tours;
     for (int n = 1; n < 90; ++n)
         EXPECT_TRUE(tours.Walk("memory " + std::to_string(n), RenameTour)) << n;
@@ -109,12 +103,13 @@ TEST(Memory, NothingIsLostIfOneRequestOfAnEntryBoxFails) {
 
 // Keys typed ahead were meant for the program.
 TEST(Memory, RefusedLeavesNoTypedKeyToTheShell) {
-    if (kHasSanitizer) return;
+    if (HasSanitizers()) return;
     TourBox box;
     TerminalOptions options = Faulty("memory 20+");
     options.program = "/bin/sh";
-    options.arguments = {"-c", IFMENU_PROGRAM
-                         "; echo status $?; stty -icanon min 0 time 0; cat >/run/left; echo end"};
+    options.arguments = {
+        "-c",
+        TestedProgram() + "; echo status $?; stty -icanon min 0 time 0; cat >/run/left; echo end"};
     Terminal t(box, options);
     t.WaitFor("Exit this program");
     box.Sh("kill -STOP $(pgrep -ox ifmenu)");
@@ -126,7 +121,7 @@ TEST(Memory, RefusedLeavesNoTypedKeyToTheShell) {
 }
 
 TEST(Stack, UsedUpLeavesATerminalToTypeOn) {
-    if (kHasSanitizer) return;
+    if (HasSanitizers()) return;
     TourBox box;
     Terminal t(box, Faulty("stack"));
     t.WaitFor("Exit this program");
@@ -137,7 +132,7 @@ TEST(Stack, UsedUpLeavesATerminalToTypeOn) {
 
 // Curses itself may crash on a refusal before its first screen appears.
 TEST(Memory, AFailureBeforeTheFirstScreenLeavesLineMode) {
-    if (kHasSanitizer) return;
+    if (HasSanitizers()) return;
     TourBox box;
     int refused = 0;
     for (bool failed = true; failed;) {

@@ -221,7 +221,7 @@ TerminalOptions Hasty(const Machine& box, const FailingCall& fault) {
     options.environment = WithoutLeakSearch(box);
     options.program = FAULTS_INJECT;
     options.arguments = {std::to_string(fault.call), std::to_string(fault.when),
-                         std::to_string(fault.error), IFMENU_PROGRAM};
+                         std::to_string(fault.error), TestedProgram()};
     return options;
 }
 
@@ -239,7 +239,7 @@ TerminalOptions Traced(const Machine& box, const std::string& calls, const std::
     };
     add("trace=clock_nanosleep," + calls);
     if (!injection.empty()) add("inject=" + injection);
-    options.arguments.push_back(IFMENU_PROGRAM);
+    options.arguments.push_back(TestedProgram());
     return options;
 }
 

@@ -40,7 +40,7 @@ inline bool ModesAsBefore(Machine& box) {
 inline TerminalOptions AtAPrompt(TerminalOptions options = {}) {
     options.program = "/bin/sh";
     options.arguments = {"-c", std::string(kKeepModes) + "echo 'appliance:~# ifmenu'; exec \"$@\"",
-                         "sh", IFMENU_PROGRAM};
+                         "sh", TestedProgram()};
     return options;
 }
 

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <iostream>
@@ -50,6 +51,16 @@ std::ostream& operator<<(std::ostream& out, const Ending& ending) {
     return out << "exit status " << ending.status;
 }
 
+std::string TestedProgram() {
+    const char* other = std::getenv("IFMENU_TESTED_PROGRAM");
+    return other != nullptr ? other : IFMENU_PROGRAM;
+}
+
+bool HasSanitizers() {
+    static const bool has = ReadWhole(TestedProgram()).find("__asan_init") != std::string::npos;
+    return has;
+}
+
 Terminal::Terminal(Machine& machine, const TerminalOptions& options, Place place)
     : machine_(machine),
       options_(options),
@@ -77,7 +88,7 @@ void Terminal::Start(const Place& place) {
     ioctl(master_.get(), TIOCSWINSZ, &size);
 
     Spawning what;
-    what.words = {options_.program.empty() ? IFMENU_PROGRAM : options_.program};
+    what.words = {options_.program.empty() ? TestedProgram() : options_.program};
     what.words.insert(what.words.end(), options_.arguments.begin(), options_.arguments.end());
     std::map<std::string, std::string> environment = machine_.Environment();
     if (!options_.term.empty()) environment["TERM"] = options_.term;

@@ -75,6 +75,11 @@ inline Ending Killed(int signal) {
 }
 std::ostream& operator<<(std::ostream& out, const Ending& ending);
 
+// The path of the program under test: that of this build, or $IFMENU_TESTED_PROGRAM.
+std::string TestedProgram();
+// Whether it is built with the sanitizers.
+bool HasSanitizers();
+
 class Terminal {
   public:
     explicit Terminal(Machine& machine, const TerminalOptions& options = {},

@@ -58,7 +58,8 @@ TEST_P(ScribbledOver, IsRepaintedWithinFiveSecondsOnAConsole) {
     options.program = "/bin/sh";
     options.arguments = {"-c",
                          "set -- $(stat -L -c '0x%t 0x%T' /proc/$$/fd/1);"
-                         "mknod /dev/ttyS7 c $(($1)) $(($2)); exec " IFMENU_PROGRAM};
+                         "mknod /dev/ttyS7 c $(($1)) $(($2)); exec " +
+                             TestedProgram()};
     Terminal t(box, options);
     GoTo(t, GetParam());
     const std::vector<std::string> before = Look(t);

@@ -27,7 +27,7 @@ class Box : public Machine {
 TerminalOptions FromAShell(const std::string& script) {
     TerminalOptions options;
     options.program = "/bin/sh";
-    options.arguments = {"-c", script, IFMENU_PROGRAM};
+    options.arguments = {"-c", script, TestedProgram()};
     return options;
 }
 

@@ -85,7 +85,7 @@ TEST(HeldUpByAStoppedTerminal, ItEnds) {
     TerminalOptions ignoring, blocking;
     ignoring.ignored_signals = {SIGALRM};
     blocking.program = "/usr/bin/env";
-    blocking.arguments = {"--block-signal=ALRM", IFMENU_PROGRAM};
+    blocking.arguments = {"--block-signal=ALRM", TestedProgram()};
     std::vector<std::unique_ptr<Terminal>> terminals;
     for (const int signal : {SIGTERM, SIGUSR1}) {
         for (const TerminalOptions& options : {ignoring, blocking}) {
@@ -133,7 +133,7 @@ TEST(KeysTypedAhead, NeverReachTheShell) {
     TerminalOptions options;
     options.program = "/bin/sh";
     options.arguments = {"-c",
-                         IFMENU_PROGRAM "; stty -icanon min 0 time 0; cat >/run/left; echo end"};
+                         TestedProgram() + "; stty -icanon min 0 time 0; cat >/run/left; echo end"};
     for (const std::string signal : {"TERM", "HUP", "USR1", "ABRT"}) {
         Terminal t(box, options);
         t.WaitFor(kMainMenu.sign);

@@ -144,7 +144,7 @@ TEST(Rights, NoFileIsWritableByOthers) {
         "do touch /mnt/now; done");
     TerminalOptions unmasked;
     unmasked.program = "/bin/sh";
-    unmasked.arguments = {"-c", "umask 000; exec \"$0\"", IFMENU_PROGRAM};
+    unmasked.arguments = {"-c", "umask 000; exec \"$0\"", TestedProgram()};
     unmasked.rows = 40;
     Page t(box, kHostName, unmasked);
     Enter(t, "studio", "main menu for 'studio'");

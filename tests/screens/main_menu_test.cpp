@@ -435,7 +435,7 @@ TEST_F(MainMenuActions, LeaveABlankTerminal) {
 TEST_F(MainMenuActions, MessagesGoToStandardError) {
     TerminalOptions options;
     options.program = "/bin/sh";
-    options.arguments = {"-c", "exec " IFMENU_PROGRAM " 2>/run/messages"};
+    options.arguments = {"-c", "exec " + TestedProgram() + " 2>/run/messages"};
     MainMenu t(box, options);
     t.Press("<Home>u<Enter>y");
     box.WaitForCalls(kNetworkScript, 2);

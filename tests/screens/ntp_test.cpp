@@ -347,7 +347,7 @@ TEST(NtpScreen, OnlyItsMessagesGoToStandardError) {
     box.StandIn(kService, "said\n");
     TerminalOptions options;
     options.program = "/bin/sh";
-    options.arguments = {"-c", "exec \"$0\" 2>/run/messages", IFMENU_PROGRAM};
+    options.arguments = {"-c", "exec \"$0\" 2>/run/messages", TestedProgram()};
     Page t(box, kTimeServers, options);
     for (const char* keys : {"o<Enter>", "a<Enter>", "s<Enter>"}) {
         t.Go(keys, kQuestion);

@@ -105,7 +105,7 @@ TEST_P(Save, KeepsModeOwnersAndAccessControlList) {
 TEST_P(Save, KeepsTheOldFileWhenAFileSizeLimitIsHit) {
     TerminalOptions options;
     options.program = "/bin/sh";
-    options.arguments = {"-c", std::string("ulimit -f 0; exec ") + IFMENU_PROGRAM};
+    options.arguments = {"-c", "ulimit -f 0; exec " + TestedProgram()};
     Change(options);
     EXPECT_EQ(box.Read(file.path), file.old_text);
     EXPECT_EQ(Leftovers(Folder()), "");

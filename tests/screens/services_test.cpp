@@ -494,7 +494,8 @@ Words ProbesOnOpening(ServicesBox& box) {
     TerminalOptions options = OfSize(30, 80);
     options.program = "/usr/bin/strace";
     options.arguments = {
-        "-D", "-o", "/mnt/trace", "-e", "trace=mkdir,lstat,newfstatat,open,openat", IFMENU_PROGRAM};
+        "-D",           "-o", "/mnt/trace", "-e", "trace=mkdir,lstat,newfstatat,open,openat",
+        TestedProgram()};
     // Leak detection does not work under a tracer.
     options.environment = {{"ASAN_OPTIONS", box.Environment()["ASAN_OPTIONS"] + ":detect_leaks=0"}};
     ServicesScreen t(box, options);

@@ -267,9 +267,9 @@ TEST(TypedAround, CtrlCIsDropped) {
     Machine box;
     TerminalOptions options;
     options.program = "/bin/sh";
-    options.arguments = {"-c",
-                         "trap : INT; " IFMENU_PROGRAM
-                         "; echo status $?; stty -icanon min 0 time 0; cat >/run/left; echo end"};
+    options.arguments = {
+        "-c", "trap : INT; " + TestedProgram() +
+                  "; echo status $?; stty -icanon min 0 time 0; cat >/run/left; echo end"};
     Terminal t(box, options);
     t.WaitFor(kMainMenu.sign);
     box.Sh("kill -STOP $(pgrep -ox ifmenu)");
@@ -285,8 +285,8 @@ TEST(TypedAround, CtrlZLeavesNothingForTheShell) {
     Machine box;
     TerminalOptions options;
     options.program = "/bin/sh";
-    options.arguments = {"-c", "set -m; " IFMENU_PROGRAM
-                               "; echo stopped; stty -icanon min 0 time 0; cat >/run/left; fg"};
+    options.arguments = {"-c", "set -m; " + TestedProgram() +
+                                   "; echo stopped; stty -icanon min 0 time 0; cat >/run/left; fg"};
     Terminal t(box, options);
     t.WaitFor(kMainMenu.sign);
     t.SendBytes("xxxxxxxxxxxxxxxxxxxxxxxxx\r\x1a");
@@ -448,7 +448,7 @@ TEST(Input, KeysFromAPipeAreProcessedToTheEnd) {
     box.StandIn(kNetwork);
     TerminalOptions options;
     options.program = "/bin/sh";
-    options.arguments = {"-c", "printf 'd\\ry' | \"$0\"; echo status $?", IFMENU_PROGRAM};
+    options.arguments = {"-c", "printf 'd\\ry' | \"$0\"; echo status $?", TestedProgram()};
     Terminal t(box, options);
     t.WaitFor("status 1");
     EXPECT_THAT(box.CallLines(), testing::ElementsAre("/etc/init.d/network stop all"));

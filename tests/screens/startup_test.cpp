@@ -45,7 +45,7 @@ Plain SaidBy(Machine& box, const std::string& command) {
 }
 
 std::string Program(const std::string& arguments = "") {
-    return std::string("'") + IFMENU_PROGRAM + "' " + arguments;
+    return "'" + TestedProgram() + "' " + arguments;
 }
 
 // ---- help and refusal ----

@@ -330,7 +330,7 @@ class UnderAShell : public testing::Test {
         TerminalOptions options;
         options.program = "/bin/sh";
         options.arguments = {"-c", std::string(kKeepModes) + "exec /bin/sh -i"};
-        options.environment = {{"PS1", kPrompt}, {"ENV", ""}, {"IFMENU", IFMENU_PROGRAM}};
+        options.environment = {{"PS1", kPrompt}, {"ENV", ""}, {"IFMENU", TestedProgram()}};
         t = std::make_unique<Terminal>(box, options);
         t->WaitFor(kPromptSeen);
         t->Type("\"$IFMENU\"\r");

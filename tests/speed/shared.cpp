@@ -7,6 +7,7 @@
 #include "keys.h"
 #include "network.h"
 #include "sections.h"
+#include "terminal.h"
 
 namespace {
 
@@ -35,7 +36,7 @@ Command On(const char* terminal, Command command) {
 }
 
 Command TheProgram() {
-    return {{IFMENU_PROGRAM}};
+    return {{harness::TestedProgram()}};
 }
 
 Command TheFloor(int cards, Floor floor) {

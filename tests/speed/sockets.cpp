@@ -10,6 +10,7 @@
 #include "network.h"
 #include "sections.h"
 #include "spawn.h"
+#include "terminal.h"
 
 namespace {
 
@@ -27,7 +28,7 @@ Command Traced() {
     command.words = {kStrace, "-ff", "-T", "-s", "200", "-o", std::string(kTraces) + "/trace"};
     for (const char* word : {"-e", "trace=execve,socket,close,ioctl", "-e", "signal=none"})
         command.words.emplace_back(word);
-    command.words.emplace_back(IFMENU_PROGRAM);
+    command.words.emplace_back(harness::TestedProgram());
     return command;
 }
 
@@ -52,7 +53,7 @@ double SecondsOf(const std::string& line) {
 }
 
 void Count(const std::string& trace, Calls& calls) {
-    const bool is_program = Contains(trace, std::string("execve(\"") + IFMENU_PROGRAM);
+    const bool is_program = Contains(trace, "execve(\"" + harness::TestedProgram());
     std::istringstream lines(trace);
     std::string line;
     std::string close_packet_socket = "none yet";
