@@ -53,7 +53,7 @@ std::vector<Frame> RecordJourney() {
     Recorder film(stage);
     harness::Terminal& t = film.terminal();
 
-    Go(t, "", "2. eth1");
+    Go(t, "", "IPv6: 2001:db8:10::20/64");
     film.Show({"2"}, "selects the second interface", kLook);
     Go(t, "2", "2. eth1");
     film.Show({"ENTER"}, "opens it", kMove);
