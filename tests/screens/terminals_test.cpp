@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <utility>
 
 #include "lifecycle_fixtures.h"
 
@@ -245,14 +244,15 @@ TEST_P(WhileResizing, NothingCrashesAndTheMenuFitsInTheEnd) {
         }
     }
     // A key may have left the screen: rows are held back then, and ESC would end the program.
-    for (const Stop* last = nullptr; last != &kStops[0];) {
-        if (last != nullptr) t.Press("<Esc>");
-        const auto is_on_another = [&] {
-            const Stop* shown = std::find_if(std::begin(kStops), std::end(kStops),
-                                             [&](const Stop& stop) { return t.Shows(stop.sign); });
-            return shown != std::end(kStops) && shown != std::exchange(last, shown);
-        };
-        t.WaitUntil(is_on_another, "another screen");
+    const auto shown = [&] {
+        return std::find_if(std::begin(kStops), std::end(kStops),
+                            [&](const Stop& stop) { return t.Shows(stop.sign); });
+    };
+    const Stop* last = std::end(kStops);
+    while (last != std::begin(kStops)) {
+        if (last != std::end(kStops)) t.Press("<Esc>");
+        t.WaitUntil([&] { return shown() != last && shown() != std::end(kStops); }, "a screen");
+        last = shown();
     }
     t.Press("<Home>");  // the small terminals have scrolled the list
     t.WaitFor(kMainMenu.sign);
