@@ -14,6 +14,9 @@ std::string LineSeconds(double bytes, int baud) {
     return Milliseconds(bytes * kBitsOfAByte / baud) + " at " + std::to_string(baud) + " baud";
 }
 
+constexpr double kPatience = 10;  // seconds
+constexpr double kQuiet = 0.02;   // seconds; longer than a pause within a paint
+
 struct Idle {
     double of_floor = 0;  // processor seconds
     double of_program = 0;
@@ -90,7 +93,7 @@ long RepaintOfFloor(const char* terminal) {
     floor.WaitForRow(last.line, last.text);
     const long before = floor.bytes();
     PressAndWait(floor, "r");
-    floor.ReadUntilQuiet(0.02);
+    floor.ReadUntilQuiet(kQuiet);
     return floor.bytes() - before;
 }
 
@@ -102,10 +105,14 @@ double RefreshOfProgram(const char* terminal, int refreshes) {
     program.WaitForRow(last.line, last.text);
     CommandWatch watch;
     std::vector<double> bytes;
-    while (bytes.size() < static_cast<size_t>(refreshes)) {
+    // The first refresh may begin before all rows are shown, and is not counted.
+    for (int refresh = 0; refresh <= refreshes; ++refresh) {
         const long before = program.bytes();
         watch.WaitForRefresh(program);
-        bytes.push_back(static_cast<double>(program.bytes() - before));
+        // On a busy computer its commands end long before it is painted.
+        if (program.bytes() == before) program.Read(kPatience);
+        program.ReadUntilQuiet(kQuiet);
+        if (refresh > 0) bytes.push_back(static_cast<double>(program.bytes() - before));
     }
     return Median(bytes);
 }
