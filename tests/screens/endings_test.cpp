@@ -47,6 +47,7 @@ TEST(LineGoesAway, AConfirmedUpdateIsFinished) {
             box.StandInScript(script, wait_on_stop);
             box.ForgetCalls();
             Page t(box, kMainMenu);
+            t.WaitFor("    1. eth0");
             t.Press(keys);
             gate.AwaitScript();
             hung_up ? t.HangUp() : t.Signal(SIGHUP);
