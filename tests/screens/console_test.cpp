@@ -88,6 +88,7 @@ TEST(Cursor, RestsAtTheTextOfTheSelectedRow) {
         EXPECT_EQ(t.CursorCol(), 4);
         EXPECT_FALSE(t.CursorVisible());
     };
+    t.WaitFor("    1. eth0");
     expect_at_selection();
     for (const char* keys :
          {"<Down>", "s", "<Home>", "1", "<Enter>", "c", "<Enter>", "n", "<Up>"}) {
