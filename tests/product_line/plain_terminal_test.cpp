@@ -8,13 +8,13 @@
 namespace {
 
 // Waits in a child process with the pipe as standard input; returns what is left in the pipe.
-std::string LeftAfterWait(const std::string& input) {
+std::string LeftAfter(void (*wait)(), const std::string& input) {
     Pipe pipe;
     pipe.Write(input);
     pipe.CloseWriter();
     return AnswerInChild([&] {
                dup2(pipe.Reader(), STDIN_FILENO);
-               ReadLineRaw();
+               wait();
                std::fputs(pipe.ReadToEnd().c_str(), stdout);
                return 0L;
            })
@@ -22,10 +22,10 @@ std::string LeftAfterWait(const std::string& input) {
 }
 
 TEST(ReadLineRaw, StopsReadingAtALineEnd) {
-    EXPECT_EQ(LeftAfterWait("\nrest"), "rest");
-    EXPECT_EQ(LeftAfterWait("\rrest"), "rest");
-    EXPECT_EQ(LeftAfterWait("abc\x1b[A\nrest\n"), "rest\n");
-    EXPECT_EQ(LeftAfterWait("abc\r\nrest"), "\nrest");
+    EXPECT_EQ(LeftAfter(ReadLineRaw, "\nrest"), "rest");
+    EXPECT_EQ(LeftAfter(ReadLineRaw, "\rrest"), "rest");
+    EXPECT_EQ(LeftAfter(ReadLineRaw, "abc\x1b[A\nrest\n"), "rest\n");
+    EXPECT_EQ(LeftAfter(ReadLineRaw, "abc\r\nrest"), "\nrest");
 }
 
 TEST(ReadLineRaw, AReadErrorEndsTheWait) {
@@ -60,16 +60,8 @@ TEST(WaitForEnterCurses, OnlyALineEndEndsTheWait) {
     }
 }
 
-TEST(WaitForEnter, SaysWhatItWaitsFor) {
-    Pipe pipe;
-    pipe.Write("x\n");
-    const Answer answer = AnswerInChild([&] {
-        dup2(pipe.Reader(), STDIN_FILENO);
-        WaitForEnter();
-        return 1L;
-    });
-    EXPECT_EQ(answer.output, "Hit enter to continue\n");
-    EXPECT_EQ(answer.value, 1);
+TEST(WaitForEnter, SaysWhatItWaitsForAndWaits) {
+    EXPECT_EQ(LeftAfter(WaitForEnter, "x\nrest"), "Hit enter to continue\nrest");
 }
 
 }  // namespace
