@@ -1,8 +1,7 @@
 // A preloaded library that changes the program's time. The commands that it runs have normal time.
 //
 //     FAST_CLOCK=100          seconds per real second, on every clock; waits get shorter
-//     accordingly CLOCK_FILE=/run/clock   adds the seconds in this file to the time of day; may
-//     change any time
+//     CLOCK_FILE=/run/clock   adds the seconds in this file to the time of day; may change any time
 #include <dlfcn.h>
 #include <errno.h>
 #include <poll.h>
@@ -54,17 +53,19 @@ long long AddedSeconds() {
 
 }  // namespace
 
-extern "C" int gettimeofday(timeval* __restrict now, void* __restrict) noexcept {
-    const long long fast = Fast(CLOCK_REALTIME);
-    now->tv_sec = fast / kBillion + AddedSeconds();
-    now->tv_usec = fast % kBillion / 1000;
+extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
+    if (clock != CLOCK_REALTIME && clock != CLOCK_MONOTONIC)
+        return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+    const long long added = clock == CLOCK_REALTIME ? AddedSeconds() : 0;
+    const long long fast = Fast(clock);
+    *time = {static_cast<time_t>(fast / kBillion + added), static_cast<long>(fast % kBillion)};
     return 0;
 }
 
-extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
-    if (clock != CLOCK_MONOTONIC) return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
-    const long long fast = Fast(clock);
-    *time = {static_cast<time_t>(fast / kBillion), static_cast<long>(fast % kBillion)};
+extern "C" int gettimeofday(timeval* __restrict now, void* __restrict) noexcept {
+    timespec time{};
+    clock_gettime(CLOCK_REALTIME, &time);
+    *now = {time.tv_sec, time.tv_nsec / 1000};
     return 0;
 }
 
