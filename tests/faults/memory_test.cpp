@@ -101,22 +101,38 @@ TEST(Memory, NothingIsLostIfOneRequestOfAnEntryBoxFails) {
         EXPECT_TRUE(tours.Walk("memory " + std::to_string(n), RenameTour)) << n;
 }
 
+// A shell that runs the program, and then writes the unread keys to /run/left.
+TerminalOptions FaultyInAShell(const std::string& fault) {
+    TerminalOptions options = Faulty(fault);
+    options.program = "/bin/sh";
+    options.arguments = {
+        "-c", "read -r go; " + TestedProgram() +
+                  "; echo status $?; stty -icanon min 0 time 0; cat >/run/left; echo end"};
+    return options;
+}
+
 // Keys typed ahead were meant for the program.
 TEST(Memory, RefusedLeavesNoTypedKeyToTheShell) {
     if (HasSanitizers()) return;
     TourBox box;
-    TerminalOptions options = Faulty("memory 20+");
-    options.program = "/bin/sh";
-    options.arguments = {
-        "-c",
-        TestedProgram() + "; echo status $?; stty -icanon min 0 time 0; cat >/run/left; echo end"};
-    Terminal t(box, options);
+    Terminal t(box, FaultyInAShell("memory 20+"));
+    t.Press("<Enter>");
     t.WaitFor("Exit this program");
     box.Sh("kill -STOP $(pgrep -ox ifmenu)");
     t.Press("n<Enter>-2<Enter>t<Enter>n<Enter>reboot<Enter>");
     box.Sh("kill -CONT $(pgrep -ox ifmenu)");
     t.WaitFor("end");
     EXPECT_TRUE(t.Shows("Out of memory.") && t.Shows("status 1"));
+    EXPECT_EQ(box.Read("/run/left"), "");
+}
+
+TEST(Memory, RefusedForTheFirstScreenLeavesNoTypedKeyToTheShell) {
+    if (HasSanitizers()) return;
+    TourBox box;
+    Terminal t(box, FaultyInAShell("early 100+"));
+    t.Press("<Enter>reboot<Enter>");
+    t.WaitFor("end");
+    EXPECT_TRUE(t.Shows("Error opening terminal") && t.Shows("status 1"));
     EXPECT_EQ(box.Read("/run/left"), "");
 }
 
