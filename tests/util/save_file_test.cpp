@@ -76,6 +76,30 @@ TEST(SaveFile, AnOldFileKeepsItsOwners) {
     EXPECT_EQ(ContentOf(path), kNew);
 }
 
+// Some file systems refuse an owner or a mode, or accept it and do not keep it. A broken disk is
+// another matter.
+TEST(SaveFile, AFileIsOverwrittenIfItsOwnerOrItsModeIsNotKept) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can give a file away";
+    const TemporaryFolder folder;
+    const std::string path = folder.File("settings", kOld);
+    ASSERT_EQ(chown(path.c_str(), 1234, 4321), 0);
+    ASSERT_EQ(chmod(path.c_str(), 0640), 0);
+    const ino_t inode = InodeOf(path);
+    for (const int call : {SYS_fchown, SYS_fchmod}) {
+        for (const int error : {0, EPERM, EIO}) {
+            SCOPED_TRACE(std::to_string(call) + ": " + std::to_string(error));
+            MakeFile(path, kOld);
+            EXPECT_EQ(SavedAfter([&] { Deny({{.call = call, .error = error}}); },
+                                 [&] { return SaveFile(path, kNew); }),
+                      error == EIO ? "refused" : "saved");
+            EXPECT_EQ(ContentOf(path), error == EIO ? kOld : kNew);
+            EXPECT_EQ(OwnersOf(path), "1234:4321");
+            EXPECT_EQ(ModeOf(path), 0640U);
+            EXPECT_EQ(InodeOf(path), inode);
+        }
+    }
+}
+
 // Nobody gains read access: with an access control list, the group bits of the mode are its mask,
 // not the rights of the group.
 TEST(SaveFile, AnOldFileKeepsItsAccessControlListAndItsOtherAttributes) {
