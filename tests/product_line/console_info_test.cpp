@@ -66,11 +66,11 @@ TEST(ProbeConsole, APseudoTerminalMeansTheForegroundConsole) {
     EXPECT_EQ(info.cell_height, 16);
 }
 
-// The console tty2 with a font of 9 by 14 and /dev/fb3 as its framebuffer. The files of the
-// framebuffers are as long as their number. A request other than the expected ones fails.
+// The console tty2 with a font of 9 by 14. The files of the framebuffers are as long as their
+// number. A request other than the expected ones fails.
 struct {
     bool has_font = true;
-    bool is_mapped = true;
+    int framebuffer = -1;
     bool has_screen = true;
 } console;
 
@@ -81,20 +81,21 @@ long AnswerConsoleRequest(int descriptor, unsigned request, void* argument) {
     if (request == KDFONTOP) {
         auto& font = *static_cast<console_font_op*>(argument);
         if (!console.has_font || descriptor != STDOUT_FILENO || font.op != KD_FONT_OP_GET ||
-            font.charcount != kWholeFont || font.height != 32 || font.data == nullptr) {
+            font.charcount != kWholeFont || font.width != 8 || font.height != 32 ||
+            font.data == nullptr) {
             return -EINVAL;
         }
         font.width = 9;
         font.height = 14;
     } else if (request == FBIOGET_CON2FBMAP) {
         auto& map = *static_cast<fb_con2fbmap*>(argument);
-        if (!console.is_mapped || file.st_size != 1 || map.console != 3) return -EINVAL;
-        map.framebuffer = 3;
+        if (console.framebuffer < 0 || file.st_size > 1 || map.console != 3) return -EINVAL;
+        map.framebuffer = static_cast<__u32>(console.framebuffer);
     } else if (request == FBIOGET_FSCREENINFO) {
-        if (file.st_size != 3) return -EINVAL;
+        if (file.st_size != console.framebuffer) return -EINVAL;
         static_cast<fb_fix_screeninfo*>(argument)->line_length = 4096;
     } else {
-        if (!console.has_screen || file.st_size != 3) return -EINVAL;
+        if (!console.has_screen || file.st_size != console.framebuffer) return -EINVAL;
         auto& screen = *static_cast<fb_var_screeninfo*>(argument);
         screen.xres = 1024;
         screen.yres = 768;
@@ -139,19 +140,23 @@ Answer ProbedOnTheConsole(const std::string& framebuffers) {
 TEST(ProbeConsole, MeasuresTheFontAndTheFramebufferOfAConsole) {
     struct {
         const char* framebuffers;
-        bool has_font, is_mapped, has_screen;
+        bool has_font;
+        int framebuffer;
+        bool has_screen;
         const char* expected;
     } const kCases[] = {
-        {"13", true, true, true, "2: 9x14, 3: 1024x768, 4096"},
-        {"13", false, true, true, "2: 8x16, 3: 1024x768, 4096"},
-        {"13", true, false, true, "2: 9x14, -1: -1x-1, -1"},
-        {"13", true, true, false, "2: 9x14, 3: -1x-1, -1"},
-        {"1", true, true, true, "2: 9x14, 3: -1x-1, -1"},
-        {"", true, true, true, "2: 9x14, -1: -1x-1, -1"},
+        {"03", true, 0, true, "2: 9x14, 0: 1024x768, 4096"},
+        {"03", true, 3, true, "2: 9x14, 3: 1024x768, 4096"},
+        {"13", true, 3, true, "2: 9x14, 3: 1024x768, 4096"},
+        {"13", false, 3, true, "2: 8x16, 3: 1024x768, 4096"},
+        {"13", true, -1, true, "2: 9x14, -1: -1x-1, -1"},
+        {"13", true, 3, false, "2: 9x14, 3: -1x-1, -1"},
+        {"1", true, 3, true, "2: 9x14, 3: -1x-1, -1"},
+        {"", true, 3, true, "2: 9x14, -1: -1x-1, -1"},
     };
     for (const auto& row : kCases) {
         SCOPED_TRACE(row.expected);
-        console = {row.has_font, row.is_mapped, row.has_screen};
+        console = {row.has_font, row.framebuffer, row.has_screen};
         const Answer answer = ProbedOnTheConsole(row.framebuffers);
         SKIP_WHERE_REFUSED(answer);
         EXPECT_EQ(answer.output, row.expected);
