@@ -119,6 +119,14 @@ TEST_F(MenuPaint, WithoutRoomNothingIsDrawn) {
         EXPECT_EQ(UnseenScreen::Line(line), std::string(80, '#')) << line;
 }
 
+TEST_F(MenuPaint, OneColumnIsEnoughForARowBelowTheHeight) {
+    menu.AddItem("a", 1);
+    menu.AddItem("b", 2);
+    menu.SetSize(1, 1);
+    menu.DrawItem(1);
+    EXPECT_EQ(UnseenScreen::Line(kLine + 1), "    b");
+}
+
 TEST_F(MenuPaint, RowsBelowTheScreenLeaveThoseAboveAlone) {
     menu.SetSize(kWidth, 100);
     for (int i = 0; i < 100; ++i)
@@ -308,6 +316,13 @@ TEST_F(MenuPaint, WithoutColumnsHotKeyLettersAreStillShown) {
     menu.SetSize(0, kHeight);
     menu.Draw();
     EXPECT_EQ(UnseenScreen::Line(kLine + 1), "    S");
+}
+
+TEST_F(MenuPaint, AMarkFollowsTheOnlyColumn) {
+    AddUnselected("Services").hot_key = 'z';
+    menu.SetSize(1, kHeight);
+    menu.Draw();
+    EXPECT_EQ(UnseenScreen::Line(kLine + 1), "    S z");
 }
 
 TEST_F(MenuPaint, AMarkOutsideTheScreenIsLeftOut) {
