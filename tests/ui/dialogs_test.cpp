@@ -193,6 +193,16 @@ TEST_F(TextBox, EnterStoresTheTrimmedText) {
     EXPECT_EQ(Typed("old", {"er", "\r"}), "older");
 }
 
+TEST_F(TextBox, BlanksBeforeTheValueAreNotShown) {
+    std::string value = "  old";
+    screen.Play({[&] {
+        EXPECT_EQ(InBox(kEntryLine), "old");
+        screen.Type("\r");
+    }});
+    EXPECT_TRUE(PromptText("Name", value));
+    EXPECT_EQ(value, "old");
+}
+
 TEST_F(TextBox, EscapeKeepsTheValue) {
     EXPECT_EQ(Typed("old", {"er", kEscapeKey}), "(cancelled) old");
 }
