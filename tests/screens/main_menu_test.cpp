@@ -100,7 +100,7 @@ TEST(MainMenuRows, OnlyTheFirstTenInterfacesHaveHotKeys) {
     Machine box;
     AddBridges(box, 11);
     MainMenu t(box, OfSize(40, 80));
-    t.WaitFor("Exit this program");
+    t.WaitFor("11. br11");
     t.Press("e");
     t.WaitSelected("Exit this program");
     const auto line = [](int n) { return kFirstInterfaceLine + 2 * (n - 1); };
