@@ -170,7 +170,7 @@ const std::vector<Leg>& Tour() {
         {"v<Enter>v<Enter>", "Disable remote VNC"},
         {"<Down><Enter>", "Change VNC password."},
         {"secret12<Enter>", "Set remote VNC access password"},
-        {"s<Enter>", "SMB/CIFS configuration"},
+        {"s<Enter>", "Create user"},
         {"c<Enter>", "Enter user account."},
         {"<Enter>", "Configure user 'editor'"},
         {"<End><Enter>p<Enter>", "SMB/CIFS account password?"},
