@@ -28,19 +28,17 @@ TEST_P(ClockSet, DelaysNoRefresh) {
     t.WaitFor("1. wlan0");
     t.Settle();
     box.Write("/run/clock", GetParam().seconds);
-    t.Press("<Down>");
+    t.Press("<Down>");  // otherwise the program would look at its clock only after the wait
     const auto lists = [&] {
         std::vector<double> seconds;
         for (const Call& call : box.Calls("ip"))
             if (call.Line() == "ip link") seconds.push_back(call.seconds);
         return seconds;
     };
-    box.WaitUntil([&] { return lists().size() == 3; }, "two refreshes", 25);
-    // On a busy computer the calls are recorded late. With the clock that was set it would be 0 or
-    // at least 15 seconds.
+    box.WaitUntil([&] { return lists().size() == 3; }, "two refreshes", 13);
     for (size_t i = 1; i < 3; ++i) {
-        EXPECT_GT(lists()[i] - lists()[i - 1], 2);
-        EXPECT_LT(lists()[i] - lists()[i - 1], 10);
+        EXPECT_GE(lists()[i] - lists()[i - 1], 4.9);
+        EXPECT_LE(lists()[i] - lists()[i - 1], 5.9);
     }
 }
 

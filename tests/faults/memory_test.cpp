@@ -101,7 +101,8 @@ TEST(Memory, NothingIsLostIfOneRequestOfAnEntryBoxFails) {
         EXPECT_TRUE(tours.Walk("memory " + std::to_string(n), RenameTour)) << n;
 }
 
-// A shell that runs the program, and then writes the unread keys to /run/left.
+// A shell that waits for a line, so that keys can be typed ahead, runs the program, and writes the
+// unread keys to /run/left.
 TerminalOptions FaultyInAShell(const std::string& fault) {
     TerminalOptions options = Faulty(fault);
     options.program = "/bin/sh";
