@@ -173,6 +173,7 @@ void ChooseTerminalType() {
 void StartTerminal() {
     std::setlocale(LC_CTYPE, "");
     std::atexit(RestoreLineMode);
+    CatchStop();
     initscr();
     StartColours();
     StartKeyboard();

@@ -185,8 +185,7 @@ int ResolveEscape() {
     return kUnknownKey;
 }
 
-// Curses handles Ctrl-Z by saving and restoring its screen. Outside curses, Ctrl-Z must only stop
-// the program together with the command.
+// While this lives, Ctrl-Z only stops the program, together with a command that runs in its place.
 struct PlainStop {
     PlainStop() : before{} {
         struct sigaction stop = {};
@@ -201,28 +200,50 @@ struct PlainStop {
     struct sigaction before;
 };
 
-void (*stop_of_curses)(int) = SIG_DFL;
-
-void DropKeysAndStop(int signal_number) {
-    DropTypedKeys();
-    stop_of_curses(signal_number);
+sigset_t Unblock(int signal_number) {
+    sigset_t signals;
+    sigset_t before;
+    sigemptyset(&signals);
+    sigaddset(&signals, signal_number);
+    sigprocmask(SIG_UNBLOCK, &signals, &before);
+    return before;
 }
 
-// Drops keys typed ahead of Ctrl-Z: they were for the program, not the shell. The handler of
-// curses, if it is installed, does the rest.
-void KeepKeysFromTheShell() {
-    struct sigaction stop = {};
-    sigaction(SIGTSTP, nullptr, &stop);
-    if (stop.sa_handler == SIG_DFL || stop.sa_handler == SIG_IGN) return;
-    stop_of_curses = stop.sa_handler;
-    stop.sa_handler = DropKeysAndStop;
-    sigaction(SIGTSTP, &stop, nullptr);
+// Restores the terminal for the shell, stops, and shows the screen again. All signals of the gate
+// and SIGTTOU are blocked.
+void OnStop(int) {
+    // These were for the program, not for the shell.
+    DropTypedKeys();
+    endwin();
+    {
+        const PlainStop plain_stop;
+        raise(SIGTSTP);
+        const sigset_t blocked = Unblock(SIGTSTP);
+        sigprocmask(SIG_SETMASK, &blocked, nullptr);
+    }
+    // Continued in the background, the program stops again where it touches the terminal.
+    Unblock(SIGTTOU);
+    flushinp();
+    def_shell_mode();
+    AwaitTerminal();
+    doupdate();
 }
 
 }  // namespace
 
 void DropTypedKeys() {
     tcflush(STDIN_FILENO, TCIFLUSH);
+}
+
+void CatchStop() {
+    struct sigaction action = {};
+    sigaction(SIGTSTP, nullptr, &action);
+    if (action.sa_handler == SIG_IGN) return;
+    action.sa_handler = OnStop;
+    action.sa_flags = SA_RESTART;
+    action.sa_mask = GatedSignals();
+    sigaddset(&action.sa_mask, SIGTTOU);
+    sigaction(SIGTSTP, &action, nullptr);
 }
 
 void StartKeyboard() {
@@ -237,7 +258,6 @@ void StartKeyboard() {
     // for new ones, and block the screen.
     noqiflush();
     if (KernelWritesHere()) next_repaint = MonotonicSeconds() + kRepaintSeconds;
-    KeepKeysFromTheShell();
 }
 
 void StartMouse() {

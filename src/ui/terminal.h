@@ -24,6 +24,11 @@ constexpr int kEscape = 27;
 // character nor a curses key code, so every screen ignores it.
 constexpr int kUnknownKey = 0x10000;
 
+// From now on, Ctrl-Z restores the terminal before it stops the program, and shows the screen again
+// afterwards; unless it is ignored. Call before initscr(): otherwise curses handles Ctrl-Z, and
+// discards one that arrives while the program works or draws.
+void CatchStop();
+
 // Sets up the keyboard for ReadKey: keypad, no line mode, no echo, no waiting inside curses. Call
 // after initscr().
 void StartKeyboard();

@@ -166,8 +166,7 @@ TEST(WholeCtrlC, AfterEveryKeyEndsTheProgramOrItsCommand) {
 // ---- Ctrl-Z ----
 
 // The program under a shell that continues it when it stops, and reports that.
-TerminalOptions UnderAnEagerShell(const Machine& box) {
-    TerminalOptions options = Hasty(box);
+TerminalOptions UnderAnEagerShell(TerminalOptions options) {
     std::string command = "set -m; " + options.program;
     for (const std::string& argument : options.arguments)
         command += " '" + argument + "'";
@@ -182,7 +181,7 @@ TerminalOptions UnderAnEagerShell(const Machine& box) {
 
 TEST(CtrlZ, AfterEveryPartOfTheTourChangesNothing) {
     TourBox box;
-    Terminal t(box, UnderAnEagerShell(box));
+    Terminal t(box, UnderAnEagerShell(Hasty(box)));
     size_t stops = 0;
     for (const Leg& leg : Tour()) {
         t.Press(leg.keys);
@@ -200,6 +199,21 @@ TEST(CtrlZ, AfterEveryPartOfTheTourChangesNothing) {
     EXPECT_EQ(t.WaitExit(), Exited(0));
     EXPECT_EQ(TerminalDamage(t), "");
     EXPECT_TRUE(box.AllSaved());
+}
+
+// Stopping has to wait until the program waits; until then it draws.
+TEST(CtrlZ, WhileAScreenOpensIsNotLost) {
+    TourBox box;
+    TerminalOptions options = Traced(box, "%%stat", "%%stat:signal=TSTP:when=1");
+    const char* looked_at = "/etc/init.d/service-caption-synchronizer";
+    options.arguments.insert(options.arguments.begin(), {"-P", looked_at});
+    Terminal t(box, UnderAnEagerShell(options));
+    t.WaitFor("Exit this program");
+    t.Press("s<Enter>");
+    box.WaitUntil([&] { return box.Exists("/tmp/stops"); }, "the stop");
+    t.WaitFor("Disable FTP service");
+    EXPECT_EQ(EndTour(t), Exited(130));
+    EXPECT_EQ(TerminalDamage(t), "");
 }
 
 // ---- sizes ----
