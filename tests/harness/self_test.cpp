@@ -193,6 +193,14 @@ TEST(StandIn, RecordsArgumentsByteForByte) {
     EXPECT_NEAR(calls[0].seconds, Now(), 20);
 }
 
+TEST(StandIn, RecordsWhenItsProcessWasCreated) {
+    Machine box;
+    box.StandIn("look");
+    Terminal t(box, Shell("sh -c 'sleep 1; exec look'"));
+    EXPECT_EQ(t.WaitExit(), Exited(0));
+    EXPECT_LE(box.Calls("look").at(0).seconds, Now() - 1);
+}
+
 TEST(StandIn, RecordsTheModeOfTheTerminal) {
     Machine box;
     box.StandIn("look");
