@@ -12,7 +12,7 @@ void Take(std::initializer_list<Step> steps) {
     for (const Step& step : steps) {
         Say(step.message);
         RunCommand(step.command);
-        if (step.pause_seconds > 0) Pause(step.pause_seconds);
+        Pause(step.pause_seconds);
     }
 }
 

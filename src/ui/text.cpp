@@ -32,7 +32,7 @@ std::wstring FitColumns(std::string_view text, int width) {
         line += character;
         used += columns;
     }
-    if (used < width) line.append(static_cast<std::size_t>(width - used), L' ');
+    line.append(static_cast<std::size_t>(width - used), L' ');
     return line;
 }
 

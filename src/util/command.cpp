@@ -229,10 +229,7 @@ int FeedCommand(const std::string& command, Secret input) {
 bool AskBeside(bool (*question)(const char* subject), const std::string& subject) {
     const StatusKept kept;
     const pid_t pid = fork();
-    if (pid == 0) {
-        setpgid(0, 0);
-        _exit(question(subject.c_str()) ? 0 : 1);
-    }
+    if (pid == 0) _exit(question(subject.c_str()) ? 0 : 1);
     if (pid < 0) return false;
     setpgid(pid, pid);
     running_groups.push_back(pid);
