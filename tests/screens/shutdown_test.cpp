@@ -174,9 +174,11 @@ TEST(DuringACommand, OtherEndingSignalsEndTheProgram) {
     for (const auto& [signal, status] : {std::pair{SIGTERM, 143}, {SIGHUP, 129}}) {
         Terminal t(box, AtAPrompt());
         StartCommand(t, gate);
+        t.Mark();
         t.Signal(signal);
         EXPECT_EQ(t.WaitExit(kOneSecond), Exited(status));
         ExpectTerminalAsBefore(t);
+        EXPECT_EQ(t.Output(), "") << "leaving the screen again moves the cursor over the messages";
     }
 }
 

@@ -80,6 +80,9 @@ TEST(VncChange, ReplacesOnlyThePassword) {
                .typed = "better<Enter>",
                .commands = {"vncpasswd -f"},
                .after = access});
+        // An end takes back only unfinished changes.
+        t.Press("<C-c>");
+        EXPECT_EQ(t.WaitExit(), Exited(130));
         EXPECT_EQ(box.Read(kVncPassword), "made");
         EXPECT_EQ(box.ModeOf(kVncPassword), "400\n");
         EXPECT_EQ(box.Exists(kVncOn), access == kDisable);
