@@ -109,8 +109,12 @@ TEST(Space, IsCutAtTheStartTheEndOrBoth) {
         std::string text = row.text;
         EXPECT_STREQ(skip_space(text.data()), row.without_leading.c_str());
         EXPECT_EQ(text, row.text) << "skip_space must not change the text";
+        text += "\0behind"s;
+        std::string expected = text;
+        const size_t written = row.without_leading.size() + 1;
+        expected.replace(0, written, row.without_leading.c_str(), written);
         strip_leading_space(text.data());
-        EXPECT_STREQ(text.c_str(), row.without_leading.c_str());
+        EXPECT_EQ(text, expected) << "only the text and its end are moved";
         // The bytes before the text are not touched.
         text = " \t\0"s + row.text;
         trim_trailing_space(text.data() + 3);
