@@ -80,8 +80,9 @@ double Seconds(clockid_t clock) {
     return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
-// How long ago this process was created, perhaps as the shell that executed the command. On a busy
-// computer it runs only a while later. 0 without /proc.
+// How long ago this process was created, perhaps as the shell that executed the command: a busy
+// computer may run it only a while later. 0 without /proc, and for a short time, as the kernel
+// counts in hundredths of a second.
 double Age() {
     char text[1024];
     const int fd = open("/proc/self/stat", O_RDONLY | O_CLOEXEC);
@@ -94,7 +95,10 @@ double Age() {
     for (int i = 0; i < kFromNameToStart && field != nullptr; ++i)
         field = strchr(field + 1, ' ');
     if (field == nullptr) return 0;
-    return Seconds(CLOCK_BOOTTIME) - atof(field) / static_cast<double>(sysconf(_SC_CLK_TCK));
+    const double created = atof(field) / static_cast<double>(sysconf(_SC_CLK_TCK));
+    constexpr double kShort = 0.05;
+    const double age = Seconds(CLOCK_BOOTTIME) - created;
+    return age < kShort ? 0 : age;
 }
 
 void WriteRecord(const char* name, int count, char** args) {
