@@ -426,76 +426,6 @@ TEST_P(Walk, HasTheRowsAndHotKeysOfTheDocument) {
     EXPECT_TRUE(t.IsSelected(*choices[selected])) << t.Selected();
 }
 
-// ---- the mouse ----
-
-// The visible rows and their kinds, from the first row of the list on, or up to its last.
-std::map<int, const DocumentedRow*> VisibleRows(const Walker& t, const DocumentedScreen& screen,
-                                                bool from_end) {
-    const std::map<int, std::string> list = t.List(screen);
-    size_t index = from_end ? screen.rows.size() - list.size() : 0;
-    std::map<int, const DocumentedRow*> visible;
-    for (const auto& [line, text] : list)
-        visible[line] = &screen.rows.at(index++);
-    return visible;
-}
-
-// The colour that a row has over its whole width while hovered.
-Colour HoverColour(const Cell& before, bool selectable) {
-    if (before.fg == kRed) return kRed;
-    if (before.bg == kBlue) return kCyan;
-    return selectable ? kYellow : kWhite;
-}
-
-void HoverOver(Walker& t, const std::map<int, const DocumentedRow*>& visible) {
-    const int end = t.cols() - 2;
-    for (const auto& [line, row] : visible) {
-        const Cell before = t.Cell(line, end);
-        t.Hover(line, end);
-        t.Settle();
-        EXPECT_EQ(t.Cell(line, end).fg, HoverColour(before, row->Selectable())) << row->label;
-        EXPECT_EQ(t.Cell(line, end).bg, before.bg) << row->label;
-    }
-    t.Hover(0, 0);
-    t.Settle();
-    for (const auto& shown : visible)
-        EXPECT_NE(t.Cell(shown.first, end).fg, kYellow) << shown.second->label;
-}
-
-void ClickOn(Walker& t, const DocumentedScreen& screen,
-             const std::map<int, const DocumentedRow*>& visible) {
-    for (const auto& shown : visible) {
-        const int line = shown.first;
-        const DocumentedRow& row = *shown.second;
-        if (!row.Selectable()) continue;
-        if (t.SelectedRow() == line) {
-            t.Press(line == t.List(screen).begin()->first ? "<Down>" : "<Up>");
-            t.WaitUntil([&] { return t.SelectedRow() != line; }, "another row selected");
-        }
-        t.Click(line, 6);
-        t.WaitUntil([&] { return t.SelectedRow() == line; }, "'" + row.label + "' selected");
-        t.Settle();
-        EXPECT_TRUE(t.IsOn(screen)) << row.label;
-        EXPECT_TRUE(t.IsSelected(row)) << row.label;
-    }
-}
-
-TEST_P(Walk, EveryRowReactsToThePointerAndAClick) {
-    const size_t calls = box.Calls().size();
-    std::set<const DocumentedRow*> done;
-    for (const bool from_end : {false, true}) {
-        t.Press(from_end ? "<End>" : "<Home>");
-        t.Settle();
-        auto visible = VisibleRows(t, screen, from_end);
-        std::erase_if(visible,
-                      [&](const auto& shown) { return !done.insert(shown.second).second; });
-        HoverOver(t, visible);
-        ClickOn(t, screen, visible);
-        if (done.size() == screen.rows.size()) break;
-    }
-    // Selecting alone did nothing.
-    EXPECT_EQ(box.Calls().size(), calls) << box.CallLog();
-}
-
 // ---- what the rows do ----
 
 // How to activate a row, and how to react to what follows.
@@ -580,6 +510,76 @@ TEST_P(Walk, EveryRowDoesWhatTheDocumentSays) {
         if (by_mouse && MayPause(*row)) continue;
         Activation(t, screen, *row, by_mouse).Try();
     }
+}
+
+// ---- the mouse ----
+
+// The visible rows and their kinds, from the first row of the list on, or up to its last.
+std::map<int, const DocumentedRow*> VisibleRows(const Walker& t, const DocumentedScreen& screen,
+                                                bool from_end) {
+    const std::map<int, std::string> list = t.List(screen);
+    size_t index = from_end ? screen.rows.size() - list.size() : 0;
+    std::map<int, const DocumentedRow*> visible;
+    for (const auto& [line, text] : list)
+        visible[line] = &screen.rows.at(index++);
+    return visible;
+}
+
+// The colour that a row has over its whole width while hovered.
+Colour HoverColour(const Cell& before, bool selectable) {
+    if (before.fg == kRed) return kRed;
+    if (before.bg == kBlue) return kCyan;
+    return selectable ? kYellow : kWhite;
+}
+
+void HoverOver(Walker& t, const std::map<int, const DocumentedRow*>& visible) {
+    const int end = t.cols() - 2;
+    for (const auto& [line, row] : visible) {
+        const Cell before = t.Cell(line, end);
+        t.Hover(line, end);
+        t.Settle();
+        EXPECT_EQ(t.Cell(line, end).fg, HoverColour(before, row->Selectable())) << row->label;
+        EXPECT_EQ(t.Cell(line, end).bg, before.bg) << row->label;
+    }
+    t.Hover(0, 0);
+    t.Settle();
+    for (const auto& shown : visible)
+        EXPECT_NE(t.Cell(shown.first, end).fg, kYellow) << shown.second->label;
+}
+
+void ClickOn(Walker& t, const DocumentedScreen& screen,
+             const std::map<int, const DocumentedRow*>& visible) {
+    for (const auto& shown : visible) {
+        const int line = shown.first;
+        const DocumentedRow& row = *shown.second;
+        if (!row.Selectable()) continue;
+        if (t.SelectedRow() == line) {
+            t.Press(line == t.List(screen).begin()->first ? "<Down>" : "<Up>");
+            t.WaitUntil([&] { return t.SelectedRow() != line; }, "another row selected");
+        }
+        t.Click(line, 6);
+        t.WaitUntil([&] { return t.SelectedRow() == line; }, "'" + row.label + "' selected");
+        t.Settle();
+        EXPECT_TRUE(t.IsOn(screen)) << row.label;
+        EXPECT_TRUE(t.IsSelected(row)) << row.label;
+    }
+}
+
+TEST_P(Walk, EveryRowReactsToThePointerAndAClick) {
+    const size_t calls = box.Calls().size();
+    std::set<const DocumentedRow*> done;
+    for (const bool from_end : {false, true}) {
+        t.Press(from_end ? "<End>" : "<Home>");
+        t.Settle();
+        auto visible = VisibleRows(t, screen, from_end);
+        std::erase_if(visible,
+                      [&](const auto& shown) { return !done.insert(shown.second).second; });
+        HoverOver(t, visible);
+        ClickOn(t, screen, visible);
+        if (done.size() == screen.rows.size()) break;
+    }
+    // Selecting alone did nothing.
+    EXPECT_EQ(box.Calls().size(), calls) << box.CallLog();
 }
 
 INSTANTIATE_TEST_SUITE_P(, Walk,
