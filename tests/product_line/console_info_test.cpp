@@ -89,7 +89,11 @@ long AnswerConsoleRequest(int descriptor, unsigned request, void* argument) {
         font.height = 14;
     } else if (request == FBIOGET_CON2FBMAP) {
         auto& map = *static_cast<fb_con2fbmap*>(argument);
-        if (console.framebuffer < 0 || file.st_size > 1 || map.console != 3) return -EINVAL;
+        constexpr auto kUnknown = static_cast<__u32>(-1);
+        if (console.framebuffer < 0 || file.st_size > 1 || map.console != 3 ||
+            map.framebuffer != kUnknown) {
+            return -EINVAL;
+        }
         map.framebuffer = static_cast<__u32>(console.framebuffer);
     } else if (request == FBIOGET_FSCREENINFO) {
         if (file.st_size != console.framebuffer) return -EINVAL;
