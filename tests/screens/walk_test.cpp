@@ -299,7 +299,11 @@ using WalkedScreen = std::tuple<KnownScreen, Size>;
 
 class Walk : public testing::TestWithParam<WalkedScreen> {
   protected:
-    void SetUp() override { t.Open(screen); }
+    void SetUp() override {
+        // A slow `ip link` may answer only after the menu has appeared.
+        t.WaitFor("1. wlan0");
+        t.Open(screen);
+    }
 
     const DocumentedScreen& screen = ScreenNamed(std::get<0>(GetParam()).name);
     const Size size = std::get<1>(GetParam());
