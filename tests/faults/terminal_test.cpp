@@ -95,7 +95,8 @@ int CountOf(TourBox& box, const std::string& call) {
 
 // Updates everything from the main menu; counts the calls made before and after.
 void UpdateAll(TourBox& box, Terminal& t, const std::string& call, int& before, int& after) {
-    t.WaitFor("Exit this program");
+    // The signal may come even before that.
+    t.WaitUntil([&] { return !t.Running() || t.Shows("Exit this program"); }, "the main menu");
     t.Settle();
     before = CountOf(box, call);
     t.Press("u<Enter>y");
