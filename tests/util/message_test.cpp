@@ -207,7 +207,7 @@ bool HasControlByte(const std::string& text) {
     });
 }
 
-// In KOI8-R the bytes from 0x80 to 0x9f are lines and blocks, in GBK parts of characters; but a
+// In KOI8-R the bytes from 0x80 to 0x9f are lines and blocks, in GB18030 parts of characters; but a
 // terminal with another character set takes them for control characters.
 TEST(PrintableText, OutsideUtf8NoByteControlsAnyTerminal) {
     const struct {
@@ -216,7 +216,7 @@ TEST(PrintableText, OutsideUtf8NoByteControlsAnyTerminal) {
         std::string text, shown;
     } kSets[] = {{"en_US", "ISO-8859-1", "caf\xe9\x9b\xff", "caf\xe9?\xff"},
                  {"ru_RU", "KOI8-R", "\x80\x9b\xf3\xd4\xd5", "??\xf3\xd4\xd5"},
-                 {"zh_CN", "GBK", "\x9b\x9b\xd6\xd0", "?\xd6\xd0"}};
+                 {"zh_CN", "GB18030", "\x9b\x9b\xd6\xd0", "?\xd6\xd0"}};
     for (const auto& [territory, set, text, shown] : kSets) {
         SCOPED_TRACE(set);
         const MadeCharacters characters(territory, set);
@@ -230,6 +230,7 @@ TEST(PrintableText, OutsideUtf8NoByteControlsAnyTerminal) {
                 EXPECT_FALSE(HasControlByte(PrintableText(pair))) << first << " " << second;
             }
         }
+        EXPECT_FALSE(HasControlByte(PrintableText("\x81\x30\x84\x38\x90\x30\x81\x30")));
     }
 }
 
