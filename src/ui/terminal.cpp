@@ -200,15 +200,6 @@ struct PlainStop {
     struct sigaction before;
 };
 
-sigset_t Unblock(int signal_number) {
-    sigset_t signals;
-    sigset_t before;
-    sigemptyset(&signals);
-    sigaddset(&signals, signal_number);
-    sigprocmask(SIG_UNBLOCK, &signals, &before);
-    return before;
-}
-
 // Restores the terminal for the shell, stops, and shows the screen again. All signals of the gate
 // and SIGTTOU are blocked.
 void OnStop(int) {
@@ -218,11 +209,13 @@ void OnStop(int) {
     {
         const PlainStop plain_stop;
         raise(SIGTSTP);
-        const sigset_t blocked = Unblock(SIGTSTP);
-        sigprocmask(SIG_SETMASK, &blocked, nullptr);
+        const OpenSignalGate open;
     }
     // Continued in the background, the program stops again where it touches the terminal.
-    Unblock(SIGTTOU);
+    sigset_t touching;
+    sigemptyset(&touching);
+    sigaddset(&touching, SIGTTOU);
+    sigprocmask(SIG_UNBLOCK, &touching, nullptr);
     flushinp();
     def_shell_mode();
     AwaitTerminal();
