@@ -44,6 +44,12 @@ inline TerminalOptions AtAPrompt(TerminalOptions options = {}) {
     return options;
 }
 
+// Whether curses says that it does not know the terminal, in the words of 6.6 or of earlier
+// versions.
+inline bool SaysTheTerminalIsUnknown(const Terminal& t) {
+    return t.Shows("cannot initialize terminal type") || t.Shows("Error opening terminal");
+}
+
 // The private modes of a fresh terminal: lines wrap, the cursor is shown.
 inline const std::set<int> kUsualModes = {7, 25};
 
