@@ -121,11 +121,18 @@ std::string FailureAtTheEnd(const std::string& command) {
 }
 
 TEST(Machine, TurnsSanitizerReportsIntoFailures) {
-    EXPECT_THAT(FailureAtTheEnd("echo overflow > ${ASAN_OPTIONS##*log_path=}.1"),
+    const std::string log = "> ${ASAN_OPTIONS##*log_path=}.1";
+    EXPECT_THAT(FailureAtTheEnd("echo overflow " + log),
                 HasSubstr("A sanitizer reports:\noverflow\n"));
     EXPECT_THAT(FailureAtTheEnd("echo before; echo 'a.cpp:3:1: runtime error: overflow'; echo b"),
                 HasSubstr("A sanitizer reports:\na.cpp:3:1: runtime error: overflow\r\nb\r\n"));
     EXPECT_EQ(FailureAtTheEnd("echo error"), "(no failure)");
+    const std::string warning =
+        "printf '==61==WARNING: ptrace appears to be blocked (is seccomp enabled?). LeakSanitizer "
+        "may hang.\n==61==Child exited with signal 2.\n'";
+    EXPECT_EQ(FailureAtTheEnd(warning + log), "(no failure)");
+    EXPECT_THAT(FailureAtTheEnd("{ " + warning + "; echo overflow; } " + log),
+                HasSubstr("signal 2.\noverflow\n"));
 }
 
 TEST(Machine, TheDemoHasTheAppliancesInterfaces) {
