@@ -25,10 +25,8 @@ class UnseenScreen {
         refresh();
     }
     ~UnseenScreen() {
-        if (screen != nullptr) {
-            endwin();
-            delscreen(screen);
-        }
+        // Curses keeps the screen until the process ends: delscreen() leaks memory since 6.6.
+        if (screen != nullptr) endwin();
         std::fclose(in);
         std::fclose(out);
     }
