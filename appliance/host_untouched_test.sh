@@ -7,11 +7,11 @@
 # ACTIONS_TEST (actions_test.cpp) operates the program's screens; a shell script here does what goes
 # beyond. The host is itself a machine: what else happens on this computer meanwhile, a changed lease
 # or a mount, does not count. Exit status 0: unchanged, 1: changed (the difference is printed), 77:
-# skipped, no machine can be made here.
+# skipped: no machine can be made in a machine here, as in a container, whose files are an overlay.
 set -u
 appliance=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd -P)
 if [ "$1" != host ]; then
-    "$appliance/enter" --bare true || exit 77
+    "$appliance/enter" --bare "$appliance/enter" --bare true || exit 77
     exec "$appliance/enter" --bare "$appliance/host_untouched_test.sh" host "$@"
 fi
 program=$2
