@@ -100,7 +100,7 @@ TEST(SmbAccountList, FillsTheScreenAboveTheHelp) {
     const std::pair<int, size_t> shown[] = {{24, 15}, {19, 10}, {40, 31}, {18, 13}, {12, 7}};
     for (const auto& [lines, rows] : shown) {
         t.Resize(lines, 80);
-        t.WaitUntil([&, rows = rows] { return Rows(t).size() == rows; },
+        t.WaitUntil([&, wanted = rows] { return Rows(t).size() == wanted; },
                     std::to_string(rows) + " rows on " + std::to_string(lines) + " lines");
     }
     // There help does not cover the accounts, whichever row is selected.

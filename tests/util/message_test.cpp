@@ -144,8 +144,9 @@ TEST(DisplayText, CharactersThatHideOrReorderTextAreQuestionMarks) {
         EXPECT_TRUE(IsHidden(character)) << std::hex << static_cast<unsigned>(character);
         EXPECT_EQ(PrintableText("a" + Utf8Of(character) + "b"), "a?b");
     }
-    for (char32_t character : {0xa0, 0xac, 0xae, 0x300, 0x350, 0x5d0, 0x627, 0x1161, 0x2010, 0x2070,
-                               0x3000, 0x3165, 0xfe10, 0xffa1, 0xfffc, 0xfffd})
+    const char32_t shown[] = {0xa0,   0xac,   0xae,   0x300,  0x350,  0x5d0,  0x627,  0x1161,
+                              0x2010, 0x2070, 0x3000, 0x3165, 0xfe10, 0xffa1, 0xfffc, 0xfffd};
+    for (char32_t character : shown)
         EXPECT_FALSE(IsHidden(character)) << std::hex << static_cast<unsigned>(character);
 }
 
