@@ -29,10 +29,14 @@ Look() {
     } 2>/dev/null | sort >"$1/files"
 }
 
-# Allowed FOLDER: drops the files of new packages, and those generated from all packages.
+# Allowed FOLDER: drops the files of new packages, new ones that their scripts name, and those
+# generated from all packages.
 Allowed() {
+    cut -d ' ' -f 1 "$1/files" >"$1/known"
     for package in $(comm -13 "$1/packages" "$1/now/packages" | cut -d ' ' -f 1); do
         dpkg-query --listfiles "$package"
+        dpkg-query --control-show "$package" postinst 2>/dev/null |
+            grep -o '/etc/[[:alnum:]_./+-]*' | grep -vxFf "$1/known"
     done | sort -u >"$1/owned"
     while read -r path rest; do
         case $path in
