@@ -248,7 +248,7 @@ std::size_t SkipPlace(const Reader& reader, std::size_t index) {
 std::size_t EndOfStatement(const Reader& reader, std::size_t index) {
     while (index < reader.size() && reader.Text(index) != ";") {
         if (IsOneOf(reader.Text(index), {"(", "[", "{"})) index = reader.Closing(index);
-        if (IsOneOf(reader.Text(index), {")", "]", "}"}) && reader.Text(index + 1) == "")
+        if (IsOneOf(reader.Text(index), {")", "]", "}"}) && reader.Text(index + 1).empty())
             return reader.size();
         ++index;
     }
