@@ -16,14 +16,16 @@ namespace harness::lifecycle {
 // ---- where the program waits ----
 
 inline constexpr Stop kMainMenu = {"MainMenu", "", "Exit this program"};
+// With the interface listed, which takes a moment on a busy machine.
+inline constexpr Stop kListedMenu = {"MainMenu", "", "    1. eth0"};
 inline constexpr Stop kYesNo = {"YesNo", "d<Enter>", "Are you sure? [y/n]"};
 inline constexpr Stop kTextEntry = {"TextEntry", "n<Enter>", "New computer host name"};
 inline constexpr Stop kInterface = {"Interface", "1<Enter>", "Network configuration: eth0 ("};
 // The editor draws the help last.
 inline constexpr Stop kEditor = {"Editor", "1<Enter>c<Enter>", "leave the network port disabled"};
 inline constexpr Stop kPassword = {"Password", "s<Enter>v<Enter>", "Set VNC password"};
-inline constexpr Stop kStops[] = {kMainMenu, kYesNo,    kTextEntry, kInterface,
-                                  kEditor,   kServices, kPassword};
+inline constexpr Stop kStops[] = {kListedMenu, kYesNo,    kTextEntry, kInterface,
+                                  kEditor,     kServices, kPassword};
 
 inline std::string StopName(const testing::TestParamInfo<Stop>& info) {
     return info.param.name;

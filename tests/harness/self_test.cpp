@@ -607,9 +607,10 @@ TEST(FullScreen, BytesCanArriveSlowly) {
     Terminal t(box, Sample());
     t.WaitFor("selected");
     const double start = Now();
-    t.SendSlowly("xyz", 5);
+    EXPECT_TRUE(t.SendSlowly("xyz", 0.005, Terminal::kPatience));
     EXPECT_GE(Now() - start, 0.010);
     t.WaitFor("key z");
+    EXPECT_FALSE(t.SendSlowly("xy", 0.005, 0.004));
 }
 
 TEST(FullScreen, ResizingReachesProgramAndEmulator) {

@@ -6,6 +6,7 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <termios.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -181,11 +182,17 @@ void Terminal::SendBytes(const std::string& bytes) {
     escape_sent_ = !bytes.empty() && bytes.back() == '\x1b';
 }
 
-void Terminal::SendSlowly(const std::string& bytes, int milliseconds_between) {
+bool Terminal::SendSlowly(const std::string& bytes, double pause, double most) {
+    const timespec rest{0, static_cast<long>(pause * 1e9)};
+    double before_last = 0;
     for (size_t i = 0; i < bytes.size(); i++) {
-        if (i > 0) RunFor(milliseconds_between / 1000.0);
-        Send(bytes.substr(i, 1));
+        if (i > 0) nanosleep(&rest, nullptr);
+        const double before = Now();
+        SendBytes(bytes.substr(i, 1));
+        if (i > 0 && Now() - before_last > most) return false;
+        before_last = before;
     }
+    return true;
 }
 
 void Terminal::SendMouse(MouseEvent event, int row, int col) {

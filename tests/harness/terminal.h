@@ -94,7 +94,9 @@ class Terminal {
     void Press(const std::string& keys, Place place = Place::current());
     void Type(const std::string& text);  // every character literally, even '<'
     void SendBytes(const std::string& bytes);
-    void SendSlowly(const std::string& bytes, int milliseconds_between);
+    // Sends them one by one, `pause` seconds apart. Returns false if this machine was too busy: if
+    // a byte was sent more than `most` seconds after the one before.
+    bool SendSlowly(const std::string& bytes, double pause, double most);
     // Mouse events are sent only if the program has asked for them, as by a real terminal: none
     // without mouse reporting, no motion without mode 1003.
     void Hover(int row, int col);

@@ -150,13 +150,21 @@ TEST(KeysTypedAhead, NeverReachTheShell) {
 
 TEST(CursorKey, MayArriveSlowly) {
     Machine box;
-    Terminal t(box);
-    t.WaitFor(kMainMenu.sign);
-    t.SendSlowly("\x1bOB", 80);
-    t.WaitSelected("Bring down all interfaces");
-    t.SendSlowly("\x1b[B", 80);
-    t.Settle();
-    EXPECT_TRUE(t.Running());
+    const auto send_slowly = [](Terminal& t, const char* bytes) {
+        return t.SendSlowly(bytes, 0.080, 0.095);
+    };
+    bool kept_pace = false;
+    for (int attempt = 0; attempt < 10 && !kept_pace; attempt++) {
+        Terminal t(box);
+        GoTo(t, kMainMenu);
+        if (!send_slowly(t, "\x1bOB")) continue;
+        t.WaitSelected("Bring down all interfaces");
+        kept_pace = send_slowly(t, "\x1b[B");
+        if (!kept_pace) continue;
+        t.Settle();
+        EXPECT_TRUE(t.Running());
+    }
+    EXPECT_TRUE(kept_pace) << "this machine is too busy";
 }
 
 TEST(Escape, WaitsAsLongAsEscdelaySays) {

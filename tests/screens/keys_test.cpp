@@ -2,7 +2,6 @@
 // that are not keys of the terminal type.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <time.h>
 
 #include <algorithm>
 #include <random>
@@ -116,19 +115,8 @@ TEST_P(KeysOnEveryType, BackspaceLeaves) {
 
 // ---- a slow line ----
 
-// Sends the bytes one by one, 5 ms apart. Returns false if this machine was too busy to keep that
-// pace.
 bool SendAtPace(Terminal& t, const std::string& bytes) {
-    double before_last = 0;
-    for (size_t i = 0; i < bytes.size(); i++) {
-        const timespec pause{0, 5'000'000};
-        if (i > 0) nanosleep(&pause, nullptr);
-        const double before = Now();
-        t.SendBytes(bytes.substr(i, 1));
-        if (i > 0 && Now() - before_last > 0.010) return false;
-        before_last = before;
-    }
-    return true;
+    return t.SendSlowly(bytes, 0.005, 0.010);
 }
 
 struct SlowKey {
@@ -341,7 +329,7 @@ TEST(UnknownSequence, SeveralMayArriveAtOnce) {
 TEST(OtherBytes, AreNotKeys) {
     OneCard box;
     Terminal t(box);
-    GoTo(t, kMainMenu);
+    GoTo(t, kListedMenu);
     t.Press("s");
     t.WaitSelected("Services");
     const std::vector<std::string> before = Look(t);
