@@ -127,8 +127,9 @@ TEST(EndlessCommand, BeforeTheFirstScreenEndsWithTheProgramOnCtrlC) {
 // ---- a machine that lacks something ----
 
 // A tour whose steps may all fail.
-void ExpectATour(TourBox& box, TerminalOptions options) {
+void ExpectATour(TourBox& box, TerminalOptions options, bool listed = false) {
     Terminal t(box, options);
+    if (listed) t.WaitFor("1. wlan0");
     RushTour(t);
     EXPECT_TRUE(IsOrderly(EndTour(t)));
     EXPECT_EQ(TerminalDamage(t), "");
@@ -187,7 +188,7 @@ TEST(PoorMachine, WithALimitOnTheSizeOfFilesNothingIsSavedAndNothingLost) {
     options.environment = WithoutLeakSearch(box);
     options.program = "/bin/sh";
     options.arguments = {"-c", "ulimit -f 0; exec " + TestedProgram()};
-    ExpectATour(box, options);
+    ExpectATour(box, options, true);
     EXPECT_TRUE(box.AllUntouched());
 }
 

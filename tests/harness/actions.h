@@ -52,9 +52,15 @@ inline std::ostream& operator<<(std::ostream& out, const Stop& stop) {
     return out << stop.name;
 }
 
-// From the main menu to the place. A digit has no meaning until the interfaces are listed.
+// Waits for the main menu that understands these keys: a digit has no meaning until the interfaces
+// are listed.
+inline void WaitForMenu(Terminal& t, const std::string& keys, Place place = Place::current()) {
+    t.WaitFor(keys.starts_with('1') ? "    1. " : "Tavrin 4", Terminal::kPatience, place);
+}
+
+// From the main menu to the place.
 inline void GoTo(Terminal& t, const Stop& stop, Place place = Place::current()) {
-    t.WaitFor(stop.keys[0] == '1' ? "    1. " : "Tavrin 4", Terminal::kPatience, place);
+    WaitForMenu(t, stop.keys, place);
     t.Go(stop.keys, stop.sign, place);
 }
 

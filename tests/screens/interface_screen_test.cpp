@@ -101,7 +101,7 @@ TEST(InterfaceScreen, RefreshesTheStatusEveryFiveSecondsAndKeepsTheSelectedRow) 
     box.Sh("ip link set eth0 up; ip addr add 2001:db8::7/64 dev eth0 nodad");
     box.Record("ip");
     Terminal t(box);
-    t.WaitFor(kMenuTitle);
+    t.WaitFor("IPv6: 2001:db8::7/64");
     box.ForgetCalls();
     GoTo(t, kInterface);
     EXPECT_EQ(t.Row(kTop), "    Link active  Interface up");
@@ -396,6 +396,8 @@ TEST(InterfaceScreen, LeavingWithoutAnActionShowsTheOldMainMenu) {
     t.WaitFor("1. eth0");
     t.Press("1");
     t.WaitSelected("1. eth0");
+    box.WaitForCalls("ip", 2);
+    t.WaitUntil([&] { return t.Children() == 0; }, "the end of the queries");
     t.Settle();
     const Words menu = t.Screen();
     box.Sh("ip link set eth0 up");  // known to the interface screen, not yet to the main menu

@@ -132,6 +132,7 @@ TEST(MainMenuRows, AHostileNameIsOneWordToTheShell) {
     box.StandIn("x");
     MainMenu t(box);
     t.WaitFor("    1. " + name + "  02:00:00:00:00:01  Disconnected");
+    box.WaitForCalls("ip", 2);
     const std::vector<Call> calls = box.Calls();
     ASSERT_EQ(calls.size(), 2u);
     EXPECT_THAT(calls[1].args, ElementsAre("addr", "show", "dev", name, "scope", "global"));

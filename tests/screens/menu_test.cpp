@@ -68,8 +68,8 @@ class TwelveBridges : public testing::Test {
 using MenuKeys = TwelveBridges;
 
 TEST_F(MenuKeys, TheListScrollsWithTheSelection) {
-    MainMenu t(box, OfSize(12, 80));  // six rows
-    WaitForView(t, 0, 0);
+    MainMenu t(box, OfSize(12, 80));             // six rows
+    Walk(t, {{"e", 28, 33}, {"<Home>", 0, 0}});  // the rows are complete
     // Down: scrolls only when the selection would leave the screen, and only as far as needed.
     Walk(t, {{"<Down><Down><Down><Down><Down>", 0, 5}, {"<Down>", 1, 6}, {"<Down>", 2, 7}});
     Walk(t, {{"<Down>", 4, 9}, {"<Down>", 6, 11}});
@@ -82,8 +82,8 @@ TEST_F(MenuKeys, TheListScrollsWithTheSelection) {
 }
 
 TEST_F(MenuKeys, PageKeysGoToTheEdgeThenByAPageLessOneRow) {
-    MainMenu t(box, OfSize(12, 80));  // six rows
-    WaitForView(t, 0, 0);
+    MainMenu t(box, OfSize(12, 80));             // six rows
+    Walk(t, {{"e", 28, 33}, {"<Home>", 0, 0}});  // the rows are complete
     Walk(t, {{"<PageDown>", 0, 5}, {"<PageDown>", 5, 10}, {"<PageDown>", 10, 15}});
     Walk(t, {{"<Down>", 12, 17}, {"<PageUp>", 12, 12}, {"<PageUp>", 7, 7}, {"<PageUp>", 2, 2}});
     Walk(t, {{"<PageUp>", 0, 0}, {"<PageUp>", 0, 0}});

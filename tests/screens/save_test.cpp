@@ -53,6 +53,7 @@ class Save : public testing::TestWithParam<Saved> {
     void Change(const TerminalOptions& options = {}) {
         Terminal t(box, options);
         t.WaitFor("main menu for 'appliance'");
+        WaitForMenu(t, file.steps[0].first);
         for (const auto& [keys, sign] : file.steps)
             t.Go(keys, sign);
     }

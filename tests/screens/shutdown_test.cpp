@@ -108,7 +108,7 @@ TEST_P(Everywhere, TheEndOfItsInputEndsTheProgramWithinASecond) {
     TerminalOptions options;
     options.input = "/tmp/keys";
     Terminal t(box, AtAPrompt(options));
-    t.WaitFor(kMainMenu.sign);
+    WaitForMenu(t, GetParam().keys);
     // This path uses no named key except ENTER.
     std::string way = GetParam().keys;
     for (size_t at = way.find("<Enter>"); at != std::string::npos; at = way.find("<Enter>"))

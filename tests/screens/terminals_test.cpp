@@ -40,7 +40,7 @@ constexpr const char* kMainMenuRows[] = {
 // Visits the places and compares the words shown there.
 void ExpectTheSameWords(Machine& box, const TerminalOptions& options) {
     Terminal t(box, AtAPrompt(options));
-    GoTo(t, kMainMenu);
+    GoTo(t, kListedMenu);
     for (size_t row = 0; row < std::size(kMainMenuRows); row++)
         EXPECT_EQ(t.Row(static_cast<int>(row)), kMainMenuRows[row]);
 
@@ -345,7 +345,7 @@ class UnderAShell : public testing::Test {
     // The process that sleeps on this terminal is the shell, so nothing shows when the program has
     // finished drawing: give it a moment.
     void GoUnderShell(const Stop& stop) {
-        t->WaitFor(kMainMenu.sign);
+        WaitForMenu(*t, stop.keys);
         t->Press(stop.keys);
         t->WaitFor(stop.sign);
         t->RunFor(0.1);
@@ -430,7 +430,7 @@ TEST_F(UnderAShell, EntriesQuestionsKeysAndTheMouseContinue) {
 TEST_F(UnderAShell, ARunningCommandStopsAndContinuesWithIt) {
     Gate gate(box);
     box.StandInScript(kNetwork, Gate::kWait);
-    GoUnderShell(kMainMenu);
+    GoUnderShell(kListedMenu);
     const std::vector<std::string> look = Look(*t);
     t->Press("<Down><Enter>y");
     gate.AwaitScript();

@@ -300,8 +300,8 @@ using WalkedScreen = std::tuple<KnownScreen, Size>;
 class Walk : public testing::TestWithParam<WalkedScreen> {
   protected:
     void SetUp() override {
-        // A slow `ip link` may answer only after the menu has appeared.
-        t.WaitFor("1. wlan0");
+        // A slow `ip` may answer only after the menu has appeared.
+        t.WaitFor("2001:db8::7/64");
         t.Open(screen);
     }
 
