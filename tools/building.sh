@@ -92,7 +92,7 @@ Offered() {
 
 # MissingPackages PACKAGE...: prints those that are not installed.
 MissingPackages() {
-    installed=$(dpkg-query --show --showformat='${Package}=${db:Status-Status}\n' "$@" 2>/dev/null)
+    installed=$(dpkg-query --show --showformat='${Package}=${db:Status-Status}\n' "$@" 2>/dev/null) || :
     for package; do
         case "
 $installed
