@@ -1,13 +1,13 @@
 #!/bin/sh
 # Runs the commands of README.md and CONTRIBUTING.md on freshly installed Debians: each command
-# works, and ./test leaves the computer as it was, except for the packages that it installs. Does not
-# run tools/package with an option and tools/vm, which make clean machines of their own.
+# works, and ./test leaves the computer as it was, except for the packages that it installs.
 #
-#     tests/package/fresh.sh [RELEASE...]            on bookworm, trixie and testing, or RELEASE...
-#     tests/package/fresh.sh --short [RELEASE...]    only the commands of README.md
-#     tests/package/fresh.sh --known                 only checks that it can run each command
+#     tests/package/fresh.sh [RELEASE...]                on bookworm, trixie and testing, or RELEASE...
+#     tests/package/fresh.sh --short [RELEASE...]        only the commands of README.md
+#     tests/package/fresh.sh --only TEXT [RELEASE...]    only the commands that contain TEXT
+#     tests/package/fresh.sh --known                     only checks that it can run each command
 #
-# A release takes about an hour, with --short twenty minutes. The messages are in build/package; the
+# A release takes about two hours, with --short twenty minutes. The messages are in build/package; the
 # last lines say what ran where.
 # shellcheck disable=SC2086  # commands are lists of words
 set -u
@@ -68,8 +68,8 @@ Glance() {
 RunOne() {
     case $1 in
     ./run) Really Glance && Really Operate ./run ;;
-    ./test | tools/package | './test --tidy' | tools/fuzz) Really $1 ;;
-    'tools/package --'* | tools/vm) ;; # RunAll leaves them out
+    'tools/package --fresh') ;; # runs this script: RunAll leaves it out
+    ./test* | tools/*) Really $1 ;;
     cmake\ * | ctest\ *) Really $1 ;;
     'sudo cmake --install build/out') Really ${1#sudo } && Really test -x /usr/local/sbin/ifmenu ;;
     'sudo apt-get install ./build/package/ifmenu_*.deb')
@@ -124,13 +124,15 @@ Known() {
     done <"$list"
 }
 
-# RunAll PAGE...: runs every command of the pages, in order.
+# RunAll TEXT PAGE...: runs every command of the pages that contains TEXT, in order.
 RunAll() {
-    Commands "$@" >"$list"
+    text=$1
+    shift
+    Commands "$@" | grep -F -e "$text" >"$list" || return
     status=0
-    Try "interrupted installation" Interrupt
+    [ -n "$text" ] || Try "interrupted installation" Interrupt
     while IFS= read -r command <&4; do
-        case $command in 'tools/package --'* | tools/vm) continue ;; esac
+        [ "$command" != 'tools/package --fresh' ] || continue
         Try "$command" RunOne "$command" 4<&-
         [ "$command" != ./test ] || Try "the computer is unchanged" AsItWas
     done 4<"$list"
@@ -157,8 +159,8 @@ OnEach() {
     for release; do
         log=build/package/fresh-$release.log
         echo "Running the commands of the pages on $release; the messages are in $log ..."
-        tests/package/clean --release "$release" /mnt/tests/package/fresh.sh --here "$release" $pages \
-            >"$log" 2>&1 </dev/null || status=1
+        tests/package/clean --release "$release" /mnt/tests/package/fresh.sh --here "$release" \
+            "$only" $pages >"$log" 2>&1 </dev/null || status=1
         grep '^fresh: ' "$log" || { tail -n 20 "$log" && status=1; }
     done
     echo
@@ -170,6 +172,7 @@ OnEach() {
 }
 
 pages="README.md CONTRIBUTING.md"
+only=
 what=${1-}
 case $what in
 --known)
@@ -190,6 +193,9 @@ case $what in
     if [ "$what" = --short ]; then
         pages=README.md
         shift
+    elif [ "$what" = --only ]; then
+        only=$2
+        shift 2
     fi
     [ $# -gt 0 ] || set -- bookworm trixie testing
     mkdir -p build/package
