@@ -57,7 +57,9 @@ done
 cp "$(command -v sleep)" /mnt/radio/bin/wpa_supplicant
 printf '#!/bin/sh\necho "$@" >>/run/supplicant
 while [ $# -gt 0 ]; do [ "$1" != -P ] || file=$2; shift; done
-setsid /mnt/radio/bin/wpa_supplicant 600 </dev/null >/dev/null 2>&1 & echo $! >$file
+setsid /mnt/radio/bin/wpa_supplicant 600 </dev/null >/dev/null 2>&1 &
+until [ "$(readlink /proc/$!/exe)" = /mnt/radio/bin/wpa_supplicant ]; do sleep 0.01; done
+echo $! >$file
 ' >/mnt/bin/wpa_supplicant
 chmod +x /mnt/bin/wpa_supplicant
 rm /mnt/bin/wpa_cli

@@ -81,8 +81,9 @@ double Seconds(clockid_t clock) {
 }
 
 // How long ago this process was created, perhaps as the shell that executed the command: a busy
-// computer may run it only a while later. 0 without /proc, and for a short time, as the kernel
-// counts in hundredths of a second.
+// computer may run it only a while later. 0 without /proc, and for a short time. The kernel counts
+// in hundredths of a second, rounded down: one is added, so that no pause before the command seems
+// shorter than it was.
 double Age() {
     char text[1024];
     const int fd = open("/proc/self/stat", O_RDONLY | O_CLOEXEC);
@@ -95,7 +96,7 @@ double Age() {
     for (int i = 0; i < kFromNameToStart && field != nullptr; ++i)
         field = strchr(field + 1, ' ');
     if (field == nullptr) return 0;
-    const double created = atof(field) / static_cast<double>(sysconf(_SC_CLK_TCK));
+    const double created = (atof(field) + 1) / static_cast<double>(sysconf(_SC_CLK_TCK));
     constexpr double kShort = 0.05;
     const double age = Seconds(CLOCK_BOOTTIME) - created;
     return age < kShort ? 0 : age;

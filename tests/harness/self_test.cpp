@@ -203,7 +203,7 @@ TEST(StandIn, RecordsArgumentsByteForByte) {
 TEST(StandIn, RecordsWhenItsProcessWasCreated) {
     Machine box;
     box.StandIn("look");
-    Terminal t(box, Shell("sh -c 'sleep 1; exec look'"));
+    Terminal t(box, Shell("sh -c 'sleep 1.02; exec look'"));
     EXPECT_EQ(t.WaitExit(), Exited(0));
     EXPECT_LE(box.Calls("look").at(0).seconds, Now() - 1);
 }
