@@ -6,8 +6,8 @@ set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
 set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
 
-# Runs the programs with the emulator of qemu-user-static, if installed.
-find_program(ARM64_EMULATOR qemu-aarch64-static)
+# Runs the programs with the emulator of qemu-user, if installed.
+find_program(ARM64_EMULATOR qemu-aarch64)
 if(ARM64_EMULATOR)
     set(CMAKE_CROSSCOMPILING_EMULATOR ${ARM64_EMULATOR})
 endif()

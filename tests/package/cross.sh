@@ -15,7 +15,7 @@ fi
 CopyCheckout /root/ifmenu
 cd /root/ifmenu
 dpkg --add-architecture arm64
-Install cmake make g++-aarch64-linux-gnu qemu-user-static file iproute2 ncurses-term psmisc procps \
+Install cmake make g++-aarch64-linux-gnu qemu-user file iproute2 ncurses-term psmisc procps \
     libncurses-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64 libvterm-dev:arm64 libstdc++6:arm64 \
     >/root/install.log 2>&1 || { cat /root/install.log && exit 1; }
 
@@ -31,11 +31,12 @@ cmake --preset arm64
 Build ifmenu
 file -L build/arm64/ifmenu | grep 'ARM aarch64'
 status=0
-qemu-aarch64-static build/arm64/ifmenu --help || status=$?
+qemu-aarch64 build/arm64/ifmenu --help || status=$?
 [ $status = 1 ]
 Build ifmenu_unit_tests
-# The emulator adds a message of its own when a program aborts, and reports success for a spawn that
-# fails in the child.
-ctest --preset arm64 --label-regex unit --parallel 2 --no-tests=error --exclude-regex \
-    '^FailAssertion\.|^CommandOutput\.ReturnsNothingIfThereIsNoShell$'
+# The emulator adds a message of its own when a program aborts. Its vfork does not wait: a spawn that
+# fails in the child succeeds, and a command may not have its own group yet.
+excluded='^FailAssertion\.|^CommandOutput\.ReturnsNothingIfThereIsNoShell$|IfNoCommandCanStart'
+excluded="$excluded|^StartCommand\.HasNoStandardInputAndItsOwnGroup$"
+ctest --preset arm64 --label-regex unit --parallel 2 --no-tests=error --exclude-regex "$excluded"
 Build all

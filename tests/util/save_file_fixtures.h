@@ -133,6 +133,11 @@ struct Denied {
     unsigned flags = 0;
 };
 
+// Whether the kernel filters calls; an emulator's may not.
+inline bool CanDeny() {
+    return prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, nullptr) != 0 && errno == EFAULT;
+}
+
 // For a child.
 inline void Deny(const std::vector<Denied>& calls) {
     constexpr auto kNumber = static_cast<unsigned>(offsetof(seccomp_data, nr));
