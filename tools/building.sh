@@ -35,17 +35,19 @@ Mirror() {
         'Label: Debian' | sed -n '1s,/*$,,p'
 }
 
-# AddStable: adds the stable release, for packages that this release does not have.
-AddStable() {
+# StableToo SOURCES PREFERENCES: for an apt with this folder and this file, adds the stable release,
+# for packages that its own release does not have. Needs the lists.
+StableToo() {
     mirror=$(Mirror)
-    [ -n "$mirror" ] && mkdir -p "$packages/sources" || return
+    [ -n "$mirror" ] && mkdir -p "$1" || return
+    echo "deb $mirror stable main" >"$1/stable-for-machines.list"
+    printf 'Package: *\nPin: release a=stable\nPin-Priority: 100\n' >"$2"
+}
+
+# AddStable: does so for the packages of the machines.
+AddStable() {
+    StableToo "$packages/sources" "$packages/preferences" || return
     find /etc/apt/sources.list.d/ -type f -exec ln -sf {} "$packages/sources" \;
-    echo "deb $mirror stable main" >"$packages/sources/stable-for-machines.list"
-    cat >"$packages/preferences" <<END
-Package: *
-Pin: release a=stable
-Pin-Priority: 100
-END
     Update
 }
 
@@ -69,6 +71,21 @@ $(
 END
     LC_ALL=C DEBIAN_FRONTEND=noninteractive \
         ${session-} apt-get --quiet --yes --config-file="$packages/apt.conf" "$@"
+}
+
+# Bootstrap RELEASE FOLDER: installs a minimal Debian in the folder, from this computer's mirror and
+# with its apt's settings for proxies, retries and the age of lists. Needs debootstrap.
+Bootstrap() {
+    Update && mirror=$(Mirror) || return
+    if [ -z "$mirror" ]; then
+        echo "This computer's apt has no Debian mirror." >&2
+        return 1
+    fi
+    eval "$(apt-config shell http_proxy Acquire::http::Proxy)"
+    [ -z "${http_proxy-}" ] || export http_proxy
+    debootstrap --variant=minbase "$1" "$2" "$mirror" || return
+    apt-config dump | grep '^Acquire::\(Check-\|Retries\|Max-ValidTime\|https\{0,1\}::\)' \
+        >"$2/etc/apt/apt.conf.d/90computer" || :
 }
 
 # Update: fetches the lists.

@@ -19,6 +19,9 @@ printf '#!/bin/sh\nexit 101\n' >/usr/sbin/policy-rc.d
 chmod 755 /usr/sbin/policy-rc.d
 CopyCheckout /root/ifmenu
 cd /root/ifmenu
+# shellcheck source=tools/building.sh
+. tools/building.sh
+Offered isc-dhcp-client || StableToo /etc/apt/sources.list.d /etc/apt/preferences.d/stable
 tools/package
 Install autopkgtest >/root/autopkgtest.log 2>&1 || { cat /root/autopkgtest.log && exit 1; }
 autopkgtest --no-built-binaries build/package/ifmenu_*.deb /root/ifmenu/ -- null
