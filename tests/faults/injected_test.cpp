@@ -40,7 +40,6 @@ constexpr Fault kFaults[] = {
     {"write", SYS_write, ENOSPC},
     {"write", SYS_write, EINTR},
     {"clone", SYS_clone, EAGAIN},
-    {"vfork", SYS_vfork, EAGAIN},
     {"pipe2", SYS_pipe2, EMFILE},
     {"socket", SYS_socket, EMFILE},
     {"socket", SYS_socket, EPERM},
@@ -76,6 +75,7 @@ constexpr Fault kFaults[] = {
     {"kill", SYS_kill, EPERM},
     {"rt_sigtimedwait", SYS_rt_sigtimedwait, EINTR},
 #ifdef SYS_poll  // newer architectures lack the older calls
+    {"vfork", SYS_vfork, EAGAIN},
     {"rename", SYS_rename, ENOSPC},
     {"rename", SYS_rename, EBUSY},
     {"unlink", SYS_unlink, EPERM},
