@@ -621,7 +621,7 @@ void CheckVnc(Machine& machine, Line&) {
         "cd /run; for desktop in ':1 -rfbauth /etc/local.desktop.vnc.passwd' "
         "':2 -SecurityTypes None'; do setsid Xtigervnc $desktop >desktop${desktop%% *} 2>&1 "
         "</dev/null & done");
-    AwaitSh(machine, "[ $(cat /run/desktop:* | grep -c 'created VNC server') = 2 ]");
+    AwaitSh(machine, "[ $(cat /run/desktop:* | grep -ic 'created VNC server') = 2 ]");
     const auto lets_in = [&](const std::string& password) {
         const std::string log = "/run/viewer." + password;
         machine.Sh("DISPLAY=:2 setsid xtigervncviewer -Log '*:stderr:100' -passwd /run/" +
