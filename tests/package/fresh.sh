@@ -94,7 +94,7 @@ Installed() {
 Interrupt() {
     ./run --build-only >/root/interrupted 2>&1 &
     interrupted=$!
-    until cat /proc/[0-9]*/comm 2>/dev/null | grep -qx dpkg; do
+    until cat /proc/[0-9]*/cmdline 2>/dev/null | tr '\0' '\n' | grep -qx -e '--unpac[k]'; do
         kill -0 $interrupted 2>/dev/null || break
         sleep 0.1
     done
