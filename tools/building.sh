@@ -100,11 +100,12 @@ Fetch() {
     Apt "$@" >/dev/null 2>&1 || { Update && Apt "$@"; }
 }
 
-# Offered PACKAGE: whether this Debian release has it.
+# Offered PACKAGE: whether this Debian release has it, even if apt also knows the stable one.
 Offered() {
     [ -n "$(find "$packages/lists" -name '*Release' 2>/dev/null)" ] ||
         Update >/dev/null 2>&1
-    Apt -o Debug::NoLocking=true --simulate install "$1" >/dev/null 2>&1
+    Apt -o Debug::NoLocking=true -o Dir::Etc::sourceparts=/etc/apt/sources.list.d \
+        --simulate install "$1" >/dev/null 2>&1
 }
 
 # MissingPackages PACKAGE...: prints those that are not installed.
