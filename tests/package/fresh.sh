@@ -7,7 +7,7 @@
 #     tests/package/fresh.sh --only TEXT [RELEASE...]    only the commands that contain TEXT
 #     tests/package/fresh.sh --known                     only checks that it can run each command
 #
-# A release takes about two hours, with --short twenty minutes. The messages are in build/package; the
+# A release takes one to two hours, with --short twenty minutes. The messages are in build/package; the
 # last lines say what ran where.
 # shellcheck disable=SC2086  # commands are lists of words
 set -u
