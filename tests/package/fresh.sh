@@ -159,8 +159,8 @@ OnEach() {
     for release; do
         log=build/package/fresh-$release.log
         echo "Running the commands of the pages on $release; the messages are in $log ..."
-        tests/package/clean --release "$release" /mnt/tests/package/fresh.sh --here "$release" \
-            "$only" $pages >"$log" 2>&1 </dev/null || status=1
+        setpriv --pdeathsig TERM tests/package/clean --release "$release" \
+            /mnt/tests/package/fresh.sh --here "$release" "$only" $pages >"$log" 2>&1 </dev/null || status=1
         grep '^fresh: ' "$log" || { tail -n 20 "$log" && status=1; }
     done
     echo

@@ -5,5 +5,5 @@
 #     tests/package/life.sh
 set -eu
 cd -- "$(dirname -- "$0")"
-./clean /mnt/tests/package/build.sh
-./clean /mnt/tests/package/install.sh
+setpriv --pdeathsig TERM ./clean /mnt/tests/package/build.sh
+setpriv --pdeathsig TERM ./clean /mnt/tests/package/install.sh
