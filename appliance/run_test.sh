@@ -69,6 +69,10 @@ Promise "The first screen has the interfaces" Shows "1. eth0    02:00:00:00:10:2
 Promise "What is shown is plain text" OnlyText
 Promise "It says that a terminal is needed" Shows "run ./run in a terminal"
 
+./run </dev/null >&- 2>"$scratch/shown"
+Promise "With closed standard output the program's status is returned" [ $? = 0 ]
+Promise "Nothing is complained about" [ ! -s "$scratch/shown" ]
+
 env -u TERM ./run --help </dev/null 2>&1 | cat >"$scratch/shown"
 Promise "A program that ends at once has its words shown" Shows "Tavrin 4"
 Promise "They are plain text" OnlyText
