@@ -41,7 +41,10 @@ StableToo() {
     mirror=$(Mirror)
     [ -n "$mirror" ] && mkdir -p "$1" || return
     echo "deb $mirror stable main" >"$1/stable-for-machines.list"
-    printf 'Package: *\nPin: release a=stable\nPin-Priority: 100\n' >"$2"
+    {
+        cat /etc/apt/preferences 2>/dev/null
+        printf '\nPackage: *\nPin: release a=stable\nPin-Priority: 100\n'
+    } >"$2"
 }
 
 # AddStable: does so for the packages of the machines.
