@@ -86,6 +86,16 @@ for type in '' dumb no-such-terminal; do
     Promise "For '$type' it says which type to set" Shows "TERM=xterm-256color ./run"
 done
 
+# Both find that the packages have to be unpacked again: the first line is of other installed ones.
+[ ! -e build/packages/unpacked ] || sed -i '1s/^/0/' build/packages/unpacked
+./run --build-only >"$scratch/other" 2>&1 &
+other=$!
+./run --build-only >"$scratch/shown" 2>&1
+Promise "Two ./run at once both work" [ $? = 0 ]
+cp "$scratch/other" "$scratch/shown"
+wait $other
+Promise "So does the other" [ $? = 0 ]
+
 mkfifo "$scratch/keys"
 timeout 120 script --quiet --return --flush "$scratch/shown" \
     --command "stty rows 24 cols 80; TERM=xterm ./run" <"$scratch/keys" >/dev/null &

@@ -216,6 +216,10 @@ UnpackPackages() {
         echo "You cannot write to $packages: remove it, or run this as its owner." >&2
         return 1
     fi
+    # One at a time: they share the folders.
+    (flock 9 && UnpackMissing "$@") 9>"$packages/lock"
+}
+UnpackMissing() {
     unpacked=$packages/unpacked
     # shellcheck disable=SC2046  # lists of words
     set -- $(printf '%s\n' "$@" $(sed 1d "$unpacked" 2>/dev/null) | sort -u)
