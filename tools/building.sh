@@ -219,6 +219,8 @@ UnpackPackages() {
     # One at a time: they share the folders.
     (flock 9 && UnpackMissing "$@") 9>"$packages/lock"
 }
+
+# UnpackMissing PACKAGE...: does so.
 UnpackMissing() {
     unpacked=$packages/unpacked
     # shellcheck disable=SC2046  # lists of words
