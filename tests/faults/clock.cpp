@@ -1,6 +1,7 @@
 // A preloaded library that changes the program's time. The commands that it runs have normal time.
 //
 //     FAST_CLOCK=100          seconds per real second, on every clock; waits get shorter
+//     CLOCK_STOP=/run/stop    the fast clocks stand still while this file exists
 //     CLOCK_FILE=/run/clock   adds the seconds in this file to the time of day; may change any time
 #include <dlfcn.h>
 #include <errno.h>
@@ -20,7 +21,10 @@ namespace {
 constexpr long long kBillion = 1'000'000'000;
 long factor = 1;
 const char* clock_file = nullptr;
-long long start[2];  // nanoseconds, indexed by CLOCK_REALTIME (0) and CLOCK_MONOTONIC (1)
+const char* stop_file = nullptr;
+// Nanoseconds, indexed by CLOCK_REALTIME (0) and CLOCK_MONOTONIC (1).
+long long start[2];
+long long stopped_at[2];  // 0: the clock runs
 
 long long Nanoseconds(clockid_t clock) {
     timespec now{};
@@ -33,13 +37,17 @@ __attribute__((constructor)) void Begin() {
     const char* text = getenv("FAST_CLOCK");
     if (text != nullptr) factor = strtol(text, nullptr, 10);
     clock_file = getenv("CLOCK_FILE");
+    stop_file = getenv("CLOCK_STOP");
     for (clockid_t clock : {CLOCK_REALTIME, CLOCK_MONOTONIC})
         start[clock] = Nanoseconds(clock);
     unsetenv("LD_PRELOAD");
 }
 
 long long Fast(clockid_t clock) {
-    return start[clock] + (Nanoseconds(clock) - start[clock]) * factor;
+    const long long fast = start[clock] + (Nanoseconds(clock) - start[clock]) * factor;
+    const bool stop = stop_file != nullptr && access(stop_file, F_OK) == 0;
+    if (!stop || stopped_at[clock] == 0) stopped_at[clock] = stop ? fast : 0;
+    return stop ? stopped_at[clock] : fast;
 }
 
 long long AddedSeconds() {
